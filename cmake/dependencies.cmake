@@ -1,0 +1,16 @@
+# All of these are Debian 12 packages; `make deps` installs them.
+find_package(wxWidgets 3.1 REQUIRED COMPONENTS base)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(LMDB REQUIRED IMPORTED_TARGET lmdb)
+find_package(CLI11 REQUIRED)
+find_package(nlohmann_json REQUIRED)
+find_package(GTest REQUIRED)
+find_package(Threads REQUIRED)
+
+# The toolkit as a target; its headers are system headers, so that our warnings stop at its door.
+add_library(wx_base INTERFACE)
+target_include_directories(wx_base SYSTEM INTERFACE ${wxWidgets_INCLUDE_DIRS})
+target_compile_definitions(wx_base INTERFACE ${wxWidgets_DEFINITIONS})
+target_compile_options(wx_base INTERFACE ${wxWidgets_CXX_FLAGS})
+target_link_directories(wx_base INTERFACE ${wxWidgets_LIBRARY_DIRS})
+target_link_libraries(wx_base INTERFACE ${wxWidgets_LIBRARIES})

@@ -1,0 +1,10 @@
+# Every target of ours links project_warnings; nothing installed does.
+add_library(project_warnings INTERFACE)
+target_compile_options(project_warnings INTERFACE
+  -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+
+set(TALVEK_SANITIZERS "" CACHE STRING "Sanitizers to build with, such as address,undefined")
+if(TALVEK_SANITIZERS)
+  add_compile_options(-fsanitize=${TALVEK_SANITIZERS} -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${TALVEK_SANITIZERS})
+endif()

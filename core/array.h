@@ -1,0 +1,81 @@
+#pragma once
+
+#include <utility>
+#include <vector>
+
+#include "core/exceptions.h"
+#include "core/merge_sort.h"
+
+namespace TALVEK::VCM {
+
+/// A dynamic array with a signed 32-bit count.
+///
+/// Shape    The first element makes room for 16; a full array doubles.
+/// Errors   GetAt and operator[] throw EArrayIndexOutOfRange unless 0 <= index < count. Allocation may throw.
+/// Owns     Its elements, by value. A reference to an element is good until the next Add, RemoveAt, RemoveAll
+///          or Sort.
+/// Threads  As a standard container.
+template <class T>
+class CArray {
+ public:
+  static constexpr int FIRST_CAPACITY = 16;
+
+  CArray() = default;
+
+  int GetCount() const { return static_cast<int>(m_atItems.size()); }
+  int GetCapacity() const { return static_cast<int>(m_atItems.capacity()); }
+  bool IsEmpty() const { return m_atItems.empty(); }
+
+  /// True after an Add that no Sort has followed.
+  bool IsUnsorted() const { return m_bUnsorted; }
+
+  /// Appends and returns the new element's index.
+  int Add(T item) {
+    if (m_atItems.size() == m_atItems.capacity()) {
+      m_atItems.reserve(m_atItems.empty() ? FIRST_CAPACITY : m_atItems.size() * 2);
+    }
+    m_atItems.push_back(std::move(item));
+    m_bUnsorted = true;
+    return GetCount() - 1;
+  }
+
+  T& GetAt(int nIndex) { return m_atItems[CheckIndex(nIndex)]; }
+  const T& GetAt(int nIndex) const { return m_atItems[CheckIndex(nIndex)]; }
+  T& operator[](int nIndex) { return GetAt(nIndex); }
+  const T& operator[](int nIndex) const { return GetAt(nIndex); }
+
+  void RemoveAt(int nIndex) {
+    m_atItems.erase(m_atItems.begin() + static_cast<std::ptrdiff_t>(CheckIndex(nIndex)));
+  }
+
+  /// Removes every element; `bFreeStorage` false keeps the room they took for the next ones.
+  void RemoveAll(bool bFreeStorage) {
+    m_atItems.clear();
+    if (bFreeStorage) m_atItems.shrink_to_fit();
+    m_bUnsorted = false;
+  }
+
+  /// Sorts by `pfnCompare(a, b)`, which returns an int: at most 0 when a may stand before b, more when it
+  /// may not. Where elements that compare as +1 either way end up is fixed too, see MergeSort.
+  template <class TCompare>
+  void Sort(TCompare pfnCompare) {
+    MergeSort(m_atItems, pfnCompare);
+    m_bUnsorted = false;
+  }
+
+  auto begin() const { return m_atItems.begin(); }
+  auto end() const { return m_atItems.end(); }
+
+  bool operator==(const CArray& oOther) const { return m_atItems == oOther.m_atItems; }
+
+ private:
+  std::size_t CheckIndex(int nIndex) const {
+    if (nIndex < 0 || nIndex >= GetCount()) throw EArrayIndexOutOfRange(nIndex);
+    return static_cast<std::size_t>(nIndex);
+  }
+
+  std::vector<T> m_atItems;
+  bool m_bUnsorted = false;
+};
+
+}  // namespace TALVEK::VCM

@@ -1,0 +1,1 @@
+#include "core/case_map.h"

@@ -1,0 +1,1 @@
+#include "core/database_files.h"

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <exception>
+
+#include "core/export.h"
+#include "core/string.h"
+
+namespace TALVEK::VCM {
+
+/// Base of the core library's exceptions. Default visibility: a type thrown in one module is caught in
+/// another.
+class TALVEK_CORE_API EBaseException : public std::exception {
+ public:
+  ~EBaseException() override;
+  virtual CString GetErrorMessage() const = 0;
+  /// The same message in UTF-8, for handlers that know only the standard library.
+  const char* what() const noexcept override;
+
+ private:
+  mutable std::string m_strWhat;
+};
+
+/// Common to both index errors: a message built from the offending index.
+class TALVEK_CORE_API EIndexOutOfRange : public EBaseException {
+ public:
+  EIndexOutOfRange(const wchar_t* pszFormat, int nIndex);
+  CString GetErrorMessage() const override;
+  int GetIndex() const { return m_nIndex; }
+
+ private:
+  const wchar_t* m_pszFormat;
+  int m_nIndex;
+};
+
+/// A bad index into a CArray: "Array index (%d) out of range".
+class TALVEK_CORE_API EArrayIndexOutOfRange : public EIndexOutOfRange {
+ public:
+  explicit EArrayIndexOutOfRange(int nIndex);
+};
+
+/// A bad index into a CMap: "Map index (%d) out of range".
+class TALVEK_CORE_API EMapIndexOutOfRange : public EIndexOutOfRange {
+ public:
+  explicit EMapIndexOutOfRange(int nIndex);
+};
+
+}  // namespace TALVEK::VCM

@@ -1,0 +1,1 @@
+#include "core/process_capture.h"

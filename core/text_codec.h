@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "core/export.h"
+#include "core/string.h"
+
+namespace TALVEK::VCM {
+
+/// Bytes and wide text, both ways, without loss.
+///
+/// Bytes are decoded in the encoding of the process's LC_CTYPE. A byte that can't be decoded becomes the one
+/// character U+DC00 + byte (U+DC80 to U+DCFF) and comes out as that same byte again. So ToBytes(FromBytes(b))
+/// is b for every b, whatever the locale. What the C library decodes into a surrogate or beyond U+10FFFF
+/// counts as undecodable.
+TALVEK_CORE_API CString FromBytes(std::string_view strBytes);
+/// As FromBytes, into a text whose storage is used again.
+TALVEK_CORE_API void DecodeBytes(std::string_view strBytes, CString& strOut);
+
+/// The bytes of `strText` in the locale's encoding. A character that the locale doesn't have is written in
+/// UTF-8: it can only come from outside the locale, and losing it would be worse.
+TALVEK_CORE_API std::string ToBytes(const CString& strText);
+
+/// As ToBytes for texts that the operating system ends at a NUL; false when there is a NUL within.
+TALVEK_CORE_API bool ToSystemPath(const CString& strText, std::string& strOut);
+
+/// UTF-8, the same in every locale; a character without a UTF-8 form (such as U+DC80) becomes U+FFFD.
+TALVEK_CORE_API std::string ToUtf8(const CString& strText);
+
+/// UTF-8 extended to surrogates (three bytes each), the same in every locale: what the database stores.
+/// DecodeStored(EncodeStored(t)) is t.
+TALVEK_CORE_API void EncodeStored(const CString& strText, std::string& strOut);
+TALVEK_CORE_API CString DecodeStored(std::string_view strBytes);
+
+/// strtol in base 10 over the locale's bytes of `strText`: leading white space and a sign are accepted, the
+/// first character that is no digit ends the number, no digits give 0, too large a number gives the nearest
+/// long. A text with any character that the locale can't convert gives 0.
+TALVEK_CORE_API long ParseNumber(const CString& strText);
+
+}  // namespace TALVEK::VCM

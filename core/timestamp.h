@@ -1,0 +1,37 @@
+#pragma once
+
+#include "core/export.h"
+#include "core/string.h"
+
+namespace TALVEK::VCM {
+
+/// Time zones, numbered as the toolkit numbers them: GMT-HH is 13 - HH, GMT+HH is 13 + HH. 0 is the process's
+/// own zone.
+enum TTimezone : int { ZONE_LOCAL = 0, ZONE_GMT_MINUS_12 = 1, ZONE_GMT0 = 13, ZONE_GMT_PLUS_13 = 26 };
+
+/// A point in time: seconds since 1970-01-01 00:00:00 UTC, signed 64-bit. Default: 0.
+class TALVEK_CORE_API CTimestamp {
+ public:
+  CTimestamp() = default;
+  explicit CTimestamp(long long nSeconds) : m_nSeconds(nSeconds) {}
+
+  void Set(long long nSeconds) { m_nSeconds = nSeconds; }
+  long long GetUTC() const { return m_nSeconds; }
+
+  /// Text in the zone, by a strftime format. Without a format: "%Y-%m-%d %H:%M:%S". A time whose year the C
+  /// library can't count gives its seconds as a number.
+  CString Format(const wchar_t* pszFormat, int nZone) const;
+  CString Format(int nZone) const;
+
+  /// Declares that the time of day held so far (as if in UTC) was read off a clock in `nZone`, and moves it
+  /// to the UTC instant: 10:00 declared to be GMT+2 becomes 08:00. `bDaylightSaving` takes one more hour off.
+  /// A zone outside 1 to 26 changes nothing.
+  void ChangeTimezone(int nZone, bool bDaylightSaving);
+
+  auto operator<=>(const CTimestamp&) const = default;
+
+ private:
+  long long m_nSeconds = 0;
+};
+
+}  // namespace TALVEK::VCM

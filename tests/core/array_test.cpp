@@ -1,0 +1,3 @@
+#include "core/array.h"
+
+#include <gtest/gtest.h>

@@ -1,0 +1,3 @@
+#include "core/case_map.h"
+
+#include <gtest/gtest.h>

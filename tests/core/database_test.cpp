@@ -1,0 +1,3 @@
+#include "core/database.h"
+
+#include <gtest/gtest.h>

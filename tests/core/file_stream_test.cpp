@@ -1,0 +1,3 @@
+#include "core/file_stream.h"
+
+#include <gtest/gtest.h>

@@ -1,0 +1,3 @@
+#include "core/file_system.h"
+
+#include <gtest/gtest.h>

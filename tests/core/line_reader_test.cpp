@@ -1,0 +1,3 @@
+#include "core/line_reader.h"
+
+#include <gtest/gtest.h>

@@ -1,0 +1,3 @@
+#include "core/map.h"
+
+#include <gtest/gtest.h>

@@ -1,0 +1,3 @@
+#include "core/path.h"
+
+#include <gtest/gtest.h>

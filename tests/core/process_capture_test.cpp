@@ -1,0 +1,3 @@
+#include "core/process_capture.h"
+
+#include <gtest/gtest.h>

@@ -1,0 +1,3 @@
+#include "core/properties.h"
+
+#include <gtest/gtest.h>

@@ -1,0 +1,3 @@
+#include "core/string_pool.h"
+
+#include <gtest/gtest.h>

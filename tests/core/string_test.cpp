@@ -1,0 +1,3 @@
+#include "core/string.h"
+
+#include <gtest/gtest.h>

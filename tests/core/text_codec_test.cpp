@@ -1,0 +1,3 @@
+#include "core/text_codec.h"
+
+#include <gtest/gtest.h>

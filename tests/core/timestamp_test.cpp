@@ -1,0 +1,3 @@
+#include "core/timestamp.h"
+
+#include <gtest/gtest.h>
