@@ -17,8 +17,8 @@ namespace {
 /// The first descriptor behind the standard ones.
 constexpr int FIRST_FREE = 3;
 
-/// What the child needs between fork and exec. Made before the fork: behind it, in a process that may have
-/// had other threads, nothing may be allocated.
+/// What the child needs before it becomes the program. Made before there is a child, which may allocate
+/// nothing: another thread of the parent's may hold the allocator's lock.
 struct TChildPlan {
   std::vector<char*> apszArguments;
   CDescriptor oNullDevice;
@@ -103,7 +103,9 @@ bool PlaceDescriptors(const TChildPlan& tPlan) {
   return true;
 }
 
-[[noreturn]] void BecomeProgram(const TChildPlan& tPlan) {
+/// Not inlined: the child runs on the parent's stack, where its variables must not take the place of ones
+/// that the parent still needs.
+[[noreturn, gnu::noinline]] void BecomeProgram(const TChildPlan& tPlan) {
   if (TieToParent(tPlan) && PlaceDescriptors(tPlan)) {
     ResetSignals();
     ::execvp(tPlan.apszArguments[0], tPlan.apszArguments.data());
@@ -113,9 +115,12 @@ bool PlaceDescriptors(const TChildPlan& tPlan) {
   ::_exit(127);
 }
 
-pid_t Fork(const TChildPlan& tPlan) {
+/// vfork and not fork, which copies the page tables: 130 ms a run in a server of 4 GB, where a run else takes
+/// one. Until exec the child has the parent's memory, so that it writes to nothing but its own variables;
+/// what it does to descriptors and signals is its own affair.
+pid_t StartChild(const TChildPlan& tPlan) {
   const CSignalsBlocked oBlocked;
-  const pid_t nChild = ::fork();
+  const pid_t nChild = ::vfork();
   if (nChild == 0) BecomeProgram(tPlan);
   return nChild;
 }
@@ -170,7 +175,7 @@ TChildResult RunChild(std::vector<std::string> astrArguments, int nStdOutput, in
   const CDescriptor oReport = OpenReport(tPlan);
   if (!oReport.IsOpen()) return {TChildResult::NOT_STARTED, errno};
   const CChildSignalKept oSignal;
-  const pid_t nChild = Fork(tPlan);
+  const pid_t nChild = StartChild(tPlan);
   if (nChild < 0) return {TChildResult::NOT_STARTED, errno};
   tPlan.oReport.Close();  // or the read below would wait for ourselves
   const int nStartError = ReadReport(oReport.Get());

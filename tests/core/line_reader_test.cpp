@@ -186,6 +186,25 @@ TEST(LineReaderTest, StreamThatFailedIsNotAskedAgain) {
   EXPECT_EQ(oStream.GetReads(), nReads);
 }
 
+/// A stream whose second portion can't be read, while a third could be.
+class CGapStream : public wxInputStream {
+ protected:
+  std::size_t OnSysRead(void* pBuffer, std::size_t nBytes) override {
+    ++m_nReads;
+    m_lasterror = m_nReads == 2 ? wxSTREAM_READ_ERROR : wxSTREAM_NO_ERROR;
+    return m_nReads == 2 ? 0 : std::string("a\nb").copy(static_cast<char*>(pBuffer), nBytes);
+  }
+
+ private:
+  int m_nReads = 0;
+};
+
+// The toolkit's Read meets the error behind bytes that it hands out all the same.
+TEST(LineReaderTest, ErrorThatComesTogetherWithBytesEndsTheInput) {
+  CGapStream oStream;
+  EXPECT_EQ(ReadLines(oStream), (TLines{L"a", L"b"}));
+}
+
 TEST(LineReaderTest, NoStreamIsAtItsEnd) {
   CLineReader oReader(nullptr);
   CString strLine(L"left over");

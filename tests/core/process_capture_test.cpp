@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -74,6 +75,35 @@ class CLocaleScope {
   std::string m_strPrevious;
 };
 
+/// An environment variable with another value for a while.
+class CVariableScope {
+ public:
+  CVariableScope(const char* pszName, const std::string& strValue) : m_strName(pszName) {
+    if (const char* pszPrevious = std::getenv(pszName)) m_strPrevious = pszPrevious;
+    ::setenv(pszName, strValue.c_str(), 1);
+  }
+  ~CVariableScope() {
+    if (m_strPrevious) {
+      ::setenv(m_strName.c_str(), m_strPrevious->c_str(), 1);
+    } else {
+      ::unsetenv(m_strName.c_str());
+    }
+  }
+  CVariableScope(const CVariableScope&) = delete;
+  CVariableScope& operator=(const CVariableScope&) = delete;
+
+ private:
+  std::string m_strName;
+  std::optional<std::string> m_strPrevious;
+};
+
+/// With a PATH of its own: a folder on the caller's that can't be searched would change what a missing
+/// program is told to be.
+class ProcessCaptureTest : public testing::Test {
+ private:
+  CVariableScope m_oPath{"PATH", "/usr/bin:/bin"};
+};
+
 TEST(CommandLineTest, WordsAreSplitAsTheTableSays) {
   const struct {
     const wchar_t* pszLine;
@@ -134,33 +164,33 @@ TEST(CommandLineTest, EscapedTextBetweenQuotesComesOutUnchanged) {
   }
 }
 
-TEST(ProcessCaptureTest, BothOutputsAndTheExitStatusAreKept) {
+TEST_F(ProcessCaptureTest, BothOutputsAndTheExitStatusAreKept) {
   EXPECT_EQ(Outcome(Shell("echo out; echo err >&2; exit 3")), "3|out\n|err\n");
 }
 
-TEST(ProcessCaptureTest, SuccessIsZero) {
+TEST_F(ProcessCaptureTest, SuccessIsZero) {
   EXPECT_EQ(Outcome(L"true"), "0||");
 }
 
-TEST(ProcessCaptureTest, StreamsAreNullBeforeTheFirstRun) {
+TEST_F(ProcessCaptureTest, StreamsAreNullBeforeTheFirstRun) {
   CProcessCapture oProcess;
   EXPECT_EQ(oProcess.GetStdOutputStream(), nullptr);
   EXPECT_EQ(oProcess.GetStdErrorStream(), nullptr);
 }
 
-TEST(ProcessCaptureTest, KilledProgramGivesSignalPlus128) {
+TEST_F(ProcessCaptureTest, KilledProgramGivesSignalPlus128) {
   EXPECT_EQ(Outcome(Shell("echo before; kill -9 $$")), "137|before\n|");
   EXPECT_EQ(Outcome(Shell("kill -15 $$")), "143||");
 }
 
-TEST(ProcessCaptureTest, MissingProgramGives127AndALine) {
+TEST_F(ProcessCaptureTest, MissingProgramGives127AndALine) {
   EXPECT_EQ(Outcome(L"talvek-no-such-program -d x"),
             "127||can't start 'talvek-no-such-program': No such file or directory\n");
   EXPECT_EQ(Outcome(L"\"/no such/cvs\" -d x"),
             "127||can't start '/no such/cvs': No such file or directory\n");
 }
 
-TEST(ProcessCaptureTest, FileWithoutExecutePermissionGives127AndALine) {
+TEST_F(ProcessCaptureTest, FileWithoutExecutePermissionGives127AndALine) {
   const CTempFolder oFolder;
   TEST::WriteFile(oFolder / "tool", "#!/bin/sh\nexit 0\n");
   ::chmod((oFolder / "tool").c_str(), 0644);
@@ -168,52 +198,52 @@ TEST(ProcessCaptureTest, FileWithoutExecutePermissionGives127AndALine) {
   EXPECT_EQ(Outcome(FromBytes(strTool)), "127||can't start '" + strTool + "': Permission denied\n");
 }
 
-TEST(ProcessCaptureTest, FolderAsProgramGives127AndALine) {
+TEST_F(ProcessCaptureTest, FolderAsProgramGives127AndALine) {
   const CTempFolder oFolder;
   const std::string strPath = oFolder.Path();
   EXPECT_EQ(Outcome(FromBytes(strPath)), "127||can't start '" + strPath + "': Permission denied\n");
 }
 
-TEST(ProcessCaptureTest, EmptyCommandLineGives127AndALine) {
+TEST_F(ProcessCaptureTest, EmptyCommandLineGives127AndALine) {
   EXPECT_EQ(Outcome(L""), "127||can't start a program: the command line is empty\n");
   EXPECT_EQ(Outcome(L" \t"), "127||can't start a program: the command line is empty\n");
 }
 
-TEST(ProcessCaptureTest, EmptyProgramNameGives127AndALine) {
+TEST_F(ProcessCaptureTest, EmptyProgramNameGives127AndALine) {
   EXPECT_EQ(Outcome(L"\"\" x"), "127||can't start '': No such file or directory\n");
 }
 
-TEST(ProcessCaptureTest, ArgumentWithNulGives127AndALine) {
+TEST_F(ProcessCaptureTest, ArgumentWithNulGives127AndALine) {
   EXPECT_EQ(Outcome(CString(std::wstring_view(L"echo a\0b", 8))),
             "127||can't start 'echo': an argument holds a NUL character\n");
 }
 
-TEST(ProcessCaptureTest, TooLongArgumentGives127AndALine) {
+TEST_F(ProcessCaptureTest, TooLongArgumentGives127AndALine) {
   CString strLine(L"echo ");
   strLine += std::wstring(4 << 20, L'x').c_str();
   EXPECT_EQ(Outcome(strLine), "127||can't start 'echo': Argument list too long\n");
 }
 
-TEST(ProcessCaptureTest, ProgramIsSearchedOnThePath) {
+TEST_F(ProcessCaptureTest, ProgramIsSearchedOnThePath) {
   const CTempFolder oFolder;
   TEST::WriteFile(oFolder / "talvek-tool", "#!/bin/sh\necho found \"$1\"\n");
   ::chmod((oFolder / "talvek-tool").c_str(), 0755);
-  const std::string strPath = std::getenv("PATH");
-  ::setenv("PATH", (std::string(oFolder.Path()) + ":" + strPath).c_str(), 1);
-  EXPECT_EQ(Outcome(L"talvek-tool \"a b\""), "0|found a b\n|");
-  ::setenv("PATH", strPath.c_str(), 1);
+  {
+    const CVariableScope oPath("PATH", oFolder.Path().string() + ":/usr/bin:/bin");
+    EXPECT_EQ(Outcome(L"talvek-tool \"a b\""), "0|found a b\n|");
+  }
   EXPECT_EQ(Outcome(L"talvek-tool"), "127||can't start 'talvek-tool': No such file or directory\n");
 }
 
-TEST(ProcessCaptureTest, NoShellStandsInBetween) {
+TEST_F(ProcessCaptureTest, NoShellStandsInBetween) {
   EXPECT_EQ(Outcome(L"printf %s| \"$HOME\" * ; >x `id`"), "0|$HOME|*|;|>x|`id`||");
 }
 
-TEST(ProcessCaptureTest, StandardInputIsEmpty) {
+TEST_F(ProcessCaptureTest, StandardInputIsEmpty) {
   EXPECT_EQ(Outcome(L"cat"), "0||");
 }
 
-TEST(ProcessCaptureTest, LargeInterleavedOutputsArriveWhole) {
+TEST_F(ProcessCaptureTest, LargeInterleavedOutputsArriveWhole) {
   CProcessCapture oProcess;
   const CString strLine = Shell(
       "i=0; while [ $i -lt 64 ]; do head -c 65536 /dev/zero; head -c 65537 /dev/zero >&2; i=$((i+1)); done");
@@ -222,7 +252,7 @@ TEST(ProcessCaptureTest, LargeInterleavedOutputsArriveWhole) {
   EXPECT_EQ(ReadToEnd(oProcess.GetStdErrorStream()), std::string(64 * 65537, '\0'));
 }
 
-TEST(ProcessCaptureTest, OutputTakesNoMemory) {
+TEST_F(ProcessCaptureTest, OutputTakesNoMemory) {
   CProcessCapture oProcess;
   oProcess.Execute(L"true");
   rusage tBefore{}, tAfter{};
@@ -237,7 +267,7 @@ TEST(ProcessCaptureTest, OutputTakesNoMemory) {
   EXPECT_LT(tAfter.ru_maxrss - tBefore.ru_maxrss, 16 * 1024) << "KiB";
 }
 
-TEST(ProcessCaptureTest, UndecodableBytesReachTheProgramAsTheyWere) {
+TEST_F(ProcessCaptureTest, UndecodableBytesReachTheProgramAsTheyWere) {
   std::string strBytes = "na\xefve \xc3\xa9 \xff";
   for (const char* pszLocale : {"C", "C.UTF-8"}) {
     const CLocaleScope oLocale(pszLocale);
@@ -245,14 +275,14 @@ TEST(ProcessCaptureTest, UndecodableBytesReachTheProgramAsTheyWere) {
   }
 }
 
-TEST(ProcessCaptureTest, UndecodableBytesOfAMissingProgramAreInItsLine) {
+TEST_F(ProcessCaptureTest, UndecodableBytesOfAMissingProgramAreInItsLine) {
   for (const char* pszLocale : {"C", "C.UTF-8"}) {
     const CLocaleScope oLocale(pszLocale);
     EXPECT_EQ(Outcome(FromBytes("/no/\xe9")), "127||can't start '/no/\xe9': No such file or directory\n");
   }
 }
 
-TEST(ProcessCaptureTest, NextRunReplacesTheStreams) {
+TEST_F(ProcessCaptureTest, NextRunReplacesTheStreams) {
   CProcessCapture oProcess;
   oProcess.Execute(Shell("echo first; echo wrong >&2"));
   EXPECT_EQ(Outcome(oProcess, Shell("echo second")), "0|second\n|");
@@ -260,7 +290,7 @@ TEST(ProcessCaptureTest, NextRunReplacesTheStreams) {
             "127||can't start 'talvek-no-such-program': No such file or directory\n");
 }
 
-TEST(ProcessCaptureTest, StreamReadToItsEndIsAtItsEnd) {
+TEST_F(ProcessCaptureTest, StreamReadToItsEndIsAtItsEnd) {
   CProcessCapture oProcess;
   oProcess.Execute(L"echo x");
   EXPECT_FALSE(oProcess.GetStdOutputStream()->Eof());
@@ -269,7 +299,7 @@ TEST(ProcessCaptureTest, StreamReadToItsEndIsAtItsEnd) {
 }
 
 // The 3 is the folder that ls itself reads. Were another descriptor open, ls would have got a later one.
-TEST(ProcessCaptureTest, ProgramHasNoDescriptorButTheStandardOnes) {
+TEST_F(ProcessCaptureTest, ProgramHasNoDescriptorButTheStandardOnes) {
   std::vector<int> anLeaky;
   for (int nCount = 0; nCount < 20; ++nCount)
     anLeaky.push_back(::open("/dev/null", O_RDONLY));
@@ -278,7 +308,7 @@ TEST(ProcessCaptureTest, ProgramHasNoDescriptorButTheStandardOnes) {
     ::close(nDescriptor);
 }
 
-TEST(ProcessCaptureTest, RunsLeaveNoDescriptorOpenInTheCaller) {
+TEST_F(ProcessCaptureTest, RunsLeaveNoDescriptorOpenInTheCaller) {
   const auto CountDescriptors = [] {
     int nCount = 0;
     for (int nDescriptor = 0; nDescriptor < 1024; ++nDescriptor)
@@ -296,14 +326,14 @@ TEST(ProcessCaptureTest, RunsLeaveNoDescriptorOpenInTheCaller) {
   EXPECT_EQ(CountDescriptors(), nBefore);
 }
 
-TEST(ProcessCaptureTest, NoZombieIsLeft) {
+TEST_F(ProcessCaptureTest, NoZombieIsLeft) {
   EXPECT_EQ(Outcome(L"true"), "0||");
   EXPECT_EQ(Outcome(L"talvek-no-such-program").substr(0, 3), "127");
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
   EXPECT_EQ(errno, ECHILD);
 }
 
-TEST(ProcessCaptureTest, ProgramRunsInTheProcessWorkingFolder) {
+TEST_F(ProcessCaptureTest, ProgramRunsInTheProcessWorkingFolder) {
   const CTempFolder oFolder;
   const std::filesystem::path oPrevious = std::filesystem::current_path();
   std::filesystem::current_path(oFolder.Path());
@@ -312,7 +342,7 @@ TEST(ProcessCaptureTest, ProgramRunsInTheProcessWorkingFolder) {
   EXPECT_EQ(strOutcome, "0|" + std::filesystem::canonical(oFolder.Path()).string() + "\n|");
 }
 
-TEST(ProcessCaptureTest, ProgramHasDefaultSignalsAndNoneBlocked) {
+TEST_F(ProcessCaptureTest, ProgramHasDefaultSignalsAndNoneBlocked) {
   sigset_t oBlocked, oPrevious;
   sigemptyset(&oBlocked);
   sigaddset(&oBlocked, SIGUSR1);
@@ -324,7 +354,7 @@ TEST(ProcessCaptureTest, ProgramHasDefaultSignalsAndNoneBlocked) {
   EXPECT_EQ(strOutcome, "0|SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n|");
 }
 
-TEST(ProcessCaptureTest, CallersSignalMaskIsLeftAsItWas) {
+TEST_F(ProcessCaptureTest, CallersSignalMaskIsLeftAsItWas) {
   sigset_t oBlocked, oPrevious, oAfter;
   sigemptyset(&oBlocked);
   sigaddset(&oBlocked, SIGUSR1);
@@ -335,7 +365,7 @@ TEST(ProcessCaptureTest, CallersSignalMaskIsLeftAsItWas) {
   EXPECT_FALSE(sigismember(&oAfter, SIGUSR2));
 }
 
-TEST(ProcessCaptureTest, ExitStatusIsKnownInAProcessThatIgnoresItsChildren) {
+TEST_F(ProcessCaptureTest, ExitStatusIsKnownInAProcessThatIgnoresItsChildren) {
   const auto pfnPrevious = std::signal(SIGCHLD, SIG_IGN);
   EXPECT_EQ(Outcome(Shell("exit 5")), "5||");
   EXPECT_EQ(std::signal(SIGCHLD, pfnPrevious), SIG_IGN);
@@ -347,7 +377,7 @@ void TakeAllChildren(int) {
 }
 
 // The handler runs while the runner waits for the same child, so either of them may get its status.
-TEST(ProcessCaptureTest, SignalHandlerThatTakesChildrenCannotMakeTheRunnerHang) {
+TEST_F(ProcessCaptureTest, SignalHandlerThatTakesChildrenCannotMakeTheRunnerHang) {
   const auto pfnPrevious = std::signal(SIGCHLD, TakeAllChildren);
   const std::string strOutcome = Outcome(Shell("echo out; exit 5"));
   std::signal(SIGCHLD, pfnPrevious);
@@ -357,7 +387,7 @@ TEST(ProcessCaptureTest, SignalHandlerThatTakesChildrenCannotMakeTheRunnerHang) 
 }
 
 // The three standard descriptors are free, so the runner's own files land on them.
-TEST(ProcessCaptureTest, WorksInAProcessWithoutStandardDescriptors) {
+TEST_F(ProcessCaptureTest, WorksInAProcessWithoutStandardDescriptors) {
   const CTempFolder oFolder;
   const std::string strResult = oFolder / "result";
   const pid_t nChild = ::fork();
@@ -375,7 +405,7 @@ TEST(ProcessCaptureTest, WorksInAProcessWithoutStandardDescriptors) {
 }
 
 // The test adopts the orphan, so that it can wait for it.
-TEST(ProcessCaptureTest, ProgramEndsWithTheProcessThatStartedIt) {
+TEST_F(ProcessCaptureTest, ProgramEndsWithTheProcessThatStartedIt) {
   const CTempFolder oFolder;
   const std::string strPipe = oFolder / "pipe";
   ASSERT_EQ(::mkfifo(strPipe.c_str(), 0600), 0);
@@ -397,7 +427,7 @@ TEST(ProcessCaptureTest, ProgramEndsWithTheProcessThatStartedIt) {
 }
 
 // "late" is written by a process that outlives the program, after the first half of the output was read.
-TEST(ProcessCaptureTest, LateWriterDoesNotMoveThePlaceOfReading) {
+TEST_F(ProcessCaptureTest, LateWriterDoesNotMoveThePlaceOfReading) {
   const CTempFolder oFolder;
   const std::string strGo = oFolder / "go", strDone = oFolder / "done";
   ASSERT_EQ(::mkfifo(strGo.c_str(), 0600), 0);
@@ -411,49 +441,47 @@ TEST(ProcessCaptureTest, LateWriterDoesNotMoveThePlaceOfReading) {
   EXPECT_EQ(strStart + ReadToEnd(oProcess.GetStdOutputStream()), "early\nlate\n");
 }
 
-TEST(ProcessCaptureTest, UnusableTemporaryFolderIsPassedOver) {
-  ::setenv("TMPDIR", "/no/such/folder", 1);
+TEST_F(ProcessCaptureTest, UnusableTemporaryFolderIsPassedOver) {
+  const CVariableScope oVariable("TMPDIR", "/no/such/folder");
   EXPECT_EQ(Outcome(L"echo x"), "0|x\n|");
-  ::unsetenv("TMPDIR");
 }
 
-TEST(ProcessCaptureTest, TemporaryFolderIsLeftEmpty) {
+TEST_F(ProcessCaptureTest, TemporaryFolderIsLeftEmpty) {
   const CTempFolder oFolder;
-  ::setenv("TMPDIR", oFolder.Path().c_str(), 1);
+  const CVariableScope oVariable("TMPDIR", oFolder.Path());
   CProcessCapture oProcess;
   EXPECT_EQ(oProcess.Execute(Shell("readlink /proc/$$/fd/1 | grep -q ^" + oFolder.Path().string())), 0);
   EXPECT_TRUE(std::filesystem::is_empty(oFolder.Path()));
-  ::unsetenv("TMPDIR");
 }
 
-// A process that may open no more files gets neither a temporary file nor a child.
-TEST(ProcessCaptureTest, StreamsAreNullWithoutATemporaryFile) {
-  CProcessCapture oProcess;
-  oProcess.Execute(L"true");
+/// Executes `true` in a process that may have no descriptor from `nLimit` on.
+int ExecuteWithLimit(CProcessCapture& oProcess, rlim_t nLimit) {
+  // A run before, and its streams' end: the sanitizer needs a pipe when it meets a class for the first time.
+  for (int nRun = 0; nRun < 2; ++nRun)
+    EXPECT_EQ(oProcess.Execute(L"true"), 0);
   rlimit tPrevious{};
   ::getrlimit(RLIMIT_NOFILE, &tPrevious);
-  const rlimit tNone{0, tPrevious.rlim_max};
-  ::setrlimit(RLIMIT_NOFILE, &tNone);
+  const rlimit tFew{nLimit, tPrevious.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &tFew);
   const int nResult = oProcess.Execute(L"true");
   ::setrlimit(RLIMIT_NOFILE, &tPrevious);
-  EXPECT_EQ(nResult, 127);
+  return nResult;
+}
+
+TEST_F(ProcessCaptureTest, StreamsAreNullWithoutATemporaryFile) {
+  CProcessCapture oProcess;
+  EXPECT_EQ(ExecuteWithLimit(oProcess, 0), 127);
   EXPECT_EQ(oProcess.GetStdOutputStream(), nullptr);
   EXPECT_EQ(oProcess.GetStdErrorStream(), nullptr);
 }
 
 // Room for the two outputs but not for what starting takes: the reason is the real one.
-TEST(ProcessCaptureTest, LackOfDescriptorsGives127AndALine) {
+TEST_F(ProcessCaptureTest, LackOfDescriptorsGives127AndALine) {
   const int nLowest = ::open("/dev/null", O_RDONLY);
   ::close(nLowest);
-  rlimit tPrevious{};
-  ::getrlimit(RLIMIT_NOFILE, &tPrevious);
-  for (rlim_t nRoom = 2; nRoom <= 7; ++nRoom) {
+  for (int nRoom = 2; nRoom <= 7; ++nRoom) {
     CProcessCapture oProcess;
-    const rlimit tFew{static_cast<rlim_t>(nLowest) + nRoom, tPrevious.rlim_max};
-    ::setrlimit(RLIMIT_NOFILE, &tFew);
-    const int nResult = oProcess.Execute(L"true");
-    ::setrlimit(RLIMIT_NOFILE, &tPrevious);
-    EXPECT_EQ(nResult, 127) << nRoom;
+    EXPECT_EQ(ExecuteWithLimit(oProcess, static_cast<rlim_t>(nLowest + nRoom)), 127) << nRoom;
     EXPECT_EQ(ReadToEnd(oProcess.GetStdErrorStream()), "can't start 'true': Too many open files\n") << nRoom;
   }
 }
