@@ -86,8 +86,8 @@ class CTransaction;
 /// An open database: a data file and the lock that says whose it is.
 ///
 /// Files    "PATH.tdf" holds the data, "PATH.tlf" the owner's process number under an exclusive lock. Both
-/// have
-///          mode 0600, and neither is ever reached through a symbolic link or taken from another user.
+///          have mode 0600, and neither is ever reached through a symbolic link or taken from another user.
+///          The data last as long as the system runs: nothing is forced to the disk.
 /// Owns     Both files open; closes them when destroyed, and leaves them on disk.
 class TALVEK_CORE_API CDatabase {
  public:
@@ -99,9 +99,10 @@ class TALVEK_CORE_API CDatabase {
 class TALVEK_CORE_API CDatabaseFactory {
  public:
   /// Opens the database that a connection string names: "type=native;path=PATH;create=1;nobinaries=1".
-  /// create=1 starts an empty one, in place of files that a dead process has left. Null when the string is
-  /// unknown, another owner (also in this process) holds the path, a file there is a symbolic link or another
-  /// user's, or the files can't be made. `pstrError`, if given, then says which.
+  /// create=1 starts an empty one, in place of files that a dead process has left; without it a data file
+  /// must be there. Null when the string is unknown, another owner (also in this process) holds the path, a
+  /// file there is a symbolic link or another user's, or the files can't be made. `pstrError`, if given, then
+  /// says which.
   static std::unique_ptr<CDatabase> Create(const VCM::CString& strConnection,
                                            VCM::CString* pstrError = nullptr);
 };
@@ -119,7 +120,8 @@ class TALVEK_CORE_API CTransaction {
 
   bool IsOpen() const;
   /// Makes the changes last and ends the transaction. False when they couldn't be written, and then none is.
-  /// `bKeepOpen` begins a new transaction at once. Close iterators first.
+  /// `bKeepOpen` begins a new transaction at once. Close iterators first: what is left open finds nothing any
+  /// more.
   bool Commit(bool bKeepOpen, CProgressHelper* poProgress = nullptr, CCommitFunctor* poFunctor = nullptr);
 
   class CImpl;
@@ -182,17 +184,16 @@ class TALVEK_CORE_API CIteratorBase {
 /// A cursor over one index of a table, inside one transaction.
 ///
 /// Shape    GetEqual, GetGTE and GetLTE place the cursor by the key fields set in the record; GetNext steps
-/// on in
-///          key order. Rows with equal keys come in ascending order of index 0's key (for changes: "ID"), so
-///          GetEqual and GetGTE find the first of them and GetLTE the last.
-/// Errors   Each operation returns false when there is no such row, and then leaves the record as it was.
-/// GetNext
-///          is false before a row has been found, and at the end again. Add is false when a unique key is
-///          taken, Update when index 0 has no such row; a write that the store refuses (disk full) is false
-///          too, and CDatabase::GetLastErrorText then tells why.
-/// Writes   Add gives the record its "ID" where the table's flag says so. Neither Add nor Update moves this
-/// or any
-///          other cursor: GetNext goes on from the key that the cursor was last placed on.
+///          on in key order. Rows with equal keys come in ascending order of index 0's key (for changes:
+///          "ID"), so GetEqual and GetGTE find the first of them and GetLTE the last.
+/// Errors   Each operation returns false when there is no such row, and then leaves record and place as they
+///          were. GetNext is false before a row has been found, and at the end again. Add is false when a
+///          unique key is taken, Update when index 0 has no such row or another row has the unique key.
+///          A write that the store refuses (disk full) is false too, and CDatabase::GetLastErrorText then
+///          tells why. That spoils the transaction: everything else in it is false, and so is its Commit.
+/// Writes   Add gives the record its "ID" where the table's flag says so: one more than the last row's.
+///          Neither Add nor Update moves this or any other cursor: GetNext goes on from the key that the
+///          cursor was last placed on, so it meets a row again that Update has moved ahead.
 /// Owns     Nothing. Table and transaction must outlive the cursor.
 ///
 /// TRecord gives `FIELD_COUNT` and `GetFieldAddresses()`, the addresses of its members in field order.

@@ -1,1 +1,187 @@
 #include "core/database_codec.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "core/text_codec.h"
+#include "core/timestamp.h"
+
+namespace TALVEK::VDB {
+
+using VCM::CFilePath;
+using VCM::CProperties;
+using VCM::CString;
+using VCM::CTimestamp;
+
+namespace {
+
+constexpr std::size_t LENGTH_SIZE = sizeof(std::uint32_t);
+
+void PutBigEndian(std::uint64_t nNumber, std::size_t nBytes, char* pOut) {
+  for (std::size_t i = nBytes; i-- > 0; nNumber >>= 8) {
+    pOut[i] = static_cast<char>(nNumber);
+  }
+}
+
+std::uint64_t GetBigEndian(std::string_view strBytes) {
+  std::uint64_t nNumber = 0;
+  for (const char chByte : strBytes) {
+    nNumber = nNumber << 8 | static_cast<unsigned char>(chByte);
+  }
+  return nNumber;
+}
+
+bool IsFixed(TFieldType nType) {
+  return nType == FIELD_UINT32 || nType == FIELD_TIMESTAMP;
+}
+std::size_t FixedSize(TFieldType nType) {
+  return nType == FIELD_UINT32 ? 4 : 8;
+}
+
+bool IsAscii(std::string_view strBytes) {
+  unsigned char nAll = 0;
+  for (const char chByte : strBytes) {
+    nAll = static_cast<unsigned char>(nAll | static_cast<unsigned char>(chByte));
+  }
+  return nAll < 0x80;
+}
+
+/// Items that are joined as CFilePath joins them: none is empty.
+bool HasOnlyItems(std::wstring_view strItems) {
+  if (strItems.empty()) return true;
+  return strItems.front() != L'/' && strItems.back() != L'/' &&
+         strItems.find(L"//") == std::wstring_view::npos;
+}
+
+/// Takes a length and as many bytes off the front.
+bool CutSized(std::string_view& strRest, std::string_view& strBytes) {
+  if (strRest.size() < LENGTH_SIZE) return false;
+  const std::uint64_t nLength = GetBigEndian(strRest.substr(0, LENGTH_SIZE));
+  strRest.remove_prefix(LENGTH_SIZE);
+  if (strRest.size() < nLength) return false;
+  strBytes = strRest.substr(0, nLength);
+  strRest.remove_prefix(nLength);
+  return true;
+}
+
+}  // namespace
+
+CRecordCodec::CRecordCodec(std::shared_ptr<const CSchema> poSchema)
+    : m_poSchema(std::move(poSchema)), m_atValues(m_poSchema->GetFields().size()) {}
+
+std::string_view CRecordCodec::Encode(void* const* papFields) {
+  m_strRow.clear();
+  const std::vector<CSchema::TField>& atFields = m_poSchema->GetFields();
+  for (std::size_t i = 0; i < atFields.size(); ++i) {
+    if (IsFixed(atFields[i].nType)) EncodeFixed(atFields[i].nType, papFields[i]);
+  }
+  for (std::size_t i = 0; i < atFields.size(); ++i) {
+    if (!IsFixed(atFields[i].nType)) EncodeSized(atFields[i].nType, papFields[i]);
+  }
+  return m_strRow;
+}
+
+void CRecordCodec::EncodeFixed(TFieldType nType, const void* pField) {
+  std::uint64_t nNumber = 0;
+  if (nType == FIELD_UINT32) {
+    std::uint32_t nNarrow = 0;
+    std::memcpy(&nNarrow, pField, sizeof nNarrow);  // the member may be a signed number
+    nNumber = nNarrow;
+  } else {
+    nNumber = static_cast<std::uint64_t>(static_cast<const CTimestamp*>(pField)->GetUTC());
+  }
+  const std::size_t nSize = FixedSize(nType);
+  m_strRow.resize(m_strRow.size() + nSize);
+  PutBigEndian(nNumber, nSize, m_strRow.data() + m_strRow.size() - nSize);
+}
+
+void CRecordCodec::EncodeSized(TFieldType nType, const void* pField) {
+  const std::size_t nStart = m_strRow.size() + LENGTH_SIZE;
+  m_strRow.resize(nStart);
+  if (nType == FIELD_PROPERTIES) {
+    static_cast<const CProperties*>(pField)->Encode(m_strRow);
+  } else if (nType == FIELD_FILE_PATH) {
+    VCM::EncodeStored(static_cast<const CFilePath*>(pField)->GeneratePath(), m_strRow);
+  } else {
+    VCM::EncodeStored(*static_cast<const CString*>(pField), m_strRow);
+  }
+  // A length beyond four bytes makes a row that the store refuses for its size.
+  PutBigEndian(m_strRow.size() - nStart, LENGTH_SIZE, m_strRow.data() + nStart - LENGTH_SIZE);
+}
+
+bool CRecordCodec::Decode(std::string_view strRow, void* const* papFields) {
+  if (strRow.size() < m_poSchema->GetFixedSize()) return false;
+  std::string_view strRest = strRow.substr(m_poSchema->GetFixedSize());
+  for (std::size_t i = 0; i < m_atValues.size(); ++i) {
+    const CSchema::TField& tField = m_poSchema->GetFields()[i];
+    if (IsFixed(tField.nType)) {
+      m_atValues[i].nNumber = GetBigEndian(strRow.substr(tField.nOffset, FixedSize(tField.nType)));
+    } else {
+      std::string_view strBytes;
+      if (!CutSized(strRest, strBytes) || !DecodeSized(tField.nType, strBytes, m_atValues[i])) return false;
+    }
+  }
+  if (!strRest.empty()) return false;
+  Give(papFields);
+  return true;
+}
+
+bool CRecordCodec::DecodeSized(TFieldType nType, std::string_view strBytes, TValue& tValue) {
+  if (nType == FIELD_PROPERTIES) return tValue.oProperties.Decode(strBytes);
+  if (nType == FIELD_FILE_PATH) return DecodePath(strBytes, tValue.oPath);
+  return DecodeText(strBytes, tValue.strText);
+}
+
+bool CRecordCodec::DecodeText(std::string_view strBytes, CString& strText) {
+  if (IsAscii(strBytes)) {
+    std::wstring strWide = strText.Release();  // for its storage
+    strWide.resize(strBytes.size());
+    std::copy(strBytes.begin(), strBytes.end(), strWide.begin());
+    strText = CString(std::move(strWide));
+    return true;
+  }
+  strText = VCM::DecodeStored(strBytes);
+  // Decoding takes any bytes. Those that the text doesn't turn into again were damaged.
+  m_strAgain.clear();
+  VCM::EncodeStored(strText, m_strAgain);
+  return m_strAgain == strBytes;
+}
+
+// Parse would refuse an item that holds a NUL, and Add can't make a path absolute: so each does its part.
+bool CRecordCodec::DecodePath(std::string_view strBytes, CFilePath& oPath) {
+  const bool bAbsolute = !strBytes.empty() && strBytes.front() == '/';
+  if (bAbsolute) strBytes.remove_prefix(1);
+  if (!DecodeText(strBytes, m_strPath) || !HasOnlyItems(m_strPath.View())) return false;
+  oPath.Clear();
+  if (bAbsolute) oPath.Parse(L"/");
+  oPath.Add(m_strPath);
+  return true;
+}
+
+// Swapping hands the record's old storage to the next row that is decoded.
+void CRecordCodec::Give(void* const* papFields) {
+  for (std::size_t i = 0; i < m_atValues.size(); ++i) {
+    TValue& tValue = m_atValues[i];
+    switch (m_poSchema->GetFields()[i].nType) {
+      case FIELD_TIMESTAMP:
+        static_cast<CTimestamp*>(papFields[i])->Set(static_cast<long long>(tValue.nNumber));
+        break;
+      case FIELD_FILE_PATH:
+        std::swap(*static_cast<CFilePath*>(papFields[i]), tValue.oPath);
+        break;
+      case FIELD_PROPERTIES:
+        std::swap(*static_cast<CProperties*>(papFields[i]), tValue.oProperties);
+        break;
+      case FIELD_UINT32: {
+        const auto nNumber = static_cast<std::uint32_t>(tValue.nNumber);
+        std::memcpy(papFields[i], &nNumber, sizeof nNumber);
+        break;
+      }
+      default:
+        std::swap(*static_cast<CString*>(papFields[i]), tValue.strText);
+    }
+  }
+}
+
+}  // namespace TALVEK::VDB

@@ -1,0 +1,100 @@
+#include "core/database_store.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <string>
+
+#include "core/database_transaction.h"
+#include "core/text_codec.h"
+
+namespace TALVEK::VDB {
+
+using VCM::CString;
+
+namespace {
+
+constexpr unsigned FLAGS = MDB_NOSUBDIR | MDB_NOLOCK | MDB_NOSYNC | MDB_NOMETASYNC;
+constexpr MDB_dbi MAX_TREES = 256;
+constexpr std::size_t LEAST_BYTES = std::size_t{1} << 20;
+
+struct TCloseEnvironment {
+  void operator()(MDB_env* poEnvironment) const { mdb_env_close(poEnvironment); }
+};
+using TEnvironmentPtr = std::unique_ptr<MDB_env, TCloseEnvironment>;
+
+/// An environment of this size, or null with the error's code.
+TEnvironmentPtr TryOpen(const std::string& strPath, std::size_t nBytes, int& nError) {
+  MDB_env* poCreated = nullptr;
+  nError = mdb_env_create(&poCreated);
+  if (nError != 0) return nullptr;
+  TEnvironmentPtr poEnvironment(poCreated);
+  mdb_env_set_maxdbs(poCreated, MAX_TREES);
+  mdb_env_set_mapsize(poCreated, nBytes);
+  nError = mdb_env_open(poCreated, strPath.c_str(), FLAGS, S_IRUSR | S_IWUSR);
+  return nError == 0 ? std::move(poEnvironment) : nullptr;
+}
+
+/// Reserves `nBytes` of addresses or, where they are scarce (a resource limit, a checking tool), what can be
+/// had.
+TEnvironmentPtr OpenLargest(const std::string& strPath, std::size_t nBytes, int& nError) {
+  TEnvironmentPtr poEnvironment = TryOpen(strPath, nBytes, nError);
+  if (poEnvironment || nError != ENOMEM) return poEnvironment;
+  while (!poEnvironment && nError == ENOMEM && nBytes > LEAST_BYTES) {
+    poEnvironment = TryOpen(strPath, nBytes /= 2, nError);
+  }
+  // The rest of the process needs addresses too: leave it as many.
+  if (!poEnvironment || nBytes <= LEAST_BYTES) return poEnvironment;
+  poEnvironment.reset();
+  return TryOpen(strPath, nBytes / 2, nError);
+}
+
+/// Children must not inherit the data file; LMDB closes only its second descriptor on exec.
+bool CloseOnExec(MDB_env* poEnvironment) {
+  int nDescriptor = -1;
+  return mdb_env_get_fd(poEnvironment, &nDescriptor) == 0 && fcntl(nDescriptor, F_SETFD, FD_CLOEXEC) == 0;
+}
+
+}  // namespace
+
+CString StoreReason(int nError) {
+  if (nError == MDB_MAP_FULL) return L"the data file has grown to the size that addresses were reserved for";
+  // LMDB calls a write that came to a stop half-way an input/output error.
+  if (nError == EIO) return VCM::FromBytes(mdb_strerror(nError)) + L" (is the disk full?)";
+  return VCM::FromBytes(mdb_strerror(nError));
+}
+
+// LMDB opens files by name, twice. This name leads to the very file that was made or examined, whatever
+// becomes of the name in the folder.
+std::unique_ptr<CDatabaseStore> CDatabaseStore::Open(std::unique_ptr<CDatabaseFiles> poFiles,
+                                                     std::size_t nMaxBytes, CString& strError) {
+  const std::string strPath = "/proc/self/fd/" + std::to_string(poFiles->GetDataDescriptor());
+  int nError = 0;
+  TEnvironmentPtr poEnvironment = OpenLargest(strPath, nMaxBytes, nError);
+  if (poEnvironment && !CloseOnExec(poEnvironment.get())) {
+    nError = errno;
+    poEnvironment.reset();
+  }
+  if (poEnvironment) {
+    poFiles->Keep();
+    return std::unique_ptr<CDatabaseStore>(new CDatabaseStore(std::move(poFiles), poEnvironment.release()));
+  }
+  strError = VCM::FromBytes(poFiles->GetDataPath()) + L": " + StoreReason(nError);
+  return nullptr;
+}
+
+CDatabaseStore::CDatabaseStore(std::unique_ptr<CDatabaseFiles> poFiles, MDB_env* poEnvironment)
+    : m_poFiles(std::move(poFiles)), m_poEnvironment(poEnvironment) {}
+
+CDatabaseStore::~CDatabaseStore() {
+  if (m_poTransaction) m_poTransaction->Abort();
+  mdb_env_close(m_poEnvironment);
+}
+
+bool CDatabaseStore::Fail(const CString& strWhat, const CString& strWhy) {
+  m_strError = VCM::FromBytes(m_poFiles->GetDataPath()) + L": " + strWhat + L": " + strWhy;
+  return false;
+}
+
+}  // namespace TALVEK::VDB

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <lmdb.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/database.h"
+#include "core/database_schema.h"
+#include "core/database_store.h"
+
+namespace TALVEK::VDB {
+
+/// A cursor of LMDB, closed at the end; must be closed before its transaction ends.
+struct TCloseCursor {
+  void operator()(MDB_cursor* poCursor) const { mdb_cursor_close(poCursor); }
+};
+using TCursorPtr = std::unique_ptr<MDB_cursor, TCloseCursor>;
+
+/// Told to let go of the transaction before it ends.
+class CTransactionUser {
+ public:
+  virtual ~CTransactionUser() = default;
+  virtual void OnTransactionEnd() = 0;
+};
+
+/// A table within one transaction: its trees, and for each a cursor that all iterators share for writing and
+/// for reading single rows. Aborting takes back trees that the transaction made, handles included; as nothing
+/// of this outlives the transaction, nothing stale is left.
+struct TOpenTable {
+  struct TTree {
+    MDB_dbi nTree = 0;
+    TCursorPtr poCursor;
+  };
+
+  std::vector<TTree> atTrees;  ///< by index number
+  CKey oLastKey;               ///< the last key of index 0; its size is 0 when there is none
+  std::uint64_t nWrites = 0;   ///< grows with every write, after which no cursor is sure of its place
+};
+
+class CTransaction::CImpl {
+ public:
+  explicit CImpl(CDatabaseStore* poStore);
+  ~CImpl();
+  CImpl(const CImpl&) = delete;
+  CImpl& operator=(const CImpl&) = delete;
+
+  bool Begin();
+  void Abort();
+  bool Commit();
+
+  bool IsOpen() const { return m_poTransaction != nullptr; }
+  /// False once a write has failed: nothing is read or written any more, so that no half-written row is seen.
+  bool IsUsable() const { return IsOpen() && !m_bFailed; }
+  /// Null for a database of another kind. Good while the transaction is open.
+  CDatabaseStore* GetStore() const { return m_poStore; }
+  MDB_txn* Get() const { return m_poTransaction; }
+
+  /// The table's trees, made with `bCreate` when they aren't there; null when that can't be done.
+  TOpenTable* OpenTable(const std::string& strName, const CSchema& oSchema, bool bCreate);
+
+  void AddUser(CTransactionUser* poUser) { m_apoUsers.push_back(poUser); }
+  void RemoveUser(CTransactionUser* poUser);
+
+  /// Notes a failed read; returns false.
+  bool FailRead(int nError);
+  /// Notes a failed write, and gives the transaction up: what it has written may be half a row. Returns
+  /// false.
+  bool FailWrite(int nError);
+
+ private:
+  bool OpenTree(const std::string& strName, unsigned nFlags, TOpenTable::TTree& tTree);
+  bool ReadLastKey(TOpenTable& tTable, std::size_t nKeySize);
+  void LetGo();
+
+  CDatabaseStore* m_poStore;
+  MDB_txn* m_poTransaction = nullptr;
+  bool m_bFailed = false;
+  std::map<std::string, TOpenTable> m_atTables;
+  std::vector<CTransactionUser*> m_apoUsers;
+};
+
+}  // namespace TALVEK::VDB

@@ -1,0 +1,155 @@
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <string>
+
+#include "core/database.h"
+#include "core/database_store.h"
+#include "core/text_codec.h"
+#include "tests/core/database_records.h"
+#include "tests/support/child_process.h"
+#include "tests/support/temp_folder.h"
+
+// What happens when the store can't grow any more.
+namespace TALVEK::TEST {
+
+using VCM::CString;
+using VDB::CDatabase;
+using VDB::CDatabaseFactory;
+using VDB::CDatabaseFiles;
+using VDB::CDatabaseStore;
+using VDB::CIterator;
+
+namespace {
+
+/// A database whose data file can't exceed `nBytes`.
+std::unique_ptr<CDatabase> CreateSmall(const std::filesystem::path& oPath, std::size_t nBytes) {
+  CString strError;
+  auto poFiles = CDatabaseFiles::Open(oPath.string(), true, geteuid(), strError);
+  return poFiles ? CDatabaseStore::Open(std::move(poFiles), nBytes, strError) : nullptr;
+}
+
+/// Rows committed first, so that there is something to keep.
+std::string CommitSome(CDatabase& oDatabase) {
+  TEventSession tEvents(oDatabase);
+  tEvents.Add(1, 1, L"kept");
+  tEvents.Add(1, 0, L"kept too");
+  return tEvents.Commit() ? "1:1/1 kept\n2:1/0 kept too\n" : "not committed";
+}
+
+}  // namespace
+
+// Each size stops the writing at another page: now the row doesn't fit, now the entry of an index.
+TEST(DatabaseFullTest, FailedWriteSpoilsItsTransactionAndNothingElse) {
+  CTempFolder oFolder;
+  const auto nPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  for (std::size_t nPages = 20; nPages < 120; ++nPages) {
+    SCOPED_TRACE(std::to_string(nPages) + " pages");
+    const auto poDatabase = CreateSmall(oFolder / "db", nPages * nPage);
+    ASSERT_NE(poDatabase, nullptr);
+    const std::string strKept = CommitSome(*poDatabase);
+    {
+      TEventSession tEvents(*poDatabase);
+      TEvent tEvent;
+      std::uint32_t nAdded = 2;
+      tEvent = {99, nPages % 3 == 0 ? 5U : 0U, 0, CString(std::wstring(nPages, L'x'))};
+      while (tEvents.poById->Add(tEvent) && nAdded < 100'000) {
+        ASSERT_EQ(tEvent.nId, ++nAdded);
+        tEvent.nTime = nAdded * 2654435761U;
+      }
+      ASSERT_LT(nAdded, 100'000U);
+      EXPECT_EQ(tEvent.nId, nAdded);  // a refused row takes no ID
+      EXPECT_EQ(VCM::ToUtf8(poDatabase->GetLastErrorText()),
+                (oFolder / "db.tdf").string() +
+                    ": can't write: the data file has grown to the size that addresses were reserved for");
+      TEvent tFirst = {1, 0, 0, L"changed"};
+      EXPECT_FALSE(tEvents.poById->Update(tFirst));
+      EXPECT_FALSE(tEvents.poById->Add(tFirst));
+      EXPECT_FALSE(tEvents.poById->GetEqual(tFirst));
+      EXPECT_FALSE(tEvents.poByTime->GetGTE(tFirst));
+      EXPECT_FALSE(CIterator<TEvent>(tEvents.oTable, 0, tEvents.oTransaction).IsOpen());
+      EXPECT_FALSE(tEvents.Commit());
+    }
+    TEventSession tEvents(*poDatabase);
+    EXPECT_EQ(tEvents.List(0), strKept);
+    EXPECT_EQ(tEvents.List(1), "2:1/0 kept too\n1:1/1 kept\n");
+    EXPECT_EQ(tEvents.Add(7, 7, L"goes on"), 3U);
+    EXPECT_TRUE(tEvents.Commit());
+  }
+}
+
+TEST(DatabaseFullTest, FailedUpdateSpoilsItsTransactionAndNothingElse) {
+  CTempFolder oFolder;
+  const auto poDatabase = CreateSmall(oFolder / "db", std::size_t{1} << 20);
+  ASSERT_NE(poDatabase, nullptr);
+  const std::string strKept = CommitSome(*poDatabase);
+  {
+    TEventSession tEvents(*poDatabase);
+    EXPECT_FALSE(tEvents.Update({1, 0, 0, CString(std::wstring(2 << 20, L'x'))}));
+    EXPECT_FALSE(tEvents.Update({2, 0, 0, L"small"}));
+    EXPECT_FALSE(tEvents.Commit());
+  }
+  EXPECT_EQ(ListEvents(*poDatabase), strKept);
+}
+
+// A full disk is played by a limit on the size of files; the signal that comes with it is ignored.
+TEST(DatabaseFullTest, CommitOnAFullDiskIsFalseAndKeepsWhatWasCommitted) {
+  CTempFolder oFolder;
+  const auto fnFill = [&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit tLimit = {1 << 20, 1 << 20};
+    if (setrlimit(RLIMIT_FSIZE, &tLimit) != 0) return 1;
+    const auto poDatabase = CDatabaseFactory::Create(NewDatabase(oFolder / "db"));
+    if (!poDatabase) return 2;
+    const std::string strKept = CommitSome(*poDatabase);
+    {
+      TEventSession tEvents(*poDatabase);
+      for (std::uint32_t i = 0; i < 20'000; ++i) {
+        if (tEvents.Add(i, i, L"some words to fill the disk with, and then some more of them") != i + 3) {
+          return 3;
+        }
+      }
+      if (tEvents.Commit()) return 4;
+      if (tEvents.oTransaction.IsOpen()) return 5;
+    }
+    const std::string strError = VCM::ToUtf8(poDatabase->GetLastErrorText());
+    if (strError.find("/db.tdf: can't commit: ") == std::string::npos) return 6;
+    if (ListEvents(*poDatabase) != strKept) return 7;
+    TEventSession tEvents(*poDatabase);
+    if (tEvents.Add(9, 9, L"small") != 3) return 8;
+    return tEvents.Commit() ? 0 : 9;
+  };
+  EXPECT_EQ(RunInChild(fnFill), 0);
+  const auto poDatabase = CDatabaseFactory::Create(OldDatabase(oFolder / "db"));
+  ASSERT_NE(poDatabase, nullptr);
+  EXPECT_EQ(ListEvents(*poDatabase), "1:1/1 kept\n2:1/0 kept too\n3:9/9 small\n");
+}
+
+TEST(DatabaseFullTest, ScarceAddressesStillGiveADatabase) {
+  CTempFolder oFolder;
+  const auto fnUse = [&] {
+    std::size_t nPages = 0;
+    std::ifstream("/proc/self/statm") >> nPages;
+    const rlim_t nLimit = nPages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE)) + (511UL << 20);
+    const rlimit tLimit = {nLimit, nLimit};
+    if (setrlimit(RLIMIT_AS, &tLimit) != 0) return 1;
+    const auto poDatabase = CDatabaseFactory::Create(NewDatabase(oFolder / "db"));
+    if (!poDatabase) return 2;
+    // The map must not take all there is.
+    void* pRest = mmap(nullptr, 300UL << 20, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pRest == MAP_FAILED) return 5;
+    munmap(pRest, 300UL << 20);
+    TEventSession tEvents(*poDatabase);
+    for (std::uint32_t i = 0; i < 50'000; ++i) {
+      if (tEvents.Add(1, i, L"x") != i + 1) return 3;
+    }
+    return tEvents.Commit() ? 0 : 4;
+  };
+  EXPECT_EQ(RunInChild(fnUse), 0);
+}
+
+}  // namespace TALVEK::TEST
