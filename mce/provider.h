@@ -21,6 +21,13 @@ enum TChangeItemType : std::uint32_t {
   CHANGE_ITEM_READD = 3,  ///< adds a file that was deleted before
 };
 
+/// Properties that a provider keeps with a stream (CProvider::TStreamInfo::oProps); an absent one is 0.
+enum TStreamProperty : std::uint16_t {
+  STREAM_CREATED = 0,  ///< earliest time at which it can have been made, seconds since 1970 UTC; 0: not known
+  STREAM_MAX_CREATED = 1,  ///< latest such time; 0: not known
+  STREAM_IS_TAG = 2,       ///< 1: a tag, which names a state and never changes; 0: the trunk or a branch
+};
+
 /// Results of the operations that the host calls per element.
 enum TResult : int {
   RESULT_OK = 0,

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "core/database.h"
+#include "core/path.h"
+#include "core/properties.h"
+#include "core/timestamp.h"
+
+namespace TALVEK::MCE {
+
+/// Properties of a change item.
+enum TChangeItemProperty : std::uint16_t {
+  ITEM_FOREIGN_REVISION = 1,  ///< the foreign revision number as text, for CVS in dotted form
+};
+
+/// A change item as the import database holds it: one file of one changeset.
+struct TChangeItemRecord : VDB::TRecordBase {
+  static constexpr int FIELD_COUNT = 7;
+
+  TRecordBase* Clone() const override { return new TChangeItemRecord(*this); }
+  void Delete() override;
+  TChangeItemRecord& CopyFrom(const TRecordBase* poOther) override;
+  std::array<void*, FIELD_COUNT> GetFieldAddresses();
+
+  std::uint32_t nID = 0;       ///< number of the change it belongs to
+  std::uint32_t nItem = 0;     ///< number within the change, from 1
+  std::uint32_t nType = 0;     ///< TChangeItemType
+  VCM::CFilePath oFilePath;    ///< path within the stream
+  std::int32_t nRevision = 0;  ///< rank among the file's revisions
+  VCM::CProperties oProps;     ///< TChangeItemProperty
+  VCM::CTimestamp oTimestamp;  ///< the time under which it was grouped
+};
+
+/// "citems": index 0 by ("ID", "Item").
+class CChangeItemTable : public VDB::CTable {
+ public:
+  static const VDB::TFileDef s_tFileDef;
+  static const VDB::TFieldDef s_atFieldDefs[];
+  static const VDB::TIndexDef s_atIndexDefs[];
+
+  const VDB::TFileDef* GetFileDef() const override { return &s_tFileDef; }
+  const VDB::TFieldDef* GetFieldDefs() const override { return s_atFieldDefs; }
+  const VDB::TIndexDef* GetIndexDefs() const override { return s_atIndexDefs; }
+};
+
+}  // namespace TALVEK::MCE

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "core/database.h"
+#include "core/properties.h"
+#include "core/string.h"
+
+namespace TALVEK::MCE {
+
+/// Properties of a change.
+enum TChangeProperty : std::uint16_t {
+  CHANGE_BASE_TIME = 0,  ///< time of the item that opened the change, seconds since 1970 UTC
+  CHANGE_MAX_TIME = 1,   ///< smallest time until which its items stay current
+};
+
+/// A changeset as the import database holds it.
+struct TChangeRecord : VDB::TRecordBase {
+  static constexpr int FIELD_COUNT = 8;
+
+  TRecordBase* Clone() const override { return new TChangeRecord(*this); }
+  void Delete() override;
+  TChangeRecord& CopyFrom(const TRecordBase* poOther) override;
+  std::array<void*, FIELD_COUNT> GetFieldAddresses();
+
+  std::uint32_t nID = 0;          ///< assigned by the database, from 1
+  std::uint32_t nProviderID = 0;  ///< the foreign system's own number
+  std::uint32_t nStreamID = 0;
+  VCM::CString strUser;
+  std::uint32_t nTime = 0;  ///< seconds since 1970 UTC, low 32 bits
+  VCM::CString strComment;
+  std::uint32_t nNextItem =
+      0;  ///< number that the next item will get: items + 1; 0 for a change without grouping
+  VCM::CProperties oProps;  ///< TChangeProperty
+};
+
+/// "change": index 0 by "ID", index 1 by ("StreamID", "Time") with equal keys.
+class CChangeTable : public VDB::CTable {
+ public:
+  static const VDB::TFileDef s_tFileDef;
+  static const VDB::TFieldDef s_atFieldDefs[];
+  static const VDB::TIndexDef s_atIndexDefs[];
+
+  const VDB::TFileDef* GetFileDef() const override { return &s_tFileDef; }
+  const VDB::TFieldDef* GetFieldDefs() const override { return s_atFieldDefs; }
+  const VDB::TIndexDef* GetIndexDefs() const override { return s_atIndexDefs; }
+};
+
+}  // namespace TALVEK::MCE

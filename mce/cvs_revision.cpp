@@ -1,0 +1,71 @@
+#include "mce/cvs_revision.h"
+
+#include <wx/tokenzr.h>
+
+#include "core/text_codec.h"
+
+namespace TALVEK::MCE {
+
+namespace {
+
+// Nearly every number in a log is plain digits and dots; this reads those without a copy. Nine digits fit 32
+// bits.
+bool ParsePlain(std::wstring_view strText, TCVSRevision& oRevision) {
+  std::uint32_t nComponent = 0;
+  int nDigits = 0;
+  for (const wchar_t ch : strText) {
+    if (ch >= L'0' && ch <= L'9' && nDigits < 9) {
+      nComponent = nComponent * 10 + static_cast<std::uint32_t>(ch - L'0');
+      ++nDigits;
+    } else if (ch == L'.' && nDigits > 0) {
+      oRevision.Add(nComponent);
+      nComponent = 0;
+      nDigits = 0;
+    } else {
+      return false;
+    }
+  }
+  if (nDigits == 0) return false;
+  oRevision.Add(nComponent);
+  return true;
+}
+
+}  // namespace
+
+TCVSRevision::TCVSRevision(const VCM::CString& strText) {
+  if (ParsePlain(strText.View(), *this)) return;
+  RemoveAll(false);
+  wxStringTokenizer oTokens(wxString(strText.c_str(), static_cast<std::size_t>(strText.GetLength())), ".");
+  while (oTokens.HasMoreTokens()) {
+    const VCM::CString strToken(oTokens.GetNextToken().ToStdWstring());
+    Add(static_cast<std::uint32_t>(VCM::ParseNumber(strToken)));
+  }
+}
+
+VCM::CString TCVSRevision::GetText() const {
+  std::wstring strText;
+  for (const std::uint32_t nComponent : *this) {
+    if (!strText.empty()) strText += L'.';
+    strText += std::to_wstring(static_cast<std::int32_t>(nComponent));
+  }
+  return VCM::CString(std::move(strText));
+}
+
+bool TCVSRevision::IsPrefixOf(const TCVSRevision& oOther) const {
+  if (GetCount() > oOther.GetCount()) return false;
+  for (int i = 0; i < GetCount(); ++i) {
+    if ((*this)[i] != oOther[i]) return false;
+  }
+  return true;
+}
+
+int CompareRevisions(const TCVSRevision& oLeft, const TCVSRevision& oRight) {
+  for (int i = 0;; ++i) {
+    if (i >= oRight.GetCount()) return 1;
+    if (i >= oLeft.GetCount()) return -1;
+    if (oLeft[i] < oRight[i]) return -1;
+    if (oRight[i] < oLeft[i]) return 1;
+  }
+}
+
+}  // namespace TALVEK::MCE

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "core/database.h"
+#include "core/directory_data.h"
+
+namespace TALVEK::MCE {
+
+/// A folder known to a provider that keeps a list of them. A plain value; only the ID is stored.
+struct TFolderRecord {
+  static constexpr int FIELD_COUNT = 1;
+
+  std::array<void*, FIELD_COUNT> GetFieldAddresses() { return {&nID}; }
+
+  std::uint32_t nID = 0;  ///< assigned by the database, from 1
+  VCM::CDirectoryData oFolders;
+  VCM::CDirectoryData oFiles;
+};
+
+/// "folder": index 0 by "ID".
+class CFolderTable : public VDB::CTable {
+ public:
+  static const VDB::TFileDef s_tFileDef;
+  static const VDB::TFieldDef s_atFieldDefs[];
+  static const VDB::TIndexDef s_atIndexDefs[];
+
+  const VDB::TFileDef* GetFileDef() const override { return &s_tFileDef; }
+  const VDB::TFieldDef* GetFieldDefs() const override { return s_atFieldDefs; }
+  const VDB::TIndexDef* GetIndexDefs() const override { return s_atIndexDefs; }
+};
+
+}  // namespace TALVEK::MCE

@@ -1,0 +1,113 @@
+// The import log.
+
+#include <ctime>
+
+#include <wx/filename.h>
+#include <wx/log.h>
+
+#include "core/text_codec.h"
+#include "core/timestamp.h"
+#include "mce/provider_base.h"
+
+namespace TALVEK::MCE {
+
+namespace {
+
+constexpr int SECONDS_PER_HOUR = 3600;
+constexpr std::uint32_t ABSENT_TIME = 0xFFFFFFFF;
+
+VCM::CString FormatUTC(std::uint32_t nTime) {
+  return VCM::CTimestamp(nTime).Format(VCM::ZONE_GMT0);
+}
+
+}  // namespace
+
+void CProviderBase::LogToConnection() {
+  m_bLogToConnection = true;
+  m_bLogOpen = true;
+}
+
+void CProviderBase::OpenLog(bool bOpen) {
+  if (!bOpen) {
+    m_bLogOpen = false;
+    return;
+  }
+  if (m_bLogOpen) return;
+  m_bLogOpen = true;
+
+  const wxLogNull oQuiet;  // the toolkit would tell failures on the server's standard error
+  wxFileName oFile;
+  oFile.AssignTempFileName("Talvek");
+  const wxString strPath = oFile.GetFullPath();
+  m_strLogPath = VCM::CString(strPath.ToStdWstring());
+  // The streams of an earlier file are let go as they are: what they hold has been flushed line by line.
+  m_poLogStream.reset();
+  m_poLogFile = std::make_unique<wxFFileOutputStream>(strPath, "wb");
+  m_poLogStream = std::make_unique<wxTextOutputStream>(*m_poLogFile, wxEOL_NATIVE, wxConvAuto());
+  WriteLog(L"Beginning Import with %s", m_strDisplayName.c_str());
+}
+
+VCM::CString CProviderBase::GetLogPath() {
+  m_poLogStream.reset();
+  m_poLogFile.reset();
+  m_bLogOpen = false;
+  return m_strLogPath;
+}
+
+void CProviderBase::WriteLog(const wchar_t* pszFormat, ...) {
+  if (!m_bLogOpen) return;
+  va_list args;
+  va_start(args, pszFormat);
+  m_strLastLine.FormatV(pszFormat, args);
+  va_end(args);
+  const int nLength = m_strLastLine.GetLength();
+  if (nLength == 0 || m_strLastLine[nLength - 1] != L'\n') m_strLastLine += L'\n';
+  // The hour's seconds only: enough to see how long a step took, whatever day the import ran.
+  VCM::CString strPrefix;
+  strPrefix.Format(L"%d: ", static_cast<int>(std::time(nullptr) % SECONDS_PER_HOUR));
+  m_strLastLine = strPrefix + m_strLastLine;
+
+  if (m_poLogStream) {
+    // Through UTF-8 and back: a character that has no UTF-8 form would cost the whole line.
+    const std::string strLine = VCM::ToUtf8(m_strLastLine);
+    m_poLogStream->WriteString(wxString::FromUTF8(strLine.data(), strLine.size()));
+    m_poLogFile->GetFile()->Flush();
+  }
+  if (m_bLogToConnection && !m_oReposView.IsEmpty()) {
+    if (VRM::CConnection* poConnection = m_oReposView->GetConnection()) {
+      poConnection->Message(L"%s", m_strLastLine.c_str());
+    }
+  }
+}
+
+void CProviderBase::LogStreamsAndChanges() {
+  PrepareForChanges(false);
+  if (!m_bLogOpen || !m_poChangeIterator) return;
+  for (const TStreamInfo& tStream : m_atStreams) {
+    WriteLog(L"Processing stream '%s' (id=%d,parentid=%d,destpath=%s,srcpath=%s,basechangeid=%d)",
+             tStream.strName.c_str(), static_cast<int>(tStream.nID), static_cast<int>(tStream.nParentID),
+             tStream.oDestPath.GeneratePath().c_str(), tStream.oSrcPath.GeneratePath().c_str(),
+             static_cast<int>(tStream.nBaseChangeID));
+    LogChangesOfStream(tStream);
+  }
+}
+
+void CProviderBase::LogChangesOfStream(const TStreamInfo& tStream) {
+  m_tChange.nStreamID = tStream.nID;
+  m_tChange.nTime = 0;
+  int nCount = 1;
+  for (bool bFound = m_poChangeIterator->GetGTE(m_tChange); bFound && m_tChange.nStreamID == tStream.nID;
+       bFound = m_poChangeIterator->GetNext(m_tChange)) {
+    const std::uint32_t nBaseTime = m_tChange.oProps.GetNumber(CHANGE_BASE_TIME, ABSENT_TIME);
+    const std::uint32_t nMaxTime = m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, ABSENT_TIME);
+    WriteLog(
+        L"\tChange (count=%d,id=%d,providerid=%d,user=%s,time=%s UTC,comment=%s,"
+        L"basetime=%s UTC(%d),maxtime=%s UTC(%d))",
+        nCount++, static_cast<int>(m_tChange.nID), static_cast<int>(m_tChange.nProviderID),
+        m_tChange.strUser.c_str(), FormatUTC(m_tChange.nTime).c_str(), m_tChange.strComment.c_str(),
+        FormatUTC(nBaseTime).c_str(), static_cast<int>(nBaseTime), FormatUTC(nMaxTime).c_str(),
+        static_cast<int>(nMaxTime));
+  }
+}
+
+}  // namespace TALVEK::MCE

@@ -1,0 +1,148 @@
+// The walks of the host: streams by parent, changesets of the current stream, items of the current changeset.
+
+#include "core/file_system.h"
+#include "mce/provider_base.h"
+
+namespace TALVEK::MCE {
+
+namespace {
+
+constexpr unsigned FOLDER_MODE = 0777;
+
+}  // namespace
+
+void CProviderBase::ResetStreams() {
+  m_atStreams.RemoveAll(true);
+  m_bStreamsEstablished = false;
+}
+
+int CProviderBase::EstablishStreams(unsigned int& nCount) {
+  if (!m_bStreamsEstablished) {
+    ResetStreams();
+    if (!SearchForStreams()) return RESULT_FAILED;
+    m_bStreamsEstablished = true;
+  }
+  if (m_atStreams.IsEmpty()) {
+    WriteLog(L"No streams were found.");
+    return RESULT_FAILED;
+  }
+  nCount = static_cast<unsigned int>(m_atStreams.GetCount());
+  return RESULT_OK;
+}
+
+const CProvider::TStreamInfo* CProviderBase::FindStream(unsigned int nStreamID) const {
+  for (const TStreamInfo& tStream : m_atStreams) {
+    if (tStream.nID == nStreamID) return &tStream;
+  }
+  return nullptr;
+}
+
+int CProviderBase::GetNextStream(POSITION*& poPosition, TStreamInfo& tStream, unsigned int nParentID) {
+  if (!m_bStreamsEstablished) {
+    if (!SearchForStreams()) return RESULT_FAILED;
+    m_bStreamsEstablished = true;
+  }
+  const unsigned int nWantedParent = nParentID != 0 && FindStream(nParentID) ? nParentID : 0;
+  // The host's position is the index of the next stream to look at.
+  auto nIndex = reinterpret_cast<std::intptr_t>(poPosition);
+  while (nIndex >= 0 && nIndex < m_atStreams.GetCount()) {
+    tStream = m_atStreams[static_cast<int>(nIndex)];
+    ++nIndex;
+    poPosition = reinterpret_cast<POSITION*>(nIndex);
+    if (tStream.nParentID == nWantedParent) return RESULT_OK;
+  }
+  return RESULT_END;
+}
+
+int CProviderBase::OnBeginStream(unsigned int nStreamID, const wchar_t* pszFolder) {
+  if (const TStreamInfo* ptStream = FindStream(nStreamID)) m_tCurrentStream = *ptStream;
+  m_oWorkFolder.Parse(pszFolder);
+  return RESULT_OK;
+}
+
+int CProviderBase::EstablishChangesets(unsigned int& nCount) {
+  if (!m_bChangesetsEstablished) {
+    if (!m_poDatabase && !PrepareForChanges(false)) return RESULT_FAILED;
+    if (!EnumerateChanges()) return RESULT_FAILED;
+    CommitChanges();
+    m_bChangesetsEstablished = true;
+  }
+  nCount = m_nChangesAdded;
+  return RESULT_OK;
+}
+
+int CProviderBase::FillChangeInfo(bool bFound, TChangeInfo& tChange) const {
+  if (!bFound || m_tChange.nStreamID != m_tCurrentStream.nID) return RESULT_END;
+  tChange.nID = m_tChange.nID;
+  tChange.strUser = m_tChange.strUser;
+  tChange.nTime = m_tChange.nTime;
+  tChange.strComment = m_tChange.strComment;
+  tChange.nItemCount = m_tChange.nNextItem;
+  return RESULT_OK;
+}
+
+int CProviderBase::OnFirstChangeset(TChangeInfo& tChange) {
+  if (!PrepareForChanges(false)) return RESULT_FAILED;
+  m_tChange.nStreamID = m_tCurrentStream.nID;
+  m_tChange.nTime = 0;
+  return FillChangeInfo(m_poChangeIterator->GetGTE(m_tChange), tChange);
+}
+
+int CProviderBase::OnNextChangeset(TChangeInfo& tChange) {
+  return FillChangeInfo(m_poChangeIterator && m_poChangeIterator->GetNext(m_tChange), tChange);
+}
+
+int CProviderBase::OnProcessChange(TChangeInfo& /*tChange*/) {
+  return RetrieveChangeFiles(m_tChange);
+}
+
+bool CProviderBase::FillChangeItemInfo(bool bFound, TChangeItemInfo& tItem) const {
+  if (!bFound || m_tChangeItem.nID != m_tChange.nID) return false;
+  tItem.nChangeID = m_tChangeItem.nID;
+  tItem.nType = m_tChangeItem.nType;
+  tItem.oFilePath = m_tChangeItem.oFilePath;
+  tItem.nRevision = m_tChangeItem.nRevision;
+  return true;
+}
+
+int CProviderBase::RetrieveCurrentItem() {
+  return RetrieveChangeItemFile(m_tChangeItem, m_tChangeItem.oFilePath.GeneratePath(m_oWorkFolder));
+}
+
+int CProviderBase::OnFirstChangeItem(TChangeItemInfo& tItem) {
+  if (!m_poChangeItemIterator) return RESULT_END;
+  m_tChangeItem.nID = m_tChange.nID;
+  m_tChangeItem.nItem = 0;
+  if (!FillChangeItemInfo(m_poChangeItemIterator->GetGTE(m_tChangeItem), tItem)) return RESULT_END;
+  if (!EnsureFolderExists(m_tChangeItem.oFilePath)) return RESULT_FAILED;
+  return RetrieveCurrentItem() == RESULT_OK ? RESULT_OK : RESULT_FAILED;
+}
+
+int CProviderBase::OnNextChangeItem(TChangeItemInfo& tItem) {
+  const bool bFound = m_poChangeItemIterator && m_poChangeItemIterator->GetNext(m_tChangeItem);
+  if (!FillChangeItemInfo(bFound, tItem)) return RESULT_END;
+  if (!EnsureFolderExists(m_tChangeItem.oFilePath)) {
+    WriteLog(L"Failed to create folder for change item '%s'", m_tChangeItem.oFilePath.GeneratePath().c_str());
+    return RESULT_FAILED;
+  }
+  if (RetrieveCurrentItem() != RESULT_OK) {
+    WriteLog(L"Failed to retrieve change item file '%s'", m_tChangeItem.oFilePath.GeneratePath().c_str());
+    return RESULT_FAILED;
+  }
+  return RESULT_OK;
+}
+
+bool CProviderBase::EnsureFolderExists(const VCM::CFilePath& oPath) {
+  VCM::CFilePath oFolder = m_oWorkFolder;
+  for (int i = 0; i < oPath.GetCount() - 1; ++i) {
+    oFolder.Add(oPath.GetItemText(i));
+    const VCM::CString strFolder = oFolder.GeneratePath();
+    if (!VCM::FolderExists(strFolder) && !VCM::CreateFolder(strFolder, FOLDER_MODE)) {
+      WriteLog(L"Failed to create directory '%s'", strFolder.c_str());
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace TALVEK::MCE

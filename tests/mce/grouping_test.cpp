@@ -1,0 +1,229 @@
+#include <gtest/gtest.h>
+
+#include "tests/mce/engine_fixture.h"
+
+namespace TALVEK::TEST {
+namespace {
+
+// The window is measured from the first item of a change, not from its latest one.
+TEST(GroupingTest, ItemBeyondWindowOfFirstItemOpensNewChange) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("b.c").At(1299);
+  oEngine.Add("c.c").At(1301);
+  EXPECT_EQ(oEngine.Changes(), "1299 joe: a.c b.c\n1301 joe: c.c\n");
+}
+
+TEST(GroupingTest, WindowHoldsItsBordersOnEitherSide) {
+  const struct {
+    long nTime;
+    const char* pszExpected;
+  } atCases[] = {
+      {1300, "1300 joe: a.c b.c\n"},
+      {1301, "1000 joe: a.c\n1301 joe: b.c\n"},
+      {700, "1000 joe: a.c b.c\n"},
+      {699, "699 joe: b.c\n1000 joe: a.c\n"},
+  };
+  for (const auto& tCase : atCases) {
+    CEngine oEngine;
+    oEngine.Add("a.c").At(1000);
+    oEngine.Add("b.c").At(tCase.nTime);
+    EXPECT_EQ(oEngine.Changes(), tCase.pszExpected) << tCase.nTime;
+  }
+}
+
+TEST(GroupingTest, AuthorsThatDifferOnlyInCaseAreGrouped) {
+  CEngine oEngine;
+  oEngine.Add("a.c").By("Joe").At(1000);
+  oEngine.Add("b.c").By("jOE").At(1010);
+  EXPECT_EQ(oEngine.Changes(), "1010 Joe: a.c b.c\n");
+}
+
+TEST(GroupingTest, AuthorsAreFoldedBeyondAscii) {
+  CEngine oEngine;
+  oEngine.Add("a.c").By("Øle").At(1000);
+  oEngine.Add("b.c").By("øLE").At(1010);
+  EXPECT_EQ(oEngine.Changes(), "1010 Øle: a.c b.c\n");
+}
+
+TEST(GroupingTest, OtherAuthorsStreamsAndCommentsStayApart) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("b.c").By("ann").At(1001);
+  oEngine.Add("c.c").Saying("other").At(1002);
+  oEngine.Add("d.c").In(2).At(1003);
+  EXPECT_EQ(oEngine.Changes(1), "1000 joe: a.c\n1001 ann: b.c\n1002 joe: c.c\n");
+  EXPECT_EQ(oEngine.Changes(2), "1003 joe: d.c\n");
+}
+
+TEST(GroupingTest, CommentsAreMergedWhenTheyNeedNotMatch) {
+  CEngine oEngine;
+  oEngine.Add("a.c").Saying("Fix bug").IgnoringComments().At(1000);
+  oEngine.Add("b.c").Saying("fix BUG. Add test.").IgnoringComments().At(1010);
+  EXPECT_EQ(oEngine.Comments(), "[Fix bug\nAdd test]");
+}
+
+TEST(GroupingTest, SameFileTwiceWithEqualRankGoesBeforeTheChange) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("b.c").At(1100);
+  oEngine.Add("a.c").At(1050);  // earlier than the change: keeps its own time
+  EXPECT_EQ(oEngine.Changes(), "1050 joe: a.c\n1100 joe: a.c b.c\n");
+}
+
+TEST(GroupingTest, SameFileTwiceWithEqualRankAtOrAfterTheChangeGoesOneSecondBefore) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("a.c").At(1020);  // would move the change to 1020
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c\n1019 joe: a.c\n");
+}
+
+TEST(GroupingTest, SameFileTwiceWithHigherRankGoesOneSecondAfterTheChange) {
+  CEngine oEngine;
+  oEngine.Add("a.c").Ranked(1).At(1000);
+  oEngine.Add("b.c").Ranked(1).At(1100);
+  oEngine.Add("a.c").Ranked(2).At(1050);
+  EXPECT_EQ(oEngine.Changes(), "1100 joe: a.c b.c\n1101 joe: a.c\n");
+}
+
+TEST(GroupingTest, RanksCompareAsSignedNumbers) {
+  CEngine oEngine;
+  oEngine.Add("a.c").Ranked(-1).At(1000);
+  oEngine.Add("a.c").Ranked(1).At(1000);
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c\n1001 joe: a.c\n");
+}
+
+TEST(GroupingTest, ChangeThatTheSecondItemCouldNotJoinIsNotWrittenBack) {
+  CEngine oEngine;
+  oEngine.Add("a.c").Until(5000).At(1000);
+  oEngine.Add("a.c").Until(2000).At(1020);
+  oEngine.Add("b.c").At(1015);  // both changes' windows hold it; the first keeps its time and its bound
+  EXPECT_EQ(oEngine.Changes(), "1015 joe: a.c b.c\n1019 joe: a.c\n");
+}
+
+TEST(GroupingTest, ItemAtOrAfterTheChangesMaximumTimeStaysOut) {
+  CEngine oEngine;
+  oEngine.Add("a.c").Until(1100).At(1000);
+  oEngine.Add("b.c").At(1100);
+  oEngine.Add("c.c").At(1099);
+  EXPECT_EQ(oEngine.Changes(), "1099 joe: a.c c.c\n1100 joe: b.c\n");
+}
+
+TEST(GroupingTest, ItemThatEndsBeforeTheChangesTimeStaysOut) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("b.c").At(1100);
+  oEngine.Add("c.c").Until(1099).At(1050);
+  oEngine.Add("d.c").Until(1100).At(1099);  // too late for the change of c.c
+  EXPECT_EQ(oEngine.Changes(), "1050 joe: c.c\n1100 joe: a.c b.c d.c\n");
+}
+
+TEST(GroupingTest, SmallestUpperBoundCounts) {
+  CEngine oEngine;
+  oEngine.Add("a.c").Until(1200).At(1000);
+  oEngine.Add("b.c").Until(1100).At(1000);
+  oEngine.Add("c.c").At(1150);
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c b.c\n1150 joe: c.c\n");
+}
+
+TEST(GroupingTest, FirstMatchingChangeInOrderOfTimeAndIdIsTaken) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("a.c").At(1000);  // opens a change at 999, which b.c finds first and moves to 1000
+  oEngine.Add("b.c").At(1000);
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c\n1000 joe: a.c b.c\n");
+}
+
+// At time 0 the window's lower end wraps around to the far end of unsigned time, where no change is.
+TEST(GroupingTest, ItemsAtTimeZeroAreNeverGrouped) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(0);
+  oEngine.Add("b.c").At(0);
+  EXPECT_EQ(oEngine.Changes(), "0 joe: a.c\n0 joe: b.c\n");
+}
+
+TEST(GroupingTest, ItemCarriesNumberTypeRevisionAndGroupedTime) {
+  CEngine oEngine;
+  ASSERT_TRUE(oEngine.Add("dir/a.c").Numbered("1.2.2.10").Ranked(3).At(1000));
+  MCE::TChangeItemRecord tItem;
+  tItem.nID = 1;
+  ASSERT_TRUE(oEngine.m_poChangeItemIterator->GetGTE(tItem));
+  VCM::CString strRevision;
+  EXPECT_EQ(tItem.nItem, 1u);
+  EXPECT_EQ(tItem.nType, MCE::CHANGE_ITEM_EDIT);
+  EXPECT_EQ(tItem.nRevision, 3);
+  EXPECT_TRUE(tItem.oProps.GetProperty(MCE::ITEM_FOREIGN_REVISION, strRevision));
+  EXPECT_TRUE(strRevision == L"1.2.2.10");
+  EXPECT_EQ(tItem.oTimestamp.GetUTC(), 1000);
+}
+
+TEST(GroupingTest, ItemWithoutRevisionNumberHasAnEmptyOne) {
+  CEngine oEngine;
+  VCM::CFilePath oPath;
+  oPath.Parse(L"a.c");
+  ASSERT_TRUE(
+      oEngine.AddChangeItem(Stream(1, 0, L"Main"), L"joe", MCE::CHANGE_ITEM_ADD, oPath, 1000, L"x", 5));
+  VCM::CString strRevision = L"something";
+  EXPECT_TRUE(oEngine.m_tChangeItem.oProps.GetProperty(MCE::ITEM_FOREIGN_REVISION, strRevision));
+  EXPECT_TRUE(strRevision.IsEmpty());
+  EXPECT_EQ(oEngine.m_tChange.oProps.GetNumber(MCE::CHANGE_MAX_TIME, 0), 4294967295u);
+}
+
+TEST(GroupingTest, ItemWithoutGroupingKeepsTheNumbersGiven) {
+  CEngine oEngine;
+  VCM::CFilePath oPath;
+  oPath.Parse(L"a.c");
+  ASSERT_TRUE(oEngine.AddChangeItem(7u, 4u, MCE::CHANGE_ITEM_DELETE, oPath, 2u));
+  EXPECT_EQ(oEngine.Paths(7), std::vector<std::string>{"a.c"});
+  EXPECT_TRUE(oEngine.m_tChangeItem.oProps.IsEmpty());
+}
+
+TEST(GroupingTest, CommentMergeTable) {
+  const struct {
+    const wchar_t *pszComment, *pszAddition, *pszExpected;
+  } atCases[] = {
+      {L"Fix bug", L"Fix bug", L"Fix bug"},
+      {L"Fix bug", L"fix BUG. Add test.", L"Fix bug\nAdd test"},
+      {L"a.b.", L"a.b.", L"a.b."},
+      {L"", L"One. Two", L"One\nTwo"},
+      {L"", L"", L""},
+      {L"x", L"", L"x"},
+      {L"x", L". . .", L"x"},
+      {L"Fix the bugs", L"the bug.", L"Fix the bugs"},
+      {L"x", L"  new \t. new", L"x\nnew"},
+      {L"x", L"No stop at all", L"x\nNo stop at all"},
+      {L"\x00c4rger", L"\x00e4RGER", L"\x00c4rger"},
+  };
+  for (const auto& tCase : atCases) {
+    VCM::CString strComment = tCase.pszComment;
+    CEngine::AddToComment(strComment, tCase.pszAddition);
+    EXPECT_TRUE(strComment == tCase.pszExpected) << VCM::ToUtf8(strComment);
+  }
+}
+
+TEST(NearestChangeTest, IsTheLastOneAtOrBeforeTheTime) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);  // change 1
+  oEngine.Add("a.c").At(5000);  // change 2
+  oEngine.Add("a.c").In(2).At(3000);
+  const struct {
+    unsigned nStream;
+    long nTime;
+    unsigned nExpected;
+  } atCases[] = {{1, 999, 0},  {1, 1000, 1}, {1, 4999, 1}, {1, 5000, 2},
+                 {1, 9999, 2}, {2, 2999, 0}, {2, 3000, 3}, {3, 9999, 0}};
+  for (const auto& tCase : atCases) {
+    EXPECT_EQ(oEngine.FindNearestChange(Stream(tCase.nStream, 0, L"s"), tCase.nTime), tCase.nExpected)
+        << tCase.nStream << " " << tCase.nTime;
+  }
+}
+
+TEST(NearestChangeTest, AmongEqualTimesIsTheOneAddedLast) {
+  CEngine oEngine;
+  oEngine.AddChange(0, 1, L"joe", L"first", 1000);
+  const unsigned nSecond = oEngine.AddChange(0, 1, L"joe", L"second", 1000);
+  EXPECT_EQ(oEngine.FindNearestChange(Stream(1, 0, L"s"), 1000), nSecond);
+}
+
+}  // namespace
+}  // namespace TALVEK::TEST

@@ -1,0 +1,198 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "mce/change_item_table.h"
+#include "mce/change_table.h"
+#include "mce/file_table.h"
+#include "mce/folder_table.h"
+#include "tests/mce/engine_fixture.h"
+
+namespace TALVEK::TEST {
+namespace {
+
+std::string DatabaseFile(const char* pszSuffix) {
+  return "/tmp/talvek-em-" + std::to_string(getpid()) + pszSuffix;
+}
+
+bool DatabaseFilesExist() {
+  return std::filesystem::exists(DatabaseFile(".tdf")) || std::filesystem::exists(DatabaseFile(".tlf"));
+}
+
+std::string Describe(const VDB::CTable& oTable) {
+  std::wstring strText = oTable.GetFileDef()->pszName;
+  strText += L" " + std::to_wstring(oTable.GetFileDef()->nFlags) + L":";
+  for (const VDB::TFieldDef* ptField = oTable.GetFieldDefs(); ptField->pszName; ++ptField) {
+    strText += std::wstring(L" ") + ptField->pszName + L"(" + std::to_wstring(ptField->nType) + L")";
+  }
+  for (const VDB::TIndexDef* ptIndex = oTable.GetIndexDefs(); ptIndex->nFieldCount != 0; ++ptIndex) {
+    strText += L" |" + std::to_wstring(ptIndex->nFlags);
+    for (int i = 0; i < ptIndex->nFieldCount; ++i)
+      strText += L" " + std::to_wstring(ptIndex->anFields[i]);
+  }
+  return VCM::ToUtf8(VCM::CString(std::move(strText)));
+}
+
+TEST(SchemaTest, TablesDeclareTheirFieldsAndIndexes) {
+  EXPECT_EQ(Describe(MCE::CChangeTable()),
+            "change 1: ID(3) ProviderID(3) StreamID(3) User(4) Time(3) Comment(5) NextItem(3) Props(13)"
+            " |0 0 |1 2 4");
+  EXPECT_EQ(Describe(MCE::CChangeItemTable()),
+            "citems 0: ID(3) Item(3) Type(3) FilePath(12) Revision(3) Props(13) Timestamp(11) |0 0 1");
+  EXPECT_EQ(Describe(MCE::CFileTable()), "file 1: ID(3) Path(12) Path(13) |0 0");
+  EXPECT_EQ(Describe(MCE::CFolderTable()), "folder 1: ID(3) |0 0");
+}
+
+TEST(SchemaTest, DefinitionsHaveTheSizesThatTheEngineReads) {
+  EXPECT_EQ(sizeof(VDB::TIndexDef), 24 * sizeof(std::uint16_t));
+  EXPECT_EQ(sizeof(VDB::TFileDef), 2 * sizeof(void*));
+  EXPECT_EQ(sizeof(VDB::TFieldDef), 2 * sizeof(void*));
+  EXPECT_EQ(sizeof(MCE::TPropertyInfo), 4 * sizeof(void*));
+}
+
+TEST(RecordTest, DefaultRecordIsEmpty) {
+  const MCE::TChangeRecord tChange;
+  EXPECT_EQ(tChange.nID + tChange.nProviderID + tChange.nStreamID + tChange.nTime + tChange.nNextItem, 0u);
+  EXPECT_TRUE(tChange.strUser.IsEmpty() && tChange.strComment.IsEmpty() && tChange.oProps.IsEmpty());
+  const MCE::TChangeItemRecord tItem;
+  EXPECT_EQ(tItem.nID + tItem.nItem + tItem.nType, 0u);
+  EXPECT_EQ(tItem.nRevision, 0);
+  EXPECT_EQ(tItem.oTimestamp.GetUTC(), 0);
+  EXPECT_EQ(tItem.oFilePath.GetCount(), 0);
+}
+
+TEST(RecordTest, CloneAndCopyFromTakeEveryField) {
+  MCE::TChangeRecord tChange;
+  tChange.nID = 1;
+  tChange.nProviderID = 2;
+  tChange.nStreamID = 3;
+  tChange.strUser = L"joe";
+  tChange.nTime = 4;
+  tChange.strComment = L"text";
+  tChange.nNextItem = 5;
+  tChange.oProps.SetProperty(0, 6u);
+  auto* ptClone = static_cast<MCE::TChangeRecord*>(tChange.Clone());
+  MCE::TChangeRecord tCopy;
+  EXPECT_EQ(&tCopy.CopyFrom(ptClone), &tCopy);
+  ptClone->Delete();
+  tCopy.CopyFrom(&tCopy);
+  EXPECT_EQ(tCopy.nID, 1u);
+  EXPECT_EQ(tCopy.nProviderID, 2u);
+  EXPECT_EQ(tCopy.nStreamID, 3u);
+  EXPECT_TRUE(tCopy.strUser == L"joe");
+  EXPECT_EQ(tCopy.nTime, 4u);
+  EXPECT_TRUE(tCopy.strComment == L"text");
+  EXPECT_EQ(tCopy.nNextItem, 5u);
+  EXPECT_EQ(tCopy.oProps.GetNumber(0, 0), 6u);
+}
+
+TEST(ImportDatabaseTest, ProviderWithoutChangesLeavesNoFiles) {
+  { CEngine oEngine; }
+  EXPECT_FALSE(DatabaseFilesExist());
+}
+
+TEST(ImportDatabaseTest, FilesLiveAsLongAsTheProvider) {
+  {
+    CEngine oEngine;
+    ASSERT_TRUE(oEngine.PrepareForChanges(false));
+    EXPECT_TRUE(std::filesystem::exists(DatabaseFile(".tdf")));
+    EXPECT_TRUE(std::filesystem::exists(DatabaseFile(".tlf")));
+  }
+  EXPECT_FALSE(DatabaseFilesExist());
+}
+
+TEST(ImportDatabaseTest, DestroyEndsTheProviderAndItsFiles) {
+  auto* poEngine = new CEngine;
+  ASSERT_TRUE(poEngine->PrepareForChanges(false));
+  poEngine->Destroy();
+  EXPECT_FALSE(DatabaseFilesExist());
+}
+
+TEST(ImportDatabaseTest, SecondCommitDoesNothing) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.CommitChanges();
+  EXPECT_EQ(oEngine.m_poTransaction, nullptr);
+  EXPECT_EQ(oEngine.m_poChangeIterator, nullptr);
+  oEngine.CommitChanges();
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c\n");
+}
+
+TEST(ImportDatabaseTest, CommitWithoutDatabaseDoesNothing) {
+  CEngine oEngine;
+  oEngine.CommitChanges();
+  EXPECT_EQ(oEngine.m_poDatabase, nullptr);
+}
+
+TEST(ImportDatabaseTest, ResetAfterCommitOpensNewTransactionAndKeepsWhatWasCommitted) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.CommitChanges();
+  EXPECT_TRUE(oEngine.PrepareForChanges(true));
+  EXPECT_TRUE(oEngine.m_poTransaction->IsOpen());
+  EXPECT_TRUE(oEngine.m_oChangeTable.IsOpen());
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c\n");
+}
+
+TEST(ImportDatabaseTest, ResetDiscardsWhatWasNotCommitted) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  EXPECT_TRUE(oEngine.PrepareForChanges(true));
+  EXPECT_EQ(oEngine.Changes(), "");
+}
+
+TEST(ImportDatabaseTest, PreparingTwiceKeepsTheTransaction) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  const VDB::CTransaction* const poTransaction = oEngine.m_poTransaction.get();
+  EXPECT_TRUE(oEngine.PrepareForChanges(false));
+  EXPECT_EQ(oEngine.m_poTransaction.get(), poTransaction);
+}
+
+TEST(ImportDatabaseTest, TimeBeyond32BitsIsTruncated) {
+  CEngine oEngine;
+  oEngine.AddChange(0, 1, L"joe", L"far away", 4294967296L + 77);
+  EXPECT_EQ(oEngine.Changes(), "77 joe:\n");
+}
+
+TEST(ImportDatabaseTest, AddedChangeHasNoItemsAndNoProperties) {
+  CEngine oEngine;
+  EXPECT_EQ(oEngine.AddChange(42, 1, L"joe", L"text", 1000), 1u);
+  EXPECT_EQ(oEngine.AddChange(43, 1, L"joe", L"text", 1000), 2u);
+  EXPECT_EQ(oEngine.m_nChangesAdded, 2u);
+  EXPECT_EQ(oEngine.m_tChange.nProviderID, 43u);
+  EXPECT_EQ(oEngine.m_tChange.nNextItem, 0u);
+  EXPECT_TRUE(oEngine.m_tChange.oProps.IsEmpty());
+}
+
+TEST(ImportDatabaseTest, ItemCountOfUnknownChangeIsNotWritten) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  EXPECT_FALSE(oEngine.UpdateChangeItemCount(99, 7));
+  EXPECT_TRUE(oEngine.UpdateChangeItemCount(1, 7));
+  EXPECT_EQ(oEngine.m_tChange.nID, 1u);
+  oEngine.VisitChanges(1, [](const MCE::TChangeRecord& tChange) { EXPECT_EQ(tChange.nNextItem, 7u); });
+}
+
+TEST(ImportDatabaseTest, WithoutDatabaseNothingSucceeds) {
+  CEngine oOwner;
+  ASSERT_TRUE(oOwner.PrepareForChanges(false));
+  CEngine oSecond;  // the same process, so the same path
+  oSecond.m_atFound = {Stream(1, 0, L"Main")};
+  unsigned nCount = 0;
+  MCE::CProvider::TChangeInfo tChange;
+  EXPECT_FALSE(oSecond.PrepareForChanges(false));
+  EXPECT_EQ(oSecond.EstablishChangesets(nCount), MCE::RESULT_FAILED);
+  EXPECT_EQ(oSecond.OnFirstChangeset(tChange), MCE::RESULT_FAILED);
+  EXPECT_FALSE(oSecond.Add("a.c").At(1000));
+  EXPECT_EQ(oSecond.FindNearestChange(Stream(1, 0, L"Main"), 1000), 0u);
+}
+
+}  // namespace
+}  // namespace TALVEK::TEST

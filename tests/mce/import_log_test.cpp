@@ -1,0 +1,238 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <regex>
+
+#include "tests/mce/engine_fixture.h"
+#include "tests/support/environment_scope.h"
+#include "tests/support/temp_folder.h"
+
+namespace TALVEK::TEST {
+namespace {
+
+/// The log's lines without their "seconds: " prefixes.
+std::string Unprefixed(const std::string& strLog) {
+  return std::regex_replace(strLog, std::regex("(^|\n)\\d+: "), "$1");
+}
+
+class CRecordingConnection : public VRM::CConnection {
+ public:
+  void Message(const wchar_t* pszFormat, ...) override {
+    va_list args;
+    va_start(args, pszFormat);
+    VCM::CString strMessage;
+    strMessage.FormatV(pszFormat, args);
+    va_end(args);
+    m_strReceived += VCM::ToUtf8(strMessage);
+  }
+  std::string m_strReceived;
+};
+
+class CConnectedView : public VRO::CReposView {
+ public:
+  explicit CConnectedView(VRM::CConnection* poConnection) : m_poConnection(poConnection) {}
+  VRM::CConnection* GetConnection() const override { return m_poConnection; }
+
+ private:
+  VRM::CConnection* m_poConnection;
+};
+
+class ImportLogTest : public ::testing::Test {
+ protected:
+  void Open() { m_oEngine.OpenLog(true); }
+  /// Closes the log and returns what is in it.
+  std::string Close() {
+    m_oLastPath = VCM::ToBytes(m_oEngine.GetLogPath());
+    return ReadFile(m_oLastPath);
+  }
+  /// The files in the temporary folder, without prefixes.
+  std::vector<std::string> Files() const {
+    std::vector<std::string> astrTexts;
+    for (const auto& oEntry : std::filesystem::directory_iterator(m_oTemp.Path())) {
+      astrTexts.push_back(Unprefixed(ReadFile(oEntry.path())));
+    }
+    std::sort(astrTexts.begin(), astrTexts.end());
+    return astrTexts;
+  }
+
+  CTempFolder m_oTemp;
+  CEnvironmentScope m_oTempVariable{"TMPDIR", m_oTemp.Path().string()};
+  CEngine m_oEngine;
+  std::filesystem::path m_oLastPath;
+};
+
+TEST_F(ImportLogTest, ClosedLogTakesNoLine) {
+  m_oEngine.WriteLog(L"lost %d", 1);
+  EXPECT_FALSE(m_oEngine.IsLogOpen());
+  EXPECT_TRUE(m_oEngine.GetLogPath().IsEmpty());
+}
+
+TEST_F(ImportLogTest, FileLiesInTheTemporaryFolderAndItsNameStartsWithTalvek) {
+  Open();
+  EXPECT_TRUE(m_oEngine.IsLogOpen());
+  Close();
+  EXPECT_EQ(m_oLastPath.parent_path(), m_oTemp.Path());
+  EXPECT_TRUE(m_oLastPath.filename().string().starts_with("Talvek"));
+}
+
+TEST_F(ImportLogTest, BeginsWithTheDisplayName) {
+  Open();
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+}
+
+TEST_F(ImportLogTest, LineFeedIsAddedOnlyWhereItIsMissing) {
+  Open();
+  m_oEngine.WriteLog(L"same");
+  m_oEngine.WriteLog(L"same\n");
+  m_oEngine.WriteLog(L"");
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\nsame\nsame\n\n");
+}
+
+TEST_F(ImportLogTest, PrefixIsTheSecondOfTheHour) {
+  const std::time_t nBefore = std::time(nullptr);
+  Open();
+  const std::string strLog = Close();
+  const std::time_t nAfter = std::time(nullptr);
+  const long nPrefix = std::stol(strLog);
+  bool bMatches = false;
+  for (std::time_t n = nBefore; n <= nAfter; ++n)
+    bMatches = bMatches || nPrefix == n % 3600;
+  EXPECT_TRUE(bMatches) << strLog;
+}
+
+TEST_F(ImportLogTest, LinesAreOnDiskAtOnce) {
+  Open();
+  m_oEngine.WriteLog(L"here");
+  EXPECT_EQ(Files(), std::vector<std::string>{"Beginning Import with Test\nhere\n"});
+}
+
+TEST_F(ImportLogTest, ClosingDropsFurtherLines) {
+  Open();
+  Close();
+  EXPECT_FALSE(m_oEngine.IsLogOpen());
+  m_oEngine.WriteLog(L"lost");
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+}
+
+TEST_F(ImportLogTest, PausedLogKeepsItsFileAndReopensAnother) {
+  Open();
+  m_oEngine.OpenLog(false);
+  m_oEngine.WriteLog(L"lost");
+  m_oEngine.OpenLog(true);
+  m_oEngine.WriteLog(L"kept");
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\nkept\n");
+  EXPECT_EQ(Files(),
+            (std::vector<std::string>{"Beginning Import with Test\n", "Beginning Import with Test\nkept\n"}));
+}
+
+TEST_F(ImportLogTest, OpeningAnOpenLogDoesNothing) {
+  Open();
+  Open();
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+}
+
+TEST_F(ImportLogTest, UndecodableByteIsShownAsReplacementCharacter) {
+  Open();
+  m_oEngine.WriteLog(L"%s", L"caf\xdce9 \x00e9 \x20ac");
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\ncaf\xEF\xBF\xBD \xC3\xA9 \xE2\x82\xAC\n");
+}
+
+TEST_F(ImportLogTest, LongLineIsWhole) {
+  Open();
+  const std::wstring strLong(1000000, L'x');
+  m_oEngine.WriteLog(L"%s", strLong.c_str());
+  EXPECT_EQ(Unprefixed(Close()).size(),
+            std::string("Beginning Import with Test\n").size() + strLong.size() + 1);
+}
+
+TEST_F(ImportLogTest, CallbackTakesTheTextAsFormat) {
+  Open();
+  MCE::CProvider::WriteLogCallback(L"100%% done", static_cast<MCE::CProvider*>(&m_oEngine));
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n100% done\n");
+}
+
+TEST_F(ImportLogTest, CallbackWithADirectiveFormatsAMissingArgument) {
+  Open();
+  MCE::CProvider::WriteLogCallback(L"100%d done", static_cast<MCE::CProvider*>(&m_oEngine));
+  EXPECT_TRUE(
+      std::regex_match(Unprefixed(Close()), std::regex("Beginning Import with Test\n100-?\\d+ done\n")));
+}
+
+TEST_F(ImportLogTest, ConnectionGetsEveryLineAndNoFileIsOpened) {
+  CRecordingConnection oConnection;
+  m_oEngine.SetRepositoryView(
+      VRW::TObjectInvokeRef<VRO::CReposView>(std::make_shared<CConnectedView>(&oConnection)));
+  m_oEngine.LogToConnection();
+  EXPECT_TRUE(m_oEngine.IsLogOpen());
+  m_oEngine.WriteLog(L"100%% of %s", L"it");
+  m_oEngine.OpenLog(true);  // open already: no file
+  EXPECT_EQ(Unprefixed(oConnection.m_strReceived), "100% of it\n");
+  EXPECT_TRUE(m_oEngine.GetLogPath().IsEmpty());
+  m_oEngine.WriteLog(L"lost");
+  EXPECT_EQ(Unprefixed(oConnection.m_strReceived), "100% of it\n");
+}
+
+TEST_F(ImportLogTest, ConnectionAndFileCanBothBeServed) {
+  CRecordingConnection oConnection;
+  m_oEngine.SetRepositoryView(
+      VRW::TObjectInvokeRef<VRO::CReposView>(std::make_shared<CConnectedView>(&oConnection)));
+  Open();
+  m_oEngine.LogToConnection();
+  m_oEngine.WriteLog(L"both");
+  EXPECT_EQ(Unprefixed(oConnection.m_strReceived), "both\n");
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\nboth\n");
+}
+
+TEST_F(ImportLogTest, MissingViewOrConnectionLosesOnlyTheLine) {
+  m_oEngine.LogToConnection();
+  m_oEngine.WriteLog(L"nobody listens");
+  m_oEngine.SetRepositoryView(
+      VRW::TObjectInvokeRef<VRO::CReposView>(std::make_shared<CConnectedView>(nullptr)));
+  m_oEngine.WriteLog(L"nobody listens");
+  EXPECT_TRUE(m_oEngine.IsLogOpen());
+}
+
+TEST_F(ImportLogTest, StreamsAndChangesAreWrittenOut) {
+  m_oEngine.m_atFound = {Stream(1, 0, L"Main"), Stream(2, 1, L"B")};
+  m_oEngine.m_atFound[1].nBaseChangeID = 1;
+  unsigned nCount = 0;
+  m_oEngine.EstablishStreams(nCount);
+  m_oEngine.Add("a.c").Saying("two\nlines").Until(2000).At(1000);
+  m_oEngine.Add("b.c").At(9000);
+  m_oEngine.AddChange(7, 2, L"ann", L"plain", 3000);
+  m_oEngine.EstablishChangesets(nCount);
+  Open();
+  m_oEngine.LogStreamsAndChanges();
+  EXPECT_EQ(Unprefixed(Close()),
+            "Beginning Import with Test\n"
+            "Processing stream 'Main' (id=1,parentid=0,destpath=,srcpath=,basechangeid=0)\n"
+            "\tChange (count=1,id=1,providerid=0,user=joe,time=1970-01-01 00:16:40 UTC,comment=two\nlines,"
+            "basetime=1970-01-01 00:16:40 UTC(1000),maxtime=1970-01-01 00:33:20 UTC(2000))\n"
+            "\tChange (count=2,id=2,providerid=0,user=joe,time=1970-01-01 02:30:00 UTC,comment=work,"
+            "basetime=1970-01-01 02:30:00 UTC(9000),maxtime=2106-02-07 06:28:15 UTC(-1))\n"
+            "Processing stream 'B' (id=2,parentid=1,destpath=,srcpath=,basechangeid=1)\n"
+            "\tChange (count=1,id=3,providerid=7,user=ann,time=1970-01-01 00:50:00 UTC,comment=plain,"
+            "basetime=2106-02-07 06:28:15 UTC(-1),maxtime=2106-02-07 06:28:15 UTC(-1))\n");
+}
+
+TEST_F(ImportLogTest, ClosedLogGetsNoStreamsButTheDatabaseIsMade) {
+  EXPECT_EQ(m_oEngine.m_poDatabase, nullptr);
+  m_oEngine.LogStreamsAndChanges();
+  EXPECT_NE(m_oEngine.m_poDatabase, nullptr);
+}
+
+TEST_F(ImportLogTest, LogOutlivesTheProvider) {
+  {
+    CEngine oEngine;
+    oEngine.OpenLog(true);
+    m_oLastPath = VCM::ToBytes(oEngine.GetLogPath());
+  }
+  EXPECT_TRUE(std::filesystem::exists(m_oLastPath));
+}
+
+}  // namespace
+}  // namespace TALVEK::TEST
