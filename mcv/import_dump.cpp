@@ -1,0 +1,203 @@
+// import-dump: prints the whole import database of a CVS module as JSON Lines, for people who debug an
+// import.
+
+#include <clocale>
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "core/json_text.h"
+#include "core/text_codec.h"
+#include "mcv/cvs_provider.h"
+
+namespace TALVEK::MCV {
+
+namespace {
+
+enum TExitStatus : int { EXIT_DONE = 0, EXIT_FAILED = 1, EXIT_WRONG_USE = 2 };
+
+constexpr std::uint32_t ABSENT_TIME = 0xFFFFFFFF;
+
+/// One JSON object with one key whose value is an object.
+class CJsonLine {
+ public:
+  explicit CJsonLine(const char* pszRecord) : m_strLine(std::string("{\"") + pszRecord + "\":{") {}
+
+  CJsonLine& Number(const char* pszField, std::uint32_t nValue) {
+    AppendField(pszField);
+    m_strLine += std::to_string(nValue);
+    return *this;
+  }
+  CJsonLine& Text(const char* pszField, const VCM::CString& strValue) {
+    AppendField(pszField);
+    VCM::AppendJsonString(strValue, m_strLine);
+    return *this;
+  }
+  void Print() {
+    m_strLine += "}}\n";
+    std::fwrite(m_strLine.data(), 1, m_strLine.size(), stdout);
+  }
+
+ private:
+  void AppendField(const char* pszField) {
+    if (m_strLine.back() != '{') m_strLine += ',';
+    m_strLine += '"';
+    m_strLine += pszField;
+    m_strLine += "\":";
+  }
+
+  std::string m_strLine;
+};
+
+/// The provider, with its database laid open.
+class CDumpingProvider : public CProvider {
+ public:
+  void SetDefaults() {
+    for (const MCE::TPropertyInfo* ptInfo = GetPropertyInfo(); ptInfo->pszLabel; ++ptInfo) {
+      SetProperty(ptInfo->pszKey, ptInfo->pszDefault);
+    }
+  }
+
+  /// False when the database doesn't give back as much as has been put in.
+  bool Dump() {
+    DumpStreams();
+    if (!PrepareForChanges(false)) return false;
+    return DumpChanges() == m_nChangesAdded && DumpItems() == m_nItemsExpected;
+  }
+
+ private:
+  void DumpStreams() const {
+    for (const TStreamInfo& tStream : m_atStreams) {
+      CJsonLine("stream")
+          .Number("id", tStream.nID)
+          .Number("parent", tStream.nParentID)
+          .Text("name", tStream.strName)
+          .Number("created", tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0))
+          .Number("max_created", tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0))
+          .Number("base_change", tStream.nBaseChangeID)
+          .Print();
+    }
+  }
+
+  std::uint32_t DumpChanges() {
+    std::uint32_t nChanges = 0;
+    MCE::TChangeRecord tChange;
+    for (bool bFound = m_poChangeIterator->GetGTE(tChange); bFound;
+         bFound = m_poChangeIterator->GetNext(tChange)) {
+      CJsonLine("change")
+          .Number("id", tChange.nID)
+          .Number("stream", tChange.nStreamID)
+          .Text("user", tChange.strUser)
+          .Number("time", tChange.nTime)
+          .Text("comment", tChange.strComment)
+          .Number("next_item", tChange.nNextItem)
+          .Number("base_time", tChange.oProps.GetNumber(MCE::CHANGE_BASE_TIME, ABSENT_TIME))
+          .Number("max_time", tChange.oProps.GetNumber(MCE::CHANGE_MAX_TIME, ABSENT_TIME))
+          .Print();
+      ++nChanges;
+      m_nItemsExpected += tChange.nNextItem - 1;
+    }
+    return nChanges;
+  }
+
+  std::uint64_t DumpItems() {
+    std::uint64_t nItems = 0;
+    MCE::TChangeItemRecord tItem;
+    for (bool bFound = m_poChangeItemIterator->GetGTE(tItem); bFound;
+         bFound = m_poChangeItemIterator->GetNext(tItem)) {
+      VCM::CString strRevision;
+      tItem.oProps.GetProperty(MCE::ITEM_FOREIGN_REVISION, strRevision);
+      CJsonLine("item")
+          .Number("change", tItem.nID)
+          .Number("item", tItem.nItem)
+          .Number("type", tItem.nType)
+          .Text("path", tItem.oFilePath.GeneratePath())
+          .Text("revision", strRevision)
+          .Number("time", static_cast<std::uint32_t>(tItem.oTimestamp.GetUTC()))
+          .Print();
+      ++nItems;
+    }
+    return nItems;
+  }
+
+  std::uint64_t m_nItemsExpected = 0;
+};
+
+int Fail(const std::string& strReason, TExitStatus nStatus) {
+  std::cerr << "import-dump: " << strReason << '\n';
+  return nStatus;
+}
+
+/// Moves the import log to where the user wants it; deletes it when nowhere.
+bool KeepLog(CProvider& oProvider, const std::string& strTarget) {
+  const std::string strLog = VCM::ToBytes(oProvider.GetLogPath());
+  std::error_code oError;
+  if (!strTarget.empty()) {
+    std::filesystem::copy_file(strLog, strTarget, std::filesystem::copy_options::overwrite_existing, oError);
+  }
+  std::error_code oIgnored;
+  std::filesystem::remove(strLog, oIgnored);
+  return !oError;
+}
+
+int Run(const std::vector<std::string>& astrSettings, const std::string& strImportLog) {
+  CDumpingProvider oProvider;
+  oProvider.SetDefaults();
+  for (const std::string& strSetting : astrSettings) {
+    const std::size_t nEquals = strSetting.find('=');
+    if (nEquals == std::string::npos || nEquals == 0) {
+      return Fail("'" + strSetting + "' is no Key=Value; see import-dump --help", EXIT_WRONG_USE);
+    }
+    oProvider.SetProperty(VCM::FromBytes(strSetting.substr(0, nEquals)),
+                          VCM::FromBytes(strSetting.substr(nEquals + 1)));
+  }
+  if (!strImportLog.empty()) oProvider.OpenLog(true);
+
+  unsigned nStreams = 0;
+  unsigned nChanges = 0;
+  const bool bEstablished = oProvider.EstablishStreams(nStreams) == MCE::RESULT_OK &&
+                            oProvider.EstablishChangesets(nChanges) == MCE::RESULT_OK;
+  bool bDumped = false;
+  if (bEstablished) {
+    oProvider.ResolveStreamLinkage();
+    bDumped = oProvider.Dump();
+  }
+  if (!strImportLog.empty() && !KeepLog(oProvider, strImportLog)) {
+    return Fail("can't write " + strImportLog, EXIT_FAILED);
+  }
+  if (!bEstablished) return Fail("the history can't be read; --import-log FILE tells more", EXIT_FAILED);
+  if (!bDumped) return Fail("the import database has lost records; is the disk of /tmp full?", EXIT_FAILED);
+  if (std::fflush(stdout) != 0 || std::ferror(stdout)) return Fail("can't write the output", EXIT_FAILED);
+  return EXIT_DONE;
+}
+
+}  // namespace
+
+}  // namespace TALVEK::MCV
+
+int main(int argc, char** argv) {
+  // Whatever the caller's locale: the same log must give the same database.
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  CLI::App oApp(
+      "Prints the import database of a CVS module as JSON Lines: streams, changes, change items.\n"
+      "Properties not set have their defaults; `talvek-import properties` lists them.\n"
+      "Example: import-dump --set ReposPath=/var/cvs --set ModuleName=proj --set NestedBranches=1");
+  std::vector<std::string> astrSettings;
+  std::string strImportLog;
+  oApp.add_option("--set", astrSettings, "sets a property")->type_name("Key=Value")->allow_extra_args(false);
+  oApp.add_option("--import-log", strImportLog, "keeps the import log in this file")->type_name("FILE");
+  try {
+    oApp.parse(argc, argv);
+  } catch (const CLI::ParseError& eParse) {
+    return oApp.exit(eParse) == 0 ? 0 : TALVEK::MCV::EXIT_WRONG_USE;
+  }
+  try {
+    return TALVEK::MCV::Run(astrSettings, strImportLog);
+  } catch (const std::exception& eFailure) {
+    return TALVEK::MCV::Fail(eFailure.what(), TALVEK::MCV::EXIT_FAILED);
+  }
+}

@@ -1,0 +1,172 @@
+#include "mcv/log_date.h"
+
+#include <optional>
+
+#include <wx/datetime.h>
+
+#include "core/text_codec.h"
+
+namespace TALVEK::MCV {
+
+namespace {
+
+constexpr int ZONE_SUFFIX_LENGTH = 6;
+constexpr int MAX_HOURS_EAST = 13;
+constexpr int MAX_HOURS_WEST = 12;
+constexpr long long SECONDS_PER_DAY = 86400;
+
+/// Cuts a suffix such as " +0200" off the text and returns the zone that it names; GMT without one.
+int CutZoneSuffix(VCM::CString& strText) {
+  const VCM::CString strSuffix = strText.Right(ZONE_SUFFIX_LENGTH);
+  const bool bIsZone = strSuffix.GetLength() == ZONE_SUFFIX_LENGTH && strSuffix[0] == L' ' &&
+                       (strSuffix[1] == L'+' || strSuffix[1] == L'-');
+  if (!bIsZone) return VCM::ZONE_GMT0;
+  strText = strText.Left(strText.GetLength() - ZONE_SUFFIX_LENGTH);
+  const auto nHours = static_cast<int>(VCM::ParseNumber(strSuffix.Mid(2, 2)));
+  if (strSuffix[1] == L'+') return nHours <= MAX_HOURS_EAST ? VCM::ZONE_GMT0 + nHours : VCM::ZONE_GMT0;
+  return nHours <= MAX_HOURS_WEST ? VCM::ZONE_GMT0 - nHours : VCM::ZONE_GMT0;
+}
+
+/// Reads a text from the left.
+class CScanner {
+ public:
+  explicit CScanner(std::wstring_view strText) : m_strText(strText) {}
+
+  /// One to `nMaxDigits` digits, not followed by another one.
+  std::optional<int> Number(int nMaxDigits) {
+    int nValue = 0;
+    int nDigits = 0;
+    while (nDigits < nMaxDigits && IsDigit()) {
+      nValue = nValue * 10 + static_cast<int>(m_strText[m_nPosition++] - L'0');
+      ++nDigits;
+    }
+    if (nDigits == 0 || IsDigit()) return std::nullopt;
+    return nValue;
+  }
+  bool Character(wchar_t ch) {
+    if (m_nPosition >= m_strText.size() || m_strText[m_nPosition] != ch) return false;
+    ++m_nPosition;
+    return true;
+  }
+  void SkipBlanks() {
+    while (m_nPosition < m_strText.size() && VCM::IsWhiteSpace(m_strText[m_nPosition]))
+      ++m_nPosition;
+  }
+  std::size_t GetPosition() const { return m_nPosition; }
+
+ private:
+  bool IsDigit() const {
+    return m_nPosition < m_strText.size() && m_strText[m_nPosition] >= L'0' && m_strText[m_nPosition] <= L'9';
+  }
+
+  std::wstring_view m_strText;
+  std::size_t m_nPosition = 0;
+};
+
+/// Days since 1970-01-01 of a date of the Gregorian calendar; nothing when there is no such day.
+std::optional<long long> DaysSinceEpoch(int nYear, int nMonth, int nDay) {
+  static constexpr int ANDAYS[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  if (nMonth < 1 || nMonth > 12) return std::nullopt;
+  const bool bLeapYear = (nYear % 4 == 0 && nYear % 100 != 0) || nYear % 400 == 0;
+  if (nDay < 1 || nDay > ANDAYS[nMonth - 1] + (nMonth == 2 && bLeapYear ? 1 : 0)) return std::nullopt;
+  // Counted in years that begin in March, so that the leap day is a year's last.
+  const long long nMarchYear = nYear - (nMonth <= 2 ? 1 : 0);
+  const long long nMarchMonth = (nMonth + 9) % 12;
+  const long long nLeapDays = nMarchYear / 4 - nMarchYear / 100 + nMarchYear / 400;
+  return nMarchYear * 365 + nLeapDays + (nMarchMonth * 153 + 2) / 5 + nDay - 1 - 719468;
+}
+
+/// Seconds since midnight of "10", "10:11" or "10:11:12".
+std::optional<long long> ScanTimeOfDay(CScanner& oScanner) {
+  int anParts[3] = {0, 0, 0};
+  for (int i = 0; i < 3; ++i) {
+    if (i > 0 && !oScanner.Character(L':')) break;
+    const std::optional<int> nPart = oScanner.Number(2);
+    if (!nPart) return std::nullopt;
+    anParts[i] = *nPart;
+  }
+  if (anParts[0] > 23 || anParts[1] > 59 || anParts[2] > 60) return std::nullopt;  // 60: a leap second
+  return anParts[0] * 3600LL + anParts[1] * 60LL + anParts[2];
+}
+
+enum class TForm { NOT_YEAR_FIRST, UNREADABLE, READ };
+
+/// Reads year, month, day and time of day. Only a text that doesn't begin as such a date is left to others.
+TForm ReadYearFirst(const VCM::CString& strText, long long& nSeconds) {
+  CScanner oScanner(strText.View());
+  oScanner.SkipBlanks();
+  const std::size_t nStart = oScanner.GetPosition();
+  const std::optional<int> nYear = oScanner.Number(4);
+  const bool bFourDigits = oScanner.GetPosition() - nStart == 4;
+  const wchar_t chSeparator = oScanner.Character(L'/') ? L'/' : L'-';
+  if (!nYear || !bFourDigits || (chSeparator == L'-' && !oScanner.Character(L'-')))
+    return TForm::NOT_YEAR_FIRST;
+  const std::optional<int> nMonth = oScanner.Number(2);
+  if (!nMonth || !oScanner.Character(chSeparator)) return TForm::NOT_YEAR_FIRST;
+  const std::optional<int> nDay = oScanner.Number(2);
+  if (!nDay) return TForm::NOT_YEAR_FIRST;
+
+  if (!oScanner.Character(L'T')) oScanner.SkipBlanks();
+  const std::optional<long long> nDays = DaysSinceEpoch(*nYear, *nMonth, *nDay);
+  const std::optional<long long> nTimeOfDay = ScanTimeOfDay(oScanner);
+  if (!nDays || !nTimeOfDay) return TForm::UNREADABLE;
+  nSeconds = *nDays * SECONDS_PER_DAY + *nTimeOfDay;
+  return TForm::READ;
+}
+
+/// Days since 1970 of the date in `strText`, read by the toolkit.
+std::optional<long long> ReadDateByToolkit(const std::wstring& strText) {
+  wxDateTime oDate;
+  wxString::const_iterator itEnd;
+  if (!oDate.ParseDate(wxString(strText), &itEnd) || !oDate.IsValid()) return std::nullopt;
+  // The toolkit makes up what a date doesn't say ("Monday", "5 March", "today") from the clock; a log read
+  // tomorrow must give the same history. Midnight is moved where a clock change skips it, so its day is taken
+  // from the hour twelve hours on.
+  const wxDateTime::Tm tNoon = (oDate + wxTimeSpan::Hours(12)).GetTm();
+  if (strText.find(std::to_wstring(tNoon.year)) == std::wstring::npos) return std::nullopt;
+  return DaysSinceEpoch(tNoon.year, tNoon.mon + 1, tNoon.mday);
+}
+
+/// Reads forms such as "Thu Jan 2 10:11:12 2003" and "02 Jan 2003 10:11": the time of day is cut out here,
+/// the toolkit reads the date around it. The toolkit's own reading of both together works in the local zone
+/// and loses the hours that a clock change skips.
+std::optional<long long> ReadOtherForm(const VCM::CString& strText) {
+  const int nColon = strText.Find(L':');
+  if (nColon < 1) return std::nullopt;
+  const std::wstring_view strAll = strText.View();
+  auto nStart = static_cast<std::size_t>(nColon);
+  while (nStart > 0 && strAll[nStart - 1] >= L'0' && strAll[nStart - 1] <= L'9')
+    --nStart;
+  CScanner oScanner(strAll.substr(nStart));
+  const std::optional<long long> nTimeOfDay = ScanTimeOfDay(oScanner);
+  if (!nTimeOfDay) return std::nullopt;
+
+  VCM::CString strDate(strAll.substr(0, nStart));
+  strDate += VCM::CString(strAll.substr(nStart + oScanner.GetPosition()));
+  strDate.TrimLeft();
+  strDate.TrimRight();
+  const std::optional<long long> nDays = ReadDateByToolkit(std::wstring(strDate.View()));
+  if (!nDays) return std::nullopt;
+  return *nDays * SECONDS_PER_DAY + *nTimeOfDay;
+}
+
+}  // namespace
+
+VCM::CTimestamp ParseLogDate(const VCM::CString& strText) {
+  VCM::CString strDate = strText;
+  strDate.TrimRight();
+  const int nZone = CutZoneSuffix(strDate);
+  long long nSeconds = 0;
+  const TForm nForm = ReadYearFirst(strDate, nSeconds);
+  if (nForm == TForm::UNREADABLE) return VCM::CTimestamp(0);
+  if (nForm == TForm::NOT_YEAR_FIRST) {
+    const std::optional<long long> nOther = ReadOtherForm(strDate);
+    if (!nOther) return VCM::CTimestamp(0);
+    nSeconds = *nOther;
+  }
+  VCM::CTimestamp oTime(nSeconds);
+  oTime.ChangeTimezone(nZone, false);
+  return oTime;
+}
+
+}  // namespace TALVEK::MCV

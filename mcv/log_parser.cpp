@@ -1,0 +1,231 @@
+#include "mcv/log_parser.h"
+
+#include <wx/filefn.h>
+
+#include "core/text_codec.h"
+#include "mcv/log_date.h"
+
+namespace TALVEK::MCV {
+
+namespace {
+
+constexpr int MAX_POOLED_TEXTS = 262144;
+
+/// wxMatchWild, with its ways (a name that begins with "." matches nothing).
+bool MatchesPattern(const VCM::CString& strPattern, const VCM::CString& strName) {
+  if (strPattern == L"*" && !strName.IsEmpty())
+    return strName[0] != L'.';  // the default filter, and most logs
+  return wxMatchWild(wxString(std::wstring(strPattern.View())), wxString(std::wstring(strName.View())), true);
+}
+
+bool PassesFilters(const VCM::CString& strName, const VCM::CArray<VCM::CString>& astrIncludeTags,
+                   const VCM::CArray<VCM::CString>& astrExcludeTags) {
+  for (const VCM::CString& strPattern : astrIncludeTags) {
+    if (!MatchesPattern(strPattern, strName)) return false;
+  }
+  for (const VCM::CString& strPattern : astrExcludeTags) {
+    if (MatchesPattern(strPattern, strName)) return false;
+  }
+  return true;
+}
+
+/// A file that is dead on the trunk lies in a folder "Attic" beside its living neighbours.
+void RemoveAtticFolder(VCM::CFilePath& oPath) {
+  const int nCount = oPath.GetCount();
+  if (nCount < 2 || !oPath.GetItemText(nCount - 2).EqualsNoCase(L"Attic")) return;
+  const VCM::CString strName = oPath.GetItemText(nCount - 1);
+  oPath.RemoveLastItem();
+  oPath.RemoveLastItem();
+  oPath.Add(strName);
+}
+
+int ParseState(const VCM::CString& strState) {
+  if (strState.EqualsNoCase(L"Exp")) return REVISION_LIVE;
+  return strState.EqualsNoCase(L"dead") ? REVISION_DEAD : REVISION_OTHER;
+}
+
+}  // namespace
+
+void TLogItem::Reset() {
+  nKind = KIND_UNKNOWN;
+  oPath.Clear();
+  oRevision.RemoveAll(false);
+  nTotalRevisions = 0;
+  oTime.Set(0);
+  strAuthor = VCM::CStringRef();
+  nState = REVISION_LIVE;
+  strComment.Clear();
+  astrTagNames.RemoveAll(false);
+  aoTagRevisions.RemoveAll(false);
+}
+
+CLogParser::CLogParser(wxInputStream* poInput) : CLogParser(poInput, VCM::CString(), VCM::CString()) {}
+
+CLogParser::CLogParser(wxInputStream* poInput, const VCM::CString& strModuleName,
+                       const VCM::CString& strReposDir)
+    : wxTextInputStream(*poInput, " \t", wxConvLibc),
+      m_oLines(poInput),
+      m_strModuleName(strModuleName),
+      m_strReposDir(strReposDir),
+      m_poCurrentPool(std::make_unique<VCM::CStringPool>()) {}
+
+CLogParser::~CLogParser() = default;
+
+// Only at a file's header: all references of one file then point into one pool, which lives on as the
+// previous one while the next file is read, however many texts a single file holds.
+void CLogParser::RotatePools() {
+  if (m_poCurrentPool->GetCount() <= MAX_POOLED_TEXTS) return;
+  m_poPreviousPool = std::move(m_poCurrentPool);
+  m_poCurrentPool = std::make_unique<VCM::CStringPool>();
+}
+
+bool CLogParser::GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
+                             const VCM::CArray<VCM::CString>& astrExcludeTags, bool bKeepTags) {
+  tItem.Reset();
+  m_nSection = SECTION_NONE;
+  do {
+    if (m_oLines.IsAtEnd()) return false;
+    m_oLines.ReadLine(m_strLine);
+  } while (m_strLine.IsEmpty());
+
+  if (LineBegins(L"RCS file:", 9)) {
+    RotatePools();
+    GetNextFileItem(tItem, astrIncludeTags, astrExcludeTags, bKeepTags);
+  } else if (LineBegins(L"revision ", 9)) {
+    GetNextRevisionItem(tItem);
+  } else {
+    GetNextUnknownItem(tItem);
+  }
+  return true;
+}
+
+bool CLogParser::GetNextFileItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
+                                 const VCM::CArray<VCM::CString>& astrExcludeTags, bool /*bKeepTags*/) {
+  tItem.nKind = TLogItem::KIND_FILE;
+  while (!ItemEnded()) {
+    if (!ProcessFileLine(tItem, astrIncludeTags, astrExcludeTags)) return false;
+    if (!m_oLines.ReadLine(m_strLine)) break;
+  }
+  return true;
+}
+
+bool CLogParser::GetNextRevisionItem(TLogItem& tItem) {
+  tItem.nKind = TLogItem::KIND_REVISION;
+  while (!ItemEnded()) {
+    if (!ProcessRevisionLine(tItem)) return false;
+    if (!m_oLines.ReadLine(m_strLine)) break;
+  }
+  return true;
+}
+
+bool CLogParser::GetNextUnknownItem(TLogItem& tItem) {
+  tItem.nKind = TLogItem::KIND_UNKNOWN;
+  while (!ItemEnded()) {
+    if (!m_oLines.ReadLine(m_strLine)) break;
+  }
+  return true;
+}
+
+bool CLogParser::ItemEnded() const {
+  return LineBegins(L"----------", 10) || LineBegins(L"==========", 10);
+}
+
+bool CLogParser::ProcessFileLine(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
+                                 const VCM::CArray<VCM::CString>& astrExcludeTags) {
+  if (LineBegins(L"RCS file:", 9)) return ProcessPathLine(tItem);
+  if (LineBegins(L"head:", 5)) return GetRevisionFromString(m_strLine.Mid(6), tItem.oRevision);
+  if (LineBegins(L"total revisions:", 16)) {
+    ProcessTotalLine(tItem);
+  } else if (LineBegins(L"description:", 12)) {
+    m_nSection = SECTION_DESCRIPTION;
+  } else if (LineBegins(L"symbolic names:", 15)) {
+    m_nSection = SECTION_NAMES;
+  } else if (m_nSection == SECTION_NAMES) {
+    ProcessNameLine(tItem, astrIncludeTags, astrExcludeTags);
+  } else if (m_nSection == SECTION_DESCRIPTION) {
+    // Unlike a message, a description begins with a line feed and runs its lines together.
+    if (tItem.strComment.IsEmpty()) tItem.strComment += L'\n';
+    tItem.strComment += m_strLine;
+  }
+  return true;
+}
+
+bool CLogParser::ProcessPathLine(TLogItem& tItem) const {
+  const int nReposDir = m_strReposDir.IsEmpty() ? -1 : m_strLine.Find(m_strReposDir);
+  // Without the directory the path begins at the "/" in front of the module.
+  const int nStart =
+      nReposDir >= 0 ? nReposDir + m_strReposDir.GetLength() : m_strLine.Find(m_strModuleName) - 1;
+  if (nStart < 1) return false;
+  const int nComma = m_strLine.Find(L',', nStart);
+  if (nComma < 1) return false;
+  if (!tItem.oPath.Parse(m_strLine.Mid(nStart, nComma - nStart), VCM::CFilePath::PARSE_REPOSITORY))
+    return false;
+  RemoveAtticFolder(tItem.oPath);
+  return true;
+}
+
+void CLogParser::ProcessTotalLine(TLogItem& tItem) const {
+  const int nEnd = m_strLine.Find(L';');
+  if (nEnd < 18) return;
+  tItem.nTotalRevisions = static_cast<int>(VCM::ParseNumber(m_strLine.Mid(17, nEnd - 17)));
+}
+
+void CLogParser::ProcessNameLine(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
+                                 const VCM::CArray<VCM::CString>& astrExcludeTags) {
+  const int nColon = m_strLine.Find(L':');
+  VCM::CString strName = nColon < 0 ? m_strLine : m_strLine.Left(nColon);
+  strName.TrimLeft();
+  if (strName.StartsNoCase(L"keyword substitution", 20)) {
+    m_nSection = SECTION_NONE;
+    return;
+  }
+  if (!PassesFilters(strName, astrIncludeTags, astrExcludeTags)) return;
+  VCM::CString strNumber = nColon < 0 ? VCM::CString() : m_strLine.Mid(nColon + 1);
+  strNumber.TrimLeft();
+  tItem.astrTagNames.Add(Intern(strName));
+  tItem.aoTagRevisions.Add(MCE::TCVSRevision(strNumber));
+}
+
+bool CLogParser::ProcessRevisionLine(TLogItem& tItem) {
+  // The keywords come before the message: a message line that begins with one is taken for that keyword's
+  // line.
+  if (LineBegins(L"revision", 8)) return GetRevisionFromString(m_strLine.Mid(9), tItem.oRevision);
+  if (LineBegins(L"date:", 5)) {
+    ProcessDateLine(tItem);
+    return true;
+  }
+  if (LineBegins(L"branches:", 9) || m_nSection != SECTION_MESSAGE) return true;
+  if (!tItem.strComment.IsEmpty()) tItem.strComment += L'\n';
+  tItem.strComment += m_strLine;
+  return true;
+}
+
+void CLogParser::ProcessDateLine(TLogItem& tItem) {
+  m_nSection = SECTION_MESSAGE;
+  VCM::CString strValue;
+  if (GetLineValue(L"date", strValue)) ParseDateTime(strValue, tItem.oTime);
+  if (GetLineValue(L"author", strValue)) tItem.strAuthor = Intern(strValue);
+  if (GetLineValue(L"state", strValue)) tItem.nState = ParseState(strValue);
+}
+
+bool CLogParser::GetLineValue(const VCM::CString& strKey, VCM::CString& strValue) const {
+  const int nKey = m_strLine.Find(strKey + L":");
+  if (nKey < 0) return false;
+  const int nEnd = m_strLine.Find(L';', nKey);
+  if (nEnd <= nKey) return false;
+  const int nValue = nKey + strKey.GetLength() + 1;
+  strValue = m_strLine.Mid(nValue, nEnd - nValue);
+  strValue.TrimLeft();
+  return true;
+}
+
+void CLogParser::ParseDateTime(const VCM::CString& strText, VCM::CTimestamp& oTime) {
+  oTime = ParseLogDate(strText);
+}
+
+bool CLogParser::GetRevisionFromString(const VCM::CString& strText, MCE::TCVSRevision& oRevision) {
+  oRevision = MCE::TCVSRevision(strText);
+  return true;
+}
+
+}  // namespace TALVEK::MCV

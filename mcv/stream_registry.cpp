@@ -1,0 +1,93 @@
+// The list of streams: adding, finding, updating, printing and linking them.
+
+#include "core/timestamp.h"
+#include "mcv/cvs_provider.h"
+
+namespace TALVEK::MCV {
+
+namespace {
+
+VCM::CString FormatUTC(std::uint32_t nTime) {
+  return VCM::CTimestamp(nTime).Format(VCM::ZONE_GMT0);
+}
+
+}  // namespace
+
+void CProvider::AddStream(TStreamInfo& tStream) {
+  tStream.nID = static_cast<std::uint32_t>(m_atStreams.GetCount()) + 1;
+  m_atStreams.Add(tStream);
+  if (IsLogOpen()) LogStreamUpdate(tStream, true);
+}
+
+void CProvider::AddTrunkStream() {
+  TStreamInfo tTrunk(0, 0, VCM::CFilePath(), VCM::CFilePath(), L"Main");
+  AddStream(tTrunk);
+}
+
+void CProvider::UpdateStream(const TStreamInfo& tStream) {
+  if (IsLogOpen()) LogStreamUpdate(tStream, false);
+  m_atStreams[static_cast<int>(tStream.nID) - 1] = tStream;
+}
+
+bool CProvider::GetStreamByName(const VCM::CString& strName, TStreamInfo& tStream) const {
+  for (const TStreamInfo& tListed : m_atStreams) {
+    if (tListed.strName.EqualsNoCase(strName.View())) {
+      tStream = tListed;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool CProvider::GetStreamByID(unsigned int nStreamID, TStreamInfo& tStream) const {
+  if (nStreamID > static_cast<unsigned int>(m_atStreams.GetCount())) return false;
+  tStream = m_atStreams[static_cast<int>(nStreamID) - 1];
+  return true;
+}
+
+int CProvider::ResolveStreamLinkage() {
+  for (int i = 0; i < m_atStreams.GetCount(); ++i) {
+    TStreamInfo& tStream = m_atStreams[i];
+    if (tStream.nParentID == 0) continue;
+    TStreamInfo tParent;
+    if (!GetStreamByID(tStream.nParentID, tParent)) continue;
+    tStream.nBaseChangeID = FindNearestChange(tParent, tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0));
+  }
+  return 0;
+}
+
+void CProvider::LogStreamUpdate(const TStreamInfo& tStream, bool bAdding) {
+  VCM::CString strParent = L"[NONE]";
+  if (tStream.nParentID != 0) {
+    TStreamInfo tParent;
+    GetStreamByID(tStream.nParentID, tParent);
+    strParent = tParent.strName;
+  }
+  WriteLog(L"%s stream '%s'. Parent is '%s'. Creation time is %s UTC. Max creation time is %s UTC",
+           bAdding ? L"Adding" : L"Updating", tStream.strName.c_str(), strParent.c_str(),
+           FormatUTC(tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0)).c_str(),
+           FormatUTC(tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0)).c_str());
+}
+
+int CProvider::CompareCreationTime(const TStreamInfo* ptLeft, const TStreamInfo* ptRight) {
+  const std::uint32_t nLeft = ptLeft->oProps.GetNumber(MCE::STREAM_CREATED, 0);
+  const std::uint32_t nRight = ptRight->oProps.GetNumber(MCE::STREAM_CREATED, 0);
+  return static_cast<std::int32_t>(nLeft - nRight);
+}
+
+void CProvider::DumpStreamChildren(unsigned int nParentID, const wchar_t* pszIndent) {
+  VCM::CArray<TStreamInfo> atChildren;
+  for (const TStreamInfo& tStream : m_atStreams) {
+    if (tStream.nParentID == nParentID) atChildren.Add(tStream);
+  }
+  if (atChildren.IsEmpty()) return;
+  VCM::CString strDeeper;
+  strDeeper.Format(L"%s  ", pszIndent);
+  atChildren.Sort(CompareCreationTime);
+  for (const TStreamInfo& tChild : atChildren) {
+    WriteLog(L"%s%s", pszIndent, tChild.strName.c_str());
+    DumpStreamChildren(tChild.nID, strDeeper.c_str());
+  }
+}
+
+}  // namespace TALVEK::MCV

@@ -1,0 +1,204 @@
+// The one pass over the log that finds the streams and records every file revision as a change item.
+//
+// Per file, first its symbolic names become streams or narrow the times of those that are there, then its
+// revisions become change items. One working record serves every name and every revision of every file: a
+// name seen for the first time starts from whatever the record holds, so a new stream inherits the times of
+// the stream that came before.
+
+#include <set>
+
+#include "mcv/cvs_provider.h"
+
+namespace TALVEK::MCV {
+
+namespace {
+
+constexpr unsigned MAIN_STREAM_ID = 1;
+constexpr long NEVER = -1;
+
+/// The directory of a repository path such as ":pserver:joe@host:/cvs".
+VCM::CString CutToDirectory(const VCM::CString& strReposPath) {
+  return strReposPath.Mid(strReposPath.ReverseFind(L':') + 1);
+}
+
+/// The path below the module: all items but the first.
+VCM::CFilePath PathInModule(const VCM::CFilePath& oPath) {
+  VCM::CFilePath oInModule = oPath;
+  oInModule.RemoveFirstItem();
+  return oInModule;
+}
+
+bool IsFirstVendorRevision(const MCE::TCVSRevision& oRevision) {
+  if (oRevision.GetCount() != 4) return false;
+  for (const std::uint32_t nComponent : oRevision) {
+    if (nComponent != 1) return false;
+  }
+  return true;
+}
+
+/// Until when revision `nRevision` stays current: when the next one in the list was committed, on whatever
+/// line. The first vendor revision is passed over: `cvs import` makes it together with 1.1.
+long GetEndTime(const VCM::CArray<TRevInfo>& atRevisions, int nRevision) {
+  int nNext = nRevision + 1;
+  if (nNext < atRevisions.GetCount() && IsFirstVendorRevision(atRevisions[nNext].oRevision)) ++nNext;
+  return nNext < atRevisions.GetCount() ? static_cast<long>(atRevisions[nNext].oTime.GetUTC()) : NEVER;
+}
+
+/// What the revisions of one file do, in their order. The flags are the file's, not a line's: a branch
+/// revision of a file that lives on the trunk is an edit.
+class CChangeTypes {
+ public:
+  /// False when the revision is no change.
+  bool Next(int nState, MCE::TChangeItemType& nType) {
+    if (nState == REVISION_LIVE) {
+      nType = !m_bAdded ? MCE::CHANGE_ITEM_ADD : m_bDeleted ? MCE::CHANGE_ITEM_READD : MCE::CHANGE_ITEM_EDIT;
+      if (m_bAdded) m_bDeleted = false;
+      m_bAdded = true;
+      return true;
+    }
+    if (nState != REVISION_DEAD || !m_bAdded) return false;
+    nType = MCE::CHANGE_ITEM_DELETE;
+    m_bDeleted = true;
+    return true;
+  }
+
+ private:
+  bool m_bAdded = false;
+  bool m_bDeleted = false;
+};
+
+}  // namespace
+
+bool CProvider::SearchForStreams() {
+  WriteLog(L"Generating Log");
+  ReadCommandProperties();
+  GenerateLog();
+  WriteLog(L"Generated Log");
+  if (!m_poInputStream) {
+    WriteLog(L"Failed to get input stream after generating log.");
+    return false;
+  }
+
+  GetTagFilters();
+  AddTrunkStream();
+  PrepareForChanges(true);
+  WriteLog(L"Parsing Log");
+  const VCM::CString strModule = GetStringProperty(L"ModuleName");
+  const VCM::CString strReposDir = CutToDirectory(GetStringProperty(L"ReposPath"));
+  const bool bStreamsForTags = GetBooleanProperty(L"StreamsForTags");
+  const bool bNested = GetBooleanProperty(L"NestedBranches");
+
+  CFileEnum oFiles(m_poInputStream, strModule, strReposDir);
+  TFileInfo tFile;
+  TStreamInfo tStream;
+  int nFiles = 0;
+  while (oFiles.GetNextFile(tFile, m_astrIncludeTags, m_astrExcludeTags, bStreamsForTags)) {
+    WriteLog(L"Processing file '%s' (count=%d)", tFile.oPath.GeneratePath().c_str(), nFiles++);
+    ProcessFileNames(tFile, tStream, bNested);
+    AddFileChanges(tFile, tStream);
+  }
+  if (nFiles == 0) WriteLog(L"Failed to parse any files from rlog.");
+
+  WriteLog(L"Finished Parsing Log");
+  if (IsLogOpen()) DumpStreamChildren(0, L"");
+  // At its end the stream is no longer "ok"; what tells a log that was read whole from one that broke off is
+  // that the end has been seen.
+  const bool bReadToEnd = m_poInputStream->Eof();
+  CleanUpLog();
+  return bReadToEnd;
+}
+
+void CProvider::ProcessFileNames(const TFileInfo& tFile, TStreamInfo& tStream, bool bNested) {
+  for (int i = 0; i < tFile.atTags.GetCount(); ++i) {
+    const TTagInfo& tTag = tFile.atTags[i];
+    const unsigned int nProposedParent = bNested ? ProposeParent(tFile, i) : MAIN_STREAM_ID;
+    if (!GetStreamByName(tTag.strName, tStream)) {
+      CreateStreamForTag(tStream, tFile, tTag, nProposedParent);
+      continue;
+    }
+    const bool bMoved = MoveBelow(tStream, nProposedParent, tFile);
+    if (SetStreamCreationTime(tStream, tFile, tTag) || bMoved) UpdateStream(tStream);
+  }
+}
+
+unsigned int CProvider::ProposeParent(const TFileInfo& tFile, int nTag) const {
+  const TTagInfo& tTag = tFile.atTags[nTag];
+  if (tTag.oRevision.GetCount() <= 3) return MAIN_STREAM_ID;
+  const int nMaxCount = tTag.oRevision.GetCount() - (tTag.bIsBranch ? 2 : 1);
+  for (int i = nTag - 1; i >= 0; --i) {
+    const TTagInfo& tEarlier = tFile.atTags[i];
+    if (tEarlier.oRevision.GetCount() > nMaxCount || !tEarlier.oRevision.IsPrefixOf(tTag.oRevision)) continue;
+    TStreamInfo tParent;
+    return GetStreamByName(tEarlier.strName, tParent) ? tParent.nID : MAIN_STREAM_ID;
+  }
+  return MAIN_STREAM_ID;
+}
+
+void CProvider::CreateStreamForTag(TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag,
+                                   unsigned int nParentID) {
+  tStream.nParentID = nParentID;
+  tStream.strName = tTag.strName;
+  tStream.oProps.SetProperty(MCE::STREAM_IS_TAG, tTag.bIsBranch ? 0U : 1U);
+  SetStreamCreationTime(tStream, tFile, tTag);
+  if (GetBooleanProperty(L"CreateBranches")) AddStream(tStream);
+}
+
+// A parent is only ever moved deeper. Below the trunk any proposal is taken at once, which can build circles;
+// so the walk upwards stops when it comes by a stream for the second time.
+bool CProvider::MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, const TFileInfo& tFile) {
+  if (nProposedParent <= MAIN_STREAM_ID) return false;
+  if (tStream.nParentID <= MAIN_STREAM_ID) {
+    tStream.nParentID = nProposedParent;
+    return true;
+  }
+  std::set<unsigned int> anVisited;
+  unsigned int nAbove = nProposedParent;
+  do {
+    TStreamInfo tAbove;
+    if (!GetStreamByID(nAbove, tAbove)) return false;
+    if (tAbove.nID == tStream.nParentID) {
+      const bool bMoved = nProposedParent != tStream.nParentID;
+      tStream.nParentID = nProposedParent;
+      return bMoved;
+    }
+    if (tAbove.nID == tStream.nID) {
+      WriteLog(
+          L"Unable to set use stream hierarchy proposed by file '%s'. This will create an infinite loop!",
+          tFile.oPath.GeneratePath().c_str());
+      return false;
+    }
+    anVisited.insert(nAbove);
+    nAbove = tAbove.nParentID;
+  } while (nAbove > MAIN_STREAM_ID && !anVisited.contains(nAbove));
+  return false;
+}
+
+void CProvider::AddFileChanges(const TFileInfo& tFile, TStreamInfo& tStream) {
+  const VCM::CFilePath oPath = PathInModule(tFile.oPath);
+  CChangeTypes oTypes;
+  for (int i = 0; i < tFile.atRevisions.GetCount(); ++i) {
+    const TRevInfo& tRevision = tFile.atRevisions[i];
+    ChooseStream(tFile, tRevision.oRevision, tStream);
+    MCE::TChangeItemType nType{};
+    if (tStream.nID == 0 || !oTypes.Next(tRevision.nState, nType)) continue;
+    AddChangeItem(tStream, tRevision.strAuthor, nType, oPath, static_cast<long>(tRevision.oTime.GetUTC()),
+                  tRevision.strMessage, tRevision.oRevision, GetEndTime(tFile.atRevisions, i));
+  }
+}
+
+void CProvider::ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision,
+                             TStreamInfo& tStream) const {
+  tStream.nID = 0;
+  if (oRevision.GetCount() == 2) {
+    tStream = m_atStreams[0];
+    return;
+  }
+  for (const TTagInfo& tTag : tFile.atTags) {
+    if (tTag.oRevision.GetCount() + 1 == oRevision.GetCount() && tTag.oRevision.IsPrefixOf(oRevision)) {
+      GetStreamByName(tTag.strName, tStream);
+      return;
+    }
+  }
+}
+
+}  // namespace TALVEK::MCV

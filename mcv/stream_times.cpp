@@ -1,0 +1,81 @@
+// CVS doesn't record when a branch or tag was made. Each file that carries it narrows the range: not before
+// the revision from which it starts, and taken to be before the revision that replaced that one.
+
+#include "mcv/cvs_provider.h"
+
+namespace TALVEK::MCV {
+
+namespace {
+
+/// The revision at which a name stands in its file: a tag's own, or the one that a branch sprouts from.
+MCE::TCVSRevision StartingRevision(const TTagInfo& tTag) {
+  MCE::TCVSRevision oRevision = tTag.oRevision;
+  if (tTag.bIsBranch && !oRevision.IsEmpty()) oRevision.RemoveAt(oRevision.GetCount() - 1);
+  return oRevision;
+}
+
+const TRevInfo* FindRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision) {
+  for (const TRevInfo& tRevision : tFile.atRevisions) {
+    if (tRevision.oRevision == oRevision) return &tRevision;
+  }
+  return nullptr;
+}
+
+std::uint32_t CommitTime(const TRevInfo& tRevision) {
+  return static_cast<std::uint32_t>(tRevision.oTime.GetUTC());
+}
+
+}  // namespace
+
+std::uint32_t CProvider::GetStreamCreationTime(const TTagInfo& tTag, const TFileInfo& tFile) {
+  const TRevInfo* const ptRevision = FindRevision(tFile, StartingRevision(tTag));
+  if (!ptRevision || CommitTime(*ptRevision) == 0) return 0;
+  return CommitTime(*ptRevision) + 1;
+}
+
+std::uint32_t CProvider::GetStreamMaxCreationTime(const TTagInfo& tTag, const TFileInfo& tFile) {
+  MCE::TCVSRevision oNext = StartingRevision(tTag);
+  if (oNext.IsEmpty()) return 0;
+  ++oNext[oNext.GetCount() - 1];
+  const TRevInfo* const ptRevision = FindRevision(tFile, oNext);
+  return ptRevision ? CommitTime(*ptRevision) : 0;
+}
+
+bool CProvider::SetStreamCreationTime(TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag) {
+  std::uint32_t nCreated = tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0);
+  std::uint32_t nBound = tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0);
+  bool bChanged = false;
+
+  const std::uint32_t nFileMax = GetStreamMaxCreationTime(tTag, tFile);
+  if (nFileMax != 0 && (nBound == 0 || nFileMax < nBound)) {
+    tStream.oProps.SetProperty(MCE::STREAM_MAX_CREATED, nFileMax);
+    bChanged = true;
+    // A creation time that the new bound rules out gives way to this file's, even to a lower one.
+    if (nFileMax <= nCreated) nCreated = 0;
+    nBound = nFileMax;
+  }
+
+  std::uint32_t nFileMin = GetStreamCreationTime(tTag, tFile);
+  if (nFileMin == 0 && tStream.nParentID != 0) {
+    TStreamInfo tParent;
+    std::uint32_t nParentCreated = 0;
+    if (GetStreamByID(tStream.nParentID, tParent) &&
+        tParent.oProps.GetProperty(MCE::STREAM_CREATED, nParentCreated)) {
+      nFileMin = nParentCreated + 1;
+    }
+  }
+  if (nBound != 0 && nFileMin >= nBound) {
+    WriteLog(
+        L"Ignoring file '%s' tag '%s' for establishing branch creation time. "
+        L"The branch is inconsistent with other branches.",
+        tFile.oPath.GeneratePath().c_str(), tTag.strName.GetText().c_str());
+    return bChanged;
+  }
+  if (nFileMin > nCreated) {
+    tStream.oProps.SetProperty(MCE::STREAM_CREATED, nFileMin);
+    bChanged = true;
+  }
+  return bChanged;
+}
+
+}  // namespace TALVEK::MCV
