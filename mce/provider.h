@@ -21,6 +21,13 @@ enum TChangeItemType : std::uint32_t {
   CHANGE_ITEM_READD = 3,  ///< adds a file that was deleted before
 };
 
+/// Numbers of a stream's properties (TStreamInfo::oProps), each an unsigned 32-bit number.
+enum TStreamProperty : std::uint16_t {
+  STREAM_CREATED = 0,      ///< seconds since 1970 UTC; absent: not known
+  STREAM_MAX_CREATED = 1,  ///< the latest time at which it can have been created; absent: not known
+  STREAM_IS_TAG = 2,       ///< 1: the stream stands for a tag, not for a branch; absent: a branch
+};
+
 /// Results of the operations that the host calls per element.
 enum TResult : int {
   RESULT_OK = 0,

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+#include "core/export.h"
+#include "core/string.h"
+
+namespace TALVEK::VCM {
+
+/// Appends `strText` to `strOut` as a JSON string, quotes included: the same in every locale.
+///
+/// Shape    Characters stand in UTF-8, '"', '\' and control characters escaped as JSON requires; "/" is not
+///          escaped. A surrogate (U+DC80 to U+DCFF stands for a byte that was no text) becomes its escape,
+///          \udc80 to \udcff, so that nothing is lost although UTF-8 has no form for it. What is beyond
+///          U+10FFFF becomes U+FFFD.
+TALVEK_CORE_API void AppendJsonString(const CString& strText, std::string& strOut);
+
+}  // namespace TALVEK::VCM

@@ -1,0 +1,12 @@
+#pragma once
+
+namespace TALVEK::HOST {
+
+/// Makes SIGINT, SIGTERM and SIGHUP ask for an end instead of bringing it: a provider that isn't destroyed
+/// leaves its database behind. Also turns SIGPIPE into a failed write.
+void CatchStopSignals();
+
+/// Throws EStopped when one of the signals has come. Called between the calls to the provider.
+void ThrowIfStopped();
+
+}  // namespace TALVEK::HOST
