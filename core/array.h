@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -55,8 +56,9 @@ class CArray {
     m_bUnsorted = false;
   }
 
-  /// Sorts by `pfnCompare(a, b)`, which returns an int: at most 0 when a may stand before b, more when it
-  /// may not. Where elements that compare as +1 either way end up is fixed too, see MergeSort.
+  /// Sorts by `pfnCompare(const T* a, const T* b)`, which returns an int: at most 0 when a may stand before
+  /// b, more when it may not. Where elements that compare as +1 either way end up is fixed too, see
+  /// MergeSort.
   template <class TCompare>
   void Sort(TCompare pfnCompare) {
     MergeSort(m_atItems, pfnCompare);

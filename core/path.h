@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include "core/export.h"
 #include "core/string.h"
 
@@ -26,7 +28,7 @@ class TALVEK_CORE_API CFilePath {
   void Clear();
   /// Appends one item; a text with '/' within appends each of its items.
   void Add(const CString& strItem);
-  /// False when there was none.
+  /// False when there was none. Like RemoveFirstItem it leaves an absolute path absolute.
   bool RemoveLastItem();
   /// False when there was none.
   bool RemoveFirstItem();
@@ -35,13 +37,15 @@ class TALVEK_CORE_API CFilePath {
   bool IsAbsolute() const { return m_bAbsolute; }
   CString GetItemText(int nIndex) const;
 
-  /// All items, joined; a leading separator when absolute.
+  /// All items, joined; a leading separator when absolute (that alone for an absolute path without items).
   CString GeneratePath(wchar_t chSeparator = L'/') const;
-  /// The items placed below `oBase`.
+  /// The items placed below `oBase`: absolute when the base is, whatever this path is.
   CString GeneratePath(const CFilePath& oBase, wchar_t chSeparator = L'/') const;
-  /// All items but the last, joined.
+  /// All items but the last, joined: the root ("/") for an absolute path of one item, nothing for a relative
+  /// one.
   CString GenerateFolderPath(wchar_t chSeparator = L'/') const;
 
+  /// An absolute path never equals a relative one.
   bool IsEqualTo(const CFilePath& oOther, bool bCaseSensitive) const;
   bool operator==(const CFilePath& oOther) const { return IsEqualTo(oOther, true); }
 

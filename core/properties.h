@@ -39,7 +39,7 @@ class TALVEK_CORE_API CProperties {
 
   /// The whole set as bytes, appended to `strOut`: the same set gives the same bytes.
   void Encode(std::string& strOut) const;
-  /// Reads what Encode wrote; false (and empty) when `strBytes` is anything else.
+  /// Reads the whole of what Encode wrote; false (and empty) when `strBytes` is anything else.
   bool Decode(std::string_view strBytes);
 
   bool operator==(const CProperties&) const = default;

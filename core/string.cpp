@@ -1,1 +1,133 @@
 #include "core/string.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/case_map.h"
+#include "core/string_format.h"
+
+namespace TALVEK::VCM {
+
+namespace {
+
+/// `nValue` moved into 0 to `nLimit`.
+std::size_t Clip(int nValue, std::size_t nLimit) {
+  return nValue < 0 ? 0 : std::min(static_cast<std::size_t>(nValue), nLimit);
+}
+
+int ToIndex(std::size_t nPosition) {
+  return nPosition == std::wstring_view::npos ? -1 : static_cast<int>(nPosition);
+}
+
+bool EqualNoCase(wchar_t chLeft, wchar_t chRight) {
+  return chLeft == chRight || ToLower(chLeft) == ToLower(chRight);
+}
+
+bool EqualNoCase(std::wstring_view strLeft, std::wstring_view strRight) {
+  return std::equal(strLeft.begin(), strLeft.end(), strRight.begin(), strRight.end(),
+                    [](wchar_t chLeft, wchar_t chRight) { return EqualNoCase(chLeft, chRight); });
+}
+
+}  // namespace
+
+CString& CString::operator+=(const CString& strOther) {
+  m_strText += strOther.m_strText;
+  return *this;
+}
+
+CString& CString::operator+=(const wchar_t* pszOther) {
+  if (pszOther) m_strText += pszOther;
+  return *this;
+}
+
+CString& CString::operator+=(wchar_t chOther) {
+  m_strText += chOther;
+  return *this;
+}
+
+int CString::CompareNoCase(std::wstring_view strOther) const {
+  const std::size_t nCommon = std::min(m_strText.size(), strOther.size());
+  for (std::size_t i = 0; i < nCommon; ++i) {
+    if (EqualNoCase(m_strText[i], strOther[i])) continue;
+    return ToLower(m_strText[i]) < ToLower(strOther[i]) ? -1 : 1;
+  }
+  if (m_strText.size() == strOther.size()) return 0;
+  return m_strText.size() < strOther.size() ? -1 : 1;
+}
+
+bool CString::EqualsNoCase(std::wstring_view strOther) const {
+  return EqualNoCase(View(), strOther);
+}
+
+bool CString::StartsNoCase(std::wstring_view strOther, int nCount) const {
+  const std::size_t nLength = Clip(nCount, std::wstring_view::npos);
+  return EqualNoCase(View().substr(0, nLength), strOther.substr(0, nLength));
+}
+
+int CString::Find(wchar_t chWanted, int nStart) const {
+  return ToIndex(m_strText.find(chWanted, Clip(nStart, m_strText.size())));
+}
+
+int CString::Find(const CString& strWanted, int nStart) const {
+  return ToIndex(m_strText.find(strWanted.m_strText, Clip(nStart, m_strText.size())));
+}
+
+int CString::ReverseFind(wchar_t chWanted) const {
+  return ToIndex(m_strText.rfind(chWanted));
+}
+
+CString CString::Left(int nCount) const {
+  return CString(View().substr(0, Clip(nCount, m_strText.size())));
+}
+
+CString CString::Right(int nCount) const {
+  return CString(View().substr(m_strText.size() - Clip(nCount, m_strText.size())));
+}
+
+CString CString::Mid(int nStart) const {
+  return CString(View().substr(Clip(nStart, m_strText.size())));
+}
+
+CString CString::Mid(int nStart, int nCount) const {
+  const std::wstring_view strRest = View().substr(Clip(nStart, m_strText.size()));
+  return CString(strRest.substr(0, Clip(nCount, strRest.size())));
+}
+
+void CString::TrimLeft() {
+  m_strText.erase(m_strText.begin(), std::find_if_not(m_strText.begin(), m_strText.end(), IsWhiteSpace));
+}
+
+void CString::TrimRight() {
+  m_strText.erase(std::find_if_not(m_strText.rbegin(), m_strText.rend(), IsWhiteSpace).base(),
+                  m_strText.end());
+}
+
+void CString::MakeLower() {
+  std::transform(m_strText.begin(), m_strText.end(), m_strText.begin(), ToLower);
+}
+
+void CString::Format(const wchar_t* pszFormat, ...) {
+  va_list args;
+  va_start(args, pszFormat);
+  FormatV(pszFormat, args);
+  va_end(args);
+}
+
+void CString::FormatV(const wchar_t* pszFormat, va_list args) {
+  // Into a text of its own first: arguments may point into this one.
+  m_strText = FormatText(pszFormat ? pszFormat : L"", args);
+}
+
+CString operator+(const CString& strLeft, const CString& strRight) {
+  std::wstring strText;
+  strText.reserve(strLeft.View().size() + strRight.View().size());
+  strText += strLeft.View();
+  strText += strRight.View();
+  return CString(std::move(strText));
+}
+
+bool IsWhiteSpace(wchar_t ch) {
+  return ch == L' ' || (ch >= L'\t' && ch <= L'\r');
+}
+
+}  // namespace TALVEK::VCM

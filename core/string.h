@@ -2,8 +2,10 @@
 
 #include <compare>
 #include <cstdarg>
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "core/export.h"
 
@@ -32,6 +34,8 @@ class TALVEK_CORE_API CString {
 
   void Clear() { m_strText.clear(); }
   void Assign(std::wstring_view strText) { m_strText.assign(strText); }
+  /// Gives the text away with its storage, and leaves this one empty.
+  std::wstring Release() { return std::exchange(m_strText, {}); }
   CString& operator+=(const CString& strOther);
   CString& operator+=(const wchar_t* pszOther);
   CString& operator+=(wchar_t chOther);
@@ -39,7 +43,7 @@ class TALVEK_CORE_API CString {
   /// Ordinal, with regard to case.
   auto operator<=>(const CString&) const = default;
   bool operator==(const CString&) const = default;
-  bool operator==(const wchar_t* pszOther) const { return m_strText == pszOther; }
+  bool operator==(const wchar_t* pszOther) const { return m_strText == (pszOther ? pszOther : L""); }
   /// < 0, 0, > 0.
   int CompareNoCase(std::wstring_view strOther) const;
   bool EqualsNoCase(std::wstring_view strOther) const;
@@ -63,8 +67,9 @@ class TALVEK_CORE_API CString {
   void TrimRight();
   void MakeLower();
 
-  /// printf style, of any length. "%s" and "%c" take wide arguments ("%hs" narrow ones). "%n" writes nothing:
-  /// it stands in the result as it is. The arguments may refer to this very text.
+  /// printf style, of any length. "%s" and "%c" take wide arguments; "%hs" and "%hc" take bytes, which are
+  /// decoded without loss. "%n" writes nothing and reads nothing: it stands in the result as it is, as does
+  /// whatever is no directive. The arguments may refer to this very text.
   void Format(const wchar_t* pszFormat, ...);
   void FormatV(const wchar_t* pszFormat, va_list args);
 

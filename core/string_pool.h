@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <deque>
+#include <functional>
 #include <string_view>
 #include <unordered_set>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <compare>
+
 #include "core/export.h"
 #include "core/string.h"
 
@@ -19,7 +21,7 @@ class TALVEK_CORE_API CTimestamp {
   long long GetUTC() const { return m_nSeconds; }
 
   /// Text in the zone, by a strftime format. Without a format: "%Y-%m-%d %H:%M:%S". A time whose year the C
-  /// library can't count gives its seconds as a number.
+  /// library can't count gives its seconds as a number. A zone outside 0 to 26 counts as GMT0.
   CString Format(const wchar_t* pszFormat, int nZone) const;
   CString Format(int nZone) const;
 
