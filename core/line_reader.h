@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include <wx/stream.h>
 
@@ -28,6 +29,7 @@ class TALVEK_CORE_API CLineReader {
 
  private:
   bool FillBuffer();
+  void TakeLine(std::string_view strBytes, CString& strLine);
 
   wxInputStream* m_poInput;
   std::string m_strBuffer;

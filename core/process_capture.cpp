@@ -1,1 +1,151 @@
 #include "core/process_capture.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "core/child_process.h"
+#include "core/descriptor.h"
+#include "core/file_stream.h"
+#include "core/text_codec.h"
+
+namespace TALVEK::VCM {
+
+namespace {
+
+/// What a shell answers for a command that it can't start.
+constexpr int CANNOT_START = 127;
+
+bool IsSeparator(wchar_t ch) {
+  return ch == L' ' || ch == L'\t';
+}
+
+/// True when the character at `nIndex`, between quotes, is a backslash that makes a quote or a backslash
+/// plain.
+bool IsEscape(std::wstring_view strText, std::size_t nIndex) {
+  if (strText[nIndex] != L'\\' || nIndex + 1 == strText.size()) return false;
+  return strText[nIndex + 1] == L'"' || strText[nIndex + 1] == L'\\';
+}
+
+/// Reads one word that starts at `nIndex` and leaves `nIndex` behind it.
+CString ReadWord(std::wstring_view strText, std::size_t& nIndex) {
+  CString strWord;
+  bool bQuoted = false;
+  for (; nIndex < strText.size() && (bQuoted || !IsSeparator(strText[nIndex])); ++nIndex) {
+    if (strText[nIndex] == L'"') {
+      bQuoted = !bQuoted;
+    } else {
+      if (bQuoted && IsEscape(strText, nIndex)) ++nIndex;
+      strWord += strText[nIndex];
+    }
+  }
+  return strWord;
+}
+
+CDescriptor OpenTemporaryFile(const std::string& strFolder) {
+  // O_EXCL: nobody can give the file a name later.
+  CDescriptor oFile(::open(strFolder.c_str(), O_TMPFILE | O_EXCL | O_RDWR | O_CLOEXEC, 0600));
+  if (oFile.IsOpen()) return oFile;
+  // Not every file system can make a file without a name.
+  std::string strName = strFolder + "/talvek-output-XXXXXX";
+  oFile = CDescriptor(::mkostemp(strName.data(), O_CLOEXEC));
+  if (oFile.IsOpen()) ::unlink(strName.c_str());
+  return oFile;
+}
+
+CDescriptor OpenTemporaryFile() {
+  const char* pszFolder = ::secure_getenv("TMPDIR");
+  CDescriptor oFile;
+  if (pszFolder && *pszFolder) oFile = OpenTemporaryFile(std::string(pszFolder));
+  return oFile.IsOpen() ? std::move(oFile) : OpenTemporaryFile(std::string("/tmp"));
+}
+
+/// A stream over the file from its beginning. It gets a position of its own, because a program may leave
+/// another behind that goes on writing through the old one (ssh does, for connections that it shares).
+std::unique_ptr<wxInputStream> ReadFromStart(CDescriptor oFile) {
+  const std::string strName = "/proc/self/fd/" + std::to_string(oFile.Get());
+  CDescriptor oReopened(::open(strName.c_str(), O_RDONLY | O_CLOEXEC));
+  if (oReopened.IsOpen()) return std::make_unique<VFH::CFileReadStream>(oReopened.Release());
+  ::lseek(oFile.Get(), 0, SEEK_SET);
+  return std::make_unique<VFH::CFileReadStream>(oFile.Release());
+}
+
+/// In English in every locale, like all other messages.
+std::string DescribeError(int nError) {
+  const char* pszText = ::strerrordesc_np(nError);
+  return pszText ? pszText : "error " + std::to_string(nError);
+}
+
+/// Writes the line that stands for what the program would have written.
+int Refuse(int nStdError, const std::string& strReason) {
+  const std::string strLine = strReason + "\n";
+  [[maybe_unused]] const ssize_t nIgnored = ::write(nStdError, strLine.data(), strLine.size());
+  return CANNOT_START;
+}
+
+bool ToSystemArguments(const std::vector<CString>& astrWords, std::vector<std::string>& astrArguments) {
+  for (const CString& strWord : astrWords) {
+    std::string strArgument;
+    if (!ToSystemPath(strWord, strArgument)) return false;
+    astrArguments.push_back(std::move(strArgument));
+  }
+  return true;
+}
+
+int Run(const CString& strCommandLine, int nStdOutput, int nStdError) {
+  const std::vector<CString> astrWords = SplitCommandLine(strCommandLine);
+  if (astrWords.empty()) return Refuse(nStdError, "can't start a program: the command line is empty");
+  const std::string strProgram = "'" + ToBytes(astrWords[0]) + "'";
+  std::vector<std::string> astrArguments;
+  if (!ToSystemArguments(astrWords, astrArguments))
+    return Refuse(nStdError, "can't start " + strProgram + ": an argument holds a NUL character");
+  const TChildResult tResult = RunChild(std::move(astrArguments), nStdOutput, nStdError);
+  if (tResult.nKind == TChildResult::ENDED) return tResult.nValue;
+  const char* pszWhat = tResult.nKind == TChildResult::LOST ? "can't learn the end of " : "can't start ";
+  return Refuse(nStdError, pszWhat + strProgram + ": " + DescribeError(tResult.nValue));
+}
+
+}  // namespace
+
+std::vector<CString> SplitCommandLine(const CString& strCommandLine) {
+  const std::wstring_view strText = strCommandLine.View();
+  std::vector<CString> astrWords;
+  for (std::size_t nIndex = 0; nIndex < strText.size();) {
+    if (IsSeparator(strText[nIndex])) {
+      ++nIndex;
+    } else {
+      astrWords.push_back(ReadWord(strText, nIndex));
+    }
+  }
+  return astrWords;
+}
+
+CString EscapeQuoted(const CString& strText) {
+  CString strEscaped;
+  for (const wchar_t ch : strText.View()) {
+    if (ch == L'"' || ch == L'\\') strEscaped += L'\\';
+    strEscaped += ch;
+  }
+  return strEscaped;
+}
+
+CProcessCapture::CProcessCapture() = default;
+CProcessCapture::~CProcessCapture() = default;
+
+int CProcessCapture::Execute(const CString& strCommandLine) {
+  m_poStdOutput.reset();
+  m_poStdError.reset();
+  CDescriptor oStdOutput = OpenTemporaryFile();
+  CDescriptor oStdError = OpenTemporaryFile();
+  if (!oStdOutput.IsOpen() || !oStdError.IsOpen()) return CANNOT_START;
+  const int nResult = Run(strCommandLine, oStdOutput.Get(), oStdError.Get());
+  m_poStdOutput = ReadFromStart(std::move(oStdOutput));
+  m_poStdError = ReadFromStart(std::move(oStdError));
+  return nResult;
+}
+
+}  // namespace TALVEK::VCM

@@ -1,3 +1,462 @@
 #include "core/process_capture.h"
 
+#include <cerrno>
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "core/text_codec.h"
+#include "tests/support/temp_folder.h"
+
+namespace TALVEK::VCM {
+namespace {
+
+using TEST::CTempFolder;
+using TWords = std::vector<std::wstring>;
+
+std::string ReadToEnd(wxInputStream* poStream) {
+  if (!poStream) return "(no stream)";
+  std::string strBytes;
+  std::string strBlock(65536, '\0');
+  while (const std::size_t nRead = poStream->Read(strBlock.data(), strBlock.size()).LastRead())
+    strBytes.append(strBlock, 0, nRead);
+  return strBytes;
+}
+
+/// What a run came to, as one text to compare.
+std::string Outcome(CProcessCapture& oProcess, const CString& strCommandLine) {
+  const int nResult = oProcess.Execute(strCommandLine);
+  return std::to_string(nResult) + "|" + ReadToEnd(oProcess.GetStdOutputStream()) + "|" +
+         ReadToEnd(oProcess.GetStdErrorStream());
+}
+
+std::string Outcome(const CString& strCommandLine) {
+  CProcessCapture oProcess;
+  return Outcome(oProcess, strCommandLine);
+}
+
+/// `sh -c` with a script that is quoted as a word.
+CString Shell(const std::string& strScript) {
+  return L"sh -c \"" + EscapeQuoted(FromBytes(strScript)) + L"\"";
+}
+
+TWords Split(const wchar_t* pszLine) {
+  TWords astrWords;
+  for (const CString& strWord : SplitCommandLine(pszLine))
+    astrWords.emplace_back(strWord.View());
+  return astrWords;
+}
+
+/// Another locale for one test.
+class CLocaleScope {
+ public:
+  explicit CLocaleScope(const char* pszLocale) : m_strPrevious(std::setlocale(LC_ALL, nullptr)) {
+    if (!std::setlocale(LC_ALL, pszLocale)) throw std::runtime_error("no such locale");
+  }
+  ~CLocaleScope() { std::setlocale(LC_ALL, m_strPrevious.c_str()); }
+  CLocaleScope(const CLocaleScope&) = delete;
+  CLocaleScope& operator=(const CLocaleScope&) = delete;
+
+ private:
+  std::string m_strPrevious;
+};
+
+TEST(CommandLineTest, WordsAreSplitAsTheTableSays) {
+  const struct {
+    const wchar_t* pszLine;
+    TWords astrWords;
+  } atCases[] = {
+      {L"", {}},
+      {L" \t ", {}},
+      {L"cvs", {L"cvs"}},
+      {L"  cvs \t -d  /repo\trlog ", {L"cvs", L"-d", L"/repo", L"rlog"}},
+      {L"\"/usr/my bin/cvs\" -d /r", {L"/usr/my bin/cvs", L"-d", L"/r"}},
+      {L"-d \"2006-01-01>2005-01-01\"", {L"-d", L"2006-01-01>2005-01-01"}},
+      {L"a\"b c\"d", {L"ab cd"}},
+      {L"\"a\"\"b\"", {L"ab"}},
+      {L"\"a\tb\"", {L"a\tb"}},
+      {L"\"\"", {L""}},
+      {L"a \"\" b", {L"a", L"", L"b"}},
+      {L"a\"\"", {L"a"}},
+      {L"\"a\\\"b\"", {L"a\"b"}},
+      {L"\"a\\\\b\"", {L"a\\b"}},
+      {L"\"a\\\\\" b", {L"a\\", L"b"}},
+      {L"\"a\\nb\\ c\"", {L"a\\nb\\ c"}},
+      {L"a\\b", {L"a\\b"}},
+      {L"a\\ b", {L"a\\", L"b"}},
+      {L"\\\"a b\"", {L"\\a b"}},
+      {L"\\\\", {L"\\\\"}},
+      {L"\"open quote", {L"open quote"}},
+      {L"a \"", {L"a", L""}},
+      {L"\"a\\", {L"a\\"}},
+      {L"$HOME *.c a;b >out <in | & `x` 'y z' ~ #",
+       {L"$HOME", L"*.c", L"a;b", L">out", L"<in", L"|", L"&", L"`x`", L"'y", L"z'", L"~", L"#"}},
+      {L"a\nb\rc", {L"a\nb\rc"}},
+      {L"\u00a0\u2003", {L"\u00a0\u2003"}},
+  };
+  for (const auto& tCase : atCases)
+    EXPECT_EQ(Split(tCase.pszLine), tCase.astrWords) << CString(tCase.pszLine).c_str();
+}
+
+TEST(CommandLineTest, NulIsPartOfItsWord) {
+  const std::vector<CString> astrWords = SplitCommandLine(CString(std::wstring_view(L"a\0b c", 5)));
+  ASSERT_EQ(astrWords.size(), 2u);
+  EXPECT_EQ(astrWords[0], CString(std::wstring_view(L"a\0b", 3)));
+}
+
+TEST(CommandLineTest, EscapingPutsABackslashBeforeQuotesAndBackslashes) {
+  EXPECT_EQ(EscapeQuoted(L"a\\b\"c d"), CString(L"a\\\\b\\\"c d"));
+}
+
+TEST(CommandLineTest, EscapedTextBetweenQuotesComesOutUnchanged) {
+  constexpr std::wstring_view ALPHABET(L"\"\\ \ta$\0\u00e9\xdcff", 9);
+  const unsigned nSeed = 20050102;
+  std::mt19937 oRandom(nSeed);
+  for (int nRound = 0; nRound < 5000; ++nRound) {
+    CString strText;
+    for (auto nLeft = oRandom() % 12; nLeft > 0; --nLeft)
+      strText += ALPHABET[oRandom() % ALPHABET.size()];
+    const std::vector<CString> astrWords = SplitCommandLine(L"x \"" + EscapeQuoted(strText) + L"\" y");
+    ASSERT_EQ(astrWords, (std::vector<CString>{L"x", strText, L"y"})) << "round " << nRound;
+  }
+}
+
+TEST(ProcessCaptureTest, BothOutputsAndTheExitStatusAreKept) {
+  EXPECT_EQ(Outcome(Shell("echo out; echo err >&2; exit 3")), "3|out\n|err\n");
+}
+
+TEST(ProcessCaptureTest, SuccessIsZero) {
+  EXPECT_EQ(Outcome(L"true"), "0||");
+}
+
+TEST(ProcessCaptureTest, StreamsAreNullBeforeTheFirstRun) {
+  CProcessCapture oProcess;
+  EXPECT_EQ(oProcess.GetStdOutputStream(), nullptr);
+  EXPECT_EQ(oProcess.GetStdErrorStream(), nullptr);
+}
+
+TEST(ProcessCaptureTest, KilledProgramGivesSignalPlus128) {
+  EXPECT_EQ(Outcome(Shell("echo before; kill -9 $$")), "137|before\n|");
+  EXPECT_EQ(Outcome(Shell("kill -15 $$")), "143||");
+}
+
+TEST(ProcessCaptureTest, MissingProgramGives127AndALine) {
+  EXPECT_EQ(Outcome(L"talvek-no-such-program -d x"),
+            "127||can't start 'talvek-no-such-program': No such file or directory\n");
+  EXPECT_EQ(Outcome(L"\"/no such/cvs\" -d x"),
+            "127||can't start '/no such/cvs': No such file or directory\n");
+}
+
+TEST(ProcessCaptureTest, FileWithoutExecutePermissionGives127AndALine) {
+  const CTempFolder oFolder;
+  TEST::WriteFile(oFolder / "tool", "#!/bin/sh\nexit 0\n");
+  ::chmod((oFolder / "tool").c_str(), 0644);
+  const std::string strTool = oFolder / "tool";
+  EXPECT_EQ(Outcome(FromBytes(strTool)), "127||can't start '" + strTool + "': Permission denied\n");
+}
+
+TEST(ProcessCaptureTest, FolderAsProgramGives127AndALine) {
+  const CTempFolder oFolder;
+  const std::string strPath = oFolder.Path();
+  EXPECT_EQ(Outcome(FromBytes(strPath)), "127||can't start '" + strPath + "': Permission denied\n");
+}
+
+TEST(ProcessCaptureTest, EmptyCommandLineGives127AndALine) {
+  EXPECT_EQ(Outcome(L""), "127||can't start a program: the command line is empty\n");
+  EXPECT_EQ(Outcome(L" \t"), "127||can't start a program: the command line is empty\n");
+}
+
+TEST(ProcessCaptureTest, EmptyProgramNameGives127AndALine) {
+  EXPECT_EQ(Outcome(L"\"\" x"), "127||can't start '': No such file or directory\n");
+}
+
+TEST(ProcessCaptureTest, ArgumentWithNulGives127AndALine) {
+  EXPECT_EQ(Outcome(CString(std::wstring_view(L"echo a\0b", 8))),
+            "127||can't start 'echo': an argument holds a NUL character\n");
+}
+
+TEST(ProcessCaptureTest, TooLongArgumentGives127AndALine) {
+  CString strLine(L"echo ");
+  strLine += std::wstring(4 << 20, L'x').c_str();
+  EXPECT_EQ(Outcome(strLine), "127||can't start 'echo': Argument list too long\n");
+}
+
+TEST(ProcessCaptureTest, ProgramIsSearchedOnThePath) {
+  const CTempFolder oFolder;
+  TEST::WriteFile(oFolder / "talvek-tool", "#!/bin/sh\necho found \"$1\"\n");
+  ::chmod((oFolder / "talvek-tool").c_str(), 0755);
+  const std::string strPath = std::getenv("PATH");
+  ::setenv("PATH", (std::string(oFolder.Path()) + ":" + strPath).c_str(), 1);
+  EXPECT_EQ(Outcome(L"talvek-tool \"a b\""), "0|found a b\n|");
+  ::setenv("PATH", strPath.c_str(), 1);
+  EXPECT_EQ(Outcome(L"talvek-tool"), "127||can't start 'talvek-tool': No such file or directory\n");
+}
+
+TEST(ProcessCaptureTest, NoShellStandsInBetween) {
+  EXPECT_EQ(Outcome(L"printf %s| \"$HOME\" * ; >x `id`"), "0|$HOME|*|;|>x|`id`||");
+}
+
+TEST(ProcessCaptureTest, StandardInputIsEmpty) {
+  EXPECT_EQ(Outcome(L"cat"), "0||");
+}
+
+TEST(ProcessCaptureTest, LargeInterleavedOutputsArriveWhole) {
+  CProcessCapture oProcess;
+  const CString strLine = Shell(
+      "i=0; while [ $i -lt 64 ]; do head -c 65536 /dev/zero; head -c 65537 /dev/zero >&2; i=$((i+1)); done");
+  EXPECT_EQ(oProcess.Execute(strLine), 0);
+  EXPECT_EQ(ReadToEnd(oProcess.GetStdOutputStream()), std::string(64 * 65536, '\0'));
+  EXPECT_EQ(ReadToEnd(oProcess.GetStdErrorStream()), std::string(64 * 65537, '\0'));
+}
+
+TEST(ProcessCaptureTest, OutputTakesNoMemory) {
+  CProcessCapture oProcess;
+  oProcess.Execute(L"true");
+  rusage tBefore{}, tAfter{};
+  ::getrusage(RUSAGE_SELF, &tBefore);
+  EXPECT_EQ(oProcess.Execute(L"head -c 134217728 /dev/zero"), 0);
+  std::size_t nBytes = 0;
+  std::string strBlock(65536, '\0');
+  while (const auto nRead = oProcess.GetStdOutputStream()->Read(strBlock.data(), 65536).LastRead())
+    nBytes += nRead;
+  ::getrusage(RUSAGE_SELF, &tAfter);
+  EXPECT_EQ(nBytes, 134217728u);
+  EXPECT_LT(tAfter.ru_maxrss - tBefore.ru_maxrss, 16 * 1024) << "KiB";
+}
+
+TEST(ProcessCaptureTest, UndecodableBytesReachTheProgramAsTheyWere) {
+  std::string strBytes = "na\xefve \xc3\xa9 \xff";
+  for (const char* pszLocale : {"C", "C.UTF-8"}) {
+    const CLocaleScope oLocale(pszLocale);
+    EXPECT_EQ(Outcome(FromBytes("printf %s \"" + strBytes + "\"")), "0|" + strBytes + "|") << pszLocale;
+  }
+}
+
+TEST(ProcessCaptureTest, UndecodableBytesOfAMissingProgramAreInItsLine) {
+  for (const char* pszLocale : {"C", "C.UTF-8"}) {
+    const CLocaleScope oLocale(pszLocale);
+    EXPECT_EQ(Outcome(FromBytes("/no/\xe9")), "127||can't start '/no/\xe9': No such file or directory\n");
+  }
+}
+
+TEST(ProcessCaptureTest, NextRunReplacesTheStreams) {
+  CProcessCapture oProcess;
+  oProcess.Execute(Shell("echo first; echo wrong >&2"));
+  EXPECT_EQ(Outcome(oProcess, Shell("echo second")), "0|second\n|");
+  EXPECT_EQ(Outcome(oProcess, L"talvek-no-such-program"),
+            "127||can't start 'talvek-no-such-program': No such file or directory\n");
+}
+
+TEST(ProcessCaptureTest, StreamReadToItsEndIsAtItsEnd) {
+  CProcessCapture oProcess;
+  oProcess.Execute(L"echo x");
+  EXPECT_FALSE(oProcess.GetStdOutputStream()->Eof());
+  EXPECT_EQ(ReadToEnd(oProcess.GetStdOutputStream()), "x\n");
+  EXPECT_TRUE(oProcess.GetStdOutputStream()->Eof());
+}
+
+// The 3 is the folder that ls itself reads. Were another descriptor open, ls would have got a later one.
+TEST(ProcessCaptureTest, ProgramHasNoDescriptorButTheStandardOnes) {
+  std::vector<int> anLeaky;
+  for (int nCount = 0; nCount < 20; ++nCount)
+    anLeaky.push_back(::open("/dev/null", O_RDONLY));
+  EXPECT_EQ(Outcome(L"ls /proc/self/fd"), "0|0\n1\n2\n3\n|");
+  for (const int nDescriptor : anLeaky)
+    ::close(nDescriptor);
+}
+
+TEST(ProcessCaptureTest, RunsLeaveNoDescriptorOpenInTheCaller) {
+  const auto CountDescriptors = [] {
+    int nCount = 0;
+    for (int nDescriptor = 0; nDescriptor < 1024; ++nDescriptor)
+      nCount += ::fcntl(nDescriptor, F_GETFD) >= 0 ? 1 : 0;
+    return nCount;
+  };
+  const int nBefore = CountDescriptors();
+  {
+    CProcessCapture oProcess;
+    for (const wchar_t* pszLine : {L"true", L"", L"talvek-no-such-program", L"true"}) {
+      oProcess.Execute(pszLine);
+      EXPECT_EQ(CountDescriptors(), nBefore + 2) << "the two streams";
+    }
+  }
+  EXPECT_EQ(CountDescriptors(), nBefore);
+}
+
+TEST(ProcessCaptureTest, NoZombieIsLeft) {
+  EXPECT_EQ(Outcome(L"true"), "0||");
+  EXPECT_EQ(Outcome(L"talvek-no-such-program").substr(0, 3), "127");
+  EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+  EXPECT_EQ(errno, ECHILD);
+}
+
+TEST(ProcessCaptureTest, ProgramRunsInTheProcessWorkingFolder) {
+  const CTempFolder oFolder;
+  const std::filesystem::path oPrevious = std::filesystem::current_path();
+  std::filesystem::current_path(oFolder.Path());
+  const std::string strOutcome = Outcome(L"pwd -P");
+  std::filesystem::current_path(oPrevious);
+  EXPECT_EQ(strOutcome, "0|" + std::filesystem::canonical(oFolder.Path()).string() + "\n|");
+}
+
+TEST(ProcessCaptureTest, ProgramHasDefaultSignalsAndNoneBlocked) {
+  sigset_t oBlocked, oPrevious;
+  sigemptyset(&oBlocked);
+  sigaddset(&oBlocked, SIGUSR1);
+  sigprocmask(SIG_BLOCK, &oBlocked, &oPrevious);
+  const auto pfnPipe = std::signal(SIGPIPE, SIG_IGN);
+  const std::string strOutcome = Outcome(L"grep -E \"^Sig(Blk|Ign)\" /proc/self/status");
+  std::signal(SIGPIPE, pfnPipe);
+  sigprocmask(SIG_SETMASK, &oPrevious, nullptr);
+  EXPECT_EQ(strOutcome, "0|SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n|");
+}
+
+TEST(ProcessCaptureTest, CallersSignalMaskIsLeftAsItWas) {
+  sigset_t oBlocked, oPrevious, oAfter;
+  sigemptyset(&oBlocked);
+  sigaddset(&oBlocked, SIGUSR1);
+  sigprocmask(SIG_SETMASK, &oBlocked, &oPrevious);
+  Outcome(L"true");
+  sigprocmask(SIG_SETMASK, &oPrevious, &oAfter);
+  EXPECT_TRUE(sigismember(&oAfter, SIGUSR1));
+  EXPECT_FALSE(sigismember(&oAfter, SIGUSR2));
+}
+
+TEST(ProcessCaptureTest, ExitStatusIsKnownInAProcessThatIgnoresItsChildren) {
+  const auto pfnPrevious = std::signal(SIGCHLD, SIG_IGN);
+  EXPECT_EQ(Outcome(Shell("exit 5")), "5||");
+  EXPECT_EQ(std::signal(SIGCHLD, pfnPrevious), SIG_IGN);
+}
+
+void TakeAllChildren(int) {
+  while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+  }
+}
+
+// The handler runs while the runner waits for the same child, so either of them may get its status.
+TEST(ProcessCaptureTest, SignalHandlerThatTakesChildrenCannotMakeTheRunnerHang) {
+  const auto pfnPrevious = std::signal(SIGCHLD, TakeAllChildren);
+  const std::string strOutcome = Outcome(Shell("echo out; exit 5"));
+  std::signal(SIGCHLD, pfnPrevious);
+  EXPECT_TRUE(strOutcome == "5|out\n|" ||
+              strOutcome == "127|out\n|can't learn the end of 'sh': No child processes\n")
+      << strOutcome;
+}
+
+// The three standard descriptors are free, so the runner's own files land on them.
+TEST(ProcessCaptureTest, WorksInAProcessWithoutStandardDescriptors) {
+  const CTempFolder oFolder;
+  const std::string strResult = oFolder / "result";
+  const pid_t nChild = ::fork();
+  ASSERT_GE(nChild, 0);
+  if (nChild == 0) {
+    for (const int nDescriptor : {0, 1, 2})
+      ::close(nDescriptor);
+    TEST::WriteFile(strResult, Outcome(Shell("echo out; echo err >&2; cat; exit 4")) +
+                                   Outcome(L"talvek-no-such-program"));
+    ::_exit(0);
+  }
+  ::waitpid(nChild, nullptr, 0);
+  EXPECT_EQ(TEST::ReadFile(strResult),
+            "4|out\n|err\n127||can't start 'talvek-no-such-program': No such file or directory\n");
+}
+
+// The test adopts the orphan, so that it can wait for it.
+TEST(ProcessCaptureTest, ProgramEndsWithTheProcessThatStartedIt) {
+  const CTempFolder oFolder;
+  const std::string strPipe = oFolder / "pipe";
+  ASSERT_EQ(::mkfifo(strPipe.c_str(), 0600), 0);
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+  const pid_t nStarter = ::fork();
+  ASSERT_GE(nStarter, 0);
+  if (nStarter == 0) {
+    Outcome(Shell("echo $$ > " + strPipe + "; exec sleep 1000"));
+    ::_exit(0);
+  }
+  pid_t nProgram = 0;
+  std::ifstream(strPipe) >> nProgram;
+  ::kill(nStarter, SIGKILL);
+  int nStatus = 0;
+  EXPECT_EQ(::waitpid(nStarter, &nStatus, 0), nStarter);
+  EXPECT_EQ(::waitpid(nProgram, &nStatus, 0), nProgram);
+  EXPECT_TRUE(WIFSIGNALED(nStatus) && WTERMSIG(nStatus) == SIGTERM) << nStatus;
+  ::prctl(PR_SET_CHILD_SUBREAPER, 0);
+}
+
+// "late" is written by a process that outlives the program, after the first half of the output was read.
+TEST(ProcessCaptureTest, LateWriterDoesNotMoveThePlaceOfReading) {
+  const CTempFolder oFolder;
+  const std::string strGo = oFolder / "go", strDone = oFolder / "done";
+  ASSERT_EQ(::mkfifo(strGo.c_str(), 0600), 0);
+  ASSERT_EQ(::mkfifo(strDone.c_str(), 0600), 0);
+  CProcessCapture oProcess;
+  oProcess.Execute(Shell("echo early; (read x < " + strGo + "; echo late; echo x > " + strDone + ") &"));
+  std::string strStart(3, '\0');
+  oProcess.GetStdOutputStream()->Read(strStart.data(), 3);
+  TEST::WriteFile(strGo, "x\n");
+  TEST::ReadFile(strDone);
+  EXPECT_EQ(strStart + ReadToEnd(oProcess.GetStdOutputStream()), "early\nlate\n");
+}
+
+TEST(ProcessCaptureTest, UnusableTemporaryFolderIsPassedOver) {
+  ::setenv("TMPDIR", "/no/such/folder", 1);
+  EXPECT_EQ(Outcome(L"echo x"), "0|x\n|");
+  ::unsetenv("TMPDIR");
+}
+
+TEST(ProcessCaptureTest, TemporaryFolderIsLeftEmpty) {
+  const CTempFolder oFolder;
+  ::setenv("TMPDIR", oFolder.Path().c_str(), 1);
+  CProcessCapture oProcess;
+  EXPECT_EQ(oProcess.Execute(Shell("readlink /proc/$$/fd/1 | grep -q ^" + oFolder.Path().string())), 0);
+  EXPECT_TRUE(std::filesystem::is_empty(oFolder.Path()));
+  ::unsetenv("TMPDIR");
+}
+
+// A process that may open no more files gets neither a temporary file nor a child.
+TEST(ProcessCaptureTest, StreamsAreNullWithoutATemporaryFile) {
+  CProcessCapture oProcess;
+  oProcess.Execute(L"true");
+  rlimit tPrevious{};
+  ::getrlimit(RLIMIT_NOFILE, &tPrevious);
+  const rlimit tNone{0, tPrevious.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &tNone);
+  const int nResult = oProcess.Execute(L"true");
+  ::setrlimit(RLIMIT_NOFILE, &tPrevious);
+  EXPECT_EQ(nResult, 127);
+  EXPECT_EQ(oProcess.GetStdOutputStream(), nullptr);
+  EXPECT_EQ(oProcess.GetStdErrorStream(), nullptr);
+}
+
+// Room for the two outputs but not for what starting takes: the reason is the real one.
+TEST(ProcessCaptureTest, LackOfDescriptorsGives127AndALine) {
+  const int nLowest = ::open("/dev/null", O_RDONLY);
+  ::close(nLowest);
+  rlimit tPrevious{};
+  ::getrlimit(RLIMIT_NOFILE, &tPrevious);
+  for (rlim_t nRoom = 2; nRoom <= 7; ++nRoom) {
+    CProcessCapture oProcess;
+    const rlimit tFew{static_cast<rlim_t>(nLowest) + nRoom, tPrevious.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &tFew);
+    const int nResult = oProcess.Execute(L"true");
+    ::setrlimit(RLIMIT_NOFILE, &tPrevious);
+    EXPECT_EQ(nResult, 127) << nRoom;
+    EXPECT_EQ(ReadToEnd(oProcess.GetStdErrorStream()), "can't start 'true': Too many open files\n") << nRoom;
+  }
+}
+
+}  // namespace
+}  // namespace TALVEK::VCM
