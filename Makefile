@@ -1,0 +1,87 @@
+# A thin front to CMake: what to type first. Everything is built by CMakeLists.txt and CMakePresets.json.
+
+PRESET ?= release
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+PREFIX ?= /usr/local
+IMPORT_OPTIONS ?= --nested-branches
+
+# Without REPOS the import is the example's, and its target under build/ is made anew each time.
+# A target that the user named is never touched before the import, which refuses one that isn't empty.
+EXAMPLE = build/example
+ifdef REPOS
+  NEEDED_REPOS =
+else
+  REPOS = $(CURDIR)/$(EXAMPLE)/repository
+  MODULE = calculator
+  NEEDED_REPOS = $(EXAMPLE)/repository
+endif
+ifndef INTO
+  ifneq ($(NEEDED_REPOS),)
+    INTO = $(EXAMPLE)/git
+    REMOVE_OLD_TARGET = rm -rf '$(INTO)'
+  endif
+endif
+
+.PHONY: help deps build import test bench install format tidy check-import-arguments
+
+help:
+	@echo 'make import    import the example repository into Git and show its history'
+	@echo '               REPOS=ROOT MODULE=NAME INTO=FOLDER imports your own'
+	@echo '               IMPORT_OPTIONS=... for talvek-import run ($(IMPORT_OPTIONS))'
+	@echo 'make test      build and run every test                  (PRESET=release, debug, asan)'
+	@echo 'make build     build the plug-in and the programs        (PRESET=...)'
+	@echo 'make install   install them                              (PREFIX=/usr/local, DESTDIR=)'
+	@echo 'make bench     run the benchmarks'
+	@echo 'make deps      install the Debian packages that are missing (NO_DEPS=1: never install any)'
+	@echo 'make format    format the sources'
+	@echo 'make tidy      let clang-tidy read the sources'
+
+# $(call need,GROUP...): the packages of these groups of tools/packages.txt.
+need = $(if $(NO_DEPS),@:,@tools/install-packages $(1))
+
+deps:
+	$(call need,build)
+
+build: deps
+	cmake --preset $(PRESET)
+	cmake --build --preset $(PRESET) -j$(JOBS)
+
+import: check-import-arguments build $(NEEDED_REPOS)
+	@$(REMOVE_OLD_TARGET)
+	build/$(PRESET)/bin/talvek-import run --repos-path '$(REPOS)' --module-name '$(MODULE)' \
+	  $(IMPORT_OPTIONS) --into '$(INTO)'
+	git -C '$(INTO)' --no-pager log --graph --all --date=short --format='%h %ad %an: %s%d'
+
+check-import-arguments:
+	@test -n '$(MODULE)' || { echo 'Say which module of $(REPOS) to import: MODULE=NAME' >&2; exit 2; }
+	@test -n '$(INTO)' || { echo 'Say where to put the Git repository: INTO=FOLDER' >&2; exit 2; }
+
+# Moved into place when it is whole, so that an interrupted run leaves no half repository behind.
+$(EXAMPLE)/repository: examples/make-repository | deps
+	@mkdir -p $(EXAMPLE)
+	@rm -rf $@ $@.new
+	examples/make-repository $@.new
+	@mv $@.new $@
+
+test: build
+	ctest --preset $(PRESET) -j$(JOBS)
+
+bench: PRESET = release
+bench: deps
+	$(call need,bench)
+	cmake --preset $(PRESET)
+	cmake --build --preset $(PRESET) --target bench
+
+install: build
+	DESTDIR='$(DESTDIR)' cmake --install build/$(PRESET) --prefix '$(PREFIX)'
+
+SOURCES = $$(git ls-files '*.h' '*.cpp')
+
+format:
+	$(call need,format)
+	clang-format -i $(SOURCES)
+
+tidy: deps
+	$(call need,tidy)
+	cmake --preset debug
+	clang-tidy --quiet -p build/debug $$(git ls-files 'core/*.cpp' 'mce/*.cpp' 'mcv/*.cpp' 'host/*.cpp')
