@@ -11,7 +11,8 @@ namespace TALVEK::HOST {
 /// Owns     Nothing: the descriptor stays the caller's, and bytes that were not flushed are dropped.
 class CByteSink {
  public:
-  CByteSink(int nDescriptor, std::string strName) : m_nDescriptor(nDescriptor), m_strName(std::move(strName)) {}
+  CByteSink(int nDescriptor, std::string strName)
+      : m_nDescriptor(nDescriptor), m_strName(std::move(strName)) {}
   CByteSink(const CByteSink&) = delete;
   CByteSink& operator=(const CByteSink&) = delete;
 

@@ -1,6 +1,6 @@
-#include "host/child_process.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
+#include "host/git_process.h"
 #include "host/import_session.h"
 #include "host/scratch_folder.h"
 #include "host/text_output.h"
@@ -22,8 +22,8 @@ std::string ProgramsText(const CPropertyTable& oTable, bool& bGood) {
     const std::string strFile = FindProgram(tProperty.strValue);
     if (strFile.empty()) bGood = false;
     strText += "program      " +
-               (strFile.empty() ? "'" + ShowText(tProperty.strValue) + "' is nowhere; install it or give another with --" +
-                                      tProperty.strOption
+               (strFile.empty() ? "'" + ShowText(tProperty.strValue) +
+                                      "' is nowhere; install it or give another with --" + tProperty.strOption
                                 : ShowBytes(strFile)) +
                '\n';
   }
@@ -43,7 +43,8 @@ std::string HistoryText(const CImportSession& oSession) {
   std::string strText = "will import  " + ShowCount(oSession.GetStreams().size(), "stream") + ", " +
                         ShowCount(oSession.GetChangeCount(), "changeset") + '\n';
   if (oSession.GetChangeCount() == 0) strText += "             there is nothing to import\n";
-  if (oSession.IsCutShort()) strText += "             only a part of the history" + oSession.CutShortText() + '\n';
+  if (oSession.IsCutShort())
+    strText += "             only a part of the history" + oSession.CutShortText() + '\n';
   return strText;
 }
 
@@ -61,7 +62,8 @@ int CheckCommand(const TCommandContext& tContext) {
   const VCM::CString strEnvironment = oSession.Configure();
   std::string strText = "provider     " + ShowText(tContext.oLibrary.GetDisplayName()) + " (" +
                         ShowBytes(tContext.oLibrary.GetFile().string()) + ")\n";
-  strText += "environment  " + (strEnvironment.IsEmpty() ? "nothing to report" : ShowText(strEnvironment)) + '\n';
+  strText +=
+      "environment  " + (strEnvironment.IsEmpty() ? "nothing to report" : ShowText(strEnvironment)) + '\n';
   strText += ProgramsText(tContext.oTable, bGood) + "git          " + GitText(bGood) + '\n';
   WriteOutput(strText + PropertiesText(tContext.oTable));
   oSession.Open(oScratch.GetPath().string());

@@ -77,7 +77,8 @@ class CGrammar {
       m_tResult.strShow = std::string(VERSION_TEXT) + '\n';
       return m_tResult;
     } catch (const CLI::ParseError& oError) {
-      throw EHostError(STATUS_WRONG_USE, ShowBytes(oError.what()), "'talvek-import" + CommandName() + " --help' shows the options");
+      throw EHostError(STATUS_WRONG_USE, ShowBytes(oError.what()),
+                       "'talvek-import" + CommandName() + " --help' shows the options");
     }
     TakeProperties();
     return m_tResult;
@@ -110,8 +111,8 @@ class CGrammar {
   }
 
   void AddCheck() {
-    CLI::App* poCommand =
-        AddCommand(TCommandLine::COMMAND_CHECK, "check", "See whether all is there, and what will be imported");
+    CLI::App* poCommand = AddCommand(TCommandLine::COMMAND_CHECK, "check",
+                                     "See whether all is there, and what will be imported");
     AddImportLog(poCommand);
     AddPropertyOptions(poCommand);
   }
@@ -127,9 +128,10 @@ class CGrammar {
   void AddRun() {
     CLI::App* poCommand = AddCommand(TCommandLine::COMMAND_RUN, "run", "Import into Git");
     CLI::Option* poInto =
-        poCommand->add_option("--into", m_tResult.strInto,
-                              "The Git repository: a folder that doesn't exist, or is empty, or a repository "
-                              "without commits")
+        poCommand
+            ->add_option("--into", m_tResult.strInto,
+                         "The Git repository: a folder that doesn't exist, or is empty, or a repository "
+                         "without commits")
             ->type_name("DIR");
     poCommand
         ->add_option("--fast-export", m_tResult.strFastExport,
@@ -165,7 +167,8 @@ class CGrammar {
         tProperty.strOption.clear();
         continue;
       }
-      CLI::Option* poOption = tProperty.IsSwitch() ? AddSwitch(poCommand, tProperty) : AddText(poCommand, tProperty);
+      CLI::Option* poOption =
+          tProperty.IsSwitch() ? AddSwitch(poCommand, tProperty) : AddText(poCommand, tProperty);
       poOption->group("Properties of the import");
       m_atPropertyOptions[poCommand].emplace_back(poOption, &tProperty);
     }
@@ -180,8 +183,8 @@ class CGrammar {
   }
 
   static CLI::Option* AddSwitch(CLI::App* poCommand, const TProperty& tProperty) {
-    const std::string strHelp =
-        VCM::ToBytes(tProperty.strLabel) + (tProperty.strDefault == L"1" ? " (default: on)" : " (default: off)");
+    const std::string strHelp = VCM::ToBytes(tProperty.strLabel) +
+                                (tProperty.strDefault == L"1" ? " (default: on)" : " (default: off)");
     return poCommand->add_flag("--" + tProperty.strOption + ",!--no-" + tProperty.strOption, strHelp);
   }
 
@@ -195,7 +198,8 @@ class CGrammar {
   }
 
   void TakeProperties() {
-    for (const std::string& strSet : m_astrSet) m_oTable.SetFromText(strSet);
+    for (const std::string& strSet : m_astrSet)
+      m_oTable.SetFromText(strSet);
     for (const CLI::App* poCommand : m_oApp.get_subcommands()) {
       for (const auto& [poOption, ptProperty] : m_atPropertyOptions[poCommand]) {
         if (poOption->count() == 0) continue;
@@ -220,8 +224,8 @@ class CGrammar {
 };
 
 // The value of "--name value" or "--name=value".
-bool MatchOption(const std::vector<std::string>& astrArguments, std::size_t nIndex, const std::string& strName,
-                 std::string& strValue) {
+bool MatchOption(const std::vector<std::string>& astrArguments, std::size_t nIndex,
+                 const std::string& strName, std::string& strValue) {
   const std::string& strArgument = astrArguments[nIndex];
   if (strArgument == strName && nIndex + 1 < astrArguments.size()) {
     strValue = astrArguments[nIndex + 1];

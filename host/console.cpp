@@ -20,7 +20,9 @@ std::size_t TerminalWidth() {
 
 CConsole::CConsole() : m_bTerminal(isatty(STDERR_FILENO) == 1) {}
 
-CConsole::~CConsole() { ClearTransient(); }
+CConsole::~CConsole() {
+  ClearTransient();
+}
 
 void CConsole::Line(std::string_view strText) {
   ClearTransient();

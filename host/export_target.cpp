@@ -32,12 +32,12 @@ CExportTarget::CExportTarget(const std::string& strFile) : m_oFile(strFile) {
   if (strFile == "-") return;
   std::error_code oError;
   if (fs::exists(m_oFile, oError) && !fs::is_regular_file(m_oFile, oError)) {
-    m_oDescriptor = CDescriptor(open(m_oFile.c_str(), O_WRONLY | O_CLOEXEC));
+    m_oDescriptor = VCM::CDescriptor(open(m_oFile.c_str(), O_WRONLY | O_CLOEXEC));
     if (!m_oDescriptor.IsOpen()) ThrowUnwritable(m_oFile, std::strerror(errno));
     return;
   }
   std::string strPartial = m_oFile.string() + ".XXXXXX";
-  m_oDescriptor = CDescriptor(mkostemp(strPartial.data(), O_CLOEXEC));
+  m_oDescriptor = VCM::CDescriptor(mkostemp(strPartial.data(), O_CLOEXEC));
   if (!m_oDescriptor.IsOpen()) ThrowUnwritable(m_oFile, std::strerror(errno));
   m_oPartial = strPartial;
 }
@@ -47,7 +47,9 @@ CExportTarget::~CExportTarget() {
   if (!m_oPartial.empty()) fs::remove(m_oPartial, oIgnored);
 }
 
-int CExportTarget::GetDescriptor() const { return m_oDescriptor.IsOpen() ? m_oDescriptor.Get() : STDOUT_FILENO; }
+int CExportTarget::GetDescriptor() const {
+  return m_oDescriptor.IsOpen() ? m_oDescriptor.Get() : STDOUT_FILENO;
+}
 
 void CExportTarget::Finish() {
   if (m_oPartial.empty()) return;

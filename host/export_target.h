@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-#include "host/descriptor.h"
+#include "core/descriptor.h"
 
 namespace TALVEK::HOST {
 
@@ -24,7 +24,7 @@ class CExportTarget {
  private:
   std::filesystem::path m_oFile;
   std::filesystem::path m_oPartial;  // empty: written directly
-  CDescriptor m_oDescriptor;         // none: standard output
+  VCM::CDescriptor m_oDescriptor;    // none: standard output
 };
 
 }  // namespace TALVEK::HOST

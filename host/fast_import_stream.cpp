@@ -4,7 +4,9 @@
 
 namespace TALVEK::HOST {
 
-void CFastImportStream::Begin() { m_oSink.Write("feature done\n"); }
+void CFastImportStream::Begin() {
+  m_oSink.Write("feature done\n");
+}
 
 CFastImportStream::TMark CFastImportStream::BeginBlob(std::uint64_t nSize) {
   const TMark nMark = NewMark();
@@ -14,13 +16,14 @@ CFastImportStream::TMark CFastImportStream::BeginBlob(std::uint64_t nSize) {
 
 CFastImportStream::TMark CFastImportStream::Commit(const TCommit& tCommit) {
   const TMark nMark = NewMark();
-  const std::string strWho = tCommit.strIdentity + " <" + tCommit.strIdentity + "> " +
-                             std::to_string(tCommit.nTime) + " +0000\n";
+  const std::string strWho =
+      tCommit.strIdentity + " <" + tCommit.strIdentity + "> " + std::to_string(tCommit.nTime) + " +0000\n";
   m_oSink.Write("commit " + tCommit.strRef + "\nmark :" + std::to_string(nMark) + '\n');
   m_oSink.Write("author " + strWho + "committer " + strWho);
   WriteData(tCommit.strMessage);
   if (tCommit.nParent) m_oSink.Write("from :" + std::to_string(*tCommit.nParent) + '\n');
-  for (const TFileChange& tChange : tCommit.atChanges) WriteChange(tChange);
+  for (const TFileChange& tChange : tCommit.atChanges)
+    WriteChange(tChange);
   m_oSink.Write("\n");
   return nMark;
 }

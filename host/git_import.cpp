@@ -16,9 +16,13 @@ namespace {
 
 constexpr const wchar_t* TRUNK_NAME = L"Main";
 
-bool IsTag(const TStream& tStream) { return tStream.tInfo.oProps.GetNumber(MCE::STREAM_IS_TAG, 0) == 1; }
+bool IsTag(const TStream& tStream) {
+  return tStream.tInfo.oProps.GetNumber(MCE::STREAM_IS_TAG, 0) == 1;
+}
 
-std::string Quoted(const VCM::CString& strText) { return "'" + ShowText(strText) + "'"; }
+std::string Quoted(const VCM::CString& strText) {
+  return "'" + ShowText(strText) + "'";
+}
 
 // Exactly `nSize` bytes: so many have been announced.
 void CopyBytes(int nDescriptor, std::uint64_t nSize, CFastImportStream& oStream) {
@@ -53,7 +57,8 @@ const TStream* FindTrunk(const std::vector<TStream>& atStreams) {
 CGitImport::CGitImport(const TParts& tParts, const std::vector<TStream>& atStreams,
                        const std::string& strTrunkBranch)
     : m_tParts(tParts) {
-  for (const TStream& tStream : atStreams) m_anBaseChanges.insert(tStream.tInfo.nBaseChangeID);
+  for (const TStream& tStream : atStreams)
+    m_anBaseChanges.insert(tStream.tInfo.nBaseChangeID);
   NameTrunk(atStreams, strTrunkBranch);
 }
 
@@ -88,7 +93,8 @@ void CGitImport::ReportBase(const TStream& tStream) {
   if (tStream.bUnreached) {
     m_tParts.oReport.Changed("stream " + strName + " is a root: its parents stand in a circle");
   } else if (tStream.tInfo.nBaseChangeID != 0 && !m_nParent) {
-    m_tParts.oReport.Changed("stream " + strName + " is a root: the changeset from which it starts comes later");
+    m_tParts.oReport.Changed("stream " + strName +
+                             " is a root: the changeset from which it starts comes later");
   }
 }
 
@@ -96,7 +102,8 @@ void CGitImport::BeginChange(MCE::CProvider::TChangeInfo& tChange) {
   m_nChangeTime = tChange.nTime;
   m_atItems.clear();
   m_anItemByPath.clear();
-  for (const std::string& strPath : m_tParts.oSpool.ReadChange()) CWorkFolder::ClearPath(m_oFolder, strPath);
+  for (const std::string& strPath : m_tParts.oSpool.ReadChange())
+    CWorkFolder::ClearPath(m_oFolder, strPath);
   m_tParts.oWatch.ForgetClientWords();
   m_bChangeFailed = m_tParts.oProvider.OnProcessChange(tChange) != MCE::RESULT_OK;
   m_strChangeWords = m_tParts.oWatch.GetClientWords();
@@ -209,7 +216,8 @@ const std::string& CGitImport::BranchRef(const TStream& tStream) {
   return strRef;
 }
 
-std::string CGitImport::AssignRef(CRefNames& oNames, const std::string& strFolder, const VCM::CString& strName) {
+std::string CGitImport::AssignRef(CRefNames& oNames, const std::string& strFolder,
+                                  const VCM::CString& strName) {
   const std::string strBytes = VCM::ToBytes(strName);
   const std::string strAssigned = oNames.Assign(strBytes);
   if (strAssigned != strBytes) {

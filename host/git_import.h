@@ -20,8 +20,8 @@
 
 namespace TALVEK::HOST {
 
-/// Turns the history that goes by into a stream for `git fast-import`: one commit per changeset, one branch or
-/// tag per stream.
+/// Turns the history that goes by into a stream for `git fast-import`: one commit per changeset, one branch
+/// or tag per stream.
 ///
 /// The files of a changeset are written as blobs while its items go by, and deleted at once; the commit that
 /// names them comes at its end. So a changeset needs no room in memory, and its deletions can come first,

@@ -6,8 +6,8 @@
 namespace TALVEK::HOST {
 namespace {
 
-// A loose reference is a file, and is written under its name and ".lock" first. The rest of the 255 bytes of a
-// file name is left for the suffix of a name that is taken.
+// A loose reference is a file, and is written under its name and ".lock" first. The rest of the 255 bytes of
+// a file name is left for the suffix of a name that is taken.
 constexpr std::size_t LONGEST_REF_ITEM = 240;
 
 std::vector<std::string> SplitItems(std::string_view strPath) {
@@ -24,7 +24,8 @@ std::vector<std::string> SplitItems(std::string_view strPath) {
 
 std::string JoinItems(const std::vector<std::string>& astrItems) {
   std::string strPath = astrItems.front();
-  for (std::size_t nIndex = 1; nIndex < astrItems.size(); ++nIndex) strPath += '/' + astrItems[nIndex];
+  for (std::size_t nIndex = 1; nIndex < astrItems.size(); ++nIndex)
+    strPath += '/' + astrItems[nIndex];
   return strPath;
 }
 
@@ -116,7 +117,8 @@ void AppendQuoted(char ch, std::string& strQuoted) {
 
 std::string GitRefName(std::string_view strName) {
   std::vector<std::string> astrItems = SplitItems(strName);
-  for (std::string& strItem : astrItems) MendRefItem(strItem);
+  for (std::string& strItem : astrItems)
+    MendRefItem(strItem);
   if (astrItems.back().ends_with('.')) astrItems.back().back() = '_';
   return JoinItems(astrItems);
 }
@@ -133,7 +135,8 @@ std::string GitIdentity(std::string_view strUser) {
 
 std::string GitPath(std::string_view strPath) {
   std::vector<std::string> astrItems = SplitItems(strPath);
-  for (std::string& strItem : astrItems) MendPathItem(strItem);
+  for (std::string& strItem : astrItems)
+    MendPathItem(strItem);
   return JoinItems(astrItems);
 }
 
@@ -143,7 +146,8 @@ std::string QuoteGitPath(std::string_view strPath) {
   });
   if (bPlain) return std::string(strPath);
   std::string strQuoted = "\"";
-  for (const char ch : strPath) AppendQuoted(ch, strQuoted);
+  for (const char ch : strPath)
+    AppendQuoted(ch, strQuoted);
   return strQuoted + '"';
 }
 

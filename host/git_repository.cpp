@@ -2,8 +2,8 @@
 
 #include <sstream>
 
-#include "host/child_process.h"
 #include "host/exit_status.h"
+#include "host/git_process.h"
 #include "host/text_output.h"
 
 namespace fs = std::filesystem;
@@ -11,9 +11,12 @@ namespace fs = std::filesystem;
 namespace TALVEK::HOST {
 namespace {
 
-constexpr const char* TARGET_REMEDY = "give a folder that doesn't exist, an empty one, or an empty Git repository";
+constexpr const char* TARGET_REMEDY =
+    "give a folder that doesn't exist, an empty one, or an empty Git repository";
 
-std::string FirstLine(const std::string& strText) { return strText.substr(0, strText.find('\n')); }
+std::string FirstLine(const std::string& strText) {
+  return strText.substr(0, strText.find('\n'));
+}
 
 [[noreturn]] void ThrowNotEmpty(const fs::path& oFolder, const char* pszWhat) {
   throw EHostError(STATUS_WRONG_USE, "'" + ShowBytes(oFolder.string()) + "' " + pszWhat, TARGET_REMEDY);
@@ -29,7 +32,8 @@ fs::path Normalized(const fs::path& oFolder) {
 
 void RequireGit() {
   if (RunGit({"--version"}).nStatus != 0) {
-    throw EHostError(STATUS_FAILED, "git can't be run", "install git, or write the stream with --fast-export FILE");
+    throw EHostError(STATUS_FAILED, "git can't be run",
+                     "install git, or write the stream with --fast-export FILE");
   }
 }
 
@@ -86,7 +90,8 @@ void CGitRepository::Make() {
   std::error_code oError;
   fs::create_directories(oFolder, oError);
   if (oError) {
-    throw EHostError(STATUS_FAILED, "can't make '" + ShowBytes(oFolder.string()) + "': " + oError.message(), "");
+    throw EHostError(STATUS_FAILED, "can't make '" + ShowBytes(oFolder.string()) + "': " + oError.message(),
+                     "");
   }
   m_oGitFolder = m_tOptions.bBare ? oFolder : oFolder / ".git";
   // No template: hooks and settings of whoever runs the import have no part in it.
@@ -120,7 +125,8 @@ std::string CGitRepository::Run(const std::vector<std::string>& astrArguments) c
 
 std::optional<std::string> CGitRepository::CheckOut() const {
   const std::string strTrunk = "refs/heads/" + m_tOptions.strTrunkBranch;
-  if (m_tOptions.bBare || RunGit(Command({"rev-parse", "--quiet", "--verify", strTrunk})).nStatus != 0) return {};
+  if (m_tOptions.bBare || RunGit(Command({"rev-parse", "--quiet", "--verify", strTrunk})).nStatus != 0)
+    return {};
   const TProcessResult tResult = RunGit(Command({"reset", "--quiet", "--hard"}));
   if (tResult.nStatus == 0) return {};
   return BestErrorLine(tResult.strError);
@@ -145,10 +151,12 @@ void CGitRepository::Undo() noexcept {
 void CGitRepository::RemoveReferences() const {
   std::istringstream oNames(Run({"for-each-ref", "--format=%(refname)"}));
   std::string strName;
-  while (std::getline(oNames, strName)) Run({"update-ref", "-d", strName});
+  while (std::getline(oNames, strName))
+    Run({"update-ref", "-d", strName});
   std::error_code oIgnored;
   for (const fs::directory_entry& oEntry : fs::directory_iterator(m_oGitFolder)) {
-    if (oEntry.path().filename().string().starts_with("fast_import_crash_")) fs::remove(oEntry.path(), oIgnored);
+    if (oEntry.path().filename().string().starts_with("fast_import_crash_"))
+      fs::remove(oEntry.path(), oIgnored);
   }
 }
 

@@ -27,9 +27,11 @@ bool IsMore(int nResult, const char* pszWhat) {
 
 void CHistoryWalk::Run(CHistoryVisitor& oVisitor) {
   m_nChangesSeen = 0;
-  for (const TStream& tStream : m_atStreams) WalkStream(tStream, oVisitor);
+  for (const TStream& tStream : m_atStreams)
+    WalkStream(tStream, oVisitor);
   if (m_nChangesSeen != m_nChangeCount) {
-    ThrowLost(ShowCount(m_nChangeCount, "changeset") + " recorded, " + std::to_string(m_nChangesSeen) + " read back");
+    ThrowLost(ShowCount(m_nChangeCount, "changeset") + " recorded, " + std::to_string(m_nChangesSeen) +
+              " read back");
   }
 }
 

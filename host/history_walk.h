@@ -17,8 +17,8 @@ class CHistoryVisitor {
   /// The folder below which the stream's files go, or would go: the provider makes folders there in any case.
   virtual VCM::CString BeginStream(const TStream& tStream) = 0;
   virtual void BeginChange(MCE::CProvider::TChangeInfo& /*tChange*/) {}
-  /// `nNumber` counts the items of the changeset from 1. `bFailed`: the provider could not do its part for the
-  /// item.
+  /// `nNumber` counts the items of the changeset from 1. `bFailed`: the provider could not do its part for
+  /// the item.
   virtual void Item(const MCE::CProvider::TChangeItemInfo& /*tItem*/, std::uint32_t /*nNumber*/,
                     bool /*bFailed*/) {}
   virtual void EndChange(const MCE::CProvider::TChangeInfo& /*tChange*/) {}
@@ -28,12 +28,16 @@ class CHistoryVisitor {
 /// Walks the streams in order, the changesets of each and the items of each changeset.
 ///
 /// Errors   EHostError (STATUS_FAILED) when the provider fails, or when it gives back more or less than it
-///          said was there: a lost part of the history must never pass for a whole one. EStopped between calls.
+///          said was there: a lost part of the history must never pass for a whole one. EStopped between
+///          calls.
 class CHistoryWalk {
  public:
   CHistoryWalk(MCE::CProvider& oProvider, const std::vector<TStream>& atStreams, std::uint32_t nChangeCount,
                CProgress& oProgress)
-      : m_oProvider(oProvider), m_atStreams(atStreams), m_nChangeCount(nChangeCount), m_oProgress(oProgress) {}
+      : m_oProvider(oProvider),
+        m_atStreams(atStreams),
+        m_nChangeCount(nChangeCount),
+        m_oProgress(oProgress) {}
 
   void Run(CHistoryVisitor& oVisitor);
 

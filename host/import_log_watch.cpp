@@ -14,7 +14,8 @@ constexpr std::wstring_view CUT_SHORT_LINE = L"Generating rlog command failed.";
 std::wstring_view TextOfLine(std::wstring_view strLine) {
   const std::size_t nColon = strLine.find(L": ");
   if (nColon != std::wstring_view::npos) strLine.remove_prefix(nColon + 2);
-  while (strLine.ends_with(L'\n')) strLine.remove_suffix(1);
+  while (strLine.ends_with(L'\n'))
+    strLine.remove_suffix(1);
   return strLine;
 }
 
@@ -25,7 +26,8 @@ bool IsRoutine(std::wstring_view strText) {
 }
 
 bool IsComplaint(std::wstring_view strText) {
-  return strText.starts_with(L"Failed ") || strText.starts_with(L"No streams ") || strText.starts_with(L"Unable ");
+  return strText.starts_with(L"Failed ") || strText.starts_with(L"No streams ") ||
+         strText.starts_with(L"Unable ");
 }
 
 }  // namespace

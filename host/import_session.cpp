@@ -87,15 +87,17 @@ void CImportSession::EstablishStreams() {
   RequireModule();
   if (nResult != MCE::RESULT_OK) {
     const VCM::CString& strComplaint = m_poWatch->GetComplaint();
-    throw EHostError(STATUS_FAILED,
-                     "the history can't be read" + (strComplaint.IsEmpty() ? "" : ": " + ShowText(strComplaint)),
-                     "check where it comes from");
+    throw EHostError(
+        STATUS_FAILED,
+        "the history can't be read" + (strComplaint.IsEmpty() ? "" : ": " + ShowText(strComplaint)),
+        "check where it comes from");
   }
   ThrowIfStopped();
   m_atStreams = EnumerateStreams(GetProvider(), nStreamCount);
   if (m_atStreams.size() < nStreamCount) {
     throw EHostError(STATUS_FAILED,
-                     "only " + std::to_string(m_atStreams.size()) + " of " + ShowCount(nStreamCount, "stream") +
+                     "only " + std::to_string(m_atStreams.size()) + " of " +
+                         ShowCount(nStreamCount, "stream") +
                          " can be reached: the others have parents that don't exist",
                      "");
   }

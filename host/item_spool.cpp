@@ -16,7 +16,8 @@ void CItemSpool::EndChange() {
 
 std::vector<std::string> CItemSpool::ReadChange() {
   std::vector<std::string> astrPaths(ReadNumber());
-  for (std::string& strPath : astrPaths) strPath = m_oFile.Read(ReadNumber());
+  for (std::string& strPath : astrPaths)
+    strPath = m_oFile.Read(ReadNumber());
   return astrPaths;
 }
 

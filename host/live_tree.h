@@ -18,7 +18,8 @@ class CLiveTree {
   /// that one never takes the other's place.
   enum TNameKind { OWN_NAME, CHANGED_NAME };
 
-  /// True when there is no folder at the path, no file where it needs a folder, and no file of the other kind.
+  /// True when there is no folder at the path, no file where it needs a folder, and no file of the other
+  /// kind.
   bool CanPut(std::string_view strPath, TNameKind eKind) const;
   /// Only after CanPut.
   void Put(std::string_view strPath, TNameKind eKind);

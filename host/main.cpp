@@ -13,11 +13,16 @@ namespace {
 
 int Dispatch(const TCommandContext& tContext) {
   switch (tContext.tCommandLine.eCommand) {
-    case TCommandLine::COMMAND_PROPERTIES: return PropertiesCommand(tContext);
-    case TCommandLine::COMMAND_CHECK: return CheckCommand(tContext);
-    case TCommandLine::COMMAND_PREVIEW: return PreviewCommand(tContext);
-    case TCommandLine::COMMAND_RUN: return RunCommand(tContext);
-    case TCommandLine::COMMAND_SHOW: break;
+    case TCommandLine::COMMAND_PROPERTIES:
+      return PropertiesCommand(tContext);
+    case TCommandLine::COMMAND_CHECK:
+      return CheckCommand(tContext);
+    case TCommandLine::COMMAND_PREVIEW:
+      return PreviewCommand(tContext);
+    case TCommandLine::COMMAND_RUN:
+      return RunCommand(tContext);
+    case TCommandLine::COMMAND_SHOW:
+      break;
   }
   WriteOutput(tContext.tCommandLine.strShow);
   return STATUS_IMPORTED;

@@ -38,7 +38,8 @@ int PreviewCommand(const TCommandContext& tContext) {
   const bool bJson = tContext.tCommandLine.strFormat == "jsonl";
   const std::unique_ptr<CPreview> poPreview = bJson ? MakeJsonPreview(strFolder) : MakeTextPreview(strFolder);
   oProgress.BeginPhase("walking the history", "changesets", oSession.GetChangeCount());
-  CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), oProgress).Run(*poPreview);
+  CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), oProgress)
+      .Run(*poPreview);
   oProgress.EndPhase();
   CByteSink oSink(STDOUT_FILENO, "standard output");
   poPreview->Write(oSink);

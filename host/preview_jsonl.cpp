@@ -91,12 +91,15 @@ class CJsonPreview : public CPreview {
   void Write(CByteSink& oSink) override {
     WriteStreams(oSink);
     std::sort(m_atLines.begin(), m_atLines.end(), [](const TChangeLines& tLeft, const TChangeLines& tRight) {
-      return std::tie(tLeft.nStream, tLeft.nTime, tLeft.nID) < std::tie(tRight.nStream, tRight.nTime, tRight.nID);
+      return std::tie(tLeft.nStream, tLeft.nTime, tLeft.nID) <
+             std::tie(tRight.nStream, tRight.nTime, tRight.nID);
     });
-    for (const TChangeLines& tLines : m_atLines) m_oChanges.Copy(tLines.nChangeOffset, tLines.nChangeSize, oSink);
+    for (const TChangeLines& tLines : m_atLines)
+      m_oChanges.Copy(tLines.nChangeOffset, tLines.nChangeSize, oSink);
     std::sort(m_atLines.begin(), m_atLines.end(),
               [](const TChangeLines& tLeft, const TChangeLines& tRight) { return tLeft.nID < tRight.nID; });
-    for (const TChangeLines& tLines : m_atLines) m_oItems.Copy(tLines.nItemsOffset, tLines.nItemsSize, oSink);
+    for (const TChangeLines& tLines : m_atLines)
+      m_oItems.Copy(tLines.nItemsOffset, tLines.nItemsSize, oSink);
     oSink.Flush();
   }
 
@@ -104,7 +107,8 @@ class CJsonPreview : public CPreview {
   void WriteStreams(CByteSink& oSink) {
     std::sort(m_atStreams.begin(), m_atStreams.end(),
               [](const auto& tLeft, const auto& tRight) { return tLeft.nID < tRight.nID; });
-    for (const MCE::CProvider::TStreamInfo& tStream : m_atStreams) oSink.Write(StreamLine(tStream));
+    for (const MCE::CProvider::TStreamInfo& tStream : m_atStreams)
+      oSink.Write(StreamLine(tStream));
   }
 
   VCM::CString m_strFolder;

@@ -39,7 +39,9 @@ class CTextPreview : public CPreview {
     tCounts.astrUsers.insert(tChange.strUser);
   }
 
-  void Item(const MCE::CProvider::TChangeItemInfo&, std::uint32_t, bool) override { ++m_atCounts.back().nItems; }
+  void Item(const MCE::CProvider::TChangeItemInfo&, std::uint32_t, bool) override {
+    ++m_atCounts.back().nItems;
+  }
 
   void Write(CByteSink& oSink) override {
     std::uint64_t nChanges = 0;
@@ -63,9 +65,9 @@ class CTextPreview : public CPreview {
     if (tCounts.nChanges == 0) {
       strLine += "no changesets";
     } else {
-      strLine += ShowCount(tCounts.nChanges, "changeset") + ", " + ShowCount(tCounts.nItems, "item") + " by " +
-                 ShowCount(tCounts.astrUsers.size(), "author") + ", " + ShowTime(tCounts.nFirstTime) + " to " +
-                 ShowTime(tCounts.nLastTime);
+      strLine += ShowCount(tCounts.nChanges, "changeset") + ", " + ShowCount(tCounts.nItems, "item") +
+                 " by " + ShowCount(tCounts.astrUsers.size(), "author") + ", " +
+                 ShowTime(tCounts.nFirstTime) + " to " + ShowTime(tCounts.nLastTime);
     }
     if (tCounts.tStream.bUnreached) strLine += " (its parents stand in a circle)";
     return strLine + '\n';

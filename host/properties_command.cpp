@@ -10,10 +10,14 @@ namespace {
 
 const char* TypeName(const TProperty& tProperty) {
   switch (tProperty.nType) {
-    case MCE::TPropertyInfo::TYPE_TEXT: return "text";
-    case MCE::TPropertyInfo::TYPE_SWITCH: return "switch";
-    case MCE::TPropertyInfo::TYPE_EXECUTABLE: return "executable";
-    default: return "other";
+    case MCE::TPropertyInfo::TYPE_TEXT:
+      return "text";
+    case MCE::TPropertyInfo::TYPE_SWITCH:
+      return "switch";
+    case MCE::TPropertyInfo::TYPE_EXECUTABLE:
+      return "executable";
+    default:
+      return "other";
   }
 }
 

@@ -13,7 +13,9 @@
 namespace TALVEK::HOST {
 namespace {
 
-bool IsUpper(wchar_t ch) { return ch >= L'A' && ch <= L'Z'; }
+bool IsUpper(wchar_t ch) {
+  return ch >= L'A' && ch <= L'Z';
+}
 bool IsWordCharacter(wchar_t ch) {
   return IsUpper(ch) || (ch >= L'a' && ch <= L'z') || (ch >= L'0' && ch <= L'9');
 }
@@ -43,10 +45,12 @@ std::string OptionName(const VCM::CString& strKey) {
   for (int nIndex = 0; nIndex < strKey.GetLength(); ++nIndex) {
     const wchar_t ch = strKey[nIndex];
     const bool bWord = IsWordCharacter(ch);
-    if ((!bWord || BeginsWord(strKey, nIndex)) && !strOption.empty() && strOption.back() != '-') strOption += '-';
+    if ((!bWord || BeginsWord(strKey, nIndex)) && !strOption.empty() && strOption.back() != '-')
+      strOption += '-';
     if (bWord) strOption += static_cast<char>(IsUpper(ch) ? ch - L'A' + L'a' : ch);
   }
-  while (strOption.ends_with('-')) strOption.pop_back();
+  while (strOption.ends_with('-'))
+    strOption.pop_back();
   return strOption;
 }
 
@@ -87,7 +91,8 @@ const TProperty* CPropertyTable::Find(const wchar_t* pszKey) const {
 void CPropertyTable::SetFromText(const std::string& strText) {
   const std::size_t nEqual = strText.find('=');
   if (nEqual == std::string::npos) {
-    throw EHostError(STATUS_WRONG_USE, "--set " + ShowBytes(strText) + " has no '='", "write --set Key=Value");
+    throw EHostError(STATUS_WRONG_USE, "--set " + ShowBytes(strText) + " has no '='",
+                     "write --set Key=Value");
   }
   const std::string strKey = strText.substr(0, nEqual);
   for (TProperty& tProperty : m_atProperties) {
@@ -139,9 +144,10 @@ void CPropertyTable::Apply(MCE::CProvider& oProvider) const {
     VCM::CString strValue = tProperty.strValue;
     VCM::CString strMessage;
     if (!oProvider.ValidateStringProperty(tProperty.strKey.c_str(), strValue, strMessage)) {
-      throw EHostError(STATUS_WRONG_USE,
-                       "the provider refuses '" + ShowText(tProperty.strValue) + "' for " + ShowText(tProperty.strKey),
-                       strMessage.IsEmpty() ? "give another with " + OptionHint(tProperty) : ShowText(strMessage));
+      throw EHostError(
+          STATUS_WRONG_USE,
+          "the provider refuses '" + ShowText(tProperty.strValue) + "' for " + ShowText(tProperty.strKey),
+          strMessage.IsEmpty() ? "give another with " + OptionHint(tProperty) : ShowText(strMessage));
     }
     oProvider.SetProperty(tProperty.strKey, strValue);
   }

@@ -33,14 +33,14 @@ class CPropertyTable {
   /// Null when the provider has no such property.
   const TProperty* Find(const wchar_t* pszKey) const;
 
-  /// Takes a "Key=Value". EHostError (STATUS_WRONG_USE) when it is none, when the provider has no such key, or
-  /// when a switch gets something else than 1 or 0: providers take "true" for off.
+  /// Takes a "Key=Value". EHostError (STATUS_WRONG_USE) when it is none, when the provider has no such key,
+  /// or when a switch gets something else than 1 or 0: providers take "true" for off.
   void SetFromText(const std::string& strText);
 
   /// True when the history comes from a saved log instead of the repository.
   bool ReadsSavedLog() const;
-  /// EHostError (STATUS_WRONG_USE) when what has no usable default was not given. `bNeedsFiles`: files will be
-  /// retrieved, so the repository is needed even with a saved log.
+  /// EHostError (STATUS_WRONG_USE) when what has no usable default was not given. `bNeedsFiles`: files will
+  /// be retrieved, so the repository is needed even with a saved log.
   void RequireSource(bool bNeedsFiles) const;
   /// The programs among the properties that are neither files nor on the PATH.
   std::vector<const TProperty*> MissingPrograms() const;

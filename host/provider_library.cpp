@@ -42,7 +42,8 @@ fs::path FindPlugin(const TProviderChoice& tChoice) {
   for (const fs::path& oFolder : aoFolders) {
     if (fs::is_regular_file(oFolder / strFile)) return oFolder / strFile;
   }
-  throw EHostError(STATUS_WRONG_USE, "there is no provider '" + ShowBytes(tChoice.strName) + "' (" + strFile + ")",
+  throw EHostError(STATUS_WRONG_USE,
+                   "there is no provider '" + ShowBytes(tChoice.strName) + "' (" + strFile + ")",
                    "check --provider, or say where it is with --provider-path");
 }
 
@@ -62,7 +63,9 @@ TProviderChoice Complete(TProviderChoice tChoice, fs::path& oFile) {
 
 }  // namespace
 
-void CProviderLibrary::TUnload::operator()(void* pLibrary) const { dlclose(pLibrary); }
+void CProviderLibrary::TUnload::operator()(void* pLibrary) const {
+  dlclose(pLibrary);
+}
 
 CProviderLibrary::CProviderLibrary(const TProviderChoice& tChoice) {
   const std::string strName = Complete(tChoice, m_oFile).strName;
@@ -70,7 +73,8 @@ CProviderLibrary::CProviderLibrary(const TProviderChoice& tChoice) {
   if (!m_pLibrary) throw EHostError(STATUS_FAILED, std::string("can't load the provider: ") + dlerror(), "");
   const std::string strExport = "talvek_em_" + strName;
   const auto pfnGetOptions = reinterpret_cast<TALVEK_EM_GETOPTIONS*>(FindFunction(strExport + "_getoptions"));
-  const auto pfnCreate = reinterpret_cast<TALVEK_EM_CREATEPROVIDER*>(FindFunction(strExport + "_createprovider"));
+  const auto pfnCreate =
+      reinterpret_cast<TALVEK_EM_CREATEPROVIDER*>(FindFunction(strExport + "_createprovider"));
   constexpr int BUFFER_LENGTH = 1024;
   wchar_t achName[BUFFER_LENGTH] = {};
   wchar_t achDisplayName[BUFFER_LENGTH] = {};
@@ -83,7 +87,8 @@ CProviderLibrary::CProviderLibrary(const TProviderChoice& tChoice) {
 void* CProviderLibrary::FindFunction(const std::string& strName) const {
   void* pFunction = dlsym(m_pLibrary.get(), strName.c_str());
   if (!pFunction) {
-    throw EHostError(STATUS_FAILED, "'" + ShowBytes(m_oFile.string()) + "' is no import provider: it has no " + strName,
+    throw EHostError(STATUS_FAILED,
+                     "'" + ShowBytes(m_oFile.string()) + "' is no import provider: it has no " + strName,
                      "check --provider and --provider-path");
   }
   return pFunction;

@@ -19,9 +19,9 @@ void RequirePrograms(const CPropertyTable& oTable, const VCM::CString& strEnviro
   }
   // Providers look for the bare name only and warn of what is on the PATH too; that warning helps nobody.
   const std::vector<TProperty>& atProperties = oTable.GetProperties();
-  const bool bHasPrograms = std::any_of(atProperties.begin(), atProperties.end(), [](const TProperty& tProperty) {
-    return tProperty.nType == MCE::TPropertyInfo::TYPE_EXECUTABLE;
-  });
+  const bool bHasPrograms = std::any_of(
+      atProperties.begin(), atProperties.end(),
+      [](const TProperty& tProperty) { return tProperty.nType == MCE::TPropertyInfo::TYPE_EXECUTABLE; });
   if (!bHasPrograms) oReport.Warning(ShowText(strEnvironment));
 }
 

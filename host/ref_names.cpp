@@ -7,7 +7,8 @@ namespace TALVEK::HOST {
 std::string CRefNames::Assign(std::string_view strName) {
   const std::string strValid = GitRefName(strName);
   std::string strFree = strValid;
-  for (int nNumber = 2; !IsFree(strFree); ++nNumber) strFree = WithSuffix(strValid, nNumber);
+  for (int nNumber = 2; !IsFree(strFree); ++nNumber)
+    strFree = WithSuffix(strValid, nNumber);
   Take(strFree);
   return strFree;
 }

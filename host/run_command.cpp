@@ -2,12 +2,12 @@
 #include <optional>
 
 #include "core/text_codec.h"
-#include "host/child_process.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
 #include "host/export_target.h"
 #include "host/git_import.h"
 #include "host/git_names.h"
+#include "host/git_process.h"
 #include "host/git_repository.h"
 #include "host/import_session.h"
 #include "host/provider_programs.h"
@@ -37,8 +37,8 @@ class CItemNoter : public CHistoryVisitor {
 };
 
 bool IsWithin(const fs::path& oInner, const fs::path& oOuter) {
-  const fs::path oRelative = fs::absolute(oInner).lexically_normal().lexically_relative(
-      fs::absolute(oOuter).lexically_normal());
+  const fs::path oRelative =
+      fs::absolute(oInner).lexically_normal().lexically_relative(fs::absolute(oOuter).lexically_normal());
   return !oRelative.empty() && *oRelative.begin() != "..";
 }
 
@@ -74,9 +74,9 @@ class CRun {
     m_tContext.oTable.RequireSource(true);
     if (!CommandLine().strInto.empty()) TakeRepository();
     const CWorkFolder oWork(CommandLine().strWork);
-    CImportSession oSession({m_tContext.oLibrary.GetProvider(), m_tContext.oTable, m_tContext.oConsole, m_oProgress,
-                             m_oReport},
-                            CommandLine().strImportLog);
+    CImportSession oSession(
+        {m_tContext.oLibrary.GetProvider(), m_tContext.oTable, m_tContext.oConsole, m_oProgress, m_oReport},
+        CommandLine().strImportLog);
     RequirePrograms(m_tContext.oTable, oSession.Configure(), m_oReport);
     oSession.Open(oWork.GetPath().string());
     ReadHistory(oSession);
@@ -106,17 +106,20 @@ class CRun {
   void ReadHistory(CImportSession& oSession) {
     oSession.ReadHistory();
     if (oSession.GetChangeCount() == 0) {
-      throw EHostError(STATUS_FAILED, "there is nothing to import: the history has no changesets" + oSession.CutShortText(),
+      throw EHostError(STATUS_FAILED,
+                       "there is nothing to import: the history has no changesets" + oSession.CutShortText(),
                        "check the module's name, the dates and the filters");
     }
-    if (oSession.IsCutShort()) m_oReport.Loss("a part of the history, which the repository didn't give" + oSession.CutShortText());
+    if (oSession.IsCutShort())
+      m_oReport.Loss("a part of the history, which the repository didn't give" + oSession.CutShortText());
   }
 
   void NoteItems(CImportSession& oSession, CItemSpool& oSpool) {
     const CScratchFolder oScratch;
     CItemNoter oNoter(oSpool, VCM::FromBytes(oScratch.GetPath().string()));
     m_oProgress.BeginPhase("walking the history", "changesets", oSession.GetChangeCount());
-    CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), m_oProgress).Run(oNoter);
+    CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), m_oProgress)
+        .Run(oNoter);
     oSpool.Rewind();
     m_oProgress.EndPhase();
   }
@@ -149,7 +152,8 @@ class CRun {
   void ImportIntoFile(CImportSession& oSession, const CWorkFolder& oWork, CItemSpool& oSpool) {
     const std::string& strFile = CommandLine().strFastExport;
     CExportTarget oTarget(strFile);
-    Import(oSession, oWork, oSpool, oTarget.GetDescriptor(), strFile == "-" ? "standard output" : ShowBytes(strFile));
+    Import(oSession, oWork, oSpool, oTarget.GetDescriptor(),
+           strFile == "-" ? "standard output" : ShowBytes(strFile));
     oTarget.Finish();
   }
 
@@ -157,23 +161,24 @@ class CRun {
               const std::string& strSinkName) {
     CByteSink oSink(nDescriptor, strSinkName);
     CFastImportStream oStream(oSink);
-    CGitImport oImport(
-        {oSession.GetProvider(), oSession.GetLogWatch(), m_oReport, oWork, oSpool, oStream},
-        oSession.GetStreams(), CommandLine().strTrunkBranch);
+    CGitImport oImport({oSession.GetProvider(), oSession.GetLogWatch(), m_oReport, oWork, oSpool, oStream},
+                       oSession.GetStreams(), CommandLine().strTrunkBranch);
     m_oProgress.BeginPhase("importing", "changesets", oSession.GetChangeCount());
     oStream.Begin();
-    CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), m_oProgress).Run(oImport);
+    CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), m_oProgress)
+        .Run(oImport);
     oStream.End();
     m_oProgress.EndPhase();
     m_nItems = oImport.GetItemCount();
   }
 
   void ShowSummary(const CImportSession& oSession) {
-    const auto nSeconds = std::chrono::duration_cast<std::chrono::seconds>(CProgress::TClock::now() - m_tBegin).count();
+    const auto nSeconds =
+        std::chrono::duration_cast<std::chrono::seconds>(CProgress::TClock::now() - m_tBegin).count();
     const std::uint64_t nLosses = m_oReport.GetLossCount();
     m_oReport.Note("imported " + ShowCount(oSession.GetStreams().size(), "stream") + ", " +
-                   ShowCount(oSession.GetChangeCount(), "changeset") + ", " + ShowCount(m_nItems, "item") + "; " +
-                   std::to_string(nLosses) + (nLosses == 1 ? " loss; " : " losses; ") +
+                   ShowCount(oSession.GetChangeCount(), "changeset") + ", " + ShowCount(m_nItems, "item") +
+                   "; " + std::to_string(nLosses) + (nLosses == 1 ? " loss; " : " losses; ") +
                    ShowCount(static_cast<std::uint64_t>(nSeconds), "second"));
   }
 
@@ -187,6 +192,8 @@ class CRun {
 
 }  // namespace
 
-int RunCommand(const TCommandContext& tContext) { return CRun(tContext).Run(); }
+int RunCommand(const TCommandContext& tContext) {
+  return CRun(tContext).Run();
+}
 
 }  // namespace TALVEK::HOST

@@ -4,8 +4,8 @@
 
 namespace TALVEK::HOST {
 
-/// A new, empty folder in the system's temporary folder that removes itself with all it holds. EHostError when
-/// it can't be made.
+/// A new, empty folder in the system's temporary folder that removes itself with all it holds. EHostError
+/// when it can't be made.
 class CScratchFolder {
  public:
   CScratchFolder();

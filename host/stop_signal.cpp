@@ -9,7 +9,9 @@ namespace {
 
 volatile std::sig_atomic_t s_nStopSignal = 0;
 
-void RememberSignal(int nSignal) { s_nStopSignal = nSignal; }
+void RememberSignal(int nSignal) {
+  s_nStopSignal = nSignal;
+}
 void DoNothing(int) {}
 
 void SetHandler(int nSignal, void (*pfnHandler)(int)) {

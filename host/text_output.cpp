@@ -22,7 +22,9 @@ std::string ShowBytes(std::string_view strBytes) {
   return strShown;
 }
 
-std::string ShowText(const VCM::CString& strText) { return ShowBytes(VCM::ToBytes(strText)); }
+std::string ShowText(const VCM::CString& strText) {
+  return ShowBytes(VCM::ToBytes(strText));
+}
 
 std::string ShowTime(long long nSeconds) {
   return VCM::ToBytes(VCM::CTimestamp(nSeconds).Format(VCM::ZONE_GMT0)) + " UTC";

@@ -35,8 +35,8 @@ bool IsSafe(const std::vector<std::string>& astrItems) {
   return !astrItems.empty();
 }
 
-CDescriptor OpenFolderAt(int nParent, const char* pszName) {
-  return CDescriptor(openat(nParent, pszName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+VCM::CDescriptor OpenFolderAt(int nParent, const char* pszName) {
+  return VCM::CDescriptor(openat(nParent, pszName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
 TRetrievedFile Problem(std::string strProblem) {
@@ -52,8 +52,8 @@ std::string OpenProblem() {
 }
 
 // The folder that holds the last item, or none (errno says why).
-CDescriptor OpenParent(const fs::path& oStreamFolder, const std::vector<std::string>& astrItems) {
-  CDescriptor oFolder = OpenFolderAt(AT_FDCWD, oStreamFolder.c_str());
+VCM::CDescriptor OpenParent(const fs::path& oStreamFolder, const std::vector<std::string>& astrItems) {
+  VCM::CDescriptor oFolder = OpenFolderAt(AT_FDCWD, oStreamFolder.c_str());
   for (std::size_t nIndex = 0; nIndex + 1 < astrItems.size() && oFolder.IsOpen(); ++nIndex) {
     oFolder = OpenFolderAt(oFolder.Get(), astrItems[nIndex].c_str());
   }
@@ -122,14 +122,15 @@ fs::path CWorkFolder::MakeStreamFolder(std::uint32_t nStreamID, const std::strin
 TRetrievedFile CWorkFolder::OpenFile(const fs::path& oStreamFolder, std::string_view strItemPath) {
   const std::vector<std::string> astrItems = SplitPath(strItemPath);
   if (!IsSafe(astrItems)) return Problem("its path leads to no file");
-  const CDescriptor oFolder = OpenParent(oStreamFolder, astrItems);
+  const VCM::CDescriptor oFolder = OpenParent(oStreamFolder, astrItems);
   if (!oFolder.IsOpen()) return Problem(OpenProblem());
   // Without blocking: what looks like a file may be a pipe.
   constexpr int OPEN_FLAGS = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
   TRetrievedFile tFile;
-  tFile.oDescriptor = CDescriptor(openat(oFolder.Get(), astrItems.back().c_str(), OPEN_FLAGS));
+  tFile.oDescriptor = VCM::CDescriptor(openat(oFolder.Get(), astrItems.back().c_str(), OPEN_FLAGS));
   struct stat tStat = {};
-  if (!tFile.oDescriptor.IsOpen() || fstat(tFile.oDescriptor.Get(), &tStat) != 0) return Problem(OpenProblem());
+  if (!tFile.oDescriptor.IsOpen() || fstat(tFile.oDescriptor.Get(), &tStat) != 0)
+    return Problem(OpenProblem());
   if (!S_ISREG(tStat.st_mode)) return Problem("it is not a regular file");
   tFile.nSize = static_cast<std::uint64_t>(tStat.st_size);
   tFile.bExecutable = (tStat.st_mode & S_IXUSR) != 0;
@@ -139,7 +140,7 @@ TRetrievedFile CWorkFolder::OpenFile(const fs::path& oStreamFolder, std::string_
 void CWorkFolder::ClearPath(const fs::path& oStreamFolder, std::string_view strItemPath) {
   const std::vector<std::string> astrItems = SplitPath(strItemPath);
   if (!IsSafe(astrItems)) return;
-  CDescriptor oFolder = OpenFolderAt(AT_FDCWD, oStreamFolder.c_str());
+  VCM::CDescriptor oFolder = OpenFolderAt(AT_FDCWD, oStreamFolder.c_str());
   for (const std::string& strItem : astrItems) {
     if (!oFolder.IsOpen()) return;
     const bool bLast = &strItem == &astrItems.back();

@@ -6,14 +6,14 @@
 #include <string>
 #include <string_view>
 
-#include "host/descriptor.h"
+#include "core/descriptor.h"
 #include "host/scratch_folder.h"
 
 namespace TALVEK::HOST {
 
 /// A file that the provider has retrieved.
 struct TRetrievedFile {
-  CDescriptor oDescriptor;  ///< open for reading, at its beginning; none: see strProblem
+  VCM::CDescriptor oDescriptor;  ///< open for reading, at its beginning; none: see strProblem
   std::uint64_t nSize = 0;
   bool bExecutable = false;
   std::string strProblem;
@@ -21,9 +21,11 @@ struct TRetrievedFile {
 
 /// The client folder, with one folder per stream in it.
 ///
-/// Shape    A temporary folder that goes at the end, or one that the administrator names, which stays: it must
+/// Shape    A temporary folder that goes at the end, or one that the administrator names, which stays: it
+/// must
 ///          be empty or come from an earlier run (a file in it says so), and is emptied first.
-/// Errors   EHostError: STATUS_WRONG_USE for a folder with foreign things in it, STATUS_FAILED when it can't be
+/// Errors   EHostError: STATUS_WRONG_USE for a folder with foreign things in it, STATUS_FAILED when it can't
+/// be
 ///          made or emptied.
 /// Safety   No symbolic link below a stream's folder is ever followed, and no ".." either.
 class CWorkFolder {

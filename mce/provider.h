@@ -21,11 +21,11 @@ enum TChangeItemType : std::uint32_t {
   CHANGE_ITEM_READD = 3,  ///< adds a file that was deleted before
 };
 
-/// Numbers of a stream's properties (TStreamInfo::oProps), each an unsigned 32-bit number.
+/// Properties that a provider keeps with a stream (CProvider::TStreamInfo::oProps); an absent one is 0.
 enum TStreamProperty : std::uint16_t {
-  STREAM_CREATED = 0,      ///< seconds since 1970 UTC; absent: not known
-  STREAM_MAX_CREATED = 1,  ///< the latest time at which it can have been created; absent: not known
-  STREAM_IS_TAG = 2,       ///< 1: the stream stands for a tag, not for a branch; absent: a branch
+  STREAM_CREATED = 0,  ///< earliest time at which it can have been made, seconds since 1970 UTC; 0: not known
+  STREAM_MAX_CREATED = 1,  ///< latest such time; 0: not known
+  STREAM_IS_TAG = 2,       ///< 1: a tag, which names a state and never changes; 0: the trunk or a branch
 };
 
 /// Results of the operations that the host calls per element.

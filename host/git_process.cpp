@@ -1,4 +1,4 @@
-#include "host/child_process.h"
+#include "host/git_process.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -17,16 +17,29 @@ namespace TALVEK::HOST {
 namespace {
 
 // Those that `git rev-parse --local-env-vars` names, and what redirects references.
-constexpr std::string_view LOCAL_VARIABLES[] = {
-    "GIT_ALTERNATE_OBJECT_DIRECTORIES", "GIT_CONFIG",        "GIT_CONFIG_PARAMETERS",  "GIT_CONFIG_COUNT",
-    "GIT_OBJECT_DIRECTORY",             "GIT_DIR",           "GIT_WORK_TREE",          "GIT_IMPLICIT_WORK_TREE",
-    "GIT_GRAFT_FILE",                   "GIT_INDEX_FILE",    "GIT_NO_REPLACE_OBJECTS", "GIT_REPLACE_REF_BASE",
-    "GIT_PREFIX",                       "GIT_SHALLOW_FILE",  "GIT_COMMON_DIR",         "GIT_INTERNAL_SUPER_PREFIX",
-    "GIT_NAMESPACE",                    "GIT_QUARANTINE_PATH"};
+constexpr std::string_view LOCAL_VARIABLES[] = {"GIT_ALTERNATE_OBJECT_DIRECTORIES",
+                                                "GIT_CONFIG",
+                                                "GIT_CONFIG_PARAMETERS",
+                                                "GIT_CONFIG_COUNT",
+                                                "GIT_OBJECT_DIRECTORY",
+                                                "GIT_DIR",
+                                                "GIT_WORK_TREE",
+                                                "GIT_IMPLICIT_WORK_TREE",
+                                                "GIT_GRAFT_FILE",
+                                                "GIT_INDEX_FILE",
+                                                "GIT_NO_REPLACE_OBJECTS",
+                                                "GIT_REPLACE_REF_BASE",
+                                                "GIT_PREFIX",
+                                                "GIT_SHALLOW_FILE",
+                                                "GIT_COMMON_DIR",
+                                                "GIT_INTERNAL_SUPER_PREFIX",
+                                                "GIT_NAMESPACE",
+                                                "GIT_QUARANTINE_PATH"};
 
 bool IsLocalVariable(std::string_view strEntry) {
   const std::string_view strName = strEntry.substr(0, strEntry.find('='));
-  return std::find(std::begin(LOCAL_VARIABLES), std::end(LOCAL_VARIABLES), strName) != std::end(LOCAL_VARIABLES);
+  return std::find(std::begin(LOCAL_VARIABLES), std::end(LOCAL_VARIABLES), strName) !=
+         std::end(LOCAL_VARIABLES);
 }
 
 std::vector<char*> ChildEnvironment() {
@@ -39,13 +52,14 @@ std::vector<char*> ChildEnvironment() {
 }
 
 // In memory: what git says here is short.
-CDescriptor CaptureFile() {
-  CDescriptor oFile(memfd_create("git output", MFD_CLOEXEC));
-  if (!oFile.IsOpen()) throw EHostError(STATUS_FAILED, std::string("no memory file: ") + std::strerror(errno), "");
+VCM::CDescriptor CaptureFile() {
+  VCM::CDescriptor oFile(memfd_create("git output", MFD_CLOEXEC));
+  if (!oFile.IsOpen())
+    throw EHostError(STATUS_FAILED, std::string("no memory file: ") + std::strerror(errno), "");
   return oFile;
 }
 
-std::string ReadCapture(const CDescriptor& oFile) {
+std::string ReadCapture(const VCM::CDescriptor& oFile) {
   std::string strBytes;
   char achBuffer[4096];
   off_t nOffset = 0;
@@ -68,7 +82,8 @@ int SpawnGit(const std::vector<std::string>& astrArguments, const TSpawnFiles& t
   std::vector<std::string> astrAll = {"git"};
   astrAll.insert(astrAll.end(), astrArguments.begin(), astrArguments.end());
   std::vector<char*> apArguments;
-  for (std::string& strArgument : astrAll) apArguments.push_back(strArgument.data());
+  for (std::string& strArgument : astrAll)
+    apArguments.push_back(strArgument.data());
   apArguments.push_back(nullptr);
   posix_spawn_file_actions_t tActions;
   posix_spawn_file_actions_init(&tActions);
@@ -96,8 +111,8 @@ int WaitFor(pid_t nProcess) {
 }  // namespace
 
 TProcessResult RunGit(const std::vector<std::string>& astrArguments) {
-  const CDescriptor oOutput = CaptureFile();
-  const CDescriptor oError = CaptureFile();
+  const VCM::CDescriptor oOutput = CaptureFile();
+  const VCM::CDescriptor oError = CaptureFile();
   pid_t nProcess = -1;
   const int nSpawnError = SpawnGit(astrArguments, {-1, oOutput.Get(), oError.Get()}, nProcess);
   if (nSpawnError != 0) return {127, "", std::strerror(nSpawnError)};
@@ -111,8 +126,8 @@ CPipedGit::CPipedGit(const std::vector<std::string>& astrArguments) : m_oError(C
   if (pipe2(anPipe, O_CLOEXEC) != 0) {
     throw EHostError(STATUS_FAILED, std::string("no pipe: ") + std::strerror(errno), "");
   }
-  const CDescriptor oRead(anPipe[0]);
-  m_oInput = CDescriptor(anPipe[1]);
+  const VCM::CDescriptor oRead(anPipe[0]);
+  m_oInput = VCM::CDescriptor(anPipe[1]);
   const int nError = SpawnGit(astrArguments, {oRead.Get(), m_oError.Get(), m_oError.Get()}, m_nProcess);
   if (nError != 0) {
     throw EHostError(STATUS_FAILED, std::string("can't start git: ") + std::strerror(nError), "install git");

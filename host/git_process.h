@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/descriptor.h"
+#include "core/descriptor.h"
 
 namespace TALVEK::HOST {
 
@@ -35,13 +35,13 @@ class CPipedGit {
   TProcessResult Finish();
 
  private:
-  CDescriptor m_oInput;
-  CDescriptor m_oError;
+  VCM::CDescriptor m_oInput;
+  VCM::CDescriptor m_oError;
   pid_t m_nProcess = -1;
 };
 
-/// The line of a program's standard error that says best why it failed: the first "fatal: " or "error: ", else
-/// the last one.
+/// The line of a program's standard error that says best why it failed: the first "fatal: " or "error: ",
+/// else the last one.
 std::string BestErrorLine(const std::string& strError);
 
 }  // namespace TALVEK::HOST
