@@ -127,17 +127,15 @@ class CGrammar {
 
   void AddRun() {
     CLI::App* poCommand = AddCommand(TCommandLine::COMMAND_RUN, "run", "Import into Git");
-    CLI::Option* poInto =
-        poCommand
-            ->add_option("--into", m_tResult.strInto,
-                         "The Git repository: a folder that doesn't exist, or is empty, or a repository "
-                         "without commits")
-            ->type_name("DIR");
+    poCommand
+        ->add_option("--into", m_tResult.strInto,
+                     "The Git repository: a folder that doesn't exist, or is empty, or a repository "
+                     "without commits")
+        ->type_name("DIR");
     poCommand
         ->add_option("--fast-export", m_tResult.strFastExport,
                      "Write the stream for 'git fast-import' to a file instead; - is standard output")
-        ->type_name("FILE")
-        ->excludes(poInto);
+        ->type_name("FILE");
     poCommand->add_flag("--bare", m_tResult.bBare, "Make the repository without checked out files");
     poCommand->add_option("--trunk-branch", m_tResult.strTrunkBranch, "The name of the trunk in Git")
         ->type_name("NAME")

@@ -136,7 +136,7 @@ void CGitImport::TakeItem(const std::string& strPath, const MCE::CProvider::TCha
   } else if (!WriteBlob(strPath, tChange.tFile)) {
     return;
   }
-  CWorkFolder::ClearPath(m_oFolder, strPath);
+  CWorkFolder::RemoveFile(m_oFolder, strPath);
   AddItemChange(std::move(tChange), strPath);
 }
 

@@ -123,6 +123,10 @@ std::string CGitRepository::Run(const std::vector<std::string>& astrArguments) c
   return tResult.strOutput;
 }
 
+std::uint64_t CGitRepository::CountCommits() const {
+  return std::stoull(Run({"rev-list", "--count", "--all"}));
+}
+
 std::optional<std::string> CGitRepository::CheckOut() const {
   const std::string strTrunk = "refs/heads/" + m_tOptions.strTrunkBranch;
   if (m_tOptions.bBare || RunGit(Command({"rev-parse", "--quiet", "--verify", strTrunk})).nStatus != 0)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -30,6 +31,8 @@ class CGitRepository {
   void Prepare();
   /// Arguments for `git` that work on this repository: its place, then `astrArguments`.
   std::vector<std::string> Command(const std::vector<std::string>& astrArguments) const;
+  /// How many commits its references lead to.
+  std::uint64_t CountCommits() const;
   void Keep() { m_bKept = true; }
   /// Fills the folder with the trunk's files; why it can't be done, if so. Nothing to do when bare.
   std::optional<std::string> CheckOut() const;

@@ -134,7 +134,7 @@ void CImportSession::SettleLog(const std::string& strLog) {
   if (!m_strImportLog.empty()) {
     if (MoveFile(strLog, m_strImportLog)) return;
     m_tParts.oReport.Warning("can't write the import log to '" + ShowBytes(m_strImportLog) + "'");
-  } else if (m_bSucceeded) {
+  } else if (m_bSucceeded || IsStopRequested()) {
     fs::remove(strLog, oIgnored);
     return;
   }

@@ -20,7 +20,7 @@ namespace TALVEK::HOST {
 /// Shape    Open, ReadHistory, then any walk; Succeed when all went well.
 /// Errors   EHostError and EStopped.
 /// Owns     The import log: at its end it is moved to where the administrator wants it; else it is deleted
-///          after a success, and kept and named after a failure.
+///          after a success or a stop, and kept and named after a failure.
 class CImportSession {
  public:
   struct TParts {

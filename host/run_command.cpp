@@ -44,7 +44,9 @@ bool IsWithin(const fs::path& oInner, const fs::path& oOuter) {
 
 void CheckTarget(const TCommandLine& tCommandLine) {
   if (tCommandLine.strInto.empty() == tCommandLine.strFastExport.empty()) {
-    throw EHostError(STATUS_WRONG_USE, "it isn't said where the import goes",
+    throw EHostError(STATUS_WRONG_USE,
+                     tCommandLine.strInto.empty() ? "it isn't said where the import goes"
+                                                  : "an import can't go to two places",
                      "give --into DIR or --fast-export FILE, one of them");
   }
   const std::string& strTrunk = tCommandLine.strTrunkBranch;
@@ -135,9 +137,20 @@ class CRun {
     }
     const TProcessResult tResult = oGit.Finish();
     if (tResult.nStatus != 0) ThrowGitFailure(tResult);
+    RequireCommits(oSession.GetChangeCount());
     m_oRepository->Keep();
     const std::optional<std::string> strProblem = m_oRepository->CheckOut();
     if (strProblem) m_oReport.Warning("all is imported, but the files can't be checked out: " + *strProblem);
+  }
+
+  // Every commit hangs on a branch, so all of them can be found again.
+  void RequireCommits(std::uint64_t nExpected) const {
+    const std::uint64_t nCommits = m_oRepository->CountCommits();
+    if (nCommits == nExpected) return;
+    throw EHostError(STATUS_FAILED,
+                     "history lost in Git: " + ShowCount(nExpected, "commit") + " written, " +
+                         std::to_string(nCommits) + " are there",
+                     "see that git works and that there is room for the repository");
   }
 
   [[noreturn]] static void ThrowGitFailure(const TProcessResult& tResult) {

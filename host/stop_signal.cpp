@@ -39,8 +39,12 @@ void CatchStopSignals() {
   SetHandler(SIGPIPE, DoNothing);
 }
 
+bool IsStopRequested() {
+  return s_nStopSignal != 0;
+}
+
 void ThrowIfStopped() {
-  if (s_nStopSignal != 0) throw EStopped(s_nStopSignal);
+  if (IsStopRequested()) throw EStopped(s_nStopSignal);
 }
 
 }  // namespace TALVEK::HOST

@@ -6,6 +6,7 @@ namespace TALVEK::HOST {
 /// leaves its database behind. Also turns SIGPIPE into a failed write.
 void CatchStopSignals();
 
+bool IsStopRequested();
 /// Throws EStopped when one of the signals has come. Called between the calls to the provider.
 void ThrowIfStopped();
 

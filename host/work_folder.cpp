@@ -152,4 +152,11 @@ void CWorkFolder::ClearPath(const fs::path& oStreamFolder, std::string_view strI
   }
 }
 
+void CWorkFolder::RemoveFile(const fs::path& oStreamFolder, std::string_view strItemPath) {
+  const std::vector<std::string> astrItems = SplitPath(strItemPath);
+  if (!IsSafe(astrItems)) return;
+  const VCM::CDescriptor oFolder = OpenParent(oStreamFolder, astrItems);
+  if (oFolder.IsOpen()) unlinkat(oFolder.Get(), astrItems.back().c_str(), 0);
+}
+
 }  // namespace TALVEK::HOST

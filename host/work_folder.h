@@ -42,6 +42,8 @@ class CWorkFolder {
   /// Removes what is at the path, and any file that stands where it needs a folder: what an earlier changeset
   /// left must not be taken for what a later one failed to bring.
   static void ClearPath(const std::filesystem::path& oStreamFolder, std::string_view strItemPath);
+  /// Removes the file at the path, if it is one: never a folder, in which other files may wait to be read.
+  static void RemoveFile(const std::filesystem::path& oStreamFolder, std::string_view strItemPath);
 
  private:
   void TakeOver() const;
