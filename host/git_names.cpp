@@ -24,8 +24,10 @@ std::vector<std::string> SplitItems(std::string_view strPath) {
 
 std::string JoinItems(const std::vector<std::string>& astrItems) {
   std::string strPath = astrItems.front();
-  for (std::size_t nIndex = 1; nIndex < astrItems.size(); ++nIndex)
-    strPath += '/' + astrItems[nIndex];
+  for (std::size_t nIndex = 1; nIndex < astrItems.size(); ++nIndex) {
+    strPath += '/';
+    strPath += astrItems[nIndex];
+  }
   return strPath;
 }
 
@@ -55,7 +57,7 @@ void BreakPairs(std::string& strItem) {
 void MendRefItem(std::string& strItem) {
   CutItem(strItem);
   std::replace_if(strItem.begin(), strItem.end(), IsRefusedInRef, '_');
-  if (strItem.empty()) strItem = "_";
+  if (strItem.empty()) strItem.push_back('_');
   if (strItem.front() == '.') strItem.front() = '_';
   BreakPairs(strItem);
   if (strItem.ends_with(".lock")) strItem[strItem.size() - 5] = '_';
