@@ -76,13 +76,13 @@ void CImportSession::ReadHistory() {
   }
   ThrowIfStopped();
   GetProvider().ResolveStreamLinkage();
+  TakeStreams();
   if (!m_strImportLog.empty()) GetProvider().LogStreamsAndChanges();
   m_tParts.oProgress.EndPhase();
 }
 
 void CImportSession::EstablishStreams() {
-  unsigned nStreamCount = 0;
-  const int nResult = GetProvider().EstablishStreams(nStreamCount);
+  const int nResult = GetProvider().EstablishStreams(m_nStreamCount);
   ThrowIfStopped();
   RequireModule();
   if (nResult != MCE::RESULT_OK) {
@@ -92,15 +92,17 @@ void CImportSession::EstablishStreams() {
         "the history can't be read" + (strComplaint.IsEmpty() ? "" : ": " + ShowText(strComplaint)),
         "check where it comes from");
   }
-  ThrowIfStopped();
-  m_atStreams = EnumerateStreams(GetProvider(), nStreamCount);
-  if (m_atStreams.size() < nStreamCount) {
-    throw EHostError(STATUS_FAILED,
-                     "only " + std::to_string(m_atStreams.size()) + " of " +
-                         ShowCount(nStreamCount, "stream") +
-                         " can be reached: the others have parents that don't exist",
-                     "");
-  }
+}
+
+// Only once the streams are tied together: a copy taken before doesn't say where a stream starts.
+void CImportSession::TakeStreams() {
+  m_atStreams = EnumerateStreams(GetProvider(), m_nStreamCount);
+  if (m_atStreams.size() == m_nStreamCount) return;
+  throw EHostError(STATUS_FAILED,
+                   "only " + std::to_string(m_atStreams.size()) + " of " +
+                       ShowCount(m_nStreamCount, "stream") +
+                       " can be reached: the others have parents that don't exist",
+                   "");
 }
 
 // Without a word that the client reached the module, nothing of the history is there: that is no import with

@@ -58,6 +58,7 @@ class CImportSession {
  private:
   void RequireModule() const;
   void EstablishStreams();
+  void TakeStreams();
   void Close() noexcept;
   void SettleLog(const std::string& strLog);
 
@@ -65,6 +66,7 @@ class CImportSession {
   std::string m_strImportLog;
   std::shared_ptr<CImportLogWatch> m_poWatch;
   std::vector<TStream> m_atStreams;
+  unsigned m_nStreamCount = 0;
   std::uint32_t m_nChangeCount = 0;
   bool m_bOpen = false;
   bool m_bSucceeded = false;

@@ -128,6 +128,8 @@ class CFakeProvider : public MCE::CProvider {
 
   int ResolveStreamLinkage() override {
     Trace("ResolveStreamLinkage");
+    for (TStreamInfo& tStream : m_atStreams)
+      tStream.nBaseChangeID = m_anBases[tStream.nID];
     return 0;
   }
 
@@ -279,7 +281,7 @@ class CFakeProvider : public MCE::CProvider {
   void AddStream(const std::vector<std::string>& astrFields) {
     TStreamInfo tStream(ToNumber(astrFields[1]), ToNumber(astrFields[2]), {}, {},
                         VCM::FromBytes(astrFields[3]).c_str());
-    tStream.nBaseChangeID = ToNumber(astrFields[4]);
+    m_anBases[tStream.nID] = ToNumber(astrFields[4]);  // told only once the streams are tied together
     if (astrFields[5] == "tag") tStream.oProps.SetProperty(MCE::STREAM_IS_TAG, std::uint32_t{1});
     m_atStreams.push_back(tStream);
   }
@@ -328,6 +330,7 @@ class CFakeProvider : public MCE::CProvider {
   std::vector<TItem> m_atItems;
   std::vector<std::string> m_astrLog;
   std::set<std::string> m_astrFailures;
+  std::map<unsigned, unsigned> m_anBases;
   std::map<unsigned, int> m_anSignals;
   std::set<unsigned> m_anWhole;
   std::optional<unsigned> m_nClaim;
