@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace TALVEK::HOST {
 
@@ -19,12 +20,16 @@ class CConsole {
   /// Replaces the line below (terminals only); it is cut to the terminal's width.
   void Transient(std::string_view strText);
   void ClearTransient();
+  /// What the last line of a failed run is to say besides its reason.
+  void SetPostscript(std::string strText) { m_strPostscript = std::move(strText); }
+  const std::string& GetPostscript() const { return m_strPostscript; }
 
  private:
   void Put(std::string_view strBytes);
 
   bool m_bTerminal;
   bool m_bTransient = false;
+  std::string m_strPostscript;
 };
 
 }  // namespace TALVEK::HOST

@@ -86,11 +86,13 @@ void CImportSession::EstablishStreams() {
   ThrowIfStopped();
   RequireModule();
   if (nResult != MCE::RESULT_OK) {
-    const VCM::CString& strComplaint = m_poWatch->GetComplaint();
+    VCM::CString strComplaint = m_poWatch->GetComplaint();
+    if (strComplaint.View().ends_with(L'.')) strComplaint = strComplaint.Left(strComplaint.GetLength() - 1);
     throw EHostError(
         STATUS_FAILED,
         "the history can't be read" + (strComplaint.IsEmpty() ? "" : ": " + ShowText(strComplaint)),
-        "check where it comes from");
+        m_tParts.oTable.ReadsSavedLog() ? "check the path of the saved log"
+                                        : "check the repository's path and the module's name");
   }
 }
 
@@ -140,7 +142,13 @@ void CImportSession::SettleLog(const std::string& strLog) {
     fs::remove(strLog, oIgnored);
     return;
   }
-  m_tParts.oReport.Note("the import log is " + ShowBytes(strLog));
+  const std::string strWhere = "the import log is " + ShowBytes(strLog);
+  // On the way out of a failure: whoever catches it has one line for everything.
+  if (std::uncaught_exceptions() > 0) {
+    m_tParts.oConsole.SetPostscript("; " + strWhere);
+  } else {
+    m_tParts.oReport.Note(strWhere);
+  }
 }
 
 }  // namespace TALVEK::HOST

@@ -53,13 +53,13 @@ int RunGuarded(const std::vector<std::string>& astrArguments) {
   try {
     return Run(astrArguments, oConsole);
   } catch (const EHostError& oError) {
-    oConsole.Line(oError.what());
+    oConsole.Line(oError.what() + oConsole.GetPostscript());
     return oError.GetStatus();
   } catch (const EStopped& oStopped) {
     oConsole.Line("stopped; nothing was imported");
     return 128 + oStopped.GetSignal();
   } catch (const std::exception& oError) {
-    oConsole.Line(std::string("failed: ") + oError.what());
+    oConsole.Line(std::string("failed: ") + oError.what() + oConsole.GetPostscript());
     return STATUS_FAILED;
   }
 }

@@ -127,9 +127,10 @@ TEST_F(CPreviewTest, RepositoryThatGivesNothingFailsWithTheClientsWords) {
     EXPECT_EQ(tRun.strOutput, "");
     ASSERT_EQ(Leftovers().size(), 1u);
     EXPECT_EQ(tRun.strError,
-              "talvek-import: the import log is " + (Folder() / "tmp" / Leftovers().front()).string() +
-                  "\ntalvek-import: the repository gives no history: fetch: can't reach host; check "
-                  "the repository's path and the module's name; the command was: fetch it\n");
+              "talvek-import: the repository gives no history: fetch: can't reach host; check the "
+              "repository's path "
+              "and the module's name; the command was: fetch it; the import log is " +
+                  (Folder() / "tmp" / Leftovers().front()).string() + '\n');
     std::filesystem::remove(Folder() / "tmp" / Leftovers().front());
     EXPECT_FALSE(std::filesystem::exists(Folder() / "target"));
   }
@@ -146,7 +147,8 @@ TEST_F(CPreviewTest, ImportLogIsKeptWhereItIsWanted) {
 TEST_F(CPreviewTest, ProviderThatFailsFails) {
   const std::pair<const char*, const char*> atCases[] = {
       {"fail|streams\nlog|Failed to open it.\n",
-       "talvek-import: the history can't be read: Failed to open it.; check where it comes from\n"},
+       "talvek-import: the history can't be read: Failed to open it; check the repository's path and the "
+       "module's name\n"},
       {"fail|changesets\n",
        "talvek-import: the provider can't keep its import database; look for room and permissions in the "
        "temporary "
