@@ -8,20 +8,29 @@ namespace {
 void AppendHexEscape(std::uint32_t nCode, std::string& strOut) {
   static constexpr char HEX_DIGITS[] = "0123456789abcdef";
   strOut += "\\u";
-  for (int nShift = 12; nShift >= 0; nShift -= 4) strOut += HEX_DIGITS[(nCode >> nShift) & 0xF];
+  for (int nShift = 12; nShift >= 0; nShift -= 4)
+    strOut += HEX_DIGITS[(nCode >> nShift) & 0xF];
 }
 
 // The letter of the two-character escape, or 0.
 char ShortEscape(std::uint32_t nCode) {
   switch (nCode) {
-    case '"': return '"';
-    case '\\': return '\\';
-    case '\b': return 'b';
-    case '\f': return 'f';
-    case '\n': return 'n';
-    case '\r': return 'r';
-    case '\t': return 't';
-    default: return 0;
+    case '"':
+      return '"';
+    case '\\':
+      return '\\';
+    case '\b':
+      return 'b';
+    case '\f':
+      return 'f';
+    case '\n':
+      return 'n';
+    case '\r':
+      return 'r';
+    case '\t':
+      return 't';
+    default:
+      return 0;
   }
 }
 
@@ -62,7 +71,8 @@ void AppendCharacter(std::uint32_t nCode, std::string& strOut) {
 
 void AppendJsonString(const CString& strText, std::string& strOut) {
   strOut += '"';
-  for (const wchar_t ch : strText.View()) AppendCharacter(static_cast<std::uint32_t>(ch), strOut);
+  for (const wchar_t ch : strText.View())
+    AppendCharacter(static_cast<std::uint32_t>(ch), strOut);
   strOut += '"';
 }
 

@@ -1,0 +1,76 @@
+#include "host/commands.h"
+#include "host/exit_status.h"
+#include "host/git_process.h"
+#include "host/import_session.h"
+#include "host/scratch_folder.h"
+#include "host/text_output.h"
+
+namespace TALVEK::HOST {
+namespace {
+
+std::string GitText(bool& bGood) {
+  const TProcessResult tResult = RunGit({"--version"});
+  if (tResult.nStatus == 0) return tResult.strOutput.substr(0, tResult.strOutput.find('\n'));
+  bGood = false;
+  return "git can't be run; install git";
+}
+
+std::string ProgramsText(const CPropertyTable& oTable, bool& bGood) {
+  std::string strText;
+  for (const TProperty& tProperty : oTable.GetProperties()) {
+    if (tProperty.nType != MCE::TPropertyInfo::TYPE_EXECUTABLE) continue;
+    const std::string strFile = FindProgram(tProperty.strValue);
+    if (strFile.empty()) bGood = false;
+    strText += "program      " +
+               (strFile.empty() ? "'" + ShowText(tProperty.strValue) +
+                                      "' is nowhere; install it or give another with --" + tProperty.strOption
+                                : ShowBytes(strFile)) +
+               '\n';
+  }
+  return strText;
+}
+
+std::string PropertiesText(const CPropertyTable& oTable) {
+  std::string strText = "properties\n";
+  for (const TProperty& tProperty : oTable.GetProperties()) {
+    strText += "    " + ShowText(tProperty.strKey) + " = " + ShowText(tProperty.strValue) +
+               (tProperty.bGiven ? "" : " (default)") + '\n';
+  }
+  return strText;
+}
+
+std::string HistoryText(const CImportSession& oSession) {
+  std::string strText = "will import  " + ShowCount(oSession.GetStreams().size(), "stream") + ", " +
+                        ShowCount(oSession.GetChangeCount(), "changeset") + '\n';
+  if (oSession.GetChangeCount() == 0) strText += "             there is nothing to import\n";
+  if (oSession.IsCutShort())
+    strText += "             only a part of the history" + oSession.CutShortText() + '\n';
+  return strText;
+}
+
+}  // namespace
+
+int CheckCommand(const TCommandContext& tContext) {
+  tContext.oTable.RequireSource(false);
+  bool bGood = true;
+  CProgress oProgress(tContext.oConsole, tContext.tCommandLine.bQuiet);
+  CReport oReport(tContext.oConsole);
+  const CScratchFolder oScratch;
+  CImportSession oSession(
+      {tContext.oLibrary.GetProvider(), tContext.oTable, tContext.oConsole, oProgress, oReport},
+      tContext.tCommandLine.strImportLog);
+  const VCM::CString strEnvironment = oSession.Configure();
+  std::string strText = "provider     " + ShowText(tContext.oLibrary.GetDisplayName()) + " (" +
+                        ShowBytes(tContext.oLibrary.GetFile().string()) + ")\n";
+  strText +=
+      "environment  " + (strEnvironment.IsEmpty() ? "nothing to report" : ShowText(strEnvironment)) + '\n';
+  strText += ProgramsText(tContext.oTable, bGood) + "git          " + GitText(bGood) + '\n';
+  WriteOutput(strText + PropertiesText(tContext.oTable));
+  oSession.Open(oScratch.GetPath().string());
+  oSession.ReadHistory();
+  WriteOutput(HistoryText(oSession));
+  oSession.Succeed();
+  return bGood ? STATUS_IMPORTED : STATUS_FAILED;
+}
+
+}  // namespace TALVEK::HOST

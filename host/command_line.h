@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/property_table.h"
+#include "host/provider_library.h"
+
+namespace TALVEK::HOST {
+
+/// What the administrator asks for.
+struct TCommandLine {
+  enum TCommand { COMMAND_SHOW, COMMAND_PROPERTIES, COMMAND_CHECK, COMMAND_PREVIEW, COMMAND_RUN };
+
+  TCommand eCommand = COMMAND_SHOW;
+  std::string strShow;  ///< COMMAND_SHOW: the help or version text
+  bool bQuiet = false;
+  std::string strFormat = "text";
+  std::string strImportLog;  ///< empty: not kept
+  std::string strInto;
+  std::string strFastExport;  ///< "-": standard output
+  std::string strWork;        ///< empty: a temporary folder
+  std::string strTrunkBranch = "main";
+  bool bBare = false;
+};
+
+/// The options that say which plug-in to load: they must be known before the others can be.
+TProviderChoice FindProviderChoice(const std::vector<std::string>& astrArguments);
+bool AsksForHelp(const std::vector<std::string>& astrArguments);
+
+/// Reads the arguments (without the program's name); the values of properties go into `oTable`. EHostError
+/// (STATUS_WRONG_USE) when they can't be understood.
+TCommandLine ParseCommandLine(const std::vector<std::string>& astrArguments, CPropertyTable& oTable);
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace TALVEK::HOST {
+
+/// What the program's exit status says. A program that a signal ended says 128 + the signal's number.
+enum TExitStatus : int {
+  STATUS_IMPORTED = 0,
+  STATUS_FAILED = 1,
+  STATUS_WRONG_USE = 2,
+  STATUS_LOSSES = 3,  ///< imported, but something of the history is missing
+};
+
+/// Ends the run with one line: what is wrong and, behind a semicolon, what helps.
+class EHostError : public std::runtime_error {
+ public:
+  EHostError(TExitStatus eStatus, const std::string& strWhat, const std::string& strRemedy)
+      : std::runtime_error(strRemedy.empty() ? strWhat : strWhat + "; " + strRemedy), m_eStatus(eStatus) {}
+  TExitStatus GetStatus() const { return m_eStatus; }
+
+ private:
+  TExitStatus m_eStatus;
+};
+
+/// What EHostError says of a descriptor that takes no more bytes: whoever reads them may know better why.
+class EWriteError : public EHostError {
+ public:
+  EWriteError(const std::string& strName, const std::string& strReason)
+      : EHostError(STATUS_FAILED, "can't write to " + strName + ": " + strReason, "") {}
+};
+
+/// Ends the run because a signal asked for it.
+class EStopped : public std::runtime_error {
+ public:
+  explicit EStopped(int nSignal) : std::runtime_error("stopped by a signal"), m_nSignal(nSignal) {}
+  int GetSignal() const { return m_nSignal; }
+
+ private:
+  int m_nSignal;
+};
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,156 @@
+#include "host/git_names.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace TALVEK::HOST {
+namespace {
+
+// A loose reference is a file, and is written under its name and ".lock" first. The rest of the 255 bytes of
+// a file name is left for the suffix of a name that is taken.
+constexpr std::size_t LONGEST_REF_ITEM = 240;
+
+std::vector<std::string> SplitItems(std::string_view strPath) {
+  std::vector<std::string> astrItems(1);
+  for (const char ch : strPath) {
+    if (ch == '/') {
+      astrItems.emplace_back();
+    } else {
+      astrItems.back() += ch;
+    }
+  }
+  return astrItems;
+}
+
+std::string JoinItems(const std::vector<std::string>& astrItems) {
+  std::string strPath = astrItems.front();
+  for (std::size_t nIndex = 1; nIndex < astrItems.size(); ++nIndex) {
+    strPath += '/';
+    strPath += astrItems[nIndex];
+  }
+  return strPath;
+}
+
+bool IsRefusedInRef(char ch) {
+  const auto nByte = static_cast<unsigned char>(ch);
+  return nByte <= 0x20 || nByte == 0x7F || std::string_view("~^:?*[\\").find(ch) != std::string_view::npos;
+}
+
+// Not within a character of UTF-8.
+void CutItem(std::string& strItem) {
+  if (strItem.size() <= LONGEST_REF_ITEM) return;
+  std::size_t nLength = LONGEST_REF_ITEM;
+  while (nLength > LONGEST_REF_ITEM - 3 && (static_cast<unsigned char>(strItem[nLength]) & 0xC0) == 0x80) {
+    --nLength;
+  }
+  strItem.resize(nLength);
+}
+
+// Pairs that may not stand together: the second byte goes.
+void BreakPairs(std::string& strItem) {
+  for (std::size_t nIndex = 1; nIndex < strItem.size(); ++nIndex) {
+    const std::string_view strPair = std::string_view(strItem).substr(nIndex - 1, 2);
+    if (strPair == ".." || strPair == "@{") strItem[nIndex] = '_';
+  }
+}
+
+void MendRefItem(std::string& strItem) {
+  CutItem(strItem);
+  std::replace_if(strItem.begin(), strItem.end(), IsRefusedInRef, '_');
+  if (strItem.empty()) strItem.push_back('_');
+  if (strItem.front() == '.') strItem.front() = '_';
+  BreakPairs(strItem);
+  if (strItem.ends_with(".lock")) strItem[strItem.size() - 5] = '_';
+}
+
+std::size_t MatchDisguise(std::string_view strItem, std::string_view strName) {
+  if (strItem.size() < strName.size()) return 0;
+  for (std::size_t nIndex = 0; nIndex < strName.size(); ++nIndex) {
+    const char ch = strItem[nIndex];
+    const bool bUpper = ch >= 'A' && ch <= 'Z';
+    if ((bUpper ? static_cast<char>(ch + ('a' - 'A')) : ch) != strName[nIndex]) return 0;
+  }
+  // Blanks and dots at the end, and what follows a colon, are nothing to some file systems.
+  const std::size_t nEnd = strItem.find_first_not_of(" .", strName.size());
+  const bool bSame = nEnd == std::string_view::npos || strItem[nEnd] == ':';
+  return bSame ? strName.size() : 0;
+}
+
+// Git guards its own folder as the file systems of other systems see it, where "\" separates too.
+void MendPathPart(std::string& strPart) {
+  if (strPart == "." || strPart == "..") {
+    strPart += '_';
+    return;
+  }
+  const std::size_t nDotGit = MatchDisguise(strPart, ".git");
+  const std::size_t nMatched = nDotGit > 0 ? nDotGit : MatchDisguise(strPart, "git~1");
+  if (nMatched > 0) strPart.insert(nMatched, 1, '_');
+}
+
+void MendPathItem(std::string& strItem) {
+  std::string strMended;
+  std::size_t nBegin = 0;
+  while (true) {
+    const std::size_t nEnd = strItem.find('\\', nBegin);
+    const bool bLast = nEnd == std::string::npos;
+    std::string strPart = strItem.substr(nBegin, bLast ? nEnd : nEnd - nBegin);
+    MendPathPart(strPart);
+    strMended += strPart;
+    if (bLast) break;
+    strMended += '\\';
+    nBegin = nEnd + 1;
+  }
+  strItem = strMended;
+}
+
+void AppendQuoted(char ch, std::string& strQuoted) {
+  const auto nByte = static_cast<unsigned char>(ch);
+  if (ch == '"' || ch == '\\') {
+    strQuoted += {'\\', ch};
+  } else if (nByte < 0x20 || nByte == 0x7F) {
+    strQuoted += {'\\', static_cast<char>('0' + (nByte >> 6)), static_cast<char>('0' + ((nByte >> 3) & 7)),
+                  static_cast<char>('0' + (nByte & 7))};
+  } else {
+    strQuoted += ch;
+  }
+}
+
+}  // namespace
+
+std::string GitRefName(std::string_view strName) {
+  std::vector<std::string> astrItems = SplitItems(strName);
+  for (std::string& strItem : astrItems)
+    MendRefItem(strItem);
+  if (astrItems.back().ends_with('.')) astrItems.back().back() = '_';
+  return JoinItems(astrItems);
+}
+
+std::string GitIdentity(std::string_view strUser) {
+  std::string strIdentity(strUser);
+  for (char& ch : strIdentity) {
+    if (ch == '<') ch = '(';
+    if (ch == '>') ch = ')';
+    if (ch == '\n' || ch == '\0') ch = ' ';
+  }
+  return strIdentity;
+}
+
+std::string GitPath(std::string_view strPath) {
+  std::vector<std::string> astrItems = SplitItems(strPath);
+  for (std::string& strItem : astrItems)
+    MendPathItem(strItem);
+  return JoinItems(astrItems);
+}
+
+std::string QuoteGitPath(std::string_view strPath) {
+  const bool bPlain = std::none_of(strPath.begin(), strPath.end(), [](char ch) {
+    return ch == '"' || ch == '\\' || static_cast<unsigned char>(ch) < 0x20 || ch == 0x7F;
+  });
+  if (bPlain) return std::string(strPath);
+  std::string strQuoted = "\"";
+  for (const char ch : strPath)
+    AppendQuoted(ch, strQuoted);
+  return strQuoted + '"';
+}
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+#include "core/descriptor.h"
+
+namespace TALVEK::HOST {
+
+struct TProcessResult {
+  int nStatus = 0;        ///< exit status; 128 + signal; 127 when the program can't be started
+  std::string strOutput;  ///< standard output; empty for CPipedChild
+  std::string strError;   ///< standard error, or why the program can't be started
+};
+
+/// Runs `git` with empty standard input to its end. The environment is ours without the variables that would
+/// send Git to another repository than the one its arguments name.
+TProcessResult RunGit(const std::vector<std::string>& astrArguments);
+
+/// A `git` that reads what we write.
+///
+/// Errors   EHostError (STATUS_FAILED) when it can't be started.
+/// Owns     The child: the destructor closes its input and waits for its end.
+class CPipedGit {
+ public:
+  explicit CPipedGit(const std::vector<std::string>& astrArguments);
+  ~CPipedGit();
+  CPipedGit(const CPipedGit&) = delete;
+  CPipedGit& operator=(const CPipedGit&) = delete;
+
+  int GetInput() const { return m_oInput.Get(); }
+  /// Closes its input and waits.
+  TProcessResult Finish();
+
+ private:
+  VCM::CDescriptor m_oInput;
+  VCM::CDescriptor m_oError;
+  pid_t m_nProcess = -1;
+};
+
+/// The line of a program's standard error that says best why it failed: the first "fatal: " or "error: ",
+/// else the last one.
+std::string BestErrorLine(const std::string& strError);
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "core/string.h"
+#include "host/progress.h"
+#include "host/stream_tree.h"
+#include "mce/provider.h"
+
+namespace TALVEK::HOST {
+
+/// Whoever wants to see the history go by.
+class CHistoryVisitor {
+ public:
+  virtual ~CHistoryVisitor() = default;
+  /// The folder below which the stream's files go, or would go: the provider makes folders there in any case.
+  virtual VCM::CString BeginStream(const TStream& tStream) = 0;
+  virtual void BeginChange(MCE::CProvider::TChangeInfo& /*tChange*/) {}
+  /// `nNumber` counts the items of the changeset from 1. `bFailed`: the provider could not do its part for
+  /// the item.
+  virtual void Item(const MCE::CProvider::TChangeItemInfo& /*tItem*/, std::uint32_t /*nNumber*/,
+                    bool /*bFailed*/) {}
+  virtual void EndChange(const MCE::CProvider::TChangeInfo& /*tChange*/) {}
+  virtual void EndStream(const TStream& /*tStream*/) {}
+};
+
+/// Walks the streams in order, the changesets of each and the items of each changeset.
+///
+/// Errors   EHostError (STATUS_FAILED) when the provider fails, or when it gives back more or less than it
+///          said was there: a lost part of the history must never pass for a whole one. EStopped between
+///          calls.
+class CHistoryWalk {
+ public:
+  CHistoryWalk(MCE::CProvider& oProvider, const std::vector<TStream>& atStreams, std::uint32_t nChangeCount,
+               CProgress& oProgress)
+      : m_oProvider(oProvider),
+        m_atStreams(atStreams),
+        m_nChangeCount(nChangeCount),
+        m_oProgress(oProgress) {}
+
+  void Run(CHistoryVisitor& oVisitor);
+
+ private:
+  void WalkStream(const TStream& tStream, CHistoryVisitor& oVisitor);
+  void WalkItems(const MCE::CProvider::TChangeInfo& tChange, CHistoryVisitor& oVisitor);
+  void CountChange();
+
+  MCE::CProvider& m_oProvider;
+  const std::vector<TStream>& m_atStreams;
+  std::uint32_t m_nChangeCount;
+  CProgress& m_oProgress;
+  std::uint32_t m_nChangesSeen = 0;
+};
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,68 @@
+#include "host/import_log_watch.h"
+
+#include <cstdarg>
+
+namespace TALVEK::HOST {
+namespace {
+
+constexpr std::wstring_view COMMAND_LINE = L"Performing command ";
+constexpr std::wstring_view CLIENT_LINE = L"    ** ";
+constexpr std::wstring_view FILE_LINE = L"Processing file '";
+constexpr std::wstring_view CUT_SHORT_LINE = L"Generating rlog command failed.";
+
+// Lines are "%d: text\n"; the number says little to anybody.
+std::wstring_view TextOfLine(std::wstring_view strLine) {
+  const std::size_t nColon = strLine.find(L": ");
+  if (nColon != std::wstring_view::npos) strLine.remove_prefix(nColon + 2);
+  while (strLine.ends_with(L'\n'))
+    strLine.remove_suffix(1);
+  return strLine;
+}
+
+// What the client says of folders as it goes, when all is well.
+bool IsRoutine(std::wstring_view strText) {
+  return strText.find(L": Logging ") != std::wstring_view::npos ||
+         strText.find(L": Updating ") != std::wstring_view::npos;
+}
+
+bool IsComplaint(std::wstring_view strText) {
+  return strText.starts_with(L"Failed ") || strText.starts_with(L"No streams ") ||
+         strText.starts_with(L"Unable ");
+}
+
+}  // namespace
+
+void CImportLogWatch::Message(const wchar_t* pszFormat, ...) {
+  VCM::CString strLine;
+  va_list args;
+  va_start(args, pszFormat);
+  strLine.FormatV(pszFormat, args);
+  va_end(args);
+  TakeLine(TextOfLine(strLine.View()));
+}
+
+void CImportLogWatch::TakeLine(std::wstring_view strText) {
+  if (strText.starts_with(CLIENT_LINE)) {
+    TakeClientLine(strText.substr(CLIENT_LINE.size()));
+  } else if (strText.starts_with(FILE_LINE)) {
+    m_oProgress.Advance(++m_nFiles);
+  } else if (strText.starts_with(COMMAND_LINE)) {
+    m_strCommand.Assign(strText.substr(COMMAND_LINE.size()));
+  } else if (strText.starts_with(CUT_SHORT_LINE)) {
+    m_bCutShort = true;
+  } else {
+    TakeComplaint(strText);
+  }
+}
+
+void CImportLogWatch::TakeClientLine(std::wstring_view strText) {
+  // "cvs rlog: Logging src": repository and module were found.
+  if (strText.find(L": Logging ") != std::wstring_view::npos) m_bReachedModule = true;
+  if (!IsRoutine(strText)) m_strClientWords.Assign(strText);
+}
+
+void CImportLogWatch::TakeComplaint(std::wstring_view strText) {
+  if (m_strComplaint.IsEmpty() && IsComplaint(strText)) m_strComplaint.Assign(strText);
+}
+
+}  // namespace TALVEK::HOST

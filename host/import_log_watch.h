@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "core/connection.h"
+#include "core/string.h"
+#include "host/progress.h"
+
+namespace TALVEK::HOST {
+
+/// Receives each line of the import log as it is written: shows how far the reading is, and remembers what
+/// explains a failure.
+class CImportLogWatch : public VRM::CConnection {
+ public:
+  explicit CImportLogWatch(CProgress& oProgress) : m_oProgress(oProgress) {}
+
+  void Message(const wchar_t* pszFormat, ...) override;
+
+  /// The log of the foreign repository was not read to its end.
+  bool IsHistoryCutShort() const { return m_bCutShort; }
+  /// The foreign client got as far as the module.
+  bool HasReachedModule() const { return m_bReachedModule; }
+  /// The first line in which the provider itself complains; empty when it doesn't.
+  const VCM::CString& GetComplaint() const { return m_strComplaint; }
+  const VCM::CString& GetLastCommand() const { return m_strCommand; }
+  /// The last line that the foreign client wrote on its standard error since ForgetClientWords.
+  const VCM::CString& GetClientWords() const { return m_strClientWords; }
+  void ForgetClientWords() { m_strClientWords.Clear(); }
+
+ private:
+  void TakeLine(std::wstring_view strText);
+  void TakeClientLine(std::wstring_view strText);
+  void TakeComplaint(std::wstring_view strText);
+
+  CProgress& m_oProgress;
+  VCM::CString m_strComplaint;
+  VCM::CString m_strCommand;
+  VCM::CString m_strClientWords;
+  std::uint64_t m_nFiles = 0;
+  bool m_bCutShort = false;
+  bool m_bReachedModule = false;
+};
+
+}  // namespace TALVEK::HOST

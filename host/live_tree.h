@@ -1,0 +1,44 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace TALVEK::HOST {
+
+/// The files that are in the tree of a commit: what can be deleted, and where a file and a folder would need
+/// the same name, which Git would settle by silently dropping what was there.
+///
+/// Shape    A tree of folders whose unchanged parts are shared between copies.
+/// Cost     A copy costs nothing; a change copies the folders on its path, once after each copy.
+class CLiveTree {
+ public:
+  /// Files that stand under a name that isn't quite theirs (host/git_names.h) are told from those that do, so
+  /// that one never takes the other's place.
+  enum TNameKind { OWN_NAME, CHANGED_NAME };
+
+  /// True when there is no folder at the path, no file where it needs a folder, and no file of the other
+  /// kind.
+  bool CanPut(std::string_view strPath, TNameKind eKind) const;
+  /// Only after CanPut.
+  void Put(std::string_view strPath, TNameKind eKind);
+  /// Removes the file, and the folders that it leaves empty. False when there was none, or one of the other
+  /// kind.
+  bool Remove(std::string_view strPath, TNameKind eKind);
+
+ private:
+  struct TNode {
+    bool bFile = false;
+    TNameKind eKind = OWN_NAME;
+    std::map<std::string, std::shared_ptr<TNode>, std::less<>> aChildren;
+  };
+
+  static bool RemoveBelow(TNode& tFolder, std::string_view strPath);
+  static TNode& Unshare(std::shared_ptr<TNode>& poNode);
+  const TNode* Find(std::string_view strPath, bool& bFileOnTheWay) const;
+
+  std::shared_ptr<TNode> m_poRoot = std::make_shared<TNode>();
+};
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,76 @@
+#include <clocale>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/commands.h"
+#include "host/exit_status.h"
+#include "host/stop_signal.h"
+#include "host/text_output.h"
+
+namespace TALVEK::HOST {
+namespace {
+
+int Dispatch(const TCommandContext& tContext) {
+  switch (tContext.tCommandLine.eCommand) {
+    case TCommandLine::COMMAND_PROPERTIES:
+      return PropertiesCommand(tContext);
+    case TCommandLine::COMMAND_CHECK:
+      return CheckCommand(tContext);
+    case TCommandLine::COMMAND_PREVIEW:
+      return PreviewCommand(tContext);
+    case TCommandLine::COMMAND_RUN:
+      return RunCommand(tContext);
+    case TCommandLine::COMMAND_SHOW:
+      break;
+  }
+  WriteOutput(tContext.tCommandLine.strShow);
+  return STATUS_IMPORTED;
+}
+
+// The options depend on the provider, but help must not: without the provider it is shown without them.
+int ShowHelpAlone(const std::vector<std::string>& astrArguments) {
+  CPropertyTable oNoProperties;
+  WriteOutput(ParseCommandLine(astrArguments, oNoProperties).strShow);
+  return STATUS_IMPORTED;
+}
+
+int Run(const std::vector<std::string>& astrArguments, CConsole& oConsole) {
+  std::optional<CProviderLibrary> oLibrary;
+  try {
+    oLibrary.emplace(FindProviderChoice(astrArguments));
+  } catch (const EHostError&) {
+    if (!AsksForHelp(astrArguments)) throw;
+    return ShowHelpAlone(astrArguments);
+  }
+  CPropertyTable oTable(oLibrary->GetProvider());
+  const TCommandLine tCommandLine = ParseCommandLine(astrArguments, oTable);
+  return Dispatch({*oLibrary, oTable, tCommandLine, oConsole});
+}
+
+int RunGuarded(const std::vector<std::string>& astrArguments) {
+  CConsole oConsole;
+  try {
+    return Run(astrArguments, oConsole);
+  } catch (const EHostError& oError) {
+    oConsole.Line(oError.what() + oConsole.GetPostscript());
+    return oError.GetStatus();
+  } catch (const EStopped& oStopped) {
+    oConsole.Line("stopped; nothing was imported");
+    return 128 + oStopped.GetSignal();
+  } catch (const std::exception& oError) {
+    oConsole.Line(std::string("failed: ") + oError.what() + oConsole.GetPostscript());
+    return STATUS_FAILED;
+  }
+}
+
+}  // namespace
+}  // namespace TALVEK::HOST
+
+int main(int argc, char** argv) {
+  // The same import in every locale: names and messages are bytes that should be UTF-8, and what isn't comes
+  // through all the same.
+  std::setlocale(LC_CTYPE, "C.UTF-8");
+  TALVEK::HOST::CatchStopSignals();
+  return TALVEK::HOST::RunGuarded(std::vector<std::string>(argv + 1, argv + argc));
+}

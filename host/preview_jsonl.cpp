@@ -1,0 +1,129 @@
+#include <algorithm>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "core/json_text.h"
+#include "host/preview.h"
+#include "host/spool_file.h"
+#include "host/text_output.h"
+
+namespace TALVEK::HOST {
+namespace {
+
+/// The lines of one changeset, in the two spools.
+struct TChangeLines {
+  std::uint32_t nStream = 0;
+  std::uint32_t nID = 0;
+  long long nTime = 0;
+  std::uint64_t nChangeOffset = 0;
+  std::uint64_t nChangeSize = 0;
+  std::uint64_t nItemsOffset = 0;
+  std::uint64_t nItemsSize = 0;
+};
+
+void AppendNumberField(const char* pszName, long long nNumber, std::string& strLine) {
+  strLine += std::string(",\"") + pszName + "\":" + std::to_string(nNumber);
+}
+
+void AppendTextField(const char* pszName, const VCM::CString& strText, std::string& strLine) {
+  strLine += std::string(",\"") + pszName + "\":";
+  VCM::AppendJsonString(strText, strLine);
+}
+
+std::string StreamLine(const MCE::CProvider::TStreamInfo& tStream) {
+  std::string strLine = "{\"stream\":{\"id\":" + std::to_string(tStream.nID);
+  AppendNumberField("parent", tStream.nParentID, strLine);
+  AppendTextField("name", tStream.strName, strLine);
+  AppendNumberField("created", tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0), strLine);
+  AppendNumberField("max_created", tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0), strLine);
+  AppendNumberField("base_change", tStream.nBaseChangeID, strLine);
+  return strLine + "}}\n";
+}
+
+std::string ChangeLine(const MCE::CProvider::TChangeInfo& tChange, std::uint32_t nStream) {
+  std::string strLine = "{\"change\":{\"id\":" + std::to_string(tChange.nID);
+  AppendNumberField("stream", nStream, strLine);
+  AppendTextField("user", tChange.strUser, strLine);
+  AppendNumberField("time", tChange.nTime, strLine);
+  AppendTextField("comment", tChange.strComment, strLine);
+  AppendNumberField("next_item", tChange.nItemCount, strLine);
+  return strLine + "}}\n";
+}
+
+std::string ItemLine(const MCE::CProvider::TChangeItemInfo& tItem, std::uint32_t nNumber) {
+  std::string strLine = "{\"item\":{\"change\":" + std::to_string(tItem.nChangeID);
+  AppendNumberField("item", nNumber, strLine);
+  AppendNumberField("type", tItem.nType, strLine);
+  AppendTextField("path", PathText(tItem.oFilePath), strLine);
+  return strLine + "}}\n";
+}
+
+class CJsonPreview : public CPreview {
+ public:
+  explicit CJsonPreview(const VCM::CString& strFolder) : m_strFolder(strFolder) {}
+
+  VCM::CString BeginStream(const TStream& tStream) override {
+    m_nStream = tStream.tInfo.nID;
+    m_atStreams.push_back(tStream.tInfo);
+    return m_strFolder;
+  }
+
+  void BeginChange(MCE::CProvider::TChangeInfo& tChange) override {
+    const std::string strLine = ChangeLine(tChange, m_nStream);
+    TChangeLines tLines;
+    tLines.nStream = m_nStream;
+    tLines.nID = tChange.nID;
+    tLines.nTime = tChange.nTime;
+    tLines.nChangeOffset = m_oChanges.Append(strLine);
+    tLines.nChangeSize = strLine.size();
+    tLines.nItemsOffset = m_nItemsSize;
+    m_atLines.push_back(tLines);
+  }
+
+  void Item(const MCE::CProvider::TChangeItemInfo& tItem, std::uint32_t nNumber, bool) override {
+    const std::string strLine = ItemLine(tItem, nNumber);
+    m_oItems.Append(strLine);
+    m_nItemsSize += strLine.size();
+    m_atLines.back().nItemsSize += strLine.size();
+  }
+
+  void Write(CByteSink& oSink) override {
+    WriteStreams(oSink);
+    std::sort(m_atLines.begin(), m_atLines.end(), [](const TChangeLines& tLeft, const TChangeLines& tRight) {
+      return std::tie(tLeft.nStream, tLeft.nTime, tLeft.nID) <
+             std::tie(tRight.nStream, tRight.nTime, tRight.nID);
+    });
+    for (const TChangeLines& tLines : m_atLines)
+      m_oChanges.Copy(tLines.nChangeOffset, tLines.nChangeSize, oSink);
+    std::sort(m_atLines.begin(), m_atLines.end(),
+              [](const TChangeLines& tLeft, const TChangeLines& tRight) { return tLeft.nID < tRight.nID; });
+    for (const TChangeLines& tLines : m_atLines)
+      m_oItems.Copy(tLines.nItemsOffset, tLines.nItemsSize, oSink);
+    oSink.Flush();
+  }
+
+ private:
+  void WriteStreams(CByteSink& oSink) {
+    std::sort(m_atStreams.begin(), m_atStreams.end(),
+              [](const auto& tLeft, const auto& tRight) { return tLeft.nID < tRight.nID; });
+    for (const MCE::CProvider::TStreamInfo& tStream : m_atStreams)
+      oSink.Write(StreamLine(tStream));
+  }
+
+  VCM::CString m_strFolder;
+  std::uint32_t m_nStream = 0;
+  std::vector<MCE::CProvider::TStreamInfo> m_atStreams;
+  std::vector<TChangeLines> m_atLines;
+  CSpoolFile m_oChanges;
+  CSpoolFile m_oItems;
+  std::uint64_t m_nItemsSize = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<CPreview> MakeJsonPreview(const VCM::CString& strFolder) {
+  return std::make_unique<CJsonPreview>(strFolder);
+}
+
+}  // namespace TALVEK::HOST

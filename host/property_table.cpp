@@ -1,0 +1,156 @@
+#include "host/property_table.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+
+#include "core/text_codec.h"
+#include "host/exit_status.h"
+#include "host/text_output.h"
+
+namespace TALVEK::HOST {
+namespace {
+
+bool IsUpper(wchar_t ch) {
+  return ch >= L'A' && ch <= L'Z';
+}
+bool IsWordCharacter(wchar_t ch) {
+  return IsUpper(ch) || (ch >= L'a' && ch <= L'z') || (ch >= L'0' && ch <= L'9');
+}
+
+// A word begins with the capital behind a small letter, and with the last capital of several before one.
+bool BeginsWord(const VCM::CString& strKey, int nIndex) {
+  if (nIndex == 0 || !IsUpper(strKey[nIndex])) return false;
+  const bool bAfterCapital = IsUpper(strKey[nIndex - 1]);
+  const bool bBeforeSmall = nIndex + 1 < strKey.GetLength() && !IsUpper(strKey[nIndex + 1]);
+  return !bAfterCapital || bBeforeSmall;
+}
+
+bool IsRunnable(const std::string& strFile) {
+  std::error_code oError;
+  return std::filesystem::is_regular_file(strFile, oError) && access(strFile.c_str(), X_OK) == 0;
+}
+
+std::string OptionHint(const TProperty& tProperty) {
+  return tProperty.strOption.empty() ? "--set " + VCM::ToBytes(tProperty.strKey) + "=..."
+                                     : "--" + tProperty.strOption;
+}
+
+}  // namespace
+
+std::string OptionName(const VCM::CString& strKey) {
+  std::string strOption;
+  for (int nIndex = 0; nIndex < strKey.GetLength(); ++nIndex) {
+    const wchar_t ch = strKey[nIndex];
+    const bool bWord = IsWordCharacter(ch);
+    if ((!bWord || BeginsWord(strKey, nIndex)) && !strOption.empty() && strOption.back() != '-')
+      strOption += '-';
+    if (bWord) strOption += static_cast<char>(IsUpper(ch) ? ch - L'A' + L'a' : ch);
+  }
+  while (strOption.ends_with('-'))
+    strOption.pop_back();
+  return strOption;
+}
+
+std::string FindProgram(const VCM::CString& strProgram) {
+  const std::string strName = VCM::ToBytes(strProgram);
+  if (strName.empty()) return "";
+  if (strName.find('/') != std::string::npos) return IsRunnable(strName) ? strName : "";
+  const char* pszPath = std::getenv("PATH");
+  std::istringstream oFolders(pszPath ? pszPath : "/bin:/usr/bin");
+  std::string strFolder;
+  while (std::getline(oFolders, strFolder, ':')) {
+    const std::string strFile = (strFolder.empty() ? "." : strFolder) + '/' + strName;
+    if (IsRunnable(strFile)) return strFile;
+  }
+  return "";
+}
+
+CPropertyTable::CPropertyTable(MCE::CProvider& oProvider) {
+  for (const MCE::TPropertyInfo* ptInfo = oProvider.GetPropertyInfo(); ptInfo->pszLabel; ++ptInfo) {
+    TProperty tProperty;
+    tProperty.strLabel = ptInfo->pszLabel;
+    tProperty.strKey = ptInfo->pszKey;
+    tProperty.strDefault = ptInfo->pszDefault;
+    tProperty.nType = ptInfo->nType;
+    tProperty.strOption = OptionName(tProperty.strKey);
+    tProperty.strValue = tProperty.strDefault;
+    m_atProperties.push_back(std::move(tProperty));
+  }
+}
+
+const TProperty* CPropertyTable::Find(const wchar_t* pszKey) const {
+  for (const TProperty& tProperty : m_atProperties) {
+    if (tProperty.strKey == pszKey) return &tProperty;
+  }
+  return nullptr;
+}
+
+void CPropertyTable::SetFromText(const std::string& strText) {
+  const std::size_t nEqual = strText.find('=');
+  if (nEqual == std::string::npos) {
+    throw EHostError(STATUS_WRONG_USE, "--set " + ShowBytes(strText) + " has no '='",
+                     "write --set Key=Value");
+  }
+  const std::string strKey = strText.substr(0, nEqual);
+  for (TProperty& tProperty : m_atProperties) {
+    if (VCM::ToBytes(tProperty.strKey) != strKey) continue;
+    const std::string strValue = strText.substr(nEqual + 1);
+    if (tProperty.IsSwitch() && strValue != "1" && strValue != "0") {
+      throw EHostError(STATUS_WRONG_USE, "the switch " + strKey + " can't be '" + ShowBytes(strValue) + "'",
+                       "write 1 for on and 0 for off");
+    }
+    tProperty.strValue = VCM::FromBytes(strValue);
+    tProperty.bGiven = true;
+    return;
+  }
+  throw EHostError(STATUS_WRONG_USE, "the provider has no property '" + ShowBytes(strKey) + "'",
+                   "'talvek-import properties' lists them");
+}
+
+bool CPropertyTable::ReadsSavedLog() const {
+  const TProperty* ptLogFile = Find(L"LogFile");
+  return ptLogFile && !ptLogFile->strValue.IsEmpty();
+}
+
+// The table's defaults of these two are examples; importing somebody's example helps nobody.
+void CPropertyTable::RequireSource(bool bNeedsFiles) const {
+  const TProperty* ptModule = Find(L"ModuleName");
+  if (ptModule && (!ptModule->bGiven || ptModule->strValue.IsEmpty())) {
+    throw EHostError(STATUS_WRONG_USE, "no module is named", "give it with " + OptionHint(*ptModule));
+  }
+  const TProperty* ptRepository = Find(L"ReposPath");
+  if (!ptRepository || (ptRepository->bGiven && !ptRepository->strValue.IsEmpty())) return;
+  if (ReadsSavedLog() && !bNeedsFiles) return;
+  std::string strRemedy = "give it with " + OptionHint(*ptRepository);
+  const TProperty* ptLogFile = Find(L"LogFile");
+  if (ptLogFile && !bNeedsFiles) strRemedy += ", or a saved log with " + OptionHint(*ptLogFile);
+  throw EHostError(STATUS_WRONG_USE, "no repository is named", strRemedy);
+}
+
+std::vector<const TProperty*> CPropertyTable::MissingPrograms() const {
+  std::vector<const TProperty*> aptMissing;
+  for (const TProperty& tProperty : m_atProperties) {
+    const bool bProgram = tProperty.nType == MCE::TPropertyInfo::TYPE_EXECUTABLE;
+    if (bProgram && FindProgram(tProperty.strValue).empty()) aptMissing.push_back(&tProperty);
+  }
+  return aptMissing;
+}
+
+void CPropertyTable::Apply(MCE::CProvider& oProvider) const {
+  for (const TProperty& tProperty : m_atProperties) {
+    VCM::CString strValue = tProperty.strValue;
+    VCM::CString strMessage;
+    if (!oProvider.ValidateStringProperty(tProperty.strKey.c_str(), strValue, strMessage)) {
+      throw EHostError(
+          STATUS_WRONG_USE,
+          "the provider refuses '" + ShowText(tProperty.strValue) + "' for " + ShowText(tProperty.strKey),
+          strMessage.IsEmpty() ? "give another with " + OptionHint(tProperty) : ShowText(strMessage));
+    }
+    oProvider.SetProperty(tProperty.strKey, strValue);
+  }
+}
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,212 @@
+#include <chrono>
+#include <optional>
+
+#include "core/text_codec.h"
+#include "host/commands.h"
+#include "host/exit_status.h"
+#include "host/export_target.h"
+#include "host/git_import.h"
+#include "host/git_names.h"
+#include "host/git_process.h"
+#include "host/git_repository.h"
+#include "host/import_session.h"
+#include "host/provider_programs.h"
+#include "host/stop_signal.h"
+#include "host/text_output.h"
+
+namespace fs = std::filesystem;
+
+namespace TALVEK::HOST {
+namespace {
+
+/// The first of the two walks of a run: notes the items of every changeset, and shows that the whole history
+/// can be read before anything is made of it.
+class CItemNoter : public CHistoryVisitor {
+ public:
+  CItemNoter(CItemSpool& oSpool, const VCM::CString& strFolder) : m_oSpool(oSpool), m_strFolder(strFolder) {}
+
+  VCM::CString BeginStream(const TStream&) override { return m_strFolder; }
+  void Item(const MCE::CProvider::TChangeItemInfo& tItem, std::uint32_t, bool) override {
+    m_oSpool.AddPath(VCM::ToBytes(PathText(tItem.oFilePath)));
+  }
+  void EndChange(const MCE::CProvider::TChangeInfo&) override { m_oSpool.EndChange(); }
+
+ private:
+  CItemSpool& m_oSpool;
+  VCM::CString m_strFolder;
+};
+
+bool IsWithin(const fs::path& oInner, const fs::path& oOuter) {
+  const fs::path oRelative =
+      fs::absolute(oInner).lexically_normal().lexically_relative(fs::absolute(oOuter).lexically_normal());
+  return !oRelative.empty() && *oRelative.begin() != "..";
+}
+
+void CheckTarget(const TCommandLine& tCommandLine) {
+  if (tCommandLine.strInto.empty() == tCommandLine.strFastExport.empty()) {
+    throw EHostError(STATUS_WRONG_USE,
+                     tCommandLine.strInto.empty() ? "it isn't said where the import goes"
+                                                  : "an import can't go to two places",
+                     "give --into DIR or --fast-export FILE, one of them");
+  }
+  const std::string& strTrunk = tCommandLine.strTrunkBranch;
+  if (strTrunk != GitRefName(strTrunk)) {
+    throw EHostError(STATUS_WRONG_USE, "'" + ShowBytes(strTrunk) + "' can't be the name of a branch",
+                     "give another with --trunk-branch, such as '" + GitRefName(strTrunk) + "'");
+  }
+  const bool bNested = !tCommandLine.strInto.empty() && !tCommandLine.strWork.empty() &&
+                       (IsWithin(tCommandLine.strWork, tCommandLine.strInto) ||
+                        IsWithin(tCommandLine.strInto, tCommandLine.strWork));
+  if (bNested) {
+    throw EHostError(STATUS_WRONG_USE, "the repository and the work folder lie within each other",
+                     "give another folder with --work or --into");
+  }
+}
+
+/// One run, from the checks to the summary.
+class CRun {
+ public:
+  explicit CRun(const TCommandContext& tContext)
+      : m_tContext(tContext),
+        m_oProgress(tContext.oConsole, tContext.tCommandLine.bQuiet),
+        m_oReport(tContext.oConsole) {}
+
+  int Run() {
+    CheckTarget(CommandLine());
+    m_tContext.oTable.RequireSource(true);
+    if (!CommandLine().strInto.empty()) TakeRepository();
+    const CWorkFolder oWork(CommandLine().strWork);
+    CImportSession oSession(
+        {m_tContext.oLibrary.GetProvider(), m_tContext.oTable, m_tContext.oConsole, m_oProgress, m_oReport},
+        CommandLine().strImportLog);
+    RequirePrograms(m_tContext.oTable, oSession.Configure(), m_oReport);
+    oSession.Open(oWork.GetPath().string());
+    ReadHistory(oSession);
+    CItemSpool oSpool;
+    NoteItems(oSession, oSpool);
+    if (m_oRepository) {
+      ImportIntoRepository(oSession, oWork, oSpool);
+    } else {
+      ImportIntoFile(oSession, oWork, oSpool);
+    }
+    if (m_oReport.GetLossCount() == 0) oSession.Succeed();
+    ShowSummary(oSession);
+    return m_oReport.GetLossCount() == 0 ? STATUS_IMPORTED : STATUS_LOSSES;
+  }
+
+ private:
+  const TCommandLine& CommandLine() const { return m_tContext.tCommandLine; }
+
+  // Made before the long reading, so that what can't be made is known at once.
+  void TakeRepository() {
+    RequireGit();
+    m_oRepository.emplace(
+        CGitRepository::TOptions{CommandLine().strInto, CommandLine().strTrunkBranch, CommandLine().bBare});
+    m_oRepository->Prepare();
+  }
+
+  void ReadHistory(CImportSession& oSession) {
+    oSession.ReadHistory();
+    if (oSession.GetChangeCount() == 0) {
+      throw EHostError(STATUS_FAILED,
+                       "there is nothing to import: the history has no changesets" + oSession.CutShortText(),
+                       "check the module's name, the dates and the filters");
+    }
+    if (oSession.IsCutShort())
+      m_oReport.Loss("a part of the history, which the repository didn't give" + oSession.CutShortText());
+  }
+
+  void NoteItems(CImportSession& oSession, CItemSpool& oSpool) {
+    const CScratchFolder oScratch;
+    CItemNoter oNoter(oSpool, VCM::FromBytes(oScratch.GetPath().string()));
+    m_oProgress.BeginPhase("walking the history", "changesets", oSession.GetChangeCount());
+    CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), m_oProgress)
+        .Run(oNoter);
+    oSpool.Rewind();
+    m_oProgress.EndPhase();
+  }
+
+  void ImportIntoRepository(CImportSession& oSession, const CWorkFolder& oWork, CItemSpool& oSpool) {
+    CPipedGit oGit(m_oRepository->Command({"fast-import", "--quiet", "--done", "--date-format=raw"}));
+    try {
+      Import(oSession, oWork, oSpool, oGit.GetInput(), "git fast-import");
+    } catch (const EWriteError&) {
+      // The reader has gone: it knows why, unless it went for the same signal as we.
+      ThrowIfStopped();
+      ThrowGitFailure(oGit.Finish());
+    }
+    const TProcessResult tResult = oGit.Finish();
+    if (tResult.nStatus != 0) ThrowGitFailure(tResult);
+    RequireCommits(oSession.GetChangeCount());
+    m_oRepository->Keep();
+    const std::optional<std::string> strProblem = m_oRepository->CheckOut();
+    if (strProblem) m_oReport.Warning("all is imported, but the files can't be checked out: " + *strProblem);
+  }
+
+  // Every commit hangs on a branch, so all of them can be found again.
+  void RequireCommits(std::uint64_t nExpected) const {
+    const std::uint64_t nCommits = m_oRepository->CountCommits();
+    if (nCommits == nExpected) return;
+    throw EHostError(STATUS_FAILED,
+                     "history lost in Git: " + ShowCount(nExpected, "commit") + " written, " +
+                         std::to_string(nCommits) + " are there",
+                     "see that git works and that there is room for the repository");
+  }
+
+  [[noreturn]] static void ThrowGitFailure(const TProcessResult& tResult) {
+    const std::string strReason = BestErrorLine(tResult.strError);
+    throw EHostError(STATUS_FAILED,
+                     "git fast-import failed: " +
+                         (strReason.empty() ? "it ended with status " + std::to_string(tResult.nStatus)
+                                            : ShowBytes(strReason)),
+                     "see that git works and that there is room for the repository");
+  }
+
+  void ImportIntoFile(CImportSession& oSession, const CWorkFolder& oWork, CItemSpool& oSpool) {
+    const std::string& strFile = CommandLine().strFastExport;
+    CExportTarget oTarget(strFile);
+    Import(oSession, oWork, oSpool, oTarget.GetDescriptor(),
+           strFile == "-" ? "standard output" : ShowBytes(strFile));
+    oTarget.Finish();
+  }
+
+  void Import(CImportSession& oSession, const CWorkFolder& oWork, CItemSpool& oSpool, int nDescriptor,
+              const std::string& strSinkName) {
+    CByteSink oSink(nDescriptor, strSinkName);
+    CFastImportStream oStream(oSink);
+    CGitImport oImport({oSession.GetProvider(), oSession.GetLogWatch(), m_oReport, oWork, oSpool, oStream},
+                       oSession.GetStreams(), CommandLine().strTrunkBranch);
+    m_oProgress.BeginPhase("importing", "changesets", oSession.GetChangeCount());
+    oStream.Begin();
+    CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), m_oProgress)
+        .Run(oImport);
+    oStream.End();
+    m_oProgress.EndPhase();
+    m_nItems = oImport.GetItemCount();
+  }
+
+  void ShowSummary(const CImportSession& oSession) {
+    const auto nSeconds =
+        std::chrono::duration_cast<std::chrono::seconds>(CProgress::TClock::now() - m_tBegin).count();
+    const std::uint64_t nLosses = m_oReport.GetLossCount();
+    m_oReport.Note("imported " + ShowCount(oSession.GetStreams().size(), "stream") + ", " +
+                   ShowCount(oSession.GetChangeCount(), "changeset") + ", " + ShowCount(m_nItems, "item") +
+                   "; " + std::to_string(nLosses) + (nLosses == 1 ? " loss; " : " losses; ") +
+                   ShowCount(static_cast<std::uint64_t>(nSeconds), "second"));
+  }
+
+  const TCommandContext& m_tContext;
+  CProgress::TClock::time_point m_tBegin = CProgress::TClock::now();
+  CProgress m_oProgress;
+  CReport m_oReport;
+  std::optional<CGitRepository> m_oRepository;
+  std::uint64_t m_nItems = 0;
+};
+
+}  // namespace
+
+int RunCommand(const TCommandContext& tContext) {
+  return CRun(tContext).Run();
+}
+
+}  // namespace TALVEK::HOST

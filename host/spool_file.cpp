@@ -1,0 +1,54 @@
+#include "host/spool_file.h"
+
+#include <fcntl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "host/exit_status.h"
+
+namespace TALVEK::HOST {
+namespace {
+
+[[noreturn]] void ThrowSpoolError() {
+  throw EHostError(STATUS_FAILED, std::string("a temporary file can't be used: ") + std::strerror(errno),
+                   "make room in the temporary folder, or point TMPDIR to another one");
+}
+
+}  // namespace
+
+CSpoolFile::CSpoolFile() : m_poFile(std::tmpfile()) {
+  if (!m_poFile) ThrowSpoolError();
+  fcntl(fileno(m_poFile.get()), F_SETFD, FD_CLOEXEC);
+}
+
+std::uint64_t CSpoolFile::Append(std::string_view strBytes) {
+  if (std::fwrite(strBytes.data(), 1, strBytes.size(), m_poFile.get()) != strBytes.size()) ThrowSpoolError();
+  const std::uint64_t nOffset = m_nSize;
+  m_nSize += strBytes.size();
+  return nOffset;
+}
+
+void CSpoolFile::Seek(std::uint64_t nOffset) {
+  if (std::fflush(m_poFile.get()) != 0) ThrowSpoolError();
+  if (fseeko(m_poFile.get(), static_cast<off_t>(nOffset), SEEK_SET) != 0) ThrowSpoolError();
+}
+
+std::string CSpoolFile::Read(std::size_t nSize) {
+  std::string strBytes(nSize, '\0');
+  if (std::fread(strBytes.data(), 1, nSize, m_poFile.get()) != nSize) ThrowSpoolError();
+  return strBytes;
+}
+
+void CSpoolFile::Copy(std::uint64_t nOffset, std::uint64_t nSize, CByteSink& oSink) {
+  constexpr std::uint64_t BLOCK_BYTES = 64 * 1024;
+  Seek(nOffset);
+  while (nSize > 0) {
+    const std::uint64_t nBlock = std::min(nSize, BLOCK_BYTES);
+    oSink.Write(Read(nBlock));
+    nSize -= nBlock;
+  }
+}
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,13 @@
+#pragma once
+
+namespace TALVEK::HOST {
+
+/// Makes SIGINT, SIGTERM and SIGHUP ask for an end instead of bringing it: a provider that isn't destroyed
+/// leaves its database behind. Also turns SIGPIPE into a failed write.
+void CatchStopSignals();
+
+bool IsStopRequested();
+/// Throws EStopped when one of the signals has come. Called between the calls to the provider.
+void ThrowIfStopped();
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "core/path.h"
+#include "core/string.h"
+
+namespace TALVEK::HOST {
+
+/// The bytes of a text for a person's eyes: its own bytes, but control characters as \xNN, because names come
+/// from foreign servers and go to terminals.
+std::string ShowText(const VCM::CString& strText);
+std::string ShowBytes(std::string_view strBytes);
+
+/// "2003-05-14 09:30:00 UTC".
+std::string ShowTime(long long nSeconds);
+
+/// "1 stream", "2 streams": the singular takes an "s".
+std::string ShowCount(std::uint64_t nCount, std::string_view strSingular);
+
+/// The items of a path joined by "/", without a leading one.
+VCM::CString PathText(const VCM::CFilePath& oPath);
+
+/// Writes all of `strBytes` to standard output at once; EHostError when that fails.
+void WriteOutput(std::string_view strBytes);
+
+}  // namespace TALVEK::HOST

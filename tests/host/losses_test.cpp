@@ -1,0 +1,98 @@
+#include "tests/host/host_fixture.h"
+
+namespace TALVEK::TEST {
+namespace {
+
+using CLossesTest = CHostTest;
+
+TEST_F(CLossesTest, EachFileThatIsNotThereIsReportedAndCounted) {
+  Script(
+      "stream|1|0|Main\n"
+      "change|1|1|joe|1000000000|x\n"
+      "item|1|0|good|file|good\n"
+      "item|1|0|gone|missing\n"
+      "item|1|0|link|link|/etc/passwd\n"
+      "item|1|0|folder|folder\n"
+      "item|1|0|pipe|pipe\n"
+      "item|1|0|fail|fail\n"
+      "item|1|0|\n"
+      "item|1|2|never\n");
+  const TRun tRun = Run("run --quiet --into target --import-log log");
+  EXPECT_EQ(tRun.nStatus, 3);
+  const std::string strLost = "talvek-import: lost: stream 'Main', file ";
+  const std::string strTime = ", 2001-09-09 01:46:40 UTC: ";
+  EXPECT_EQ(tRun.strError,
+            strLost + "'gone'" + strTime + "it was not retrieved: fake: no gone here\n" + strLost + "'link'" +
+                strTime + "it is a symbolic link\n" + strLost + "'folder'" + strTime +
+                "it is not a regular file\n" + strLost + "'pipe'" + strTime + "it is not a regular file\n" +
+                strLost + "'fail'" + strTime + "the provider can't retrieve it\n" + strLost + "''" + strTime +
+                "it has no path\n" +
+                "talvek-import: imported 1 stream, 1 changeset, 8 items; 6 losses; 0 seconds\n");
+  EXPECT_EQ(Git("target", "ls-tree -r --name-only main"), "good\n");
+}
+
+// What an earlier changeset left in the work folder must not pass for what a later one could not get.
+TEST_F(CLossesTest, EarlierRevisionNeverStandsInForALaterOne) {
+  Script(
+      "stream|1|0|Main\n"
+      "change|1|1|joe|1|x\nitem|1|0|a|file|one\n"
+      "change|2|1|joe|2|y\nitem|2|1|a|missing\n");
+  EXPECT_EQ(Run("run --quiet --into target --import-log log").nStatus, 3);
+  EXPECT_EQ(Git("target", "log --format=%s --name-status main"), "y\nx\n\nA\ta\n");
+}
+
+TEST_F(CLossesTest, ChangesetThatCantBeProcessedLosesItsItems) {
+  Script(
+      "stream|1|0|Main\n"
+      "change|1|1|joe|1|x\nitem|1|0|a|file|a\nitem|1|0|b|file|b\n"
+      "change|2|1|joe|2|y\nitem|2|1|a|file|a2\nitem|2|2|b\n"
+      "fail|process|2\n");
+  const TRun tRun = Run("run --quiet --into target --import-log log");
+  EXPECT_EQ(tRun.nStatus, 3);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: lost: stream 'Main', file 'a', 1970-01-01 00:00:02 UTC: the provider can't "
+            "retrieve it\n"
+            "talvek-import: imported 1 stream, 2 changesets, 4 items; 1 loss; 0 seconds\n");
+  EXPECT_EQ(Git("target", "ls-tree -r --name-only main"), "a\n");
+}
+
+// Git would drop the file without a word.
+TEST_F(CLossesTest, FileAndFolderOfOneNameAreALoss) {
+  Script(
+      "stream|1|0|Main\n"
+      "change|1|1|joe|1|x\nitem|1|0|a|file|a\n"
+      "change|2|1|joe|2|y\nitem|2|0|a/b|file|b\n");
+  const TRun tRun = Run("run --quiet --into target --import-log log");
+  EXPECT_EQ(tRun.nStatus, 3);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: lost: stream 'Main', file 'a/b', 1970-01-01 00:00:02 UTC: something else has its "
+            "name, or "
+            "that of one of its folders, in Git at that time\n"
+            "talvek-import: imported 1 stream, 2 changesets, 2 items; 1 loss; 0 seconds\n");
+  EXPECT_EQ(Git("target", "ls-tree -r --name-only main"), "a\n");
+}
+
+TEST_F(CLossesTest, HistoryCutShortIsALoss) {
+  Script(
+      "stream|1|0|Main\n"
+      "log|    ** fetch: Logging src\nlog|    ** fetch: broken\nlog|Generating rlog command failed. It is "
+      "so.\n"
+      "change|1|1|joe|1|x\nitem|1|0|a|file|a\n");
+  const TRun tRun = Run("run --quiet --into target --import-log log");
+  EXPECT_EQ(tRun.nStatus, 3);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: lost: a part of the history, which the repository didn't give: fetch: broken\n"
+            "talvek-import: imported 1 stream, 1 changeset, 1 item; 1 loss; 0 seconds\n");
+}
+
+TEST_F(CLossesTest, ImportLogIsKeptAndNamed) {
+  Script("stream|1|0|Main\nchange|1|1|joe|1|x\nitem|1|0|a|missing\n");
+  const TRun tRun = Run("run --quiet --into target");
+  ASSERT_EQ(Leftovers().size(), 1u);
+  EXPECT_NE(tRun.strError.find("talvek-import: the import log is " +
+                               (Folder() / "tmp" / Leftovers()[0]).string() + '\n'),
+            std::string::npos);
+}
+
+}  // namespace
+}  // namespace TALVEK::TEST

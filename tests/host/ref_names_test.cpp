@@ -1,0 +1,46 @@
+#include "host/ref_names.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace TALVEK::HOST {
+namespace {
+
+std::vector<std::string> AssignAll(const std::vector<std::string>& astrNames) {
+  CRefNames oNames;
+  std::vector<std::string> astrAssigned;
+  for (const std::string& strName : astrNames)
+    astrAssigned.push_back(oNames.Assign(strName));
+  return astrAssigned;
+}
+
+using TNames = std::vector<std::string>;
+
+TEST(RefNamesTest, EqualNamesGetSuffixes) {
+  EXPECT_EQ(AssignAll({"a", "a", "a", "b"}), (TNames{"a", "a-2", "a-3", "b"}));
+}
+
+TEST(RefNamesTest, NamesThatBecomeEqualGetSuffixes) {
+  EXPECT_EQ(AssignAll({"a_b", "a b", "a?b"}), (TNames{"a_b", "a_b-2", "a_b-3"}));
+}
+
+TEST(RefNamesTest, SuffixedNameThatIsTakenIsPassedOver) {
+  EXPECT_EQ(AssignAll({"a", "a-2", "a"}), (TNames{"a", "a-2", "a-3"}));
+}
+
+TEST(RefNamesTest, NameBelowAnotherNameGetsItsSuffixThere) {
+  EXPECT_EQ(AssignAll({"a", "a/b", "a/c/d"}), (TNames{"a", "a-2/b", "a-2/c/d"}));
+}
+
+TEST(RefNamesTest, NameAboveAnotherNameGetsASuffix) {
+  EXPECT_EQ(AssignAll({"a/b/c", "a/b", "a"}), (TNames{"a/b/c", "a/b-2", "a-2"}));
+}
+
+TEST(RefNamesTest, NamesThatOnlyBeginAlikeStay) {
+  EXPECT_EQ(AssignAll({"a", "ab", "b/a", "b/ab"}), (TNames{"a", "ab", "b/a", "b/ab"}));
+}
+
+}  // namespace
+}  // namespace TALVEK::HOST

@@ -1,0 +1,270 @@
+#include "tests/host/host_fixture.h"
+#include "tests/support/shell.h"
+
+namespace TALVEK::TEST {
+namespace {
+
+using CRunTest = CHostTest;
+
+// Two branches (one nested), a tag, an executable and a binary file, a file removed and restored, a file that
+// makes way for a folder, names and messages that are no UTF-8.
+constexpr const char* SCRIPT =
+    "stream|1|0|Main\n"
+    "stream|2|1|REL_1|2\n"
+    "stream|3|2|REL_1_FIX|5\n"
+    "stream|4|1|V1|1|tag\n"
+    "change|1|1|joe|100|First\\x0a\n"
+    "item|1|0|src/a.c|file|int a;\\x0a\n"
+    "item|1|0|run.sh|exec|#!/bin/sh\\x0a\n"
+    "item|1|0|node|file|a file\n"
+    "change|2|1|j\\xf6e|200|caf\\xe9\n"
+    "item|2|1|src/a.c|file|int a = 1;\\x0a\n"
+    "item|2|0|bin|file|\\x00\\xff\\x0d\\x0a\\x1a\n"
+    "change|3|1|ann|300|folder\n"
+    "item|3|0|node/x|file|x\n"
+    "item|3|2|node\n"
+    "item|3|2|run.sh\n"
+    "change|4|1|ann|400|\n"
+    "item|4|3|run.sh|file|back\n"
+    "item|4|0|na\\xefve \"q\"|file|n\n"
+    "change|5|2|joe|250|fix\n"
+    "item|5|1|src/a.c|file|int a = 2;\\x0a\n"
+    "change|6|3|joe|260|fix the fix\n"
+    "item|6|2|src/a.c\n";
+
+TEST_F(CRunTest, StreamIsByteForByteWhatTheHistoryIs) {
+  Script(SCRIPT);
+  const TRun tRun = Run("run --quiet --fast-export -");
+  EXPECT_EQ(tRun.nStatus, 0);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: imported 4 streams, 6 changesets, 12 items; 0 losses; 0 seconds\n");
+  const std::string strWho100 = "author joe <joe> 100 +0000\ncommitter joe <joe> 100 +0000\n";
+  const std::string strWho200 =
+      "author j\xf6"
+      "e <j\xf6"
+      "e> 200 +0000\ncommitter j\xf6"
+      "e <j\xf6"
+      "e> 200 +0000\n";
+  const std::string strWho300 = "author ann <ann> 300 +0000\ncommitter ann <ann> 300 +0000\n";
+  const std::string strWho400 = "author ann <ann> 400 +0000\ncommitter ann <ann> 400 +0000\n";
+  const std::string strWho250 = "author joe <joe> 250 +0000\ncommitter joe <joe> 250 +0000\n";
+  const std::string strWho260 = "author joe <joe> 260 +0000\ncommitter joe <joe> 260 +0000\n";
+  EXPECT_EQ(tRun.strOutput,
+            "feature done\n"
+            "blob\nmark :1\ndata 7\nint a;\n\n"
+            "blob\nmark :2\ndata 10\n#!/bin/sh\n\n"
+            "blob\nmark :3\ndata 6\na file\n"
+            "commit refs/heads/main\nmark :4\n" +
+                strWho100 +
+                "data 6\nFirst\n\n"
+                "M 100644 :1 src/a.c\nM 100755 :2 run.sh\nM 100644 :3 node\n\n"
+                "blob\nmark :5\ndata 11\nint a = 1;\n\n"
+                "blob\nmark :6\ndata 5\n" +
+                std::string("\0\xff\r\n\x1a", 5) +
+                "\n"
+                "commit refs/heads/main\nmark :7\n" +
+                strWho200 +
+                "data 4\ncaf\xe9\n"
+                "M 100644 :5 src/a.c\nM 100644 :6 bin\n\n"
+                "blob\nmark :8\ndata 1\nx\n"
+                "commit refs/heads/main\nmark :9\n" +
+                strWho300 +
+                "data 6\nfolder\n"
+                "D node\nD run.sh\nM 100644 :8 node/x\n\n"
+                "blob\nmark :10\ndata 4\nback\n"
+                "blob\nmark :11\ndata 1\nn\n"
+                "commit refs/heads/main\nmark :12\n" +
+                strWho400 +
+                "data 0\n\n"
+                "M 100644 :10 run.sh\nM 100644 :11 \"na\xefve \\\"q\\\"\"\n\n"
+                "blob\nmark :13\ndata 11\nint a = 2;\n\n"
+                "commit refs/heads/REL_1\nmark :14\n" +
+                strWho250 +
+                "data 3\nfix\nfrom :7\n"
+                "M 100644 :13 src/a.c\n\n"
+                "commit refs/heads/REL_1_FIX\nmark :15\n" +
+                strWho260 +
+                "data 11\nfix the fix\nfrom :14\n"
+                "D src/a.c\n\n"
+                "reset refs/tags/V1\nfrom :4\n\n"
+                "done\n");
+  EXPECT_EQ(Leftovers(), std::vector<std::string>());
+}
+
+TEST_F(CRunTest, RepositoryIsCheckedOutAndWhole) {
+  Script(SCRIPT);
+  EXPECT_EQ(Run("run --quiet --into some/target").nStatus, 0);
+  EXPECT_EQ(Git("some/target", "fsck --strict 2>&1"), "");
+  EXPECT_EQ(Git("some/target", "for-each-ref --format='%(refname)'"),
+            "refs/heads/REL_1\nrefs/heads/REL_1_FIX\nrefs/heads/main\nrefs/tags/V1\n");
+  EXPECT_EQ(Git("some/target", "symbolic-ref HEAD"), "refs/heads/main\n");
+  EXPECT_EQ(Git("some/target", "status --porcelain"), "");
+  EXPECT_EQ(Git("some/target",
+                "log --format='%at %an %s' --all --date-order | LC_ALL=C sed 's/\\xf6/o/;s/\\xe9/e/'"),
+            "400 ann \n300 ann folder\n260 joe fix the fix\n250 joe fix\n200 joe cafe\n100 joe First\n");
+  EXPECT_EQ(ReadFile(Folder() / "some/target/run.sh"), "back");
+  EXPECT_EQ(ReadFile(Folder() / "some/target/node/x"), "x");
+  EXPECT_EQ(Git("some/target", "ls-tree -r --format='%(objectmode) %(path)' V1"),
+            "100644 node\n100755 run.sh\n100644 src/a.c\n");
+  EXPECT_EQ(Git("some/target", "show main:bin"), std::string("\0\xff\r\n\x1a", 5));
+  EXPECT_EQ(Git("some/target", "ls-tree -r --name-only REL_1_FIX"), "bin\nnode\nrun.sh\n");
+  EXPECT_EQ(Leftovers(), std::vector<std::string>());
+}
+
+TEST_F(CRunTest, BareRepositoryHasNoFiles) {
+  Script(SCRIPT);
+  EXPECT_EQ(Run("run --quiet --bare --into target.git --trunk-branch stable/trunk").nStatus, 0);
+  EXPECT_EQ(Git("target.git", "rev-parse --is-bare-repository"), "true\n");
+  EXPECT_EQ(Git("target.git", "symbolic-ref HEAD"), "refs/heads/stable/trunk\n");
+  EXPECT_EQ(Git("target.git", "rev-list --count HEAD"), "4\n");
+}
+
+TEST_F(CRunTest, ExportedFileIsReadByFastImport) {
+  Script(SCRIPT);
+  WriteFile(Folder() / "stream", "what was there before");
+  EXPECT_EQ(Run("run --quiet --fast-export stream").nStatus, 0);
+  ShellOutput("git init -q " + (Folder() / "r").string() + " && git -C " + (Folder() / "r").string() +
+              " fast-import --quiet < " + (Folder() / "stream").string());
+  EXPECT_EQ(Git("r", "rev-list --count --all"), "6\n");
+  EXPECT_EQ(Entries(Folder()), (std::vector<std::string>{"err", "out", "r", "script", "stream", "tmp"}));
+}
+
+TEST_F(CRunTest, SameHistoryGivesTheSameBytes) {
+  Script(SCRIPT);
+  const std::string strFirst = Run("run --quiet --fast-export -").strOutput;
+  EXPECT_EQ(Run("run --quiet --fast-export -").strOutput, strFirst);
+}
+
+TEST_F(CRunTest, CallsComeInTheProvidersOrder) {
+  Script("stream|1|0|Main\nchange|1|1|joe|1|x\nitem|1|0|a|file|a\n");
+  EXPECT_EQ(Run("run --quiet --fast-export - --trace-path trace").nStatus, 0);
+  EXPECT_EQ(
+      Trace().substr(Trace().find("CheckEnvironment")),
+      "CheckEnvironment\nInitialiseClients\nOpenLog\nLogToConnection\nEstablishStreams\n"
+      "EstablishChangesets\nResolveStreamLinkage\nOnProcessChange 1\nRemoveClients\nGetLogPath\nDestroy\n");
+}
+
+// A folder that comes in place of a file: the file's deletion must not take the folder that is there already.
+TEST_F(CRunTest, FilesRetrievedAllAtOnceAreFoundWhateverTheOrderOfItems) {
+  Script(
+      "stream|1|0|Main\n"
+      "change|1|1|joe|1|x\nitem|1|0|node|file|n\n"
+      "change|2|1|joe|2|y\nitem|2|2|node\nitem|2|0|node/x|file|x\nitem|2|0|z|file|z\n"
+      "change|3|1|joe|3|y\nitem|3|0|node|file|m\nitem|3|2|node/x\n"
+      "whole|2\nwhole|3\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 0) << tRun.strError;
+  EXPECT_EQ(Git("target", "log --format= --name-status --no-renames main"),
+            "A\tnode\nD\tnode/x\nD\tnode\nA\tnode/x\nA\tz\nA\tnode\n");
+}
+
+TEST_F(CRunTest, WorkFolderStaysWithoutTheFiles) {
+  Script(SCRIPT);
+  EXPECT_EQ(Run("run --quiet --fast-export - --work work").nStatus, 0);
+  EXPECT_EQ(Entries(Folder() / "work"),
+            (std::vector<std::string>{".talvek-import-work", "Main", "REL_1", "REL_1_FIX", "V1"}));
+  EXPECT_EQ(Entries(Folder() / "work/Main"), (std::vector<std::string>{"node", "src"}));
+  EXPECT_EQ(Entries(Folder() / "work/Main/src"), std::vector<std::string>());
+  EXPECT_EQ(Run("run --quiet --fast-export - --work work").nStatus, 0);
+}
+
+TEST_F(CRunTest, NamesThatGitRefusesAreChangedAndReported) {
+  Script(
+      "stream|1|0|Main\n"
+      "stream|2|1|main|1\n"
+      "stream|3|1|a b|1\n"
+      "stream|4|1|a_b|1\n"
+      "stream|5|1|T~|1|tag\n"
+      "change|1|1|joe <j>|100|x\n"
+      "item|1|0|.git/config|file|evil\n"
+      "item|1|0|a|file|a\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 0);
+  EXPECT_EQ(
+      tRun.strError,
+      "talvek-import: changed: file '.git/config' is called '.git_/config': Git refuses its name\n"
+      "talvek-import: changed: user 'joe <j>' is called 'joe (j)': Git refuses the name\n"
+      "talvek-import: changed: stream 'main' is called 'main-2': Git refuses its name, or another stream has "
+      "it\n"
+      "talvek-import: changed: stream 'a b' is called 'a_b': Git refuses its name, or another stream has it\n"
+      "talvek-import: changed: stream 'a_b' is called 'a_b-2': Git refuses its name, or another stream has "
+      "it\n"
+      "talvek-import: changed: stream 'T~' is called 'T_': Git refuses its name, or another stream has it\n"
+      "talvek-import: imported 5 streams, 1 changeset, 2 items; 0 losses; 0 seconds\n");
+  EXPECT_EQ(Git("target", "for-each-ref --format='%(refname)'"),
+            "refs/heads/a_b\nrefs/heads/a_b-2\nrefs/heads/main\nrefs/heads/main-2\nrefs/tags/T_\n");
+  EXPECT_EQ(Git("target", "fsck --strict 2>&1"), "");
+  EXPECT_EQ(ReadFile(Folder() / "target/.git_/config"), "evil");
+}
+
+TEST_F(CRunTest, StreamsWhoseParentsStandInACircleAreRoots) {
+  Script(
+      "stream|1|0|Main\n"
+      "stream|2|3|A|3\n"
+      "stream|3|2|B|2\n"
+      "change|1|1|joe|1|x\n"
+      "item|1|0|m|file|m\n"
+      "change|2|2|joe|2|x\n"
+      "item|2|0|a|file|a\n"
+      "change|3|3|joe|3|x\n"
+      "item|3|0|b|file|b\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 0);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: changed: stream 'A' is a root: its parents stand in a circle\n"
+            "talvek-import: changed: stream 'B' is a root: its parents stand in a circle\n"
+            "talvek-import: imported 3 streams, 3 changesets, 3 items; 0 losses; 0 seconds\n");
+  EXPECT_EQ(Git("target", "rev-list --count --max-parents=0 --all"), "3\n");
+  EXPECT_EQ(Git("target", "ls-tree --name-only A"), "a\n");
+}
+
+TEST_F(CRunTest, StreamWithoutChangesetsIsWhereItStarts) {
+  Script(
+      "stream|1|0|Main\n"
+      "stream|2|1|B|1\n"
+      "stream|3|1|nowhere\n"
+      "stream|4|1|T|1|tag\n"
+      "stream|5|1|moved|1|tag\n"
+      "change|1|1|joe|1|x\n"
+      "item|1|0|m|file|m\n"
+      "change|2|5|joe|2|y\n"
+      "item|2|1|m|file|n\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 0);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: warning: stream 'nowhere' has no changesets and starts nowhere, so there is "
+            "nothing of it "
+            "in Git\n"
+            "talvek-import: imported 5 streams, 2 changesets, 2 items; 0 losses; 0 seconds\n");
+  EXPECT_EQ(Git("target", "for-each-ref --format='%(refname) %(subject)'"),
+            "refs/heads/B x\nrefs/heads/main x\nrefs/heads/moved y\nrefs/tags/T x\n");
+}
+
+// Its base is written after it: a sibling that comes later in the walk.
+TEST_F(CRunTest, StreamThatStartsAtALaterCommitIsARoot) {
+  Script(
+      "stream|1|0|Main\n"
+      "stream|2|1|A|3\n"
+      "stream|3|1|B|1\n"
+      "change|1|1|joe|1|x\nitem|1|0|m|file|m\n"
+      "change|2|2|joe|2|x\nitem|2|0|a|file|a\n"
+      "change|3|3|joe|3|x\nitem|3|0|b|file|b\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 0);
+  EXPECT_NE(
+      tRun.strError.find("changed: stream 'A' is a root: the changeset from which it starts comes later\n"),
+      std::string::npos);
+  EXPECT_EQ(Git("target", "rev-list --count --max-parents=0 --all"), "2\n");
+}
+
+TEST_F(CRunTest, StreamNameNeverLeadsOutOfTheWorkFolder) {
+  Script(
+      "stream|1|0|Main\nstream|2|1|../../x|1\nchange|1|1|joe|1|x\nchange|2|2|joe|2|y\nitem|2|0|a|file|a\n");
+  EXPECT_EQ(Run("run --quiet --into target --work deep/er/work").nStatus, 0);
+  EXPECT_EQ(Entries(Folder() / "deep/er/work"),
+            (std::vector<std::string>{".talvek-import-work", "Main", "stream-2"}));
+  EXPECT_EQ(Git("target", "for-each-ref --format='%(refname)'"), "refs/heads/_./_./x\nrefs/heads/main\n");
+}
+
+}  // namespace
+}  // namespace TALVEK::TEST
