@@ -75,9 +75,13 @@ void RemoveAt(int nParent, const std::string& strName) {
   fs::remove_all(fs::path("/proc/self/fd") / std::to_string(nParent) / strName, oIgnored);
 }
 
-bool IsPlainItem(const std::string& strName) {
-  return !strName.empty() && strName != "." && strName != ".." && strName.find('/') == std::string::npos &&
-         strName.find('\0') == std::string::npos;
+// Plain items, with nothing empty between, before or behind them.
+bool IsCleanPath(const std::string& strPath) {
+  const std::vector<std::string> astrItems = SplitPath(strPath);
+  std::size_t nLength = astrItems.size() - 1;
+  for (const std::string& strItem : astrItems)
+    nLength += strItem.size();
+  return IsSafe(astrItems) && nLength == strPath.size();
 }
 
 }  // namespace
@@ -112,10 +116,10 @@ void CWorkFolder::TakeOver() const {
 }
 
 fs::path CWorkFolder::MakeStreamFolder(std::uint32_t nStreamID, const std::string& strName) const {
-  const fs::path oFolder = m_oPath / (IsPlainItem(strName) ? strName : "stream-" + std::to_string(nStreamID));
+  const fs::path oFolder = m_oPath / (IsCleanPath(strName) ? strName : "stream-" + std::to_string(nStreamID));
   // When it can't be made the stream's files can't be retrieved, and are reported one by one.
   std::error_code oIgnored;
-  fs::create_directory(oFolder, oIgnored);
+  fs::create_directories(oFolder, oIgnored);
   return oFolder;
 }
 

@@ -34,7 +34,9 @@ class CWorkFolder {
   explicit CWorkFolder(const std::filesystem::path& oFolder);
 
   const std::filesystem::path& GetPath() const { return m_oPath; }
-  /// Makes the folder of a stream: its name, or "stream-ID" when the name is not one plain path item.
+  /// Makes the folder of a stream, where providers expect it: its name below the client folder ("a/b" is a
+  /// folder in a folder). A name that would lead out of there ("../a", "/a"), or that is no clean path, gets
+  /// "stream-ID"; the stream's files are then not found.
   std::filesystem::path MakeStreamFolder(std::uint32_t nStreamID, const std::string& strName) const;
 
   /// Opens the file at `strItemPath` below a stream's folder.

@@ -112,13 +112,15 @@ TEST(WorkFolderTest, TemporaryFolderGoesAtTheEnd) {
   EXPECT_FALSE(fs::exists(oPath));
 }
 
-TEST(WorkFolderTest, StreamNamesThatAreNoFolderNamesGetOne) {
+TEST(WorkFolderTest, StreamNamesThatLeadElsewhereGetAFolderOfTheirOwn) {
   const CWorkFolder oWork("");
   EXPECT_EQ(oWork.MakeStreamFolder(1, "Main"), oWork.GetPath() / "Main");
-  for (const char* pszName : {"", ".", "..", "a/b", "../x", "/x"}) {
+  EXPECT_EQ(oWork.MakeStreamFolder(2, "a/b"), oWork.GetPath() / "a/b");
+  for (const char* pszName : {"", ".", "..", "a//b", "a/", "a/../b", "../x", "/x"}) {
     EXPECT_EQ(oWork.MakeStreamFolder(7, pszName), oWork.GetPath() / "stream-7");
   }
   EXPECT_TRUE(fs::is_directory(oWork.GetPath() / "Main"));
+  EXPECT_TRUE(fs::is_directory(oWork.GetPath() / "a/b"));
 }
 
 }  // namespace
