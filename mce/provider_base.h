@@ -84,7 +84,7 @@ class CProviderBase : public CProvider {
   bool PrepareForChanges(bool bReset);
   /// Commits the open transaction, if there is one, and closes it and both iterators.
   void CommitChanges();
-  /// Sets "NextItem" of one change. False when there is no such change.
+  /// Sets "NextItem" of one change. False when there is no such change, or no transaction is open.
   bool UpdateChangeItemCount(unsigned int nChangeID, unsigned int nCount);
 
   // Changes.
