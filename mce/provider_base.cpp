@@ -44,8 +44,7 @@ CProviderBase::~CProviderBase() {
       VCM::RemoveFile(strFile);
     }
   }
-  m_poLogStream.reset();
-  m_poLogFile.reset();
+  CloseLogFile();
 }
 
 void CProviderBase::Destroy() {

@@ -154,6 +154,7 @@ class CProviderBase : public CProvider {
   bool FindChangeForItem(const TStreamInfo& tStream, const VCM::CString& strUser, std::uint32_t nTime,
                          const VCM::CString& strComment, bool bMatchComment, std::uint32_t nEndTime);
   void LogChangesOfStream(const TStreamInfo& tStream);
+  void CloseLogFile();
 
   std::unique_ptr<wxFFileOutputStream> m_poLogFile;
   std::unique_ptr<wxTextOutputStream> m_poLogStream;
