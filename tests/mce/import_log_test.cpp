@@ -209,6 +209,28 @@ TEST_F(ImportLogTest, ConnectionAndFileCanBothBeServed) {
   EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\nboth\n");
 }
 
+TEST_F(ImportLogTest, PausedLogSendsNothingToTheConnection) {
+  CRecordingConnection oConnection;
+  m_oEngine.SetRepositoryView(
+      VRW::TObjectInvokeRef<VRO::CReposView>(std::make_shared<CConnectedView>(&oConnection)));
+  m_oEngine.LogToConnection();
+  m_oEngine.OpenLog(false);
+  EXPECT_FALSE(m_oEngine.IsLogOpen());
+  m_oEngine.WriteLog(L"lost");
+  EXPECT_EQ(oConnection.m_strReceived, "");
+}
+
+TEST_F(ImportLogTest, ConnectionIsServedAgainByALogOpenedAfterTheEnd) {
+  CRecordingConnection oConnection;
+  m_oEngine.SetRepositoryView(
+      VRW::TObjectInvokeRef<VRO::CReposView>(std::make_shared<CConnectedView>(&oConnection)));
+  m_oEngine.LogToConnection();
+  m_oEngine.GetLogPath();
+  Open();
+  EXPECT_EQ(Unprefixed(oConnection.m_strReceived), "Beginning Import with Test\n");
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+}
+
 TEST_F(ImportLogTest, MissingViewOrConnectionLosesOnlyTheLine) {
   m_oEngine.LogToConnection();
   m_oEngine.WriteLog(L"nobody listens");
@@ -220,6 +242,8 @@ TEST_F(ImportLogTest, MissingViewOrConnectionLosesOnlyTheLine) {
 
 TEST_F(ImportLogTest, StreamsAndChangesAreWrittenOut) {
   m_oEngine.m_atFound = {Stream(1, 0, L"Main"), Stream(2, 1, L"B")};
+  m_oEngine.m_atFound[0].oDestPath.Parse(L"imported/Main");
+  m_oEngine.m_atFound[0].oSrcPath.Parse(L"cvs/head");
   m_oEngine.m_atFound[1].nBaseChangeID = 1;
   unsigned nCount = 0;
   m_oEngine.EstablishStreams(nCount);
@@ -229,16 +253,26 @@ TEST_F(ImportLogTest, StreamsAndChangesAreWrittenOut) {
   m_oEngine.EstablishChangesets(nCount);
   Open();
   m_oEngine.LogStreamsAndChanges();
-  EXPECT_EQ(Unprefixed(Close()),
-            "Beginning Import with Test\n"
-            "Processing stream 'Main' (id=1,parentid=0,destpath=,srcpath=,basechangeid=0)\n"
-            "\tChange (count=1,id=1,providerid=0,user=joe,time=1970-01-01 00:16:40 UTC,comment=two\nlines,"
-            "basetime=1970-01-01 00:16:40 UTC(1000),maxtime=1970-01-01 00:33:20 UTC(2000))\n"
-            "\tChange (count=2,id=2,providerid=0,user=joe,time=1970-01-01 02:30:00 UTC,comment=work,"
-            "basetime=1970-01-01 02:30:00 UTC(9000),maxtime=2106-02-07 06:28:15 UTC(-1))\n"
-            "Processing stream 'B' (id=2,parentid=1,destpath=,srcpath=,basechangeid=1)\n"
-            "\tChange (count=1,id=3,providerid=7,user=ann,time=1970-01-01 00:50:00 UTC,comment=plain,"
-            "basetime=2106-02-07 06:28:15 UTC(-1),maxtime=2106-02-07 06:28:15 UTC(-1))\n");
+  EXPECT_EQ(
+      Unprefixed(Close()),
+      "Beginning Import with Test\n"
+      "Processing stream 'Main' (id=1,parentid=0,destpath=imported/Main,srcpath=cvs/head,basechangeid=0)\n"
+      "\tChange (count=1,id=1,providerid=0,user=joe,time=1970-01-01 00:16:40 UTC,comment=two\nlines,"
+      "basetime=1970-01-01 00:16:40 UTC(1000),maxtime=1970-01-01 00:33:20 UTC(2000))\n"
+      "\tChange (count=2,id=2,providerid=0,user=joe,time=1970-01-01 02:30:00 UTC,comment=work,"
+      "basetime=1970-01-01 02:30:00 UTC(9000),maxtime=2106-02-07 06:28:15 UTC(-1))\n"
+      "Processing stream 'B' (id=2,parentid=1,destpath=,srcpath=,basechangeid=1)\n"
+      "\tChange (count=1,id=3,providerid=7,user=ann,time=1970-01-01 00:50:00 UTC,comment=plain,"
+      "basetime=2106-02-07 06:28:15 UTC(-1),maxtime=2106-02-07 06:28:15 UTC(-1))\n");
+}
+
+TEST_F(ImportLogTest, WithoutADatabaseNoStreamIsWritten) {
+  m_oEngine.m_atStreams.Add(Stream(1, 0, L"Main"));
+  CEngine oOwner;
+  ASSERT_TRUE(oOwner.PrepareForChanges(false));
+  Open();
+  m_oEngine.LogStreamsAndChanges();
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
 }
 
 TEST_F(ImportLogTest, ClosedLogGetsNoStreamsButTheDatabaseIsMade) {
