@@ -32,6 +32,16 @@ TEST(GroupingTest, WindowHoldsItsBordersOnEitherSide) {
   }
 }
 
+// The first item is near enough, but the change has moved away with its second.
+TEST(GroupingTest, ChangeThatHasMovedBeyondTheWindowTakesNoEarlierItem) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("b.c").At(1299);
+  oEngine.Add("c.c").At(998);
+  oEngine.Add("d.c").At(999);
+  EXPECT_EQ(oEngine.Changes(), "999 joe: c.c d.c\n1299 joe: a.c b.c\n");
+}
+
 TEST(GroupingTest, AuthorsThatDifferOnlyInCaseAreGrouped) {
   CEngine oEngine;
   oEngine.Add("a.c").By("Joe").At(1000);
