@@ -4,10 +4,13 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdarg>
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <regex>
+#include <string>
+#include <vector>
 
 #include "tests/mce/engine_fixture.h"
 #include "tests/support/environment_scope.h"
@@ -18,7 +21,15 @@ namespace {
 
 /// The log's lines without their "seconds: " prefixes.
 std::string Unprefixed(const std::string& strLog) {
-  return std::regex_replace(strLog, std::regex("(^|\n)\\d+: "), "$1");
+  std::string strText;
+  for (std::size_t nStart = 0, nNext = 0; nStart < strLog.size(); nStart = nNext) {
+    nNext = std::min(strLog.find('\n', nStart), strLog.size() - 1) + 1;
+    const std::string strLine = strLog.substr(nStart, nNext - nStart);
+    const std::size_t nDigits = std::min(strLine.find_first_not_of("0123456789"), strLine.size());
+    const bool bPrefixed = nDigits > 0 && strLine.compare(nDigits, 2, ": ") == 0;
+    strText += bPrefixed ? strLine.substr(nDigits + 2) : strLine;
+  }
+  return strText;
 }
 
 class CRecordingConnection : public VRM::CConnection {
@@ -180,8 +191,11 @@ TEST_F(ImportLogTest, CallbackTakesTheTextAsFormat) {
 TEST_F(ImportLogTest, CallbackWithADirectiveFormatsAMissingArgument) {
   Open();
   MCE::CProvider::WriteLogCallback(L"100%d done", static_cast<MCE::CProvider*>(&m_oEngine));
-  EXPECT_TRUE(
-      std::regex_match(Unprefixed(Close()), std::regex("Beginning Import with Test\n100-?\\d+ done\n")));
+  // What the missing argument holds is the platform's; here it is a number.
+  const std::string strLog = Unprefixed(Close());
+  int nNumber = 0;
+  ASSERT_EQ(std::sscanf(strLog.c_str(), "Beginning Import with Test 100%d done", &nNumber), 1) << strLog;
+  EXPECT_EQ(strLog, "Beginning Import with Test\n100" + std::to_string(nNumber) + " done\n");
 }
 
 TEST_F(ImportLogTest, ConnectionGetsEveryLineAndNoFileIsOpened) {
