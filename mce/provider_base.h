@@ -84,7 +84,7 @@ class CProviderBase : public CProvider {
   bool PrepareForChanges(bool bReset);
   /// Commits the open transaction, if there is one, and closes it and both iterators.
   void CommitChanges();
-  /// Sets "NextItem" of one change. False when there is no such change.
+  /// Sets "NextItem" of one change. False when there is no such change, or no transaction is open.
   bool UpdateChangeItemCount(unsigned int nChangeID, unsigned int nCount);
 
   // Changes.
@@ -154,6 +154,7 @@ class CProviderBase : public CProvider {
   bool FindChangeForItem(const TStreamInfo& tStream, const VCM::CString& strUser, std::uint32_t nTime,
                          const VCM::CString& strComment, bool bMatchComment, std::uint32_t nEndTime);
   void LogChangesOfStream(const TStreamInfo& tStream);
+  void CloseLogFile();
 
   std::unique_ptr<wxFFileOutputStream> m_poLogFile;
   std::unique_ptr<wxTextOutputStream> m_poLogStream;

@@ -141,6 +141,7 @@ bool CProviderBase::AddChangeItem(unsigned int nChangeID, unsigned int nItem, TC
 
 bool CProviderBase::CheckForExistingItem(const TChangeRecord& tChange, const VCM::CFilePath& oPath,
                                          int& nRevision) {
+  if (!m_poChangeItemIterator) return false;
   m_tChangeItem.nID = tChange.nID;
   m_tChangeItem.nItem = 0;
   for (bool bFound = m_poChangeItemIterator->GetGTE(m_tChangeItem);

@@ -180,6 +180,22 @@ TEST(ImportDatabaseTest, ItemCountOfUnknownChangeIsNotWritten) {
   oEngine.VisitChanges(1, [](const MCE::TChangeRecord& tChange) { EXPECT_EQ(tChange.nNextItem, 7u); });
 }
 
+TEST(ImportDatabaseTest, NothingIsFoundOrChangedWithoutATransaction) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  MCE::TChangeRecord tChange = oEngine.m_tChange;
+  VCM::CFilePath oPath;
+  oPath.Parse(L"a.c");
+  int nRevision = 77;
+  EXPECT_TRUE(oEngine.CheckForExistingItem(tChange, oPath, nRevision));
+  oEngine.CommitChanges();
+  EXPECT_FALSE(oEngine.UpdateChangeItemCount(1, 7));
+  nRevision = 77;
+  EXPECT_FALSE(oEngine.CheckForExistingItem(tChange, oPath, nRevision));
+  EXPECT_EQ(nRevision, 77);
+  oEngine.VisitChanges(1, [](const MCE::TChangeRecord& tFound) { EXPECT_EQ(tFound.nNextItem, 2u); });
+}
+
 TEST(ImportDatabaseTest, WithoutDatabaseNothingSucceeds) {
   CEngine oOwner;
   ASSERT_TRUE(oOwner.PrepareForChanges(false));

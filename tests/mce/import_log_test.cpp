@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdarg>
 #include <cstdlib>
 #include <ctime>
@@ -39,6 +41,26 @@ class CConnectedView : public VRO::CReposView {
 
  private:
   VRM::CConnection* m_poConnection;
+};
+
+/// Refuses what would make a file longer, as a full disk does.
+class CFileSizeLimitScope {
+ public:
+  explicit CFileSizeLimitScope(rlim_t nBytes) : m_pfnBefore(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &m_tBefore);
+    const rlimit tLimit = {nBytes, m_tBefore.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &tLimit);
+  }
+  ~CFileSizeLimitScope() {
+    setrlimit(RLIMIT_FSIZE, &m_tBefore);
+    std::signal(SIGXFSZ, m_pfnBefore);
+  }
+  CFileSizeLimitScope(const CFileSizeLimitScope&) = delete;
+  CFileSizeLimitScope& operator=(const CFileSizeLimitScope&) = delete;
+
+ private:
+  void (*m_pfnBefore)(int);
+  rlimit m_tBefore{};
 };
 
 class ImportLogTest : public ::testing::Test {
@@ -223,6 +245,29 @@ TEST_F(ImportLogTest, ClosedLogGetsNoStreamsButTheDatabaseIsMade) {
   EXPECT_EQ(m_oEngine.m_poDatabase, nullptr);
   m_oEngine.LogStreamsAndChanges();
   EXPECT_NE(m_oEngine.m_poDatabase, nullptr);
+}
+
+// /proc is there and takes no file, not even root's.
+TEST_F(ImportLogTest, FileThatCannotBeMadeLosesTheLinesWithoutAMessage) {
+  const CEnvironmentScope oUnwritable("TMPDIR", "/proc");
+  testing::internal::CaptureStderr();
+  Open();
+  m_oEngine.WriteLog(L"lost");
+  EXPECT_TRUE(m_oEngine.IsLogOpen());
+  EXPECT_TRUE(m_oEngine.GetLogPath().IsEmpty());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(ImportLogTest, LinesThatTheDiskRefusesAreLostWithoutAMessage) {
+  Open();
+  testing::internal::CaptureStderr();
+  {
+    const CFileSizeLimitScope oLimit(10);
+    m_oEngine.WriteLog(L"lost");
+    EXPECT_TRUE(m_oEngine.IsLogOpen());
+    m_oEngine.GetLogPath();
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(ImportLogTest, LogOutlivesTheProvider) {
