@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdarg>
-#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -14,23 +13,11 @@
 
 #include "tests/mce/engine_fixture.h"
 #include "tests/support/environment_scope.h"
+#include "tests/support/import_log.h"
 #include "tests/support/temp_folder.h"
 
 namespace TALVEK::TEST {
 namespace {
-
-/// The log's lines without their "seconds: " prefixes.
-std::string Unprefixed(const std::string& strLog) {
-  std::string strText;
-  for (std::size_t nStart = 0, nNext = 0; nStart < strLog.size(); nStart = nNext) {
-    nNext = std::min(strLog.find('\n', nStart), strLog.size() - 1) + 1;
-    const std::string strLine = strLog.substr(nStart, nNext - nStart);
-    const std::size_t nDigits = std::min(strLine.find_first_not_of("0123456789"), strLine.size());
-    const bool bPrefixed = nDigits > 0 && strLine.compare(nDigits, 2, ": ") == 0;
-    strText += bPrefixed ? strLine.substr(nDigits + 2) : strLine;
-  }
-  return strText;
-}
 
 class CRecordingConnection : public VRM::CConnection {
  public:
@@ -86,7 +73,7 @@ class ImportLogTest : public ::testing::Test {
   std::vector<std::string> Files() const {
     std::vector<std::string> astrTexts;
     for (const auto& oEntry : std::filesystem::directory_iterator(m_oTemp.Path())) {
-      astrTexts.push_back(Unprefixed(ReadFile(oEntry.path())));
+      astrTexts.push_back(WithoutSeconds(ReadFile(oEntry.path())));
     }
     std::sort(astrTexts.begin(), astrTexts.end());
     return astrTexts;
@@ -114,7 +101,7 @@ TEST_F(ImportLogTest, FileLiesInTheTemporaryFolderAndItsNameStartsWithTalvek) {
 
 TEST_F(ImportLogTest, BeginsWithTheDisplayName) {
   Open();
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n");
 }
 
 TEST_F(ImportLogTest, LineFeedIsAddedOnlyWhereItIsMissing) {
@@ -122,7 +109,7 @@ TEST_F(ImportLogTest, LineFeedIsAddedOnlyWhereItIsMissing) {
   m_oEngine.WriteLog(L"same");
   m_oEngine.WriteLog(L"same\n");
   m_oEngine.WriteLog(L"");
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\nsame\nsame\n\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\nsame\nsame\n\n");
 }
 
 TEST_F(ImportLogTest, PrefixIsTheSecondOfTheHour) {
@@ -148,7 +135,7 @@ TEST_F(ImportLogTest, ClosingDropsFurtherLines) {
   Close();
   EXPECT_FALSE(m_oEngine.IsLogOpen());
   m_oEngine.WriteLog(L"lost");
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n");
 }
 
 TEST_F(ImportLogTest, PausedLogKeepsItsFileAndReopensAnother) {
@@ -157,7 +144,7 @@ TEST_F(ImportLogTest, PausedLogKeepsItsFileAndReopensAnother) {
   m_oEngine.WriteLog(L"lost");
   m_oEngine.OpenLog(true);
   m_oEngine.WriteLog(L"kept");
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\nkept\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\nkept\n");
   EXPECT_EQ(Files(),
             (std::vector<std::string>{"Beginning Import with Test\n", "Beginning Import with Test\nkept\n"}));
 }
@@ -165,34 +152,34 @@ TEST_F(ImportLogTest, PausedLogKeepsItsFileAndReopensAnother) {
 TEST_F(ImportLogTest, OpeningAnOpenLogDoesNothing) {
   Open();
   Open();
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n");
 }
 
 TEST_F(ImportLogTest, UndecodableByteIsShownAsReplacementCharacter) {
   Open();
   m_oEngine.WriteLog(L"%s", L"caf\xdce9 \x00e9 \x20ac");
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\ncaf\xEF\xBF\xBD \xC3\xA9 \xE2\x82\xAC\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\ncaf\xEF\xBF\xBD \xC3\xA9 \xE2\x82\xAC\n");
 }
 
 TEST_F(ImportLogTest, LongLineIsWhole) {
   Open();
   const std::wstring strLong(1000000, L'x');
   m_oEngine.WriteLog(L"%s", strLong.c_str());
-  EXPECT_EQ(Unprefixed(Close()).size(),
+  EXPECT_EQ(WithoutSeconds(Close()).size(),
             std::string("Beginning Import with Test\n").size() + strLong.size() + 1);
 }
 
 TEST_F(ImportLogTest, CallbackTakesTheTextAsFormat) {
   Open();
   MCE::CProvider::WriteLogCallback(L"100%% done", static_cast<MCE::CProvider*>(&m_oEngine));
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n100% done\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n100% done\n");
 }
 
 TEST_F(ImportLogTest, CallbackWithADirectiveFormatsAMissingArgument) {
   Open();
   MCE::CProvider::WriteLogCallback(L"100%d done", static_cast<MCE::CProvider*>(&m_oEngine));
   // What the missing argument holds is the platform's; here it is a number.
-  const std::string strLog = Unprefixed(Close());
+  const std::string strLog = WithoutSeconds(Close());
   int nNumber = 0;
   ASSERT_EQ(std::sscanf(strLog.c_str(), "Beginning Import with Test 100%d done", &nNumber), 1) << strLog;
   EXPECT_EQ(strLog, "Beginning Import with Test\n100" + std::to_string(nNumber) + " done\n");
@@ -206,10 +193,10 @@ TEST_F(ImportLogTest, ConnectionGetsEveryLineAndNoFileIsOpened) {
   EXPECT_TRUE(m_oEngine.IsLogOpen());
   m_oEngine.WriteLog(L"100%% of %s", L"it");
   m_oEngine.OpenLog(true);  // open already: no file
-  EXPECT_EQ(Unprefixed(oConnection.m_strReceived), "100% of it\n");
+  EXPECT_EQ(WithoutSeconds(oConnection.m_strReceived), "100% of it\n");
   EXPECT_TRUE(m_oEngine.GetLogPath().IsEmpty());
   m_oEngine.WriteLog(L"lost");
-  EXPECT_EQ(Unprefixed(oConnection.m_strReceived), "100% of it\n");
+  EXPECT_EQ(WithoutSeconds(oConnection.m_strReceived), "100% of it\n");
 }
 
 TEST_F(ImportLogTest, ConnectionAndFileCanBothBeServed) {
@@ -219,8 +206,8 @@ TEST_F(ImportLogTest, ConnectionAndFileCanBothBeServed) {
   Open();
   m_oEngine.LogToConnection();
   m_oEngine.WriteLog(L"both");
-  EXPECT_EQ(Unprefixed(oConnection.m_strReceived), "both\n");
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\nboth\n");
+  EXPECT_EQ(WithoutSeconds(oConnection.m_strReceived), "both\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\nboth\n");
 }
 
 TEST_F(ImportLogTest, PausedLogSendsNothingToTheConnection) {
@@ -241,8 +228,8 @@ TEST_F(ImportLogTest, ConnectionIsServedAgainByALogOpenedAfterTheEnd) {
   m_oEngine.LogToConnection();
   m_oEngine.GetLogPath();
   Open();
-  EXPECT_EQ(Unprefixed(oConnection.m_strReceived), "Beginning Import with Test\n");
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+  EXPECT_EQ(WithoutSeconds(oConnection.m_strReceived), "Beginning Import with Test\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n");
 }
 
 TEST_F(ImportLogTest, MissingViewOrConnectionLosesOnlyTheLine) {
@@ -268,7 +255,7 @@ TEST_F(ImportLogTest, StreamsAndChangesAreWrittenOut) {
   Open();
   m_oEngine.LogStreamsAndChanges();
   EXPECT_EQ(
-      Unprefixed(Close()),
+      WithoutSeconds(Close()),
       "Beginning Import with Test\n"
       "Processing stream 'Main' (id=1,parentid=0,destpath=imported/Main,srcpath=cvs/head,basechangeid=0)\n"
       "\tChange (count=1,id=1,providerid=0,user=joe,time=1970-01-01 00:16:40 UTC,comment=two\nlines,"
@@ -286,7 +273,7 @@ TEST_F(ImportLogTest, WithoutADatabaseNoStreamIsWritten) {
   ASSERT_TRUE(oOwner.PrepareForChanges(false));
   Open();
   m_oEngine.LogStreamsAndChanges();
-  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n");
 }
 
 TEST_F(ImportLogTest, ClosedLogGetsNoStreamsButTheDatabaseIsMade) {

@@ -1,10 +1,10 @@
 #include "tests/mcv/provider_fixture.h"
 
 #include <map>
-#include <regex>
 #include <vector>
 
 #include "core/text_codec.h"
+#include "tests/support/import_log.h"
 
 namespace TALVEK::TEST {
 
@@ -109,7 +109,7 @@ std::string ProviderTest::Log() const {
   for (const auto& oEntry : std::filesystem::directory_iterator(m_oTemporaryFiles.Path())) {
     if (oEntry.path().filename().string().starts_with("Talvek")) strLog += ReadFile(oEntry.path());
   }
-  strLog = std::regex_replace(strLog, std::regex("(^|\n)\\d+: "), "$1");
+  strLog = WithoutSeconds(strLog);
   const std::string strFirst = "Beginning Import with CVS\n";
   EXPECT_EQ(strLog.substr(0, strFirst.size()), strFirst);
   return strLog.substr(std::min(strLog.size(), strFirst.size()));
