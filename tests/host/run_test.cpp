@@ -173,6 +173,37 @@ TEST_F(CRunTest, WorkFolderStaysWithoutTheFiles) {
   EXPECT_EQ(Run("run --quiet --fast-export - --work work").nStatus, 0);
 }
 
+// Nobody waits hours to learn it.
+TEST_F(CRunTest, PlacesThatCantBeWrittenAreKnownBeforeTheHistoryIsRead) {
+  Script(SCRIPT);
+  fs::create_directory(Folder() / "folder");
+  const std::pair<const char*, const char*> atCases[] = {
+      {"--into target --import-log none/log",
+       "the import log can't go to 'none/log': its folder doesn't exist; give another file with "
+       "--import-log"},
+      {"--into target --import-log folder",
+       "the import log can't go to 'folder': it is a folder; give another file with --import-log"},
+      {"--fast-export none/stream",
+       "can't write to 'none/stream': No such file or directory; give another file with --fast-export"},
+  };
+  for (const auto& [pszOptions, pszProblem] : atCases) {
+    const TRun tRun = Run(std::string("run --quiet --trace-path trace ") + pszOptions);
+    EXPECT_EQ(tRun.nStatus, 1);
+    EXPECT_EQ(tRun.strError, std::string("talvek-import: ") + pszProblem + '\n');
+    EXPECT_EQ(Entries(Folder()), (std::vector<std::string>{"err", "folder", "out", "script", "tmp"}));
+    EXPECT_EQ(Leftovers(), std::vector<std::string>());
+  }
+}
+
+TEST_F(CRunTest, ImportLogGoesThroughALink) {
+  Script(SCRIPT);
+  fs::create_symlink("elsewhere", Folder() / "log");
+  EXPECT_EQ(Run("run --quiet --into target --import-log log").nStatus, 0);
+  EXPECT_TRUE(fs::is_symlink(Folder() / "log"));
+  EXPECT_TRUE(fs::exists(Folder() / "elsewhere"));
+  EXPECT_EQ(Leftovers(), std::vector<std::string>());
+}
+
 TEST_F(CRunTest, NamesThatGitRefusesAreChangedAndReported) {
   Script(
       "stream|1|0|Main\n"
