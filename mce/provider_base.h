@@ -23,11 +23,12 @@ namespace TALVEK::MCE {
 /// adds the four pure operations and those that this class leaves abstract, and feeds AddChange or
 /// AddChangeItem.
 ///
-/// Times    Seconds since 1970 UTC; inside the database and in every comparison of the grouping unsigned
-/// 32-bit. Files    The import database "/tmp/talvek-em-PID.tdf" and ".tlf", deleted with the provider; the
-/// import log,
-///          kept for the host. One import per process at a time: the database's path hangs on the process
-///          only.
+/// Times    Seconds since 1970 UTC; in the database and in every comparison of the grouping unsigned 32-bit.
+///
+/// Files    The import database "/tmp/talvek-em-PID.tdf" and ".tlf", deleted with the provider; the import
+///          log, kept for the host. One import per process at a time: the database's path hangs on the
+///          process only.
+///
 /// Errors   Result codes and false; the reasons go to the import log. No exception but for allocation.
 /// Threads  One.
 class CProviderBase : public CProvider {
@@ -96,8 +97,7 @@ class CProviderBase : public CProvider {
   /// Adds one file revision to the stream: into a change of the same author (and, with `bMatchComment`, the
   /// same comment) whose first item is at most 300 seconds away, else into a new change. A file never occurs
   /// twice in a change, and no item is put into a change that lies beyond the time until which an item of it,
-  /// or this one
-  /// (`nEndTime`; -1: for ever), stays current. False when the item couldn't be stored.
+  /// or this one (`nEndTime`; -1: for ever), stays current. False when the item couldn't be stored.
   bool AddChangeItem(const TStreamInfo& tStream, const VCM::CString& strUser, TChangeItemType nType,
                      const VCM::CFilePath& oPath, long nTime, const VCM::CString& strComment, int nRevision,
                      TCVSRevision oCVSRevision, bool bMatchComment, long nEndTime);

@@ -4,10 +4,13 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdarg>
+#include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <regex>
+#include <string>
+#include <vector>
 
 #include "tests/mce/engine_fixture.h"
 #include "tests/support/environment_scope.h"
@@ -18,7 +21,15 @@ namespace {
 
 /// The log's lines without their "seconds: " prefixes.
 std::string Unprefixed(const std::string& strLog) {
-  return std::regex_replace(strLog, std::regex("(^|\n)\\d+: "), "$1");
+  std::string strText;
+  for (std::size_t nStart = 0, nNext = 0; nStart < strLog.size(); nStart = nNext) {
+    nNext = std::min(strLog.find('\n', nStart), strLog.size() - 1) + 1;
+    const std::string strLine = strLog.substr(nStart, nNext - nStart);
+    const std::size_t nDigits = std::min(strLine.find_first_not_of("0123456789"), strLine.size());
+    const bool bPrefixed = nDigits > 0 && strLine.compare(nDigits, 2, ": ") == 0;
+    strText += bPrefixed ? strLine.substr(nDigits + 2) : strLine;
+  }
+  return strText;
 }
 
 class CRecordingConnection : public VRM::CConnection {
@@ -180,8 +191,11 @@ TEST_F(ImportLogTest, CallbackTakesTheTextAsFormat) {
 TEST_F(ImportLogTest, CallbackWithADirectiveFormatsAMissingArgument) {
   Open();
   MCE::CProvider::WriteLogCallback(L"100%d done", static_cast<MCE::CProvider*>(&m_oEngine));
-  EXPECT_TRUE(
-      std::regex_match(Unprefixed(Close()), std::regex("Beginning Import with Test\n100-?\\d+ done\n")));
+  // What the missing argument holds is the platform's; here it is a number.
+  const std::string strLog = Unprefixed(Close());
+  int nNumber = 0;
+  ASSERT_EQ(std::sscanf(strLog.c_str(), "Beginning Import with Test 100%d done", &nNumber), 1) << strLog;
+  EXPECT_EQ(strLog, "Beginning Import with Test\n100" + std::to_string(nNumber) + " done\n");
 }
 
 TEST_F(ImportLogTest, ConnectionGetsEveryLineAndNoFileIsOpened) {
@@ -209,6 +223,28 @@ TEST_F(ImportLogTest, ConnectionAndFileCanBothBeServed) {
   EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\nboth\n");
 }
 
+TEST_F(ImportLogTest, PausedLogSendsNothingToTheConnection) {
+  CRecordingConnection oConnection;
+  m_oEngine.SetRepositoryView(
+      VRW::TObjectInvokeRef<VRO::CReposView>(std::make_shared<CConnectedView>(&oConnection)));
+  m_oEngine.LogToConnection();
+  m_oEngine.OpenLog(false);
+  EXPECT_FALSE(m_oEngine.IsLogOpen());
+  m_oEngine.WriteLog(L"lost");
+  EXPECT_EQ(oConnection.m_strReceived, "");
+}
+
+TEST_F(ImportLogTest, ConnectionIsServedAgainByALogOpenedAfterTheEnd) {
+  CRecordingConnection oConnection;
+  m_oEngine.SetRepositoryView(
+      VRW::TObjectInvokeRef<VRO::CReposView>(std::make_shared<CConnectedView>(&oConnection)));
+  m_oEngine.LogToConnection();
+  m_oEngine.GetLogPath();
+  Open();
+  EXPECT_EQ(Unprefixed(oConnection.m_strReceived), "Beginning Import with Test\n");
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
+}
+
 TEST_F(ImportLogTest, MissingViewOrConnectionLosesOnlyTheLine) {
   m_oEngine.LogToConnection();
   m_oEngine.WriteLog(L"nobody listens");
@@ -220,6 +256,8 @@ TEST_F(ImportLogTest, MissingViewOrConnectionLosesOnlyTheLine) {
 
 TEST_F(ImportLogTest, StreamsAndChangesAreWrittenOut) {
   m_oEngine.m_atFound = {Stream(1, 0, L"Main"), Stream(2, 1, L"B")};
+  m_oEngine.m_atFound[0].oDestPath.Parse(L"imported/Main");
+  m_oEngine.m_atFound[0].oSrcPath.Parse(L"cvs/head");
   m_oEngine.m_atFound[1].nBaseChangeID = 1;
   unsigned nCount = 0;
   m_oEngine.EstablishStreams(nCount);
@@ -229,16 +267,26 @@ TEST_F(ImportLogTest, StreamsAndChangesAreWrittenOut) {
   m_oEngine.EstablishChangesets(nCount);
   Open();
   m_oEngine.LogStreamsAndChanges();
-  EXPECT_EQ(Unprefixed(Close()),
-            "Beginning Import with Test\n"
-            "Processing stream 'Main' (id=1,parentid=0,destpath=,srcpath=,basechangeid=0)\n"
-            "\tChange (count=1,id=1,providerid=0,user=joe,time=1970-01-01 00:16:40 UTC,comment=two\nlines,"
-            "basetime=1970-01-01 00:16:40 UTC(1000),maxtime=1970-01-01 00:33:20 UTC(2000))\n"
-            "\tChange (count=2,id=2,providerid=0,user=joe,time=1970-01-01 02:30:00 UTC,comment=work,"
-            "basetime=1970-01-01 02:30:00 UTC(9000),maxtime=2106-02-07 06:28:15 UTC(-1))\n"
-            "Processing stream 'B' (id=2,parentid=1,destpath=,srcpath=,basechangeid=1)\n"
-            "\tChange (count=1,id=3,providerid=7,user=ann,time=1970-01-01 00:50:00 UTC,comment=plain,"
-            "basetime=2106-02-07 06:28:15 UTC(-1),maxtime=2106-02-07 06:28:15 UTC(-1))\n");
+  EXPECT_EQ(
+      Unprefixed(Close()),
+      "Beginning Import with Test\n"
+      "Processing stream 'Main' (id=1,parentid=0,destpath=imported/Main,srcpath=cvs/head,basechangeid=0)\n"
+      "\tChange (count=1,id=1,providerid=0,user=joe,time=1970-01-01 00:16:40 UTC,comment=two\nlines,"
+      "basetime=1970-01-01 00:16:40 UTC(1000),maxtime=1970-01-01 00:33:20 UTC(2000))\n"
+      "\tChange (count=2,id=2,providerid=0,user=joe,time=1970-01-01 02:30:00 UTC,comment=work,"
+      "basetime=1970-01-01 02:30:00 UTC(9000),maxtime=2106-02-07 06:28:15 UTC(-1))\n"
+      "Processing stream 'B' (id=2,parentid=1,destpath=,srcpath=,basechangeid=1)\n"
+      "\tChange (count=1,id=3,providerid=7,user=ann,time=1970-01-01 00:50:00 UTC,comment=plain,"
+      "basetime=2106-02-07 06:28:15 UTC(-1),maxtime=2106-02-07 06:28:15 UTC(-1))\n");
+}
+
+TEST_F(ImportLogTest, WithoutADatabaseNoStreamIsWritten) {
+  m_oEngine.m_atStreams.Add(Stream(1, 0, L"Main"));
+  CEngine oOwner;
+  ASSERT_TRUE(oOwner.PrepareForChanges(false));
+  Open();
+  m_oEngine.LogStreamsAndChanges();
+  EXPECT_EQ(Unprefixed(Close()), "Beginning Import with Test\n");
 }
 
 TEST_F(ImportLogTest, ClosedLogGetsNoStreamsButTheDatabaseIsMade) {
