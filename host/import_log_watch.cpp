@@ -2,6 +2,8 @@
 
 #include <cstdarg>
 
+#include "host/stop_signal.h"
+
 namespace TALVEK::HOST {
 namespace {
 
@@ -44,6 +46,7 @@ void CImportLogWatch::Message(const wchar_t* pszFormat, ...) {
   strLine.FormatV(pszFormat, args);
   va_end(args);
   TakeLine(TextOfLine(strLine.View()));
+  if (m_bStopping) ThrowIfStopped();
 }
 
 void CImportLogWatch::TakeLine(std::wstring_view strText) {

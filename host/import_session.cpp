@@ -101,6 +101,7 @@ void CImportSession::Open(const std::string& strClientFolder) {
 
 void CImportSession::ReadHistory() {
   m_tParts.oProgress.BeginPhase("reading the history", "files", 0);
+  m_poWatch->SetStopping(true);
   EstablishStreams();
   if (GetProvider().EstablishChangesets(m_nChangeCount) != MCE::RESULT_OK) {
     throw EHostError(STATUS_FAILED, "the provider can't keep its import database",
@@ -110,6 +111,7 @@ void CImportSession::ReadHistory() {
   GetProvider().ResolveStreamLinkage();
   TakeStreams();
   if (!m_strImportLog.empty()) GetProvider().LogStreamsAndChanges();
+  m_poWatch->SetStopping(false);
   m_tParts.oProgress.EndPhase();
 }
 
@@ -154,6 +156,7 @@ std::string CImportSession::CutShortText() const {
 }
 
 void CImportSession::Close() noexcept {
+  m_poWatch->SetStopping(false);
   try {
     GetProvider().RemoveClients();
     const std::string strLog = VCM::ToBytes(GetProvider().GetLogPath());
