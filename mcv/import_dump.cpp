@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "core/descriptor.h"
 #include "core/json_text.h"
 #include "core/text_codec.h"
 #include "mcv/cvs_provider.h"
@@ -180,6 +181,7 @@ int Run(const std::vector<std::string>& astrSettings, const std::string& strImpo
 }  // namespace TALVEK::MCV
 
 int main(int argc, char** argv) {
+  TALVEK::VCM::OpenStandardDescriptors();
   // Whatever the caller's locale: the same log must give the same database.
   std::setlocale(LC_CTYPE, "C.UTF-8");
   CLI::App oApp(

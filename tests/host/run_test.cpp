@@ -195,6 +195,19 @@ TEST_F(CRunTest, PlacesThatCantBeWrittenAreKnownBeforeTheHistoryIsRead) {
   }
 }
 
+// Else the first files that the program opens for itself would get its output and its messages.
+TEST_F(CRunTest, MissingStandardDescriptorsAreNotTakenByFiles) {
+  Script(SCRIPT);
+  const std::string strProvider =
+      std::string(" --import-log log --set ScriptPath=script --provider fake --provider-path ") +
+      TALVEK_FAKE_FOLDER;
+  const TRun tOutput = RunPlain("run --quiet --fast-export -" + strProvider, "sh -c '\"$@\" >&-' sh");
+  EXPECT_EQ(tOutput.nStatus, 1);
+  EXPECT_EQ(tOutput.strError, "talvek-import: can't write to standard output: Bad file descriptor\n");
+  EXPECT_EQ(RunPlain("run --into target" + strProvider, "sh -c '\"$@\" <&- >&- 2>&-' sh").nStatus, 0);
+  EXPECT_EQ(Git("target", "rev-list --count main"), "4\n");
+}
+
 TEST_F(CRunTest, ImportLogGoesThroughALink) {
   Script(SCRIPT);
   fs::create_symlink("elsewhere", Folder() / "log");
