@@ -20,7 +20,7 @@ struct TTableRecord : VDB::TRecordBase {
   VDB::TRecordBase* Clone() const override { return new TRecord(static_cast<const TRecord&>(*this)); }
   void Delete() override {
     // Through a volatile copy, or the compiler takes the test for granted: callers may hold no record at all.
-    VDB::TRecordBase* volatile poRecord = this;
+    TTableRecord* volatile poRecord = this;
     if (poRecord) delete poRecord;
   }
   VDB::TRecordBase& CopyFrom(const VDB::TRecordBase* poOther) override {
