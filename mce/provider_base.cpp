@@ -92,11 +92,18 @@ bool CProviderBase::PrepareForChanges(bool bReset) {
     m_oChangeTable.Open(*m_poDatabase, nullptr, *m_poTransaction, false);
     m_oChangeItemTable.Open(*m_poDatabase, nullptr, *m_poTransaction, false);
   }
+  OpenIterators();
+  return true;
+}
+
+void CProviderBase::OpenIterators() {
   m_poChangeIterator = std::make_unique<VDB::CIterator<TChangeRecord>>(
       m_oChangeTable, INDEX_CHANGE_STREAM_TIME, *m_poTransaction);
   m_poChangeItemIterator =
       std::make_unique<VDB::CIterator<TChangeItemRecord>>(m_oChangeItemTable, INDEX_ITEM, *m_poTransaction);
-  return true;
+  m_poChangeByIdIterator =
+      std::make_unique<VDB::CIterator<TChangeRecord>>(m_oChangeTable, INDEX_CHANGE_ID, *m_poTransaction);
+  m_oGroupingIndex.Open(*m_poDatabase, *m_poTransaction);
 }
 
 void CProviderBase::CommitChanges() {
@@ -119,11 +126,14 @@ bool CProviderBase::UpdateChangeItemCount(unsigned int nChangeID, unsigned int n
 void CProviderBase::CloseIterators() {
   m_poChangeIterator.reset();
   m_poChangeItemIterator.reset();
+  m_poChangeByIdIterator.reset();
+  m_oGroupingIndex.CloseIterators();
 }
 
 void CProviderBase::CloseTables() {
   m_oChangeTable.Close();
   m_oChangeItemTable.Close();
+  m_oGroupingIndex.CloseTables();
 }
 
 }  // namespace TALVEK::MCE

@@ -14,6 +14,7 @@
 #include "mce/change_item_table.h"
 #include "mce/change_table.h"
 #include "mce/cvs_revision.h"
+#include "mce/grouping_index.h"
 #include "mce/provider.h"
 
 namespace TALVEK::MCE {
@@ -142,7 +143,10 @@ class CProviderBase : public CProvider {
   bool m_bChangesetsEstablished = false;
 
  private:
+  struct TWindow;
+
   bool CreateDatabase();
+  void OpenIterators();
   void CloseIterators();
   void CloseTables();
 
@@ -153,8 +157,20 @@ class CProviderBase : public CProvider {
 
   bool FindChangeForItem(const TStreamInfo& tStream, const VCM::CString& strUser, std::uint32_t nTime,
                          const VCM::CString& strComment, bool bMatchComment, std::uint32_t nEndTime);
+  bool FindChangeOfUser(std::uint32_t nStreamID, const VCM::CString& strUser, const TWindow& tWindow);
+  bool FindChangeWithComment(std::uint32_t nStreamID, const VCM::CString& strUser,
+                             const VCM::CString& strComment, const TWindow& tWindow);
+  bool JoinChange(std::uint32_t nItemTime, std::uint32_t nItemEnd, const VCM::CString& strComment);
+  bool OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
+                  std::uint32_t nItemEnd, const VCM::CString& strComment);
+  bool StoreChangeItem();
+  bool FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath);
   void LogChangesOfStream(const TStreamInfo& tStream);
   void CloseLogFile();
+
+  std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
+  CGroupingIndex m_oGroupingIndex;
+  TChangeRecord m_tCandidate;  // result of the iterator by ID
 
   std::unique_ptr<wxFFileOutputStream> m_poLogFile;
   std::unique_ptr<wxTextOutputStream> m_poLogStream;

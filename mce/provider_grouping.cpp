@@ -1,6 +1,9 @@
 // How single file revisions become changesets.
 
+#include <algorithm>
 #include <limits>
+#include <tuple>
+#include <utility>
 
 #include "mce/provider_base.h"
 
@@ -32,32 +35,66 @@ unsigned int CProviderBase::AddChange(unsigned int nProviderID, unsigned int nSt
   m_tChange.strComment = strComment;
   m_tChange.nNextItem = 0;
   m_tChange.oProps.RemoveAll();
-  if (m_poChangeIterator) m_poChangeIterator->Add(m_tChange);
+  if (m_poChangeIterator && m_poChangeIterator->Add(m_tChange)) m_oGroupingIndex.AddChange(m_tChange);
   ++m_nChangesAdded;
   return m_tChange.nID;
 }
 
-// The times of a change wander with its items, but the window stays where its first item was: so the search
-// spans the window around this item and tests each change's base time as well.
+/// What an item's times ask of a change. The times of a change wander with its items, but the window stays
+/// where its first item was: so its base time is tested as well.
+struct CProviderBase::TWindow {
+  std::uint32_t nTime;
+  std::uint32_t nEndTime;
+  std::uint32_t nLow = nTime - WINDOW_SECONDS;
+  std::uint32_t nHigh = nTime + WINDOW_SECONDS;
+
+  bool Admits(const TChangeRecord& tChange) const {
+    if (tChange.nTime < nLow || tChange.nTime > nHigh || nEndTime < tChange.nTime) return false;
+    if (nTime >= tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT)) return false;
+    const std::uint32_t nBaseTime = tChange.oProps.GetNumber(CHANGE_BASE_TIME, NO_TIME_LIMIT);
+    return nBaseTime >= nLow && nBaseTime <= nHigh;
+  }
+};
+
 bool CProviderBase::FindChangeForItem(const TStreamInfo& tStream, const VCM::CString& strUser,
                                       std::uint32_t nTime, const VCM::CString& strComment, bool bMatchComment,
                                       std::uint32_t nEndTime) {
-  const std::uint32_t nLow = nTime - WINDOW_SECONDS;
-  const std::uint32_t nHigh = nTime + WINDOW_SECONDS;
-  m_tChange.nStreamID = tStream.nID;
-  m_tChange.nTime = nLow;
+  const TWindow tWindow{nTime, nEndTime};
+  return bMatchComment ? FindChangeWithComment(tStream.nID, strUser, strComment, tWindow)
+                       : FindChangeOfUser(tStream.nID, strUser, tWindow);
+}
+
+bool CProviderBase::FindChangeOfUser(std::uint32_t nStreamID, const VCM::CString& strUser,
+                                     const TWindow& tWindow) {
+  m_tChange.nStreamID = nStreamID;
+  m_tChange.nTime = tWindow.nLow;
   for (bool bFound = m_poChangeIterator->GetGTE(m_tChange); bFound;
        bFound = m_poChangeIterator->GetNext(m_tChange)) {
-    if (m_tChange.nStreamID != tStream.nID || m_tChange.nTime > nHigh) return false;
-    if (!m_tChange.strUser.EqualsNoCase(strUser.View())) continue;
-    if (bMatchComment && !m_tChange.strComment.EqualsNoCase(strComment.View())) continue;
-    if (nTime >= m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT)) continue;
-    if (nEndTime < m_tChange.nTime) continue;
-    const std::uint32_t nBaseTime = m_tChange.oProps.GetNumber(CHANGE_BASE_TIME, NO_TIME_LIMIT);
-    if (nBaseTime < nLow || nBaseTime > nHigh) continue;
-    return true;
+    if (m_tChange.nStreamID != nStreamID || m_tChange.nTime > tWindow.nHigh) return false;
+    if (tWindow.Admits(m_tChange) && m_tChange.strUser.EqualsNoCase(strUser.View())) return true;
   }
   return false;
+}
+
+// A busy hour can hold thousands of changes. Those with the same user and comment are found by a hash, in the
+// order of their base times; the one wanted is the first by time and ID.
+bool CProviderBase::FindChangeWithComment(std::uint32_t nStreamID, const VCM::CString& strUser,
+                                          const VCM::CString& strComment, const TWindow& tWindow) {
+  bool bMatched = false;
+  std::uint32_t nID = 0;
+  for (bool bFound =
+           m_oGroupingIndex.FirstChange(nStreamID, strUser, strComment, tWindow.nLow, tWindow.nHigh, nID);
+       bFound; bFound = m_oGroupingIndex.NextChange(nID)) {
+    m_tCandidate.nID = nID;
+    if (!m_poChangeByIdIterator->GetEqual(m_tCandidate) || !tWindow.Admits(m_tCandidate)) continue;
+    if (!m_tCandidate.strUser.EqualsNoCase(strUser.View())) continue;
+    if (!m_tCandidate.strComment.EqualsNoCase(strComment.View())) continue;
+    const bool bEarlier = !bMatched || std::tie(m_tCandidate.nTime, m_tCandidate.nID) <
+                                           std::tie(m_tChange.nTime, m_tChange.nID);
+    if (bEarlier) std::swap(m_tChange, m_tCandidate);
+    bMatched = true;
+  }
+  return bMatched;
 }
 
 bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString& strUser,
@@ -69,37 +106,13 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
   auto nItemTime = static_cast<std::uint32_t>(nTime);
   const auto nItemEnd = static_cast<std::uint32_t>(nEndTime);
   bool bJoins = FindChangeForItem(tStream, strUser, nItemTime, strComment, bMatchComment, nItemEnd);
-  if (bJoins) {
-    if (nItemTime > m_tChange.nTime) m_tChange.nTime = nItemTime;
-    if (nItemEnd < m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT)) {
-      m_tChange.oProps.SetProperty(CHANGE_MAX_TIME, nItemEnd);
-    }
-    int nExistingRevision = 0;
-    if (CheckForExistingItem(m_tChange, oPath, nExistingRevision)) {
-      nItemTime = TimeBesideChange(nItemTime, m_tChange.nTime, nExistingRevision < nRevision);
-      bJoins = false;
-    }
+  if (bJoins && FindItem(m_tChange.nID, oPath)) {
+    const std::uint32_t nChangeTime = std::max(nItemTime, m_tChange.nTime);
+    nItemTime = TimeBesideChange(nItemTime, nChangeTime, m_tChangeItem.nRevision < nRevision);
+    bJoins = false;
   }
-
-  bool bStored;
-  if (bJoins) {
-    ++m_tChange.nNextItem;
-    AddToComment(m_tChange.strComment, strComment);
-    bStored = m_poChangeIterator->Update(m_tChange);
-  } else {
-    m_tChange.nID = 0;
-    m_tChange.nProviderID = 0;
-    m_tChange.nStreamID = tStream.nID;
-    m_tChange.strUser = strUser;
-    m_tChange.nTime = nItemTime;
-    m_tChange.strComment = strComment;
-    m_tChange.nNextItem = 2;
-    m_tChange.oProps.RemoveAll();
-    m_tChange.oProps.AddProperty(CHANGE_BASE_TIME, nItemTime);
-    m_tChange.oProps.AddProperty(CHANGE_MAX_TIME, nItemEnd);
-    bStored = m_poChangeIterator->Add(m_tChange);
-    ++m_nChangesAdded;
-  }
+  const bool bStored = bJoins ? JoinChange(nItemTime, nItemEnd, strComment)
+                              : OpenChange(tStream.nID, strUser, nItemTime, nItemEnd, strComment);
   if (!bStored) return false;
 
   m_tChangeItem.nID = m_tChange.nID;
@@ -110,7 +123,43 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
   m_tChangeItem.oProps.RemoveAll();
   m_tChangeItem.oProps.SetProperty(ITEM_FOREIGN_REVISION, oCVSRevision.GetText());
   m_tChangeItem.oTimestamp.Set(nItemTime);
-  return m_poChangeItemIterator->Add(m_tChangeItem);
+  return StoreChangeItem();
+}
+
+bool CProviderBase::JoinChange(std::uint32_t nItemTime, std::uint32_t nItemEnd,
+                               const VCM::CString& strComment) {
+  if (nItemTime > m_tChange.nTime) m_tChange.nTime = nItemTime;
+  if (nItemEnd < m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT)) {
+    m_tChange.oProps.SetProperty(CHANGE_MAX_TIME, nItemEnd);
+  }
+  ++m_tChange.nNextItem;
+  const int nFormerLength = m_tChange.strComment.GetLength();
+  AddToComment(m_tChange.strComment, strComment);
+  if (!m_poChangeIterator->Update(m_tChange)) return false;
+  // A comment only ever grows. The change must then be found by the new one as well.
+  if (m_tChange.strComment.GetLength() != nFormerLength) m_oGroupingIndex.AddChange(m_tChange);
+  return true;
+}
+
+bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
+                               std::uint32_t nItemEnd, const VCM::CString& strComment) {
+  m_tChange.nID = 0;
+  m_tChange.nProviderID = 0;
+  m_tChange.nStreamID = nStreamID;
+  m_tChange.strUser = strUser;
+  m_tChange.nTime = nItemTime;
+  m_tChange.strComment = strComment;
+  m_tChange.nNextItem = 2;
+  m_tChange.oProps.RemoveAll();
+  m_tChange.oProps.AddProperty(CHANGE_BASE_TIME, nItemTime);
+  m_tChange.oProps.AddProperty(CHANGE_MAX_TIME, nItemEnd);
+  const bool bStored = m_poChangeIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(m_tChange);
+  ++m_nChangesAdded;
+  return bStored;
+}
+
+bool CProviderBase::StoreChangeItem() {
+  return m_poChangeItemIterator->Add(m_tChangeItem) && m_oGroupingIndex.AddItem(m_tChangeItem);
 }
 
 bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString& strUser,
@@ -136,20 +185,47 @@ bool CProviderBase::AddChangeItem(unsigned int nChangeID, unsigned int nItem, TC
   m_tChangeItem.oFilePath = oPath;
   m_tChangeItem.nRevision = static_cast<std::int32_t>(nRevision);
   m_tChangeItem.oProps.RemoveAll();
-  return m_poChangeItemIterator->Add(m_tChangeItem);
+  return StoreChangeItem();
 }
 
+// The item record and its iterator move as if every item of the change were looked at: to the item found,
+// else to the first item of the next change, else to the last one of all.
 bool CProviderBase::CheckForExistingItem(const TChangeRecord& tChange, const VCM::CFilePath& oPath,
                                          int& nRevision) {
   if (!m_poChangeItemIterator) return false;
-  m_tChangeItem.nID = tChange.nID;
+  const std::uint32_t nChangeID = tChange.nID;
+  if (FindItem(nChangeID, oPath)) {
+    nRevision = m_tChangeItem.nRevision;
+    return true;
+  }
+  if (m_tChangeItem.nID != nChangeID || m_tChangeItem.nItem <= CGroupingIndex::FEW_ITEMS) return false;
+  m_tChangeItem.nID = nChangeID + 1;
   m_tChangeItem.nItem = 0;
-  for (bool bFound = m_poChangeItemIterator->GetGTE(m_tChangeItem);
-       bFound && m_tChangeItem.nID == tChange.nID; bFound = m_poChangeItemIterator->GetNext(m_tChangeItem)) {
-    if (m_tChangeItem.oFilePath.IsEqualTo(oPath, true)) {
-      nRevision = m_tChangeItem.nRevision;
-      return true;
-    }
+  if (m_poChangeItemIterator->GetGTE(m_tChangeItem)) return false;
+  m_tChangeItem.nID = nChangeID;
+  m_tChangeItem.nItem = std::numeric_limits<std::uint32_t>::max();
+  m_poChangeItemIterator->GetLTE(m_tChangeItem);
+  return false;
+}
+
+/// Puts the first item with this path into the item record. A change can hold tens of thousands of items: so
+/// all but the first few are found by a hash.
+bool CProviderBase::FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath) {
+  m_tChangeItem.nID = nChangeID;
+  m_tChangeItem.nItem = 0;
+  bool bFound = m_poChangeItemIterator->GetGTE(m_tChangeItem);
+  while (bFound && m_tChangeItem.nID == nChangeID && m_tChangeItem.nItem <= CGroupingIndex::FEW_ITEMS) {
+    if (m_tChangeItem.oFilePath.IsEqualTo(oPath, true)) return true;
+    bFound = m_poChangeItemIterator->GetNext(m_tChangeItem);
+  }
+  if (!bFound || m_tChangeItem.nID != nChangeID) return false;
+  std::uint32_t nItem = 0;
+  for (bFound = m_oGroupingIndex.FirstItem(nChangeID, oPath, nItem); bFound;
+       bFound = m_oGroupingIndex.NextItem(nItem)) {
+    m_tChangeItem.nID = nChangeID;
+    m_tChangeItem.nItem = nItem;
+    if (!m_poChangeItemIterator->GetEqual(m_tChangeItem)) continue;
+    if (m_tChangeItem.oFilePath.IsEqualTo(oPath, true)) return true;
   }
   return false;
 }
