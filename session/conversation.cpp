@@ -34,12 +34,18 @@ bool CConversation::Connect() {
   return true;
 }
 
-EReach CConversation::Reach() {
+/// Sends the requests without waiting for the session's word: a switch of processes less for each command.
+bool CConversation::Introduce(const std::string& strRequests) {
+  return SendFrame(m_oSocket.Get(), FRAME_KEY, m_strKey, m_tPatience) &&
+         SendFrame(m_oSocket.Get(), FRAME_REQUEST, strRequests, m_tPatience);
+}
+
+EReach CConversation::Reach(const std::string& strRequests) {
   for (int nTry = 0; nTry < MAX_TRIES; ++nTry) {
     if (!Connect()) continue;
     if (!IsSameUser(m_oSocket.Get())) return NOT_REACHED;
     try {
-      if (!SendFrame(m_oSocket.Get(), FRAME_KEY, m_strKey, m_tPatience)) continue;
+      if (!Introduce(strRequests)) continue;
       const char chFrame = ReadFrame(m_strReason);
       if (chFrame == FRAME_READY) return REACHED;
       return chFrame == FRAME_FAILED ? REFUSED : NOT_REACHED;

@@ -23,10 +23,11 @@ class CConversation : public IByteSource {
  public:
   CConversation(const TCheckout& tCheckout, const TCaller& tCaller);
 
-  /// Finds the session, or starts one.
-  EReach Reach();
-  /// Why there is no connection.
+  /// Finds the session, or starts one, and asks.
+  EReach Reach(const std::string& strRequests);
+  /// Why there is no connection, when it was refused.
   const std::string& Reason() const { return m_strReason; }
+  /// Asks more.
   void Ask(const std::string& strRequests);
   std::string Read() override;
   /// Leaves the connection to the next command. Without this it is closed.
@@ -34,6 +35,7 @@ class CConversation : public IByteSource {
 
  private:
   bool Connect();
+  bool Introduce(const std::string& strRequests);
   char ReadFrame(std::string& strText);
 
   const TCheckout& m_tCheckout;

@@ -37,21 +37,35 @@ std::optional<TCheckout> ReadCommandLine(char** ppszArguments) {
   return tCheckout;
 }
 
-/// Asks once. False: this is for the client.
+/// Reads the reply to a checkout. Then `tReply` and the file hold it, if it is the plain answer.
+std::unique_ptr<CStagedFile> TakeReply(CConversation& oConversation, const TCheckout& tCheckout,
+                                       const CWorkingFolder& oFolder, TReply& tReply) {
+  std::unique_ptr<CStagedFile> poFile = oFolder.Stage();
+  const auto Take = [&poFile](std::string_view strBytes) { poFile->Write(strBytes); };
+  CReplyReader oReader(oConversation);
+  ReadReply(oReader, tCheckout, oFolder.Repository(), Take, tReply);
+  return poFile;
+}
+
+/// Asks on one connection. False: this is for the client.
 bool Ask(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFolder, TReply& tReply) {
   CConversation oConversation(tCheckout, tCaller);
-  const EReach nReach = oConversation.Reach();
+  const std::string strRequests = CheckoutRequests(tCheckout);
+  const EReach nReach = oConversation.Reach(strRequests);
   if (nReach == NOT_REACHED) return false;
   if (nReach == REFUSED) {
     // Where the client needs no server it doesn't complain about one.
     if (tCheckout.tRoot.nMethod == TRoot::LOCAL) return false;
     throw EFailure(oConversation.Reason());
   }
-  oConversation.Ask(CheckoutRequests(tCheckout, oFolder.Repository()));
-  const std::unique_ptr<CStagedFile> poFile = oFolder.Stage();
-  const auto Take = [&poFile](std::string_view strBytes) { poFile->Write(strBytes); };
-  CReplyReader oReader(oConversation);
-  ReadReply(oReader, tCheckout, oFolder.Repository(), Take, tReply);
+  const std::string strReminder = ReminderRequests(tCheckout, oFolder.Repository());
+  std::unique_ptr<CStagedFile> poFile = TakeReply(oConversation, tCheckout, oFolder, tReply);
+  // A file without its time shows a server that remembers something.
+  if (tReply.bIsWhole && !(tReply.bIsFile && tReply.nTime)) {
+    oConversation.Ask(strReminder + strRequests);
+    poFile = TakeReply(oConversation, tCheckout, oFolder, tReply);
+  }
+  if (tReply.bIsFile) oConversation.Ask(strReminder);
   if (tReply.bIsWhole) oConversation.Release();
   if (tReply.bIsFile) oFolder.Apply(tReply, *poFile);
   return tReply.bIsFile;

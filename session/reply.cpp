@@ -159,19 +159,25 @@ class CReply {
 
 }  // namespace
 
-std::string CheckoutRequests(const TCheckout& tCheckout, const std::string& strRepository) {
-  const std::string& strRoot = tCheckout.tRoot.strFolder;
+std::string CheckoutRequests(const TCheckout& tCheckout) {
   std::string strRequests;
   for (const std::string& strArgument :
        {std::string("-P"), std::string("-d"), tCheckout.strFolder, std::string("-r"), tCheckout.strRevision,
         std::string("--"), tCheckout.strFile})
     strRequests += "Argument " + strArgument + "\n";
+  return strRequests + "co\n";
+}
+
+std::string ReminderRequests(const TCheckout& tCheckout, const std::string& strRepository) {
+  const std::string& strRevision = tCheckout.strRevision;
+  return "Directory " + tCheckout.strFolder + "\n" + tCheckout.tRoot.strFolder + "/" + strRepository +
+         "\nEntry /" + NameOf(tCheckout.strFile) + "/" + strRevision + "///T" + strRevision + "\n" +
+         TopRequests(tCheckout.tRoot);
+}
+
+std::string TopRequests(const TRoot& tRoot) {
   // Absolute places are understood by all servers, relative ones by new servers only.
-  strRequests +=
-      "Directory " + tCheckout.strFolder + "\n" + strRoot + "/" + strRepository + "\nStatic-directory\n";
-  strRequests += "Entry /" + NameOf(tCheckout.strFile) + "/" + tCheckout.strRevision + "///T" +
-                 tCheckout.strRevision + "\n";
-  return strRequests + "Directory .\n" + strRoot + "\nco\n";
+  return "Directory .\n" + tRoot.strFolder + "\n";
 }
 
 void ReadReply(CReplyReader& oReader, const TCheckout& tCheckout, const std::string& strRepository,

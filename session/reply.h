@@ -25,10 +25,21 @@ struct TReply {
   std::optional<std::time_t> nTime;
 };
 
-/// The requests for a checkout. They stand for a working folder that has the target folder but has lost the
-/// file, whatever it had before: a server remembers earlier commands of a connection, and would keep quiet
-/// about a file that it believes to be there.
-std::string CheckoutRequests(const TCheckout& tCheckout, const std::string& strRepository);
+/// The requests for a checkout, given at the top of the working folder.
+std::string CheckoutRequests(const TCheckout& tCheckout);
+
+/// Requests that tell how things are: the target folder comes from `strRepository`, and the file has been
+/// lost.
+///
+/// A server remembers what it was asked before on the same connection. It keeps quiet about a file which it
+/// believes to be there in this revision, sends another revision without its time, and refuses a folder that
+/// came from elsewhere. These make it forget. They bring no reply, so they are best sent after a checkout:
+/// the server then writes its small files anew (on some file systems that takes longer than all the rest)
+/// while this command ends and the next one begins.
+std::string ReminderRequests(const TCheckout& tCheckout, const std::string& strRepository);
+
+/// Says that commands are given at the top of the working folder.
+std::string TopRequests(const TRoot& tRoot);
 
 /// Reads a reply.
 ///

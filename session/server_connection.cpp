@@ -6,6 +6,7 @@
 
 #include "session/failure.h"
 #include "session/password.h"
+#include "session/reply.h"
 
 namespace TALVEK::SESSION {
 
@@ -147,10 +148,10 @@ void CServerConnection::Introduce(const TCheckout& tCheckout) {
   if (bCompress) strRest += "Gzip-stream " + std::to_string(tCheckout.nCompression) + "\n";
   if (!Send(strRest)) throw EBrokenConnection();
   if (bCompress) m_poCompression = std::make_unique<CCompression>(tCheckout.nCompression);
-  std::string strOptions;
+  std::string strOptions = TopRequests(tCheckout.tRoot);
   if (!tCheckout.strQuiet.empty()) strOptions += "Global_option " + tCheckout.strQuiet + "\n";
   if (tCheckout.bReadOnly) strOptions += "Global_option -r\n";
-  if (!strOptions.empty() && !Send(strOptions)) throw EBrokenConnection();
+  if (!Send(strOptions)) throw EBrokenConnection();
 }
 
 bool CServerConnection::Send(std::string_view strRequests) {

@@ -81,9 +81,19 @@ class CSession {
       return true;
     }
     if (!SendFrame(m_oCommand.Get(), FRAME_READY, "", m_tPatience) || !PassErrors()) return true;
-    if (oFrames.Read(chFrame, strText) != FRAME_READ || chFrame != FRAME_REQUEST) return true;
-    if (!m_oServer->Send(strText)) return Break();
-    return Relay(oFrames);
+    return ServeRequests(oFrames);
+  }
+
+  bool ServeRequests(CFrameReader& oFrames) {
+    for (bool bAsked = false;; bAsked = true) {
+      char chFrame = 0;
+      std::string strText;
+      // One that leaves in the middle of a reply leaves the rest of it to the next, who can't use it.
+      if (oFrames.Read(chFrame, strText) != FRAME_READ) return !bAsked;
+      if (chFrame != FRAME_REQUEST) return chFrame == FRAME_RELEASE;
+      if (!m_oServer->Send(strText)) return Break();
+      if (!Relay()) return false;
+    }
   }
 
   bool PassErrors() { return PassErrors(m_oServer->TakeErrors()); }
@@ -91,8 +101,8 @@ class CSession {
     return strErrors.empty() || SendFrame(m_oCommand.Get(), FRAME_ERRORS, strErrors, m_tPatience);
   }
 
-  /// Hands on the reply until the command says that it has all of it.
-  bool Relay(CFrameReader& oFrames) {
+  /// Hands on the reply until the command has something to say. False when the connection is of no more use.
+  bool Relay() {
     for (;;) {
       bool bEnded = false;
       const std::string strReply = m_oServer->ReadAvailable(bEnded);
@@ -101,12 +111,9 @@ class CSession {
       if (!PassReply(strReply)) return false;
       if (!strReply.empty()) continue;
       char chByte;
-      if (::recv(m_oCommand.Get(), &chByte, 1, MSG_PEEK) >= 0) break;
+      if (::recv(m_oCommand.Get(), &chByte, 1, MSG_PEEK) >= 0) return true;
       if (!AwaitEither()) return false;
     }
-    char chFrame = 0;
-    std::string strText;
-    return oFrames.Read(chFrame, strText) == FRAME_READ && chFrame == FRAME_RELEASE;
   }
 
   /// Waits for the server, its errors or the command. How long is the command's affair: it leaves when it
