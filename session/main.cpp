@@ -104,6 +104,8 @@ int Run(char** ppszArguments) {
   } catch (const std::exception& oFailure) {
     ::signal(SIGPIPE, nPipeBefore);
     tReply.strErrors += std::string(oFailure.what()) + "\n";
+    // The server has named the file, perhaps, but it isn't there.
+    tReply.strOutput.clear();
     nStatus = 1;
   }
   const TPatience tPatience{ConfiguredTimeout(), -1};

@@ -24,6 +24,8 @@ class CSession {
 
   void Run(const TCheckout& tCheckout) {
     const std::string strFailure = Open(tCheckout);
+    // Only now, because the way to a server may have been given relative to where the command was.
+    if (::chdir("/") != 0) return;
     if (strFailure.empty()) {
       while (AwaitCommand() && ServeCommand()) {
       }
