@@ -59,6 +59,14 @@ bool CEntries::HasFolder(std::string_view strName) const {
                      [&strHead](const std::string& strLine) { return strLine.starts_with(strHead); });
 }
 
+std::vector<std::string> CEntries::Folders() const {
+  std::vector<std::string> astrNames;
+  for (const std::string& strLine : m_astrLines) {
+    if (strLine.starts_with("D/")) astrNames.push_back(strLine.substr(2, strLine.find('/', 2) - 2));
+  }
+  return astrNames;
+}
+
 std::string CEntries::FileLine(std::string_view strName) const {
   const std::string strHead = "/" + std::string(strName) + "/";
   const auto itFound =

@@ -15,6 +15,8 @@ class CEntries {
 
   /// True when the folder is entered.
   bool HasFolder(std::string_view strName) const;
+  /// The names of the folders entered, in their order.
+  std::vector<std::string> Folders() const;
   /// The line of a file, empty without one.
   std::string FileLine(std::string_view strName) const;
   /// Enters a file or folder by its whole line. One of the same name goes, and the new one comes last.

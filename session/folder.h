@@ -23,6 +23,7 @@ class CFolder {
   CFolder Make(const std::string& strName) const;
   /// True for anything of that name, be it a dangling link.
   bool Has(const std::string& strName) const;
+  /// In the order in which the file system lists them.
   std::vector<std::string> Names() const;
 
   /// Nothing when it can't be read or is no plain file.

@@ -65,6 +65,32 @@ bool IsPlainEntry(const std::string& strLine) {
          IsNumber(std::string_view(tEntry.strTag).substr(1)) && !tEntry.strTime.starts_with('+');
 }
 
+void WriteEntries(const CFolder& oAdmin, const CEntries& oEntries) {
+  oAdmin.Write(ENTRIES_NEW, oEntries.Text());
+  oAdmin.Rename(ENTRIES_NEW, ENTRIES);
+  if (oAdmin.Has(ENTRIES_LOG)) oAdmin.Remove(ENTRIES_LOG);
+}
+
+/// Puts what the log of a folder says into its list. A folder in disorder stays as it is.
+std::optional<CEntries> FoldLog(const CFolder& oFolder) {
+  const std::optional<CFolder> oAdmin = oFolder.Open(ADMIN);
+  const std::optional<std::string> strEntries = oAdmin ? oAdmin->Read(ENTRIES) : std::nullopt;
+  CEntries oEntries;
+  if (!strEntries) return std::nullopt;
+  const std::optional<std::string> strLog = oAdmin->Read(ENTRIES_LOG);
+  if (!oEntries.Parse(*strEntries, strLog.value_or(""))) return std::nullopt;
+  if (strLog) WriteEntries(*oAdmin, oEntries);
+  return oEntries;
+}
+
+void FoldLogsBelow(const CFolder& oFolder) {
+  const std::optional<CEntries> oEntries = FoldLog(oFolder);
+  if (!oEntries) return;
+  for (const std::string& strName : oEntries->Folders()) {
+    if (const std::optional<CFolder> oBelow = oFolder.Open(strName)) FoldLogsBelow(*oBelow);
+  }
+}
+
 }  // namespace
 
 CWorkingFolder::CWorkingFolder(const TCheckout& tCheckout)
@@ -109,8 +135,6 @@ bool CWorkingFolder::InspectAdmin(std::size_t nLevel, const CFolder& oAdmin) {
   const std::optional<std::string> strLog = bHasLog ? oAdmin.Read(ENTRIES_LOG) : std::string();
   const std::optional<std::string> strRepository = ReadLineFile(oAdmin, REPOSITORY);
   if (!strEntries || !strLog || !strRepository) return false;
-  // With a server, the client folds the log of every folder that it passes. Let it.
-  if (bHasLog && !m_bLocal) return false;
   if (*strRepository != TOP_REPOSITORY && !IsPlainPath(*strRepository)) return false;
   if (ReadLineFile(oAdmin, ROOT) != m_tCheckout.tRoot.strText) return false;
   m_astrRepositories[nLevel] = *strRepository;
@@ -149,36 +173,54 @@ void CWorkingFolder::MakeFolder(std::size_t nLevel) {
   const CFolder oAdmin = oFolder.Make(ADMIN);
   oAdmin.Write(ROOT, m_tCheckout.tRoot.strText + "\n");
   oAdmin.Write(REPOSITORY, m_astrRepositories[nLevel] + "\n");
-  oAdmin.Write(ENTRIES, "");
+  CEntries& oEntries = m_aoEntries.emplace_back();
+  if (!m_bLocal) oEntries.SetFoldersKnown();
+  oAdmin.Write(ENTRIES, oEntries.Text());
   oAdmin.Write(ENTRIES_STATIC, "");
   m_aoFolders.push_back(std::move(oFolder));
-  if (!m_bLocal) m_aoEntries.emplace_back().SetFoldersKnown();
-  if (m_bLocal) m_aoEntries.emplace_back();
   if (nLevel > 0) EnterFolder(nLevel - 1);
 }
 
-/// Enters the folder one level down. A local checkout leaves it in the log until a file is entered.
+/// Enters the folder one level down: in the log, as both kinds of client do it.
 void CWorkingFolder::EnterFolder(std::size_t nLevel) {
   const std::string strLine = FolderLine(m_astrNames[nLevel + 1]);
-  if (!m_bLocal) return Enter(nLevel, strLine);
+  m_aoEntries[nLevel].Add(strLine);
   m_aoFolders[nLevel + 1].Open(ADMIN).value().Append(ENTRIES_LOG, "A " + strLine + "\n");
 }
 
 void CWorkingFolder::Enter(std::size_t nLevel, const std::string& strLine) {
-  const CFolder oAdmin = m_aoFolders[nLevel + 1].Open(ADMIN).value();
   m_aoEntries[nLevel].Add(strLine);
-  oAdmin.Write(ENTRIES_NEW, m_aoEntries[nLevel].Text());
-  oAdmin.Rename(ENTRIES_NEW, ENTRIES);
-  if (oAdmin.Has(ENTRIES_LOG)) oAdmin.Remove(ENTRIES_LOG);
+  WriteEntries(m_aoFolders[nLevel + 1].Open(ADMIN).value(), m_aoEntries[nLevel]);
+}
+
+/// A client with a server reads the folders that it will tell the server about, the target and those below
+/// it; and those on the way to a new target when the server speaks of them. Reading folds the logs.
+void CWorkingFolder::FoldLogsOnTheWay() const {
+  if (m_aoEntries.size() == m_astrNames.size()) return FoldLogsBelow(m_aoFolders.back());
+  for (std::size_t nLevel = 0; nLevel < m_aoEntries.size(); ++nLevel)
+    FoldLog(m_aoFolders[nLevel + 1]);
+}
+
+/// Such a client then looks which of the folders that the server spoke of are empty. It goes through the
+/// names in a folder up to the first that isn't CVS; when CVS comes before, it reads the list there, which
+/// folds the log. So the file system's order decides.
+void CWorkingFolder::FoldLogsAsPruningDoes() const {
+  for (std::size_t nLevel = 0; nLevel < m_astrNames.size(); ++nLevel) {
+    const CFolder& oFolder = m_aoFolders[nLevel + 1];
+    if (oFolder.Names().front() == ADMIN) FoldLog(oFolder);
+  }
 }
 
 void CWorkingFolder::Apply(const TReply& tReply, CStagedFile& oFile) {
+  const bool bNewFolder = m_aoEntries.size() < m_astrNames.size();
+  if (!m_bLocal) FoldLogsOnTheWay();
   for (std::size_t nLevel = m_aoEntries.size(); nLevel < m_astrNames.size(); ++nLevel)
     MakeFolder(nLevel);
   TEntry tEntry = tReply.tEntry;
   tEntry.strTime = EntryTime(tReply.nTime ? *tReply.nTime : oFile.ModificationTime());
   oFile.Publish(m_aoFolders.back(), tEntry.strName, ModeFor(tReply.nMode), tReply.nTime);
   Enter(m_astrNames.size() - 1, EntryLine(tEntry));
+  if (!m_bLocal && bNewFolder) FoldLogsAsPruningDoes();
 }
 
 }  // namespace TALVEK::SESSION

@@ -36,6 +36,8 @@ class CWorkingFolder {
   void MakeFolder(std::size_t nLevel);
   void Enter(std::size_t nLevel, const std::string& strLine);
   void EnterFolder(std::size_t nLevel);
+  void FoldLogsOnTheWay() const;
+  void FoldLogsAsPruningDoes() const;
   mode_t ModeFor(mode_t nServerMode) const;
 
   const TCheckout& m_tCheckout;
