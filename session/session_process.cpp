@@ -1,7 +1,7 @@
 #include "session/session_process.h"
 
 #include <cstring>
-#include <optional>
+#include <memory>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -36,7 +36,7 @@ class CSession {
 
  private:
   std::string Open(const TCheckout& tCheckout) try {
-    m_oServer.emplace(tCheckout, m_tPatience);
+    m_poServer = std::make_unique<CServerConnection>(tCheckout, m_tPatience);
     return std::string();
   } catch (const EFailure& oFailure) {
     return oFailure.what();
@@ -64,9 +64,9 @@ class CSession {
                           m_tPatience.nCallerDescriptor};
     // A server has nothing to say now, so anything from it, and above all its end, ends the session.
     m_oCommand.Close();
-    while (WaitToRead({m_oListener.Get(), m_oServer->ReadDescriptor()}, tIdle) == WAIT_READY) {
+    while (WaitToRead({m_oListener.Get(), m_poServer->ReadDescriptor()}, tIdle) == WAIT_READY) {
       bool bEnded = false;
-      if (!m_oServer->ReadAvailable(bEnded).empty() || bEnded) return false;
+      if (!m_poServer->ReadAvailable(bEnded).empty() || bEnded) return false;
       if (Accept()) return true;
     }
     return false;
@@ -93,12 +93,12 @@ class CSession {
       // One that leaves in the middle of a reply leaves the rest of it to the next, who can't use it.
       if (oFrames.Read(chFrame, strText) != FRAME_READ) return !bAsked;
       if (chFrame != FRAME_REQUEST) return chFrame == FRAME_RELEASE;
-      if (!m_oServer->Send(strText)) return Break();
+      if (!m_poServer->Send(strText)) return Break();
       if (!Relay()) return false;
     }
   }
 
-  bool PassErrors() { return PassErrors(m_oServer->TakeErrors()); }
+  bool PassErrors() { return PassErrors(m_poServer->TakeErrors()); }
   bool PassErrors(const std::string& strErrors) {
     return strErrors.empty() || SendFrame(m_oCommand.Get(), FRAME_ERRORS, strErrors, m_tPatience);
   }
@@ -107,7 +107,7 @@ class CSession {
   bool Relay() {
     for (;;) {
       bool bEnded = false;
-      const std::string strReply = m_oServer->ReadAvailable(bEnded);
+      const std::string strReply = m_poServer->ReadAvailable(bEnded);
       if (!PassErrors()) return false;
       if (bEnded) return Break();
       if (!PassReply(strReply)) return false;
@@ -122,8 +122,8 @@ class CSession {
   /// has waited enough.
   bool AwaitEither() {
     const TPatience tLong{std::chrono::hours(24), m_tPatience.nCallerDescriptor};
-    return WaitToRead({m_oServer->ReadDescriptor(), m_oServer->ErrorDescriptor(), m_oCommand.Get()}, tLong) ==
-           WAIT_READY;
+    return WaitToRead({m_poServer->ReadDescriptor(), m_poServer->ErrorDescriptor(), m_oCommand.Get()},
+                      tLong) == WAIT_READY;
   }
 
   bool PassReply(std::string_view strReply) {
@@ -138,7 +138,7 @@ class CSession {
   /// The listener goes first: who learns that the connection is broken finds the name free.
   bool Break() {
     m_oListener.Close();
-    PassErrors(m_oServer->TakeLastErrors());
+    PassErrors(m_poServer->TakeLastErrors());
     SendFrame(m_oCommand.Get(), FRAME_BROKEN, "", m_tPatience);
     WaitUntilCommandLeaves();
     return false;
@@ -157,7 +157,7 @@ class CSession {
   VCM::CDescriptor m_oListener;
   TPatience m_tPatience;
   const std::string& m_strKey;
-  std::optional<CServerConnection> m_oServer;
+  std::unique_ptr<CServerConnection> m_poServer;
   VCM::CDescriptor m_oCommand;
 };
 

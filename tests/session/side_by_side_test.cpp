@@ -153,7 +153,7 @@ class CComparison {
       const std::string strCopy = Quoted("copy" + strSlot + "x");
       // Locks are made in the folders, and nobody writes the files: those may be the same ones.
       ShellOutput("mkdir " + strCopy + " && cd " + Quoted("all") + " && cp -r CVSROOT " + strCopy +
-                  " && cp -rl" + strParts + " " + strCopy);
+                  " && cp -al" + strParts + " " + strCopy);
     }
   }
 
