@@ -76,7 +76,7 @@ bench: deps
 # Minutes: whole imports, over lines of several latencies.
 bench-retrieve: PRESET = release
 bench-retrieve: build
-	$(call need,bench)
+	$(call need,retrieve)
 	bench/retrieve.py --bin '$(CURDIR)'/build/$(PRESET)/bin $(RETRIEVE)
 
 install: build
