@@ -54,8 +54,8 @@ class CEngine : public MCE::CProviderBase {
       tStream.nID = m_nStream;
       VCM::CFilePath oPath;
       oPath.Parse(VCM::DecodeStored(m_strPath));
-      return m_oEngine.AddChangeItem(tStream, VCM::DecodeStored(m_strUser), MCE::CHANGE_ITEM_EDIT, oPath, nTime,
-                                     VCM::DecodeStored(m_strComment), m_nRevision,
+      return m_oEngine.AddChangeItem(tStream, VCM::DecodeStored(m_strUser), MCE::CHANGE_ITEM_EDIT, oPath,
+                                     nTime, VCM::DecodeStored(m_strComment), m_nRevision,
                                      MCE::TCVSRevision(VCM::DecodeStored(m_strNumber)), m_bMatchComment,
                                      m_nEndTime);
     }
