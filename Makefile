@@ -22,7 +22,7 @@ ifndef INTO
   endif
 endif
 
-.PHONY: help deps build import test bench install format tidy check-import-arguments
+.PHONY: help deps build import test bench bench-retrieve install format tidy check-import-arguments
 
 help:
 	@echo 'make import    import the example repository into Git and show its history'
@@ -32,6 +32,7 @@ help:
 	@echo 'make build     build the plug-in and the programs        (PRESET=...)'
 	@echo 'make install   install them                              (PREFIX=/usr/local, DESTDIR=)'
 	@echo 'make bench     run the benchmarks'
+	@echo 'make bench-retrieve   how fast file revisions come out of a repository (RETRIEVE=options)'
 	@echo 'make deps      install the Debian packages that are missing (NO_DEPS=1: never install any)'
 	@echo 'make format    format the sources'
 	@echo 'make tidy      let clang-tidy read the sources'
@@ -71,6 +72,12 @@ bench: deps
 	$(call need,bench)
 	cmake --preset $(PRESET)
 	cmake --build --preset $(PRESET) --target bench
+
+# Minutes: whole imports, over lines of several latencies.
+bench-retrieve: PRESET = release
+bench-retrieve: build
+	$(call need,bench)
+	bench/retrieve.py --bin '$(CURDIR)'/build/$(PRESET)/bin $(RETRIEVE)
 
 install: build
 	DESTDIR='$(DESTDIR)' cmake --install build/$(PRESET) --prefix '$(PREFIX)'

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace TALVEK::VCM {
@@ -35,5 +36,15 @@ class CDescriptor {
  private:
   int m_nDescriptor = -1;
 };
+
+/// For the start of a program. One that is started without a standard descriptor would open some file of its
+/// own in its place, such as the import database, and write its output or its messages into it. Afterwards
+/// output to a missing one fails.
+inline void OpenStandardDescriptors() {
+  for (int nDescriptor = STDIN_FILENO; nDescriptor <= STDERR_FILENO; ++nDescriptor) {
+    // open() takes the lowest number that is free, and those below are taken.
+    if (::fcntl(nDescriptor, F_GETFD) < 0) ::open("/dev/null", O_RDONLY);
+  }
+}
 
 }  // namespace TALVEK::VCM

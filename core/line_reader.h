@@ -12,9 +12,8 @@ namespace TALVEK::VCM {
 
 /// Reads text lines from a stream of bytes.
 ///
-/// Shape    A line ends at \n, \r\n or a lone \r. The text behind the last line end is a line only if it
-/// isn't
-///          empty. Lines are decoded as core/text_codec.h says, without loss; a NUL is a character.
+/// Shape    A line ends at \n, \r\n or a lone \r. The text behind the last line end is a line only if it is
+///          not empty. Lines are decoded as core/text_codec.h says, without loss; a NUL is a character.
 /// Owns     A 64 KiB buffer; the stream is lent and must outlive the reader.
 /// Cost     The toolkit's own text stream asks for one byte at a time and stops for good at a byte that the
 ///          locale can't decode; this one reads blocks.

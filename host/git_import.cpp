@@ -71,6 +71,7 @@ void CGitImport::NameTrunk(const std::vector<TStream>& atStreams, const std::str
 VCM::CString CGitImport::BeginStream(const TStream& tStream) {
   m_poStream = &tStream;
   m_oFolder = m_tParts.oWork.MakeStreamFolder(tStream.tInfo.nID, VCM::ToBytes(tStream.tInfo.strName));
+  m_bPiecemeal = false;
   m_bHasCommits = false;
   m_nParent.reset();
   m_oTree = CLiveTree();
@@ -102,10 +103,23 @@ void CGitImport::BeginChange(MCE::CProvider::TChangeInfo& tChange) {
   m_nChangeTime = tChange.nTime;
   m_atItems.clear();
   m_anItemByPath.clear();
-  for (const std::string& strPath : m_tParts.oSpool.ReadChange())
+  RetrieveChange(tChange);
+}
+
+// A provider may fetch a changeset's files one by one as its items go by, or all at once before. What is
+// fetched all at once needs a folder that has nothing in it but what came in that way: a client passes over
+// the folders that it didn't make itself, and all that belongs into them. Emptying it only then lets the
+// client bring one large changeset up to the next without fetching everything again.
+void CGitImport::RetrieveChange(MCE::CProvider::TChangeInfo& tChange) {
+  const std::vector<std::string> astrPaths = m_tParts.oSpool.ReadChange();
+  if (m_bPiecemeal) CWorkFolder::EmptyFolder(m_oFolder);
+  for (const std::string& strPath : astrPaths)
     CWorkFolder::ClearPath(m_oFolder, strPath);
   m_tParts.oWatch.ForgetClientWords();
   m_bChangeFailed = m_tParts.oProvider.OnProcessChange(tChange) != MCE::RESULT_OK;
+  m_bPiecemeal = std::none_of(astrPaths.begin(), astrPaths.end(), [this](const std::string& strPath) {
+    return CWorkFolder::HasPath(m_oFolder, strPath);
+  });
   m_strChangeWords = m_tParts.oWatch.GetClientWords();
   m_tParts.oWatch.ForgetClientWords();
 }

@@ -71,6 +71,7 @@ class CGitImport : public CHistoryVisitor {
   void EndEmptyStream(const TStream& tStream);
   std::string Identity(const VCM::CString& strUser);
   void TakeItem(const std::string& strPath, const MCE::CProvider::TChangeItemInfo& tItem, bool bFailed);
+  void RetrieveChange(MCE::CProvider::TChangeInfo& tChange);
   bool WriteBlob(const std::string& strPath, CFastImportStream::TFileChange& tFile);
   void AddItemChange(TItemChange tItem, const std::string& strPath);
   void ApplyItems(std::vector<CFastImportStream::TFileChange>& atChanges);
@@ -89,6 +90,7 @@ class CGitImport : public CHistoryVisitor {
 
   const TStream* m_poStream = nullptr;
   std::filesystem::path m_oFolder;
+  bool m_bPiecemeal = false;  // single files have been retrieved into the folder
   CLiveTree m_oTree;
   std::optional<TMark> m_nParent;  // of the stream's first commit
   bool m_bHasCommits = false;

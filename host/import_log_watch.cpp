@@ -2,6 +2,8 @@
 
 #include <cstdarg>
 
+#include "host/stop_signal.h"
+
 namespace TALVEK::HOST {
 namespace {
 
@@ -25,6 +27,11 @@ bool IsRoutine(std::wstring_view strText) {
          strText.find(L": Updating ") != std::wstring_view::npos;
 }
 
+// "cvs [rlog aborted]: end of file from server (consult above messages if any)"
+bool RefersToEarlierWords(std::wstring_view strText) {
+  return strText.find(L"consult above messages") != std::wstring_view::npos;
+}
+
 bool IsComplaint(std::wstring_view strText) {
   return strText.starts_with(L"Failed ") || strText.starts_with(L"No streams ") ||
          strText.starts_with(L"Unable ");
@@ -39,6 +46,7 @@ void CImportLogWatch::Message(const wchar_t* pszFormat, ...) {
   strLine.FormatV(pszFormat, args);
   va_end(args);
   TakeLine(TextOfLine(strLine.View()));
+  if (m_bStopping) ThrowIfStopped();
 }
 
 void CImportLogWatch::TakeLine(std::wstring_view strText) {
@@ -58,7 +66,8 @@ void CImportLogWatch::TakeLine(std::wstring_view strText) {
 void CImportLogWatch::TakeClientLine(std::wstring_view strText) {
   // "cvs rlog: Logging src": repository and module were found.
   if (strText.find(L": Logging ") != std::wstring_view::npos) m_bReachedModule = true;
-  if (!IsRoutine(strText)) m_strClientWords.Assign(strText);
+  if (IsRoutine(strText) || (RefersToEarlierWords(strText) && !m_strClientWords.IsEmpty())) return;
+  m_strClientWords.Assign(strText);
 }
 
 void CImportLogWatch::TakeComplaint(std::wstring_view strText) {

@@ -17,6 +17,10 @@ class CImportLogWatch : public VRM::CConnection {
 
   void Message(const wchar_t* pszFormat, ...) override;
 
+  /// From now on a line ends the provider's work with EStopped once a stop was asked for: the provider has no
+  /// other ear, and would start a client again that the same signal ended.
+  void SetStopping(bool bStopping) { m_bStopping = bStopping; }
+
   /// The log of the foreign repository was not read to its end.
   bool IsHistoryCutShort() const { return m_bCutShort; }
   /// The foreign client got as far as the module.
@@ -40,6 +44,7 @@ class CImportLogWatch : public VRM::CConnection {
   std::uint64_t m_nFiles = 0;
   bool m_bCutShort = false;
   bool m_bReachedModule = false;
+  bool m_bStopping = false;
 };
 
 }  // namespace TALVEK::HOST

@@ -1,7 +1,10 @@
 #include "host/import_session.h"
 
+#include <unistd.h>
+
 #include <exception>
 #include <filesystem>
+#include <fstream>
 #include <utility>
 
 #include "core/text_codec.h"
@@ -24,15 +27,42 @@ class CHostView : public VRO::CReposView {
   std::shared_ptr<CImportLogWatch> m_poWatch;
 };
 
-// A rename where that can be done, else a copy.
+bool IsAbsentOrFile(const fs::path& oPath) {
+  std::error_code oError;
+  const fs::file_status oStatus = fs::symlink_status(oPath, oError);
+  return oStatus.type() == fs::file_type::not_found || fs::is_regular_file(oStatus);
+}
+
+// A rename where that can be done, else a copy. A link, a pipe or a device is written to, not replaced.
 bool MoveFile(const fs::path& oFrom, const fs::path& oTo) {
   std::error_code oError;
-  fs::rename(oFrom, oTo, oError);
-  if (!oError) return true;
-  oError.clear();
-  if (!fs::copy_file(oFrom, oTo, fs::copy_options::overwrite_existing, oError)) return false;
+  if (IsAbsentOrFile(oTo)) {
+    fs::rename(oFrom, oTo, oError);
+    if (!oError) return true;
+  }
+  std::ofstream oTarget(oTo, std::ios::binary);
+  std::ifstream oSource(oFrom, std::ios::binary);
+  // Inserting nothing counts as a failure.
+  if (oSource.peek() != std::ifstream::traits_type::eof()) oTarget << oSource.rdbuf();
+  if (!oTarget.flush()) return false;
   fs::remove(oFrom, oError);
   return true;
+}
+
+// Hours before the log goes there.
+void RequirePlaceForLog(const fs::path& oLog) {
+  if (oLog.empty()) return;
+  std::error_code oError;
+  const fs::path oFolder = oLog.has_parent_path() ? oLog.parent_path() : fs::path(".");
+  const std::string strProblem =
+      fs::is_directory(oLog, oError)       ? "it is a folder"
+      : !fs::is_directory(oFolder, oError) ? "its folder doesn't exist"
+      : access(oFolder.c_str(), W_OK | X_OK) != 0 && access(oLog.c_str(), W_OK) != 0 ? "it can't be written"
+                                                                                     : "";
+  if (strProblem.empty()) return;
+  throw EHostError(STATUS_FAILED,
+                   "the import log can't go to '" + ShowBytes(oLog.string()) + "': " + strProblem,
+                   "give another file with --import-log");
 }
 
 }  // namespace
@@ -40,7 +70,9 @@ bool MoveFile(const fs::path& oFrom, const fs::path& oTo) {
 CImportSession::CImportSession(const TParts& tParts, std::string strImportLog)
     : m_tParts(tParts),
       m_strImportLog(std::move(strImportLog)),
-      m_poWatch(std::make_shared<CImportLogWatch>(tParts.oProgress)) {}
+      m_poWatch(std::make_shared<CImportLogWatch>(tParts.oProgress)) {
+  RequirePlaceForLog(m_strImportLog);
+}
 
 CImportSession::~CImportSession() {
   if (m_bOpen) Close();
@@ -69,6 +101,7 @@ void CImportSession::Open(const std::string& strClientFolder) {
 
 void CImportSession::ReadHistory() {
   m_tParts.oProgress.BeginPhase("reading the history", "files", 0);
+  m_poWatch->SetStopping(true);
   EstablishStreams();
   if (GetProvider().EstablishChangesets(m_nChangeCount) != MCE::RESULT_OK) {
     throw EHostError(STATUS_FAILED, "the provider can't keep its import database",
@@ -78,6 +111,7 @@ void CImportSession::ReadHistory() {
   GetProvider().ResolveStreamLinkage();
   TakeStreams();
   if (!m_strImportLog.empty()) GetProvider().LogStreamsAndChanges();
+  m_poWatch->SetStopping(false);
   m_tParts.oProgress.EndPhase();
 }
 
@@ -122,6 +156,7 @@ std::string CImportSession::CutShortText() const {
 }
 
 void CImportSession::Close() noexcept {
+  m_poWatch->SetStopping(false);
   try {
     GetProvider().RemoveClients();
     const std::string strLog = VCM::ToBytes(GetProvider().GetLogPath());

@@ -1,8 +1,10 @@
 #include <clocale>
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "core/descriptor.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
 #include "host/stop_signal.h"
@@ -71,6 +73,10 @@ int main(int argc, char** argv) {
   // The same import in every locale: names and messages are bytes that should be UTF-8, and what isn't comes
   // through all the same.
   std::setlocale(LC_CTYPE, "C.UTF-8");
+  // The same import in every time zone: a client prints dates in its caller's, of which only whole hours are
+  // read.
+  setenv("TZ", "UTC", 1);
+  TALVEK::VCM::OpenStandardDescriptors();
   TALVEK::HOST::CatchStopSignals();
   return TALVEK::HOST::RunGuarded(std::vector<std::string>(argv + 1, argv + argc));
 }

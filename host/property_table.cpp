@@ -38,6 +38,16 @@ std::string OptionHint(const TProperty& tProperty) {
                                      : "--" + tProperty.strOption;
 }
 
+// What is relative to our working folder must still be found when the provider works in another one.
+VCM::CString ProvidedValue(const TProperty& tProperty) {
+  const std::string strValue = VCM::ToBytes(tProperty.strValue);
+  const bool bProgram = tProperty.nType == MCE::TPropertyInfo::TYPE_EXECUTABLE;
+  if (!bProgram || strValue.find('/') == std::string::npos) return tProperty.strValue;
+  std::error_code oError;
+  const std::filesystem::path oAbsolute = std::filesystem::absolute(strValue, oError);
+  return oError ? tProperty.strValue : VCM::FromBytes(oAbsolute.string());
+}
+
 }  // namespace
 
 std::string OptionName(const VCM::CString& strKey) {
@@ -141,7 +151,7 @@ std::vector<const TProperty*> CPropertyTable::MissingPrograms() const {
 
 void CPropertyTable::Apply(MCE::CProvider& oProvider) const {
   for (const TProperty& tProperty : m_atProperties) {
-    VCM::CString strValue = tProperty.strValue;
+    VCM::CString strValue = ProvidedValue(tProperty);
     VCM::CString strMessage;
     if (!oProvider.ValidateStringProperty(tProperty.strKey.c_str(), strValue, strMessage)) {
       throw EHostError(

@@ -74,7 +74,7 @@ class CRun {
   int Run() {
     CheckTarget(CommandLine());
     m_tContext.oTable.RequireSource(true);
-    if (!CommandLine().strInto.empty()) TakeRepository();
+    TakeTarget();
     const CWorkFolder oWork(CommandLine().strWork);
     CImportSession oSession(
         {m_tContext.oLibrary.GetProvider(), m_tContext.oTable, m_tContext.oConsole, m_oProgress, m_oReport},
@@ -98,7 +98,11 @@ class CRun {
   const TCommandLine& CommandLine() const { return m_tContext.tCommandLine; }
 
   // Made before the long reading, so that what can't be made is known at once.
-  void TakeRepository() {
+  void TakeTarget() {
+    if (CommandLine().strInto.empty()) {
+      m_oExport.emplace(CommandLine().strFastExport);
+      return;
+    }
     RequireGit();
     m_oRepository.emplace(
         CGitRepository::TOptions{CommandLine().strInto, CommandLine().strTrunkBranch, CommandLine().bBare});
@@ -164,10 +168,9 @@ class CRun {
 
   void ImportIntoFile(CImportSession& oSession, const CWorkFolder& oWork, CItemSpool& oSpool) {
     const std::string& strFile = CommandLine().strFastExport;
-    CExportTarget oTarget(strFile);
-    Import(oSession, oWork, oSpool, oTarget.GetDescriptor(),
+    Import(oSession, oWork, oSpool, m_oExport->GetDescriptor(),
            strFile == "-" ? "standard output" : ShowBytes(strFile));
-    oTarget.Finish();
+    m_oExport->Finish();
   }
 
   void Import(CImportSession& oSession, const CWorkFolder& oWork, CItemSpool& oSpool, int nDescriptor,
@@ -199,7 +202,8 @@ class CRun {
   CProgress::TClock::time_point m_tBegin = CProgress::TClock::now();
   CProgress m_oProgress;
   CReport m_oReport;
-  std::optional<CGitRepository> m_oRepository;
+  std::optional<CGitRepository> m_oRepository;  // this or the other
+  std::optional<CExportTarget> m_oExport;
   std::uint64_t m_nItems = 0;
 };
 

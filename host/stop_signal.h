@@ -2,12 +2,13 @@
 
 namespace TALVEK::HOST {
 
-/// Makes SIGINT, SIGTERM and SIGHUP ask for an end instead of bringing it: a provider that isn't destroyed
-/// leaves its database behind. Also turns SIGPIPE into a failed write.
+/// Makes SIGINT, SIGTERM and SIGHUP ask for an end instead of bringing it, and go to the children too: a
+/// provider that isn't destroyed leaves its database behind. Also turns SIGPIPE into a failed write.
 void CatchStopSignals();
 
 bool IsStopRequested();
-/// Throws EStopped when one of the signals has come. Called between the calls to the provider.
+/// Throws EStopped when one of the signals has come. Called between the calls to the provider, and
+/// while it reads the history.
 void ThrowIfStopped();
 
 }  // namespace TALVEK::HOST

@@ -156,6 +156,27 @@ void CWorkFolder::ClearPath(const fs::path& oStreamFolder, std::string_view strI
   }
 }
 
+void CWorkFolder::EmptyFolder(const fs::path& oStreamFolder) {
+  const VCM::CDescriptor oFolder = OpenFolderAt(AT_FDCWD, oStreamFolder.c_str());
+  if (!oFolder.IsOpen()) return;
+  std::error_code oIgnored;
+  std::vector<std::string> astrNames;
+  for (const fs::directory_entry& oEntry : fs::directory_iterator(oStreamFolder, oIgnored)) {
+    astrNames.push_back(oEntry.path().filename().string());
+  }
+  for (const std::string& strName : astrNames)
+    RemoveAt(oFolder.Get(), strName);
+}
+
+bool CWorkFolder::HasPath(const fs::path& oStreamFolder, std::string_view strItemPath) {
+  const std::vector<std::string> astrItems = SplitPath(strItemPath);
+  if (!IsSafe(astrItems)) return false;
+  const VCM::CDescriptor oFolder = OpenParent(oStreamFolder, astrItems);
+  struct stat tStat = {};
+  return oFolder.IsOpen() &&
+         fstatat(oFolder.Get(), astrItems.back().c_str(), &tStat, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
 void CWorkFolder::RemoveFile(const fs::path& oStreamFolder, std::string_view strItemPath) {
   const std::vector<std::string> astrItems = SplitPath(strItemPath);
   if (!IsSafe(astrItems)) return;

@@ -44,6 +44,10 @@ class CWorkFolder {
   /// Removes what is at the path, and any file that stands where it needs a folder: what an earlier changeset
   /// left must not be taken for what a later one failed to bring.
   static void ClearPath(const std::filesystem::path& oStreamFolder, std::string_view strItemPath);
+  /// Removes all that is in a stream's folder, and keeps the folder.
+  static void EmptyFolder(const std::filesystem::path& oStreamFolder);
+  /// True when something is at the path.
+  static bool HasPath(const std::filesystem::path& oStreamFolder, std::string_view strItemPath);
   /// Removes the file at the path, if it is one: never a folder, in which other files may wait to be read.
   static void RemoveFile(const std::filesystem::path& oStreamFolder, std::string_view strItemPath);
 

@@ -11,17 +11,6 @@ const VDB::TFieldDef CChangeItemTable::s_atFieldDefs[] = {
 
 const VDB::TIndexDef CChangeItemTable::s_atIndexDefs[] = {{0, 2, {0, 1}}, {}};
 
-void TChangeItemRecord::Delete() {
-  // Through a volatile copy, or the compiler takes the test for granted: callers may hold no record at all.
-  TChangeItemRecord* volatile poRecord = this;
-  if (poRecord) delete poRecord;
-}
-
-TChangeItemRecord& TChangeItemRecord::CopyFrom(const TRecordBase* poOther) {
-  *this = *static_cast<const TChangeItemRecord*>(poOther);
-  return *this;
-}
-
 std::array<void*, TChangeItemRecord::FIELD_COUNT> TChangeItemRecord::GetFieldAddresses() {
   return {&nID, &nItem, &nType, &oFilePath, &nRevision, &oProps, &oTimestamp};
 }

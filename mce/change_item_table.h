@@ -3,10 +3,10 @@
 #include <array>
 #include <cstdint>
 
-#include "core/database.h"
 #include "core/path.h"
 #include "core/properties.h"
 #include "core/timestamp.h"
+#include "mce/table_base.h"
 
 namespace TALVEK::MCE {
 
@@ -19,12 +19,9 @@ enum TChangeItemProperty : std::uint16_t {
 enum TChangeItemField : unsigned { ITEM_FIELD_PATH = 3 };
 
 /// A change item as the import database holds it: one file of one changeset.
-struct TChangeItemRecord : VDB::TRecordBase {
+struct TChangeItemRecord : TTableRecord<TChangeItemRecord> {
   static constexpr int FIELD_COUNT = 7;
 
-  TRecordBase* Clone() const override { return new TChangeItemRecord(*this); }
-  void Delete() override;
-  TChangeItemRecord& CopyFrom(const TRecordBase* poOther) override;
   std::array<void*, FIELD_COUNT> GetFieldAddresses();
 
   std::uint32_t nID = 0;       ///< number of the change it belongs to
@@ -37,15 +34,11 @@ struct TChangeItemRecord : VDB::TRecordBase {
 };
 
 /// "citems": index 0 by ("ID", "Item").
-class CChangeItemTable : public VDB::CTable {
+class CChangeItemTable : public CTableBase<CChangeItemTable> {
  public:
   static const VDB::TFileDef s_tFileDef;
   static const VDB::TFieldDef s_atFieldDefs[];
   static const VDB::TIndexDef s_atIndexDefs[];
-
-  const VDB::TFileDef* GetFileDef() const override { return &s_tFileDef; }
-  const VDB::TFieldDef* GetFieldDefs() const override { return s_atFieldDefs; }
-  const VDB::TIndexDef* GetIndexDefs() const override { return s_atIndexDefs; }
 };
 
 }  // namespace TALVEK::MCE

@@ -11,17 +11,6 @@ const VDB::TFieldDef CChangeTable::s_atFieldDefs[] = {
 
 const VDB::TIndexDef CChangeTable::s_atIndexDefs[] = {{0, 1, {0}}, {1, 2, {2, 4}}, {}};
 
-void TChangeRecord::Delete() {
-  // Through a volatile copy, or the compiler takes the test for granted: callers may hold no record at all.
-  TChangeRecord* volatile poRecord = this;
-  if (poRecord) delete poRecord;
-}
-
-TChangeRecord& TChangeRecord::CopyFrom(const TRecordBase* poOther) {
-  *this = *static_cast<const TChangeRecord*>(poOther);
-  return *this;
-}
-
 std::array<void*, TChangeRecord::FIELD_COUNT> TChangeRecord::GetFieldAddresses() {
   return {&nID, &nProviderID, &nStreamID, &strUser, &nTime, &strComment, &nNextItem, &oProps};
 }

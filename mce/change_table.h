@@ -3,9 +3,9 @@
 #include <array>
 #include <cstdint>
 
-#include "core/database.h"
 #include "core/properties.h"
 #include "core/string.h"
+#include "mce/table_base.h"
 
 namespace TALVEK::MCE {
 
@@ -19,12 +19,9 @@ enum TChangeProperty : std::uint16_t {
 enum TChangeField : unsigned { CHANGE_FIELD_USER = 3, CHANGE_FIELD_COMMENT = 5, CHANGE_FIELD_PROPS = 7 };
 
 /// A changeset as the import database holds it.
-struct TChangeRecord : VDB::TRecordBase {
+struct TChangeRecord : TTableRecord<TChangeRecord> {
   static constexpr int FIELD_COUNT = 8;
 
-  TRecordBase* Clone() const override { return new TChangeRecord(*this); }
-  void Delete() override;
-  TChangeRecord& CopyFrom(const TRecordBase* poOther) override;
   std::array<void*, FIELD_COUNT> GetFieldAddresses();
 
   std::uint32_t nID = 0;          ///< assigned by the database, from 1
@@ -33,21 +30,16 @@ struct TChangeRecord : VDB::TRecordBase {
   VCM::CString strUser;
   std::uint32_t nTime = 0;  ///< seconds since 1970 UTC, low 32 bits
   VCM::CString strComment;
-  std::uint32_t nNextItem =
-      0;  ///< number that the next item will get: items + 1; 0 for a change without grouping
-  VCM::CProperties oProps;  ///< TChangeProperty
+  std::uint32_t nNextItem = 0;  ///< items + 1; 0 for a change without grouping
+  VCM::CProperties oProps;      ///< TChangeProperty
 };
 
 /// "change": index 0 by "ID", index 1 by ("StreamID", "Time") with equal keys.
-class CChangeTable : public VDB::CTable {
+class CChangeTable : public CTableBase<CChangeTable> {
  public:
   static const VDB::TFileDef s_tFileDef;
   static const VDB::TFieldDef s_atFieldDefs[];
   static const VDB::TIndexDef s_atIndexDefs[];
-
-  const VDB::TFileDef* GetFileDef() const override { return &s_tFileDef; }
-  const VDB::TFieldDef* GetFieldDefs() const override { return s_atFieldDefs; }
-  const VDB::TIndexDef* GetIndexDefs() const override { return s_atIndexDefs; }
 };
 
 }  // namespace TALVEK::MCE

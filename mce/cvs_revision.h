@@ -9,10 +9,9 @@ namespace TALVEK::MCE {
 
 /// A CVS revision number: its components, leftmost first. A plain value; the empty number is legal.
 ///
-/// Shapes   1.5 (two components) is a trunk revision; 1.2.2.7 (even, four or more) a revision on a branch,
-/// whose
-///          number is 1.2.2 and which sprouts from 1.2; 1.2.2 (odd) a branch; 1.2.0.4 (second-last 0) the
-///          magic number under which a symbolic name records branch 1.2.4; 1.1.1 the vendor branch.
+/// Shapes   1.5 (two components) is a trunk revision; 1.2.2.7 (even, four or more) a revision on a branch
+///          whose number is 1.2.2 and which sprouts from 1.2; 1.2.2 (odd) a branch; 1.2.0.4 (second-last 0)
+///          the magic number under which a symbolic name records branch 1.2.4; 1.1.1 the vendor branch.
 struct TCVSRevision : VCM::CArray<std::uint32_t> {
   TCVSRevision() = default;
   /// Any text gives a number: it is split at the dots (empty pieces between dots count, those behind the last

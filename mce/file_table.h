@@ -3,9 +3,9 @@
 #include <array>
 #include <cstdint>
 
-#include "core/database.h"
 #include "core/path.h"
 #include "core/properties.h"
+#include "mce/table_base.h"
 
 namespace TALVEK::MCE {
 
@@ -21,15 +21,11 @@ struct TFileRecord {
 };
 
 /// "file": index 0 by "ID". Two of its fields are called "Path"; the schema is the server's.
-class CFileTable : public VDB::CTable {
+class CFileTable : public CTableBase<CFileTable> {
  public:
   static const VDB::TFileDef s_tFileDef;
   static const VDB::TFieldDef s_atFieldDefs[];
   static const VDB::TIndexDef s_atIndexDefs[];
-
-  const VDB::TFileDef* GetFileDef() const override { return &s_tFileDef; }
-  const VDB::TFieldDef* GetFieldDefs() const override { return s_atFieldDefs; }
-  const VDB::TIndexDef* GetIndexDefs() const override { return s_atIndexDefs; }
 };
 
 }  // namespace TALVEK::MCE

@@ -3,8 +3,8 @@
 #include <array>
 #include <cstdint>
 
-#include "core/database.h"
 #include "core/directory_data.h"
+#include "mce/table_base.h"
 
 namespace TALVEK::MCE {
 
@@ -20,15 +20,11 @@ struct TFolderRecord {
 };
 
 /// "folder": index 0 by "ID".
-class CFolderTable : public VDB::CTable {
+class CFolderTable : public CTableBase<CFolderTable> {
  public:
   static const VDB::TFileDef s_tFileDef;
   static const VDB::TFieldDef s_atFieldDefs[];
   static const VDB::TIndexDef s_atIndexDefs[];
-
-  const VDB::TFileDef* GetFileDef() const override { return &s_tFileDef; }
-  const VDB::TFieldDef* GetFieldDefs() const override { return s_atFieldDefs; }
-  const VDB::TIndexDef* GetIndexDefs() const override { return s_atIndexDefs; }
 };
 
 }  // namespace TALVEK::MCE

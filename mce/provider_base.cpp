@@ -44,8 +44,7 @@ CProviderBase::~CProviderBase() {
       VCM::RemoveFile(strFile);
     }
   }
-  m_poLogStream.reset();
-  m_poLogFile.reset();
+  CloseLogFile();
 }
 
 void CProviderBase::Destroy() {
@@ -115,6 +114,7 @@ void CProviderBase::CommitChanges() {
 }
 
 bool CProviderBase::UpdateChangeItemCount(unsigned int nChangeID, unsigned int nCount) {
+  if (!m_poTransaction) return false;
   VDB::CIterator<TChangeRecord> oIterator(m_oChangeTable, INDEX_CHANGE_ID, *m_poTransaction);
   m_tChange.nID = nChangeID;
   if (!oIterator.GetEqual(m_tChange)) return false;

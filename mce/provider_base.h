@@ -24,11 +24,12 @@ namespace TALVEK::MCE {
 /// adds the four pure operations and those that this class leaves abstract, and feeds AddChange or
 /// AddChangeItem.
 ///
-/// Times    Seconds since 1970 UTC; inside the database and in every comparison of the grouping unsigned
-/// 32-bit. Files    The import database "/tmp/talvek-em-PID.tdf" and ".tlf", deleted with the provider; the
-/// import log,
-///          kept for the host. One import per process at a time: the database's path hangs on the process
-///          only.
+/// Times    Seconds since 1970 UTC; in the database and in every comparison of the grouping unsigned 32-bit.
+///
+/// Files    The import database "/tmp/talvek-em-PID.tdf" and ".tlf", deleted with the provider; the import
+///          log, kept for the host. One import per process at a time: the database's path hangs on the
+///          process only.
+///
 /// Errors   Result codes and false; the reasons go to the import log. No exception but for allocation.
 /// Threads  One.
 class CProviderBase : public CProvider {
@@ -85,7 +86,7 @@ class CProviderBase : public CProvider {
   bool PrepareForChanges(bool bReset);
   /// Commits the open transaction, if there is one, and closes it and both iterators.
   void CommitChanges();
-  /// Sets "NextItem" of one change. False when there is no such change.
+  /// Sets "NextItem" of one change. False when there is no such change, or no transaction is open.
   bool UpdateChangeItemCount(unsigned int nChangeID, unsigned int nCount);
 
   // Changes.
@@ -97,8 +98,7 @@ class CProviderBase : public CProvider {
   /// Adds one file revision to the stream: into a change of the same author (and, with `bMatchComment`, the
   /// same comment) whose first item is at most 300 seconds away, else into a new change. A file never occurs
   /// twice in a change, and no item is put into a change that lies beyond the time until which an item of it,
-  /// or this one
-  /// (`nEndTime`; -1: for ever), stays current. False when the item couldn't be stored.
+  /// or this one (`nEndTime`; -1: for ever), stays current. False when the item couldn't be stored.
   bool AddChangeItem(const TStreamInfo& tStream, const VCM::CString& strUser, TChangeItemType nType,
                      const VCM::CFilePath& oPath, long nTime, const VCM::CString& strComment, int nRevision,
                      TCVSRevision oCVSRevision, bool bMatchComment, long nEndTime);
@@ -166,6 +166,7 @@ class CProviderBase : public CProvider {
   bool StoreChangeItem();
   bool FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath);
   void LogChangesOfStream(const TStreamInfo& tStream);
+  void CloseLogFile();
 
   std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
   CGroupingIndex m_oGroupingIndex;

@@ -194,6 +194,7 @@ bool CProviderBase::AddChangeItem(unsigned int nChangeID, unsigned int nItem, TC
 // else to the first item of the next change, else to the last one of all.
 bool CProviderBase::CheckForExistingItem(const TChangeRecord& tChange, const VCM::CFilePath& oPath,
                                          int& nRevision) {
+  if (!m_poChangeItemIterator) return false;
   const std::uint32_t nChangeID = tChange.nID;
   if (FindItem(nChangeID, oPath)) {
     nRevision = m_tChangeItem.nRevision;

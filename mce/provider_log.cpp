@@ -1,19 +1,22 @@
-// The import log.
+// The import log. Nothing may be said about a file that can't be written; the toolkit would tell the server's
+// standard error, hence the wxLogNull.
 
+#include <cstdarg>
 #include <ctime>
+#include <string>
 
 #include <wx/filename.h>
 #include <wx/log.h>
 
 #include "core/text_codec.h"
 #include "core/timestamp.h"
+#include "mce/log_line.h"
 #include "mce/provider_base.h"
 
 namespace TALVEK::MCE {
 
 namespace {
 
-constexpr int SECONDS_PER_HOUR = 3600;
 constexpr std::uint32_t ABSENT_TIME = 0xFFFFFFFF;
 
 VCM::CString FormatUTC(std::uint32_t nTime) {
@@ -35,21 +38,30 @@ void CProviderBase::OpenLog(bool bOpen) {
   if (m_bLogOpen) return;
   m_bLogOpen = true;
 
-  const wxLogNull oQuiet;  // the toolkit would tell failures on the server's standard error
+  const wxLogNull oQuiet;
   wxFileName oFile;
   oFile.AssignTempFileName("Talvek");
   const wxString strPath = oFile.GetFullPath();
   m_strLogPath = VCM::CString(strPath.ToStdWstring());
   // The streams of an earlier file are let go as they are: what they hold has been flushed line by line.
-  m_poLogStream.reset();
+  CloseLogFile();
   m_poLogFile = std::make_unique<wxFFileOutputStream>(strPath, "wb");
-  m_poLogStream = std::make_unique<wxTextOutputStream>(*m_poLogFile, wxEOL_NATIVE, wxConvAuto());
+  // The toolkit's checks speak up when a file is written that isn't open; without a stream the lines are lost
+  // in silence.
+  if (m_poLogFile->IsOk()) {
+    m_poLogStream = std::make_unique<wxTextOutputStream>(*m_poLogFile, wxEOL_NATIVE, wxConvAuto());
+  }
   WriteLog(L"Beginning Import with %s", m_strDisplayName.c_str());
 }
 
-VCM::CString CProviderBase::GetLogPath() {
+void CProviderBase::CloseLogFile() {
+  const wxLogNull oQuiet;
   m_poLogStream.reset();
   m_poLogFile.reset();
+}
+
+VCM::CString CProviderBase::GetLogPath() {
+  CloseLogFile();
   m_bLogOpen = false;
   return m_strLogPath;
 }
@@ -60,14 +72,10 @@ void CProviderBase::WriteLog(const wchar_t* pszFormat, ...) {
   va_start(args, pszFormat);
   m_strLastLine.FormatV(pszFormat, args);
   va_end(args);
-  const int nLength = m_strLastLine.GetLength();
-  if (nLength == 0 || m_strLastLine[nLength - 1] != L'\n') m_strLastLine += L'\n';
-  // The hour's seconds only: enough to see how long a step took, whatever day the import ran.
-  VCM::CString strPrefix;
-  strPrefix.Format(L"%d: ", static_cast<int>(std::time(nullptr) % SECONDS_PER_HOUR));
-  m_strLastLine = strPrefix + m_strLastLine;
+  m_strLastLine = MakeLogLine(m_strLastLine, std::time(nullptr));
 
   if (m_poLogStream) {
+    const wxLogNull oQuiet;
     // Through UTF-8 and back: a character that has no UTF-8 form would cost the whole line.
     const std::string strLine = VCM::ToUtf8(m_strLastLine);
     m_poLogStream->WriteString(wxString::FromUTF8(strLine.data(), strLine.size()));

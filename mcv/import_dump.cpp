@@ -3,6 +3,7 @@
 
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <iostream>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "core/descriptor.h"
 #include "core/json_text.h"
 #include "core/text_codec.h"
 #include "mcv/cvs_provider.h"
@@ -180,8 +182,11 @@ int Run(const std::vector<std::string>& astrSettings, const std::string& strImpo
 }  // namespace TALVEK::MCV
 
 int main(int argc, char** argv) {
-  // Whatever the caller's locale: the same log must give the same database.
+  TALVEK::VCM::OpenStandardDescriptors();
+  // Whatever the caller's locale and time zone: the same history must give the same database. A `cvs` client
+  // prints dates in its caller's zone, of which only whole hours are read.
   std::setlocale(LC_CTYPE, "C.UTF-8");
+  setenv("TZ", "UTC", 1);
   CLI::App oApp(
       "Prints the import database of a CVS module as JSON Lines: streams, changes, change items.\n"
       "Properties not set have their defaults; `talvek-import properties` lists them.\n"

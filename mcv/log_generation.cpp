@@ -1,5 +1,7 @@
 // Where the history comes from: `cvs rlog`, or a log saved earlier.
 
+#include <memory>
+
 #include "core/file_stream.h"
 #include "mcv/cvs_provider.h"
 

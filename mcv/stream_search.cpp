@@ -68,9 +68,22 @@ class CChangeTypes {
   bool m_bDeleted = false;
 };
 
+/// Lets go of the log also when the host's connection ends the search by an exception.
+class CLogScope {
+ public:
+  explicit CLogScope(CProvider& oProvider) : m_oProvider(oProvider) {}
+  ~CLogScope() { m_oProvider.CleanUpLog(); }
+  CLogScope(const CLogScope&) = delete;
+  CLogScope& operator=(const CLogScope&) = delete;
+
+ private:
+  CProvider& m_oProvider;
+};
+
 }  // namespace
 
 bool CProvider::SearchForStreams() {
+  const CLogScope oScope(*this);
   WriteLog(L"Generating Log");
   ReadCommandProperties();
   GenerateLog();
@@ -104,9 +117,7 @@ bool CProvider::SearchForStreams() {
   if (IsLogOpen()) DumpStreamChildren(0, L"");
   // At its end the stream is no longer "ok"; what tells a log that was read whole from one that broke off is
   // that the end has been seen.
-  const bool bReadToEnd = m_poInputStream->Eof();
-  CleanUpLog();
-  return bReadToEnd;
+  return m_poInputStream->Eof();
 }
 
 void CProvider::ProcessFileNames(const TFileInfo& tFile, TStreamInfo& tStream, bool bNested) {

@@ -85,6 +85,17 @@ TEST_F(CLossesTest, HistoryCutShortIsALoss) {
             "talvek-import: imported 1 stream, 1 changeset, 1 item; 1 loss; 0 seconds\n");
 }
 
+// "cvs [rlog aborted]: end of file from server (consult above messages if any)"
+TEST_F(CLossesTest, ClientWordsThatOnlyPointToEarlierOnesDontHideThem) {
+  Script(
+      "stream|1|0|Main\n"
+      "log|    ** ssh: Connection refused\n"
+      "log|    ** cvs: end of file from server (consult above messages if any)\n"
+      "log|Generating rlog command failed. It is so.\n");
+  EXPECT_EQ(Run("run --quiet --into target --import-log log").strError.substr(0, 74),
+            "talvek-import: the repository gives no history: ssh: Connection refused; c");
+}
+
 TEST_F(CLossesTest, ImportLogIsKeptAndNamed) {
   Script("stream|1|0|Main\nchange|1|1|joe|1|x\nitem|1|0|a|missing\n");
   const TRun tRun = Run("run --quiet --into target");

@@ -74,6 +74,16 @@ TEST_F(CPropertiesTest, OptionGoesBeforeSetAndTheLastOneWins) {
   EXPECT_NE(ReadFile(Folder() / "trace2").find("SetProperty UpsideDown=1\n"), std::string::npos);
 }
 
+// Providers start programs in other working folders than ours.
+TEST_F(CPropertiesTest, ProgramBelowTheWorkingFolderIsGivenWithItsWholePath) {
+  Script("stream|1|0|Main\n");
+  std::filesystem::create_symlink("/bin/true", Folder() / "fetch");
+  EXPECT_EQ(Run("preview --fetch-program ./fetch --trace-path trace").nStatus, 0);
+  EXPECT_NE(Trace().find("SetProperty FETCHProgram=" + (Folder() / "./fetch").string() + "\n"),
+            std::string::npos)
+      << Trace();
+}
+
 TEST_F(CPropertiesTest, EmptyValueIsAValue) {
   Script("stream|1|0|Main\n");
   EXPECT_EQ(Run("preview --fetch-program= --trace-path trace").nStatus, 0);

@@ -1,6 +1,8 @@
 #include "tests/host/host_fixture.h"
 #include "tests/support/shell.h"
 
+namespace fs = std::filesystem;
+
 namespace TALVEK::TEST {
 namespace {
 
@@ -163,9 +165,56 @@ TEST_F(CRunTest, WorkFolderStaysWithoutTheFiles) {
   EXPECT_EQ(Run("run --quiet --fast-export - --work work").nStatus, 0);
   EXPECT_EQ(Entries(Folder() / "work"),
             (std::vector<std::string>{".talvek-import-work", "Main", "REL_1", "REL_1_FIX", "V1"}));
-  EXPECT_EQ(Entries(Folder() / "work/Main"), (std::vector<std::string>{"node", "src"}));
-  EXPECT_EQ(Entries(Folder() / "work/Main/src"), std::vector<std::string>());
+  std::vector<fs::path> aoFiles;
+  for (const fs::directory_entry& oEntry : fs::recursive_directory_iterator(Folder() / "work")) {
+    if (!oEntry.is_directory()) aoFiles.push_back(oEntry.path().filename());
+  }
+  EXPECT_EQ(aoFiles, std::vector<fs::path>{".talvek-import-work"});
   EXPECT_EQ(Run("run --quiet --fast-export - --work work").nStatus, 0);
+}
+
+// Nobody waits hours to learn it.
+TEST_F(CRunTest, PlacesThatCantBeWrittenAreKnownBeforeTheHistoryIsRead) {
+  Script(SCRIPT);
+  fs::create_directory(Folder() / "folder");
+  const std::pair<const char*, const char*> atCases[] = {
+      {"--into target --import-log none/log",
+       "the import log can't go to 'none/log': its folder doesn't exist; give another file with "
+       "--import-log"},
+      {"--into target --import-log folder",
+       "the import log can't go to 'folder': it is a folder; give another file with --import-log"},
+      {"--fast-export none/stream",
+       "can't write to 'none/stream': No such file or directory; give another file with --fast-export"},
+  };
+  for (const auto& [pszOptions, pszProblem] : atCases) {
+    const TRun tRun = Run(std::string("run --quiet --trace-path trace ") + pszOptions);
+    EXPECT_EQ(tRun.nStatus, 1);
+    EXPECT_EQ(tRun.strError, std::string("talvek-import: ") + pszProblem + '\n');
+    EXPECT_EQ(Entries(Folder()), (std::vector<std::string>{"err", "folder", "out", "script", "tmp"}));
+    EXPECT_EQ(Leftovers(), std::vector<std::string>());
+  }
+}
+
+// Else the first files that the program opens for itself would get its output and its messages.
+TEST_F(CRunTest, MissingStandardDescriptorsAreNotTakenByFiles) {
+  Script(SCRIPT);
+  const std::string strProvider =
+      std::string(" --import-log log --set ScriptPath=script --provider fake --provider-path ") +
+      TALVEK_FAKE_FOLDER;
+  const TRun tOutput = RunPlain("run --quiet --fast-export -" + strProvider, "sh -c '\"$@\" >&-' sh");
+  EXPECT_EQ(tOutput.nStatus, 1);
+  EXPECT_EQ(tOutput.strError, "talvek-import: can't write to standard output: Bad file descriptor\n");
+  EXPECT_EQ(RunPlain("run --into target" + strProvider, "sh -c '\"$@\" <&- >&- 2>&-' sh").nStatus, 0);
+  EXPECT_EQ(Git("target", "rev-list --count main"), "4\n");
+}
+
+TEST_F(CRunTest, ImportLogGoesThroughALink) {
+  Script(SCRIPT);
+  fs::create_symlink("elsewhere", Folder() / "log");
+  EXPECT_EQ(Run("run --quiet --into target --import-log log").nStatus, 0);
+  EXPECT_TRUE(fs::is_symlink(Folder() / "log"));
+  EXPECT_TRUE(fs::exists(Folder() / "elsewhere"));
+  EXPECT_EQ(Leftovers(), std::vector<std::string>());
 }
 
 TEST_F(CRunTest, NamesThatGitRefusesAreChangedAndReported) {

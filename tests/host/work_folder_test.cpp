@@ -77,6 +77,28 @@ TEST(WorkFolderTest, ClearingFollowsNoLink) {
   EXPECT_FALSE(fs::is_symlink(oFolder / "stream/link"));
 }
 
+TEST(WorkFolderTest, EmptyingKeepsTheFolderAndFollowsNoLink) {
+  const CTempFolder oFolder;
+  WriteFile(oFolder / "outside/file", "");
+  WriteFile(oFolder / "stream/a/CVS/Entries", "");
+  WriteFile(oFolder / "stream/b", "");
+  fs::create_symlink("../outside", oFolder / "stream/link");
+  CWorkFolder::EmptyFolder(oFolder / "stream");
+  CWorkFolder::EmptyFolder(oFolder / "none");
+  EXPECT_TRUE(fs::is_empty(oFolder / "stream"));
+  EXPECT_TRUE(fs::exists(oFolder / "outside/file"));
+}
+
+TEST(WorkFolderTest, APathIsThereWhateverItIs) {
+  const CTempFolder oFolder;
+  WriteFile(oFolder / "a/file", "");
+  fs::create_symlink("nowhere", oFolder / "link");
+  for (const char* pszPath : {"a", "a/file", "link"})
+    EXPECT_TRUE(CWorkFolder::HasPath(oFolder.Path(), pszPath)) << pszPath;
+  for (const char* pszPath : {"b", "a/b", "a/file/c", "../a", ""})
+    EXPECT_FALSE(CWorkFolder::HasPath(oFolder.Path(), pszPath)) << pszPath;
+}
+
 TEST(WorkFolderTest, FolderOfAnEarlierRunIsEmptiedAndUsedAgain) {
   const CTempFolder oFolder;
   const fs::path oPath = oFolder / "work";

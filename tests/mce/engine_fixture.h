@@ -121,16 +121,22 @@ class CEngine : public MCE::CProviderBase {
 
   // What tests look at or set.
   using CProviderBase::m_atStreams;
+  using CProviderBase::m_bFirstCapability;
+  using CProviderBase::m_bSecondCapability;
   using CProviderBase::m_nChangesAdded;
   using CProviderBase::m_oChangeItemTable;
   using CProviderBase::m_oChangeTable;
   using CProviderBase::m_oProperties;
+  using CProviderBase::m_oReposView;
   using CProviderBase::m_oWorkFolder;
   using CProviderBase::m_poChangeItemIterator;
   using CProviderBase::m_poChangeIterator;
   using CProviderBase::m_poDatabase;
   using CProviderBase::m_poTransaction;
   using CProviderBase::m_strDatabasePath;
+  using CProviderBase::m_strDescription;
+  using CProviderBase::m_strDisplayName;
+  using CProviderBase::m_strName;
   using CProviderBase::m_tChange;
   using CProviderBase::m_tChangeItem;
   using CProviderBase::m_tCurrentStream;

@@ -32,6 +32,16 @@ TEST(GroupingTest, WindowHoldsItsBordersOnEitherSide) {
   }
 }
 
+// The first item is near enough, but the change has moved away with its second.
+TEST(GroupingTest, ChangeThatHasMovedBeyondTheWindowTakesNoEarlierItem) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("b.c").At(1299);
+  oEngine.Add("c.c").At(998);
+  oEngine.Add("d.c").At(999);
+  EXPECT_EQ(oEngine.Changes(), "999 joe: c.c d.c\n1299 joe: a.c b.c\n");
+}
+
 TEST(GroupingTest, AuthorsThatDifferOnlyInCaseAreGrouped) {
   CEngine oEngine;
   oEngine.Add("a.c").By("Joe").At(1000);
@@ -44,6 +54,21 @@ TEST(GroupingTest, AuthorsAreFoldedBeyondAscii) {
   oEngine.Add("a.c").By("Øle").At(1000);
   oEngine.Add("b.c").By("øLE").At(1010);
   EXPECT_EQ(oEngine.Changes(), "1010 Øle: a.c b.c\n");
+}
+
+TEST(GroupingTest, CommentsThatDifferOnlyInCaseMatchAndTheFirstStays) {
+  CEngine oEngine;
+  oEngine.Add("a.c").Saying("Fix. Ärger").At(1000);
+  oEngine.Add("b.c").Saying("FIX. äRGER").At(1010);
+  EXPECT_EQ(oEngine.Changes(), "1010 joe: a.c b.c\n");
+  EXPECT_EQ(oEngine.Comments(), "[Fix. Ärger]");
+}
+
+TEST(GroupingTest, FilesThatDifferInCaseAreTwoFiles) {
+  CEngine oEngine;
+  oEngine.Add("readme").At(1000);
+  oEngine.Add("README").At(1001);
+  EXPECT_EQ(oEngine.Changes(), "1001 joe: readme README\n");
 }
 
 TEST(GroupingTest, OtherAuthorsStreamsAndCommentsStayApart) {
@@ -84,6 +109,52 @@ TEST(GroupingTest, SameFileTwiceWithHigherRankGoesOneSecondAfterTheChange) {
   oEngine.Add("b.c").Ranked(1).At(1100);
   oEngine.Add("a.c").Ranked(2).At(1050);
   EXPECT_EQ(oEngine.Changes(), "1100 joe: a.c b.c\n1101 joe: a.c\n");
+}
+
+TEST(GroupingTest, SameFileTwiceWithLowerRankGoesBeforeTheChange) {
+  CEngine oEngine;
+  oEngine.Add("a.c").Ranked(2).At(1000);
+  oEngine.Add("a.c").Ranked(1).At(1000);
+  EXPECT_EQ(oEngine.Changes(), "999 joe: a.c\n1000 joe: a.c\n");
+}
+
+TEST(GroupingTest, AdjustedTimeIsTheNewChangesBaseTimeAndItsItemsTime) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("a.c").Until(3000).At(1020);
+  EXPECT_EQ(oEngine.m_tChange.nTime, 1019u);
+  EXPECT_EQ(oEngine.m_tChange.oProps.GetNumber(MCE::CHANGE_BASE_TIME, 0), 1019u);
+  EXPECT_EQ(oEngine.m_tChange.oProps.GetNumber(MCE::CHANGE_MAX_TIME, 0), 3000u);
+  EXPECT_EQ(oEngine.m_tChangeItem.oTimestamp.GetUTC(), 1019);
+}
+
+TEST(GroupingTest, ItemThatJoinsKeepsItsOwnTime) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.Add("b.c").At(950);
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c b.c\n");
+  EXPECT_EQ(oEngine.m_tChangeItem.oTimestamp.GetUTC(), 950);
+}
+
+TEST(GroupingTest, OpenedChangeTakesNothingFromTheOneBefore) {
+  CEngine oEngine;
+  oEngine.AddChange(42, 1, L"joe", L"work", 1000);
+  oEngine.m_tChange.oProps.SetProperty(9, 9u);
+  oEngine.m_tChangeItem.oProps.SetProperty(9, 9u);
+  oEngine.Add("a.c").At(9000);
+  EXPECT_EQ(oEngine.m_tChange.nID, 2u);
+  EXPECT_EQ(oEngine.m_tChange.nProviderID, 0u);
+  EXPECT_EQ(oEngine.m_tChange.oProps.GetCount(), 2);
+  EXPECT_EQ(oEngine.m_tChangeItem.oProps.GetCount(), 1);
+  EXPECT_EQ(oEngine.m_nChangesAdded, 2u);
+}
+
+// A change that was added as it is has no base time.
+TEST(GroupingTest, ChangeWithoutGroupingTakesNoItem) {
+  CEngine oEngine;
+  oEngine.AddChange(0, 1, L"joe", L"work", 1000);
+  oEngine.Add("a.c").At(1000);
+  EXPECT_EQ(oEngine.Changes(), "1000 joe:\n1000 joe: a.c\n");
 }
 
 TEST(GroupingTest, RanksCompareAsSignedNumbers) {
@@ -134,6 +205,35 @@ TEST(GroupingTest, FirstMatchingChangeInOrderOfTimeAndIdIsTaken) {
   EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c\n1000 joe: a.c b.c\n");
 }
 
+// Before 300 the window's lower end wraps around, and from 2^32 - 300 on its upper end does.
+TEST(GroupingTest, ItemsWhoseWindowWrapsAroundAreNeverGrouped) {
+  const struct {
+    long nTime;
+    const char* pszExpected;
+  } atCases[] = {
+      {299, "299 joe: a.c\n299 joe: b.c\n"},
+      {300, "300 joe: a.c b.c\n"},
+      {4294966995, "4294966995 joe: a.c b.c\n"},
+      {4294966996, "4294966996 joe: a.c\n4294966996 joe: b.c\n"},
+  };
+  for (const auto& tCase : atCases) {
+    CEngine oEngine;
+    oEngine.Add("a.c").At(tCase.nTime);
+    oEngine.Add("b.c").At(tCase.nTime);
+    EXPECT_EQ(oEngine.Changes(), tCase.pszExpected);
+  }
+}
+
+TEST(GroupingTest, TimesAreReducedTo32Bits) {
+  constexpr long BEYOND = 4294967296L;
+  CEngine oEngine;
+  oEngine.Add("a.c").Until(BEYOND + 1100).At(BEYOND + 1000);
+  oEngine.Add("b.c").At(1099);
+  oEngine.Add("c.c").At(1100);
+  EXPECT_EQ(oEngine.Changes(), "1099 joe: a.c b.c\n1100 joe: c.c\n");
+  EXPECT_EQ(oEngine.FindNearestChange(Stream(1, 0, L"s"), BEYOND + 1099), 1u);
+}
+
 // At time 0 the window's lower end wraps around to the far end of unsigned time, where no change is.
 TEST(GroupingTest, ItemsAtTimeZeroAreNeverGrouped) {
   CEngine oEngine;
@@ -167,6 +267,61 @@ TEST(GroupingTest, ItemWithoutRevisionNumberHasAnEmptyOne) {
   EXPECT_TRUE(oEngine.m_tChangeItem.oProps.GetProperty(MCE::ITEM_FOREIGN_REVISION, strRevision));
   EXPECT_TRUE(strRevision.IsEmpty());
   EXPECT_EQ(oEngine.m_tChange.oProps.GetNumber(MCE::CHANGE_MAX_TIME, 0), 4294967295u);
+}
+
+TEST(GroupingTest, RankedItemJoinsWhateverItsComment) {
+  CEngine oEngine;
+  VCM::CFilePath oPath;
+  oPath.Parse(L"b.c");
+  oEngine.Add("a.c").Saying("One").At(1000);
+  ASSERT_TRUE(
+      oEngine.AddChangeItem(Stream(1, 0, L"Main"), L"joe", MCE::CHANGE_ITEM_ADD, oPath, 1000, L"Two", 5));
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c b.c\n");
+  EXPECT_EQ(oEngine.m_tChangeItem.nRevision, 5);
+}
+
+TEST(GroupingTest, NumberedItemHasNoRankAndNeedsTheSameComment) {
+  CEngine oEngine;
+  const CEngine::TStreamInfo tMain = Stream(1, 0, L"Main");
+  VCM::CFilePath oPath;
+  oPath.Parse(L"b.c");
+  const MCE::TCVSRevision oRevision(L"1.2");
+  oEngine.Add("a.c").Saying("One").At(1000);
+  ASSERT_TRUE(
+      oEngine.AddChangeItem(tMain, L"joe", MCE::CHANGE_ITEM_READD, oPath, 1000, L"Two", oRevision, 2000));
+  EXPECT_EQ(oEngine.m_tChange.oProps.GetNumber(MCE::CHANGE_MAX_TIME, 0), 2000u);
+  ASSERT_TRUE(
+      oEngine.AddChangeItem(tMain, L"joe", MCE::CHANGE_ITEM_READD, oPath, 1000, L"One", oRevision, 2000));
+  EXPECT_EQ(oEngine.m_tChangeItem.nType, 3u);
+  EXPECT_EQ(oEngine.m_tChangeItem.nRevision, 0);
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c b.c\n1000 joe: b.c\n");
+}
+
+TEST(GroupingTest, ItemWithoutGroupingHasTheTimeOfTheOneBefore) {
+  CEngine oEngine;
+  VCM::CFilePath oPath;
+  oPath.Parse(L"b.c");
+  oEngine.Add("a.c").At(1000);
+  ASSERT_TRUE(oEngine.AddChangeItem(1u, 2u, MCE::CHANGE_ITEM_ADD, oPath, 0u));
+  EXPECT_EQ(oEngine.m_tChangeItem.oTimestamp.GetUTC(), 1000);
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c b.c\n");
+}
+
+TEST(GroupingTest, ExistingItemIsTheFirstOfItsPathInThatChange) {
+  CEngine oEngine;
+  VCM::CFilePath oPath;
+  oPath.Parse(L"a.c");
+  oEngine.AddChangeItem(1u, 1u, MCE::CHANGE_ITEM_ADD, oPath, 7u);
+  oEngine.AddChangeItem(1u, 2u, MCE::CHANGE_ITEM_ADD, oPath, 8u);
+  oEngine.AddChangeItem(3u, 1u, MCE::CHANGE_ITEM_ADD, oPath, 9u);
+  MCE::TChangeRecord tChange;
+  int nRevision = -1;
+  tChange.nID = 1;
+  EXPECT_TRUE(oEngine.CheckForExistingItem(tChange, oPath, nRevision));
+  EXPECT_EQ(nRevision, 7);
+  tChange.nID = 2;
+  EXPECT_FALSE(oEngine.CheckForExistingItem(tChange, oPath, nRevision));
+  EXPECT_EQ(nRevision, 7);
 }
 
 TEST(GroupingTest, ItemWithoutGroupingKeepsTheNumbersGiven) {

@@ -13,6 +13,7 @@
 #include "mce/file_table.h"
 #include "mce/folder_table.h"
 #include "tests/mce/engine_fixture.h"
+#include "tests/support/slots.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -92,6 +93,69 @@ TEST(RecordTest, CloneAndCopyFromTakeEveryField) {
   EXPECT_EQ(tCopy.oProps.GetNumber(0, 0), 6u);
 }
 
+TEST(RecordTest, CloneAndCopyFromTakeEveryFieldOfAnItem) {
+  MCE::TChangeItemRecord tItem;
+  tItem.nID = 1;
+  tItem.nItem = 2;
+  tItem.nType = 3;
+  tItem.oFilePath.Parse(L"dir/a.c");
+  tItem.nRevision = -4;
+  tItem.oProps.SetProperty(1, L"1.5");
+  tItem.oTimestamp.Set(6);
+  auto* ptClone = static_cast<MCE::TChangeItemRecord*>(tItem.Clone());
+  MCE::TChangeItemRecord tCopy;
+  EXPECT_EQ(&tCopy.CopyFrom(ptClone), &tCopy);
+  ptClone->Delete();
+  tCopy.CopyFrom(&tCopy);
+  EXPECT_EQ(tCopy.nID, 1u);
+  EXPECT_EQ(tCopy.nItem, 2u);
+  EXPECT_EQ(tCopy.nType, 3u);
+  EXPECT_TRUE(tCopy.oFilePath.GeneratePath() == L"dir/a.c");
+  EXPECT_EQ(tCopy.nRevision, -4);
+  EXPECT_EQ(tCopy.oProps, tItem.oProps);
+  EXPECT_EQ(tCopy.oTimestamp.GetUTC(), 6);
+}
+
+TEST(RecordTest, FilesAndFoldersAreValues) {
+  MCE::TFileRecord tFile;
+  EXPECT_EQ(tFile.nID, 0u);
+  tFile.nID = 1;
+  tFile.oPath.Parse(L"a.c");
+  tFile.oProps.SetProperty(0, 2u);
+  const MCE::TFileRecord tFileCopy = tFile;
+  EXPECT_EQ(tFileCopy.nID, 1u);
+  EXPECT_EQ(tFileCopy.oPath, tFile.oPath);
+  EXPECT_EQ(tFileCopy.oProps, tFile.oProps);
+
+  MCE::TFolderRecord tFolder;
+  EXPECT_EQ(tFolder.nID, 0u);
+  tFolder.nID = 3;
+  tFolder.oFolders.AddEntry(L"dir");
+  tFolder.oFiles.AddEntry(L"a.c");
+  MCE::TFolderRecord tFolderCopy;
+  tFolderCopy = tFolder;
+  EXPECT_EQ(tFolderCopy.nID, 3u);
+  EXPECT_EQ(tFolderCopy.oFolders, tFolder.oFolders);
+  EXPECT_EQ(tFolderCopy.oFiles, tFolder.oFiles);
+}
+
+// Slots 0 and 1 are the destructor's two forms.
+TEST(RecordTest, NullRecordCanBeDeleted) {
+  constexpr std::size_t SLOT_DELETE = 3;
+  const MCE::TChangeRecord tChange;
+  const MCE::TChangeItemRecord tItem;
+  Slot<void(void*)>(&tChange, SLOT_DELETE)(nullptr);
+  Slot<void(void*)>(&tItem, SLOT_DELETE)(nullptr);
+}
+
+TEST(SchemaTest, DefinitionsStandInSlotsTwoToFour) {
+  using TGetDefinition = const void*(const void*);
+  const MCE::CChangeTable oTable;
+  EXPECT_EQ(Slot<TGetDefinition>(&oTable, 2)(&oTable), &MCE::CChangeTable::s_tFileDef);
+  EXPECT_EQ(Slot<TGetDefinition>(&oTable, 3)(&oTable), MCE::CChangeTable::s_atFieldDefs);
+  EXPECT_EQ(Slot<TGetDefinition>(&oTable, 4)(&oTable), MCE::CChangeTable::s_atIndexDefs);
+}
+
 TEST(ImportDatabaseTest, ProviderWithoutChangesLeavesNoFiles) {
   { CEngine oEngine; }
   EXPECT_FALSE(DatabaseFilesExist());
@@ -122,6 +186,48 @@ TEST(ImportDatabaseTest, SecondCommitDoesNothing) {
   EXPECT_EQ(oEngine.m_poChangeIterator, nullptr);
   oEngine.CommitChanges();
   EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c\n");
+}
+
+TEST(ImportDatabaseTest, CommitLeavesTheTablesOpen) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.CommitChanges();
+  EXPECT_TRUE(oEngine.m_oChangeTable.IsOpen());
+  EXPECT_TRUE(oEngine.m_oChangeItemTable.IsOpen());
+  EXPECT_EQ(oEngine.m_poChangeItemIterator, nullptr);
+}
+
+TEST(ImportDatabaseTest, ChangesAndItemsCanBeAddedAfterACommit) {
+  CEngine oEngine;
+  VCM::CFilePath oPath;
+  oPath.Parse(L"c.c");
+  oEngine.Add("a.c").At(1000);
+  oEngine.CommitChanges();
+  oEngine.Add("b.c").At(1010);
+  oEngine.CommitChanges();
+  EXPECT_TRUE(oEngine.AddChangeItem(1u, 3u, MCE::CHANGE_ITEM_ADD, oPath, 0u));
+  oEngine.CommitChanges();
+  EXPECT_EQ(oEngine.AddChange(0, 1, L"joe", L"later", 2000), 2u);
+  EXPECT_EQ(oEngine.Changes(), "1010 joe: a.c b.c c.c\n2000 joe:\n");
+}
+
+TEST(ImportDatabaseTest, WalkAndSearchMakeTheDatabase) {
+  {
+    CEngine oEngine;
+    MCE::CProvider::TChangeInfo tChange;
+    EXPECT_EQ(oEngine.OnFirstChangeset(tChange), MCE::RESULT_END);
+    EXPECT_TRUE(DatabaseFilesExist());
+  }
+  {
+    CEngine oEngine;
+    EXPECT_EQ(oEngine.FindNearestChange(Stream(1, 0, L"Main"), 1000), 0u);
+    EXPECT_TRUE(DatabaseFilesExist());
+  }
+  CEngine oEngine;
+  unsigned nCount = 77;
+  EXPECT_EQ(oEngine.EstablishChangesets(nCount), MCE::RESULT_OK);
+  EXPECT_EQ(nCount, 0u);
+  EXPECT_TRUE(DatabaseFilesExist());
 }
 
 TEST(ImportDatabaseTest, CommitWithoutDatabaseDoesNothing) {
@@ -178,6 +284,22 @@ TEST(ImportDatabaseTest, ItemCountOfUnknownChangeIsNotWritten) {
   EXPECT_TRUE(oEngine.UpdateChangeItemCount(1, 7));
   EXPECT_EQ(oEngine.m_tChange.nID, 1u);
   oEngine.VisitChanges(1, [](const MCE::TChangeRecord& tChange) { EXPECT_EQ(tChange.nNextItem, 7u); });
+}
+
+TEST(ImportDatabaseTest, NothingIsFoundOrChangedWithoutATransaction) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  MCE::TChangeRecord tChange = oEngine.m_tChange;
+  VCM::CFilePath oPath;
+  oPath.Parse(L"a.c");
+  int nRevision = 77;
+  EXPECT_TRUE(oEngine.CheckForExistingItem(tChange, oPath, nRevision));
+  oEngine.CommitChanges();
+  EXPECT_FALSE(oEngine.UpdateChangeItemCount(1, 7));
+  nRevision = 77;
+  EXPECT_FALSE(oEngine.CheckForExistingItem(tChange, oPath, nRevision));
+  EXPECT_EQ(nRevision, 77);
+  oEngine.VisitChanges(1, [](const MCE::TChangeRecord& tFound) { EXPECT_EQ(tFound.nNextItem, 2u); });
 }
 
 TEST(ImportDatabaseTest, WithoutDatabaseNothingSucceeds) {

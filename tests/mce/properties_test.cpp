@@ -1,8 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
 #include "core/file_system.h"
 #include "core/text_codec.h"
 #include "tests/mce/engine_fixture.h"
+#include "tests/support/slots.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -68,11 +74,37 @@ TEST(ProviderBaseTest, InstanceIsTheProviderConstructedLast) {
   EXPECT_EQ(MCE::CProviderBase::s_poInstance, &oSecond);
 }
 
+TEST(ProviderBaseTest, InstanceIsNotClearedWhenItsProviderEnds) {
+  auto* poEngine = new CEngine;
+  const auto nAddress = reinterpret_cast<std::uintptr_t>(static_cast<MCE::CProviderBase*>(poEngine));
+  poEngine->Destroy();
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(MCE::CProviderBase::s_poInstance), nAddress);
+}
+
+TEST(ProviderBaseTest, NullProviderCanBeDestroyed) {
+  constexpr std::size_t SLOT_DESTROY = 0;
+  const CEngine oEngine;
+  Slot<void(void*)>(&oEngine, SLOT_DESTROY)(nullptr);
+}
+
+// A host reads the members in place.
+TEST(ProviderBaseTest, IdentityFollowsTheRepositoryView) {
+  CEngine oEngine;
+  const std::vector<const void*> apMembers = {&oEngine.m_oReposView,       &oEngine.m_strName,
+                                              &oEngine.m_strDisplayName,   &oEngine.m_strDescription,
+                                              &oEngine.m_bFirstCapability, &oEngine.m_bSecondCapability};
+  EXPECT_TRUE(std::is_sorted(apMembers.begin(), apMembers.end(), std::less<>()));
+  EXPECT_EQ(apMembers[0], reinterpret_cast<const char*>(&oEngine) + sizeof(void*));
+  EXPECT_TRUE(oEngine.m_oReposView.IsEmpty());
+}
+
 TEST(ProviderBaseTest, ConstructorHandsOverTheIdentity) {
   CEngine oEngine;
   EXPECT_TRUE(oEngine.GetName() == L"test");
   EXPECT_TRUE(oEngine.GetDisplayName() == L"Test");
   EXPECT_TRUE(oEngine.GetDescription() == L"Streams of a test");
+  EXPECT_FALSE(oEngine.m_bFirstCapability);
+  EXPECT_TRUE(oEngine.m_bSecondCapability);
 }
 
 TEST(ProviderBaseTest, AnyPropertyValueIsValid) {

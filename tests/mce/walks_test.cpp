@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 
@@ -91,6 +92,34 @@ TEST_F(WalkTest, FailedSearchIsTriedAgain) {
   EXPECT_EQ(m_oEngine.EstablishStreams(nCount), MCE::RESULT_OK);
 }
 
+TEST_F(WalkTest, SearchBeginsWithAnEmptyList) {
+  m_oEngine.m_atStreams.Add(Stream(1, 0, L"left over"));
+  unsigned nCount = 0;
+  EXPECT_EQ(m_oEngine.EstablishStreams(nCount), MCE::RESULT_OK);
+  EXPECT_EQ(nCount, 4u);
+}
+
+TEST_F(WalkTest, WalkSearchesByItselfWithoutEmptyingTheList) {
+  m_oEngine.m_atStreams.Add(Stream(9, 0, L"kept"));
+  EXPECT_EQ(Children(m_oEngine, 0), "kept Main ");
+  EXPECT_EQ(m_oEngine.m_nSearches, 1);
+  m_oEngine.ResetStreams();
+  EXPECT_EQ(m_oEngine.m_atStreams.GetCount(), 0);
+  EXPECT_EQ(Children(m_oEngine, 0), "Main ");
+  EXPECT_EQ(m_oEngine.m_nSearches, 2);
+}
+
+TEST_F(WalkTest, PositionIsTheIndexOfTheNextStreamToLookAt) {
+  MCE::POSITION* poPosition = nullptr;
+  TStreamInfo tStream;
+  ASSERT_EQ(m_oEngine.GetNextStream(poPosition, tStream, 2), MCE::RESULT_OK);
+  EXPECT_EQ(reinterpret_cast<std::intptr_t>(poPosition), 3);
+  poPosition = reinterpret_cast<MCE::POSITION*>(4L);
+  EXPECT_EQ(m_oEngine.GetNextStream(poPosition, tStream, 2), MCE::RESULT_END);
+  EXPECT_EQ(reinterpret_cast<std::intptr_t>(poPosition), 4);
+  EXPECT_TRUE(tStream.strName == L"C");
+}
+
 TEST_F(WalkTest, NoStreamsIsAFailureEveryTime) {
   m_oEngine.m_atFound.clear();
   unsigned nCount = 0;
@@ -119,6 +148,10 @@ TEST_F(WalkTest, ChangesetsAreEnumeratedOnceAndCounted) {
   EXPECT_EQ(m_oEngine.EstablishChangesets(nCount), MCE::RESULT_OK);
   EXPECT_EQ(m_oEngine.EstablishChangesets(nCount), MCE::RESULT_OK);
   EXPECT_EQ(nCount, 2u);
+  EXPECT_EQ(m_oEngine.m_nEnumerations, 1);
+  EXPECT_EQ(m_oEngine.m_poTransaction, nullptr);  // committed
+  m_oEngine.ResetStreams();
+  EXPECT_EQ(m_oEngine.EstablishChangesets(nCount), MCE::RESULT_OK);
   EXPECT_EQ(m_oEngine.m_nEnumerations, 1);
 }
 
@@ -149,6 +182,41 @@ TEST_F(WalkTest, ChangesetsOfTheStreamComeInOrderOfTime) {
   EXPECT_EQ(m_oEngine.OnNextChangeset(tChange), MCE::RESULT_END);
   Begin(4);
   EXPECT_EQ(m_oEngine.OnFirstChangeset(tChange), MCE::RESULT_END);
+}
+
+TEST_F(WalkTest, FirstChangesetBeginsTheWalkAgain) {
+  unsigned nCount = 0;
+  m_oEngine.EstablishStreams(nCount);
+  m_oEngine.Add("a.c").At(1000);
+  m_oEngine.Add("b.c").At(9000);
+  Begin(1);
+  TChangeInfo tChange;
+  m_oEngine.OnFirstChangeset(tChange);
+  m_oEngine.OnNextChangeset(tChange);
+  ASSERT_EQ(m_oEngine.OnFirstChangeset(tChange), MCE::RESULT_OK);
+  EXPECT_EQ(tChange.nTime, 1000);
+}
+
+TEST_F(WalkTest, WalkWithoutABeginningIsAtItsEnd) {
+  TChangeInfo tChange;
+  TChangeItemInfo tItem;
+  EXPECT_EQ(m_oEngine.OnNextChangeset(tChange), MCE::RESULT_END);
+  EXPECT_EQ(m_oEngine.OnFirstChangeItem(tItem), MCE::RESULT_END);
+  EXPECT_EQ(m_oEngine.OnNextChangeItem(tItem), MCE::RESULT_END);
+}
+
+TEST_F(WalkTest, ChangeWithoutItemsHasNoFirstItem) {
+  unsigned nCount = 0;
+  m_oEngine.EstablishStreams(nCount);
+  m_oEngine.AddChange(0, 1, L"joe", L"empty", 1000);
+  m_oEngine.Add("a.c").At(9000);
+  Begin(1);
+  TChangeInfo tChange;
+  TChangeItemInfo tItem;
+  ASSERT_EQ(m_oEngine.OnFirstChangeset(tChange), MCE::RESULT_OK);
+  EXPECT_EQ(tChange.nItemCount, 0u);
+  EXPECT_EQ(m_oEngine.OnFirstChangeItem(tItem), MCE::RESULT_END);
+  EXPECT_EQ(m_oEngine.m_astrTargets, std::vector<std::string>());
 }
 
 TEST_F(WalkTest, TimesBeyond2038ArePositive) {
@@ -201,6 +269,22 @@ TEST_F(ItemWalkTest, ItemsOfTheChangeComeWithTheirFoldersAndTargets) {
   const std::string strFolder = m_oFolder.Path().string();
   EXPECT_EQ(m_oEngine.m_astrTargets,
             (std::vector<std::string>{strFolder + "/top.c", strFolder + "/dir/sub/deep.c"}));
+}
+
+TEST_F(ItemWalkTest, FirstItemBeginsTheWalkAgain) {
+  m_oEngine.OnFirstChangeItem(m_tItem);
+  m_oEngine.OnNextChangeItem(m_tItem);
+  ASSERT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_OK);
+  EXPECT_TRUE(m_tItem.oFilePath.GeneratePath() == L"top.c");
+}
+
+TEST_F(ItemWalkTest, ItemCarriesTheRankAsASignedNumber) {
+  m_oEngine.Add("ranked.c").Ranked(-3).At(50000);
+  Begin(1);
+  m_oEngine.OnFirstChangeset(m_tChange);
+  m_oEngine.OnNextChangeset(m_tChange);
+  ASSERT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_OK);
+  EXPECT_EQ(m_tItem.nRevision, -3);
 }
 
 TEST_F(ItemWalkTest, ProcessingAChangeRetrievesTheOneThatTheWalkStandsOn) {

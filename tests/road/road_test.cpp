@@ -284,6 +284,21 @@ TEST(RoadTest, TagsHoldWhatCvsExports) {
   }
 }
 
+// The client prints the dates of a log in its caller's zone, and of a zone only whole hours are read.
+TEST(RoadTest, LiveHistoryIsTheSameInEveryTimeZone) {
+  const std::string strRoot = ShellQuote(TALVEK_EXAMPLE_REPOSITORY);
+  const std::string strCommands[] = {
+      TALVEK_BIN_DIR "/import-dump --set ModuleName=calculator --set ReposPath=" + strRoot,
+      TALVEK_BIN_DIR "/talvek-import preview --quiet --format jsonl --module-name calculator --repos-path " +
+          strRoot};
+  for (const std::string& strCommand : strCommands) {
+    const std::string strUtc = ShellOutput("TZ=UTC " + strCommand);
+    for (const char* pszZone : {"Asia/Kolkata", "America/New_York", "Pacific/Kiritimati"}) {
+      EXPECT_EQ(ShellOutput(std::string("TZ=") + pszZone + " " + strCommand), strUtc) << pszZone;
+    }
+  }
+}
+
 TEST(RoadTest, RepositoryIsSoundAndCheckedOut) {
   Git("fsck --strict");
   EXPECT_EQ(Git("status --porcelain"), "");

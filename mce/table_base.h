@@ -1,0 +1,31 @@
+#pragma once
+
+#include "core/database.h"
+
+namespace TALVEK::MCE {
+
+/// Base of a table class that keeps its definitions in static members: s_tFileDef, s_atFieldDefs,
+/// s_atIndexDefs.
+template <class TTable>
+class CTableBase : public VDB::CTable {
+ public:
+  const VDB::TFileDef* GetFileDef() const override { return &TTable::s_tFileDef; }
+  const VDB::TFieldDef* GetFieldDefs() const override { return TTable::s_atFieldDefs; }
+  const VDB::TIndexDef* GetIndexDefs() const override { return TTable::s_atIndexDefs; }
+};
+
+/// Base of a record class that is handled by pointer: copies and deletes it as what it is.
+template <class TRecord>
+struct TTableRecord : VDB::TRecordBase {
+  VDB::TRecordBase* Clone() const override { return new TRecord(static_cast<const TRecord&>(*this)); }
+  void Delete() override {
+    // Through a volatile copy, or the compiler takes the test for granted: callers may hold no record at all.
+    TTableRecord* volatile poRecord = this;
+    if (poRecord) delete poRecord;
+  }
+  VDB::TRecordBase& CopyFrom(const VDB::TRecordBase* poOther) override {
+    return static_cast<TRecord&>(*this) = *static_cast<const TRecord*>(poOther);
+  }
+};
+
+}  // namespace TALVEK::MCE

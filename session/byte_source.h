@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace TALVEK::SESSION {
+
+/// Where a reply comes from.
+class IByteSource {
+ public:
+  virtual ~IByteSource() = default;
+  /// The next bytes, one at least. Throws EBrokenConnection at the end, EFailure when none come in time.
+  virtual std::string Read() = 0;
+};
+
+/// Cuts what comes from a source into lines and blocks. A line is bounded, so that a server which never ends
+/// one can't fill the memory.
+class CReplyReader {
+ public:
+  explicit CReplyReader(IByteSource& oSource) : m_oSource(oSource) {}
+
+  /// The next line, without its end. Throws EFailure for one that is too long or holds a NUL.
+  std::string ReadLine();
+  /// Hands the next `nBytes` bytes to `fnTake`, piece by piece.
+  void ReadBytes(std::uint64_t nBytes, const std::function<void(std::string_view)>& fnTake);
+
+ private:
+  IByteSource& m_oSource;
+  std::string m_strPending;
+  std::size_t m_nUsed = 0;
+};
+
+}  // namespace TALVEK::SESSION

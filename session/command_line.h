@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "session/cvs_root.h"
+
+namespace TALVEK::SESSION {
+
+/// A checkout of one revision of one file into a named folder: what this program does itself.
+struct TCheckout {
+  TRoot tRoot;
+  std::string strQuiet;  ///< "-q", "-Q" or empty
+  bool bReadOnly = false;
+  int nCompression = 0;     ///< 0 to 9
+  std::string strRevision;  ///< digits and dots
+  std::string strFolder;    ///< plain names joined by "/", below the working folder
+  std::string strFile;      ///< plain names joined by "/", the module first; at least two
+};
+
+/// Shape    `astrWords` is the command line after the program's name, `strCvsrc` the text of ~/.cvsrc.
+/// Returns  Nothing for any other command line, however slightly it differs: the client does that.
+std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrWords,
+                                          std::string_view strCvsrc);
+
+/// True for names joined by "/" that stay below where they start, and name no folder of the client's own.
+bool IsPlainPath(std::string_view strPath);
+
+/// The folder part of a path, without the slash; empty when it has none.
+std::string FolderOf(std::string_view strPath);
+/// The part behind the last slash.
+std::string NameOf(std::string_view strPath);
+
+}  // namespace TALVEK::SESSION

@@ -1,0 +1,92 @@
+#include "session/conversation.h"
+
+#include <unistd.h>
+
+#include "session/failure.h"
+#include "session/session_process.h"
+
+namespace TALVEK::SESSION {
+
+namespace {
+
+/// A session can end between finding it and asking it: when its idle time is over, or its server.
+constexpr int MAX_TRIES = 4;
+
+}  // namespace
+
+CConversation::CConversation(const TCheckout& tCheckout, const TCaller& tCaller)
+    : m_tCheckout(tCheckout),
+      m_tCaller(tCaller),
+      m_strKey(SessionKey(tCheckout, tCaller)),
+      m_tPatience{ConfiguredTimeout(), -1},
+      m_oFrames(-1, m_tPatience) {}
+
+bool CConversation::Connect() {
+  m_oSocket = ConnectTo(m_strKey);
+  if (!m_oSocket.IsOpen()) {
+    VCM::CDescriptor oListener = ListenFor(m_strKey);
+    if (oListener.IsOpen()) StartSession(std::move(oListener), m_tCheckout, m_tCaller, m_strKey);
+    m_oSocket = ConnectTo(m_strKey);
+  }
+  if (!m_oSocket.IsOpen()) return false;
+  MakeNonBlocking(m_oSocket.Get());
+  m_oFrames = CFrameReader(m_oSocket.Get(), m_tPatience);
+  return true;
+}
+
+/// Sends the requests without waiting for the session's word: a switch of processes less for each command.
+bool CConversation::Introduce(const std::string& strRequests) {
+  return SendFrame(m_oSocket.Get(), FRAME_KEY, m_strKey, m_tPatience) &&
+         SendFrame(m_oSocket.Get(), FRAME_REQUEST, strRequests, m_tPatience);
+}
+
+EReach CConversation::Reach(const std::string& strRequests) {
+  for (int nTry = 0; nTry < MAX_TRIES; ++nTry) {
+    if (!Connect()) continue;
+    if (!IsSameUser(m_oSocket.Get())) return NOT_REACHED;
+    try {
+      if (!Introduce(strRequests)) continue;
+      const char chFrame = ReadFrame(m_strReason);
+      if (chFrame == FRAME_READY) return REACHED;
+      return chFrame == FRAME_FAILED ? REFUSED : NOT_REACHED;
+    } catch (const EBrokenConnection&) {
+      // It has ended since. There will be another.
+    }
+  }
+  return NOT_REACHED;
+}
+
+char CConversation::ReadFrame(std::string& strText) {
+  char chFrame = 0;
+  switch (m_oFrames.Read(chFrame, strText)) {
+    case FRAME_READ:
+      return chFrame;
+    case FRAME_END:
+      throw EBrokenConnection();
+    case FRAME_TIMED_OUT:
+      break;
+  }
+  throw Aborted("no answer from the server within " + std::to_string(m_tPatience.nLimit.count()) +
+                " seconds");
+}
+
+void CConversation::Ask(const std::string& strRequests) {
+  if (!SendFrame(m_oSocket.Get(), FRAME_REQUEST, strRequests, m_tPatience)) throw EBrokenConnection();
+}
+
+std::string CConversation::Read() {
+  for (;;) {
+    std::string strText;
+    const char chFrame = ReadFrame(strText);
+    if (chFrame == FRAME_REPLY && !strText.empty()) return strText;
+    if (chFrame == FRAME_BROKEN) throw EBrokenConnection();
+    // As the client does it: what ssh says goes where ssh would have said it.
+    if (chFrame == FRAME_ERRORS) WriteAll(STDERR_FILENO, strText, m_tPatience);
+  }
+}
+
+void CConversation::Release() {
+  SendFrame(m_oSocket.Get(), FRAME_RELEASE, "", m_tPatience);
+}
+
+}  // namespace TALVEK::SESSION

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace TALVEK::SESSION {
+
+/// A CVS root, taken apart.
+struct TRoot {
+  enum EMethod {
+    LOCAL,    ///< a folder of this machine, reached without a server
+    FORK,     ///< a folder of this machine, through a server that is a child process
+    RSH,      ///< through a remote shell: CVS_RSH
+    PSERVER,  ///< TCP with a password
+  };
+  EMethod nMethod = LOCAL;
+  std::string strText;                     ///< as it was given; this is what CVS/Root holds
+  std::string strUser;                     ///< empty: none was given
+  std::string strHost;                     ///< RSH and PSERVER only
+  std::optional<std::string> strPassword;  ///< as given, readable
+  unsigned nPort = 0;                      ///< PSERVER only; 0: none was given
+  std::string strFolder;                   ///< absolute, without a slash at its end
+};
+
+/// Nothing for a root that isn't spoken here: other methods, options in the root, and forms that the client
+/// would refuse or that are ambiguous. The client then says what is wrong with it.
+std::optional<TRoot> ParseRoot(std::string_view strText);
+
+}  // namespace TALVEK::SESSION

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace TALVEK::SESSION {
+
+/// The command can't be done; the text is the line for standard error, without its line end.
+class EFailure : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The server hung up before it had answered. Nothing was written, so the command may be asked again.
+class EBrokenConnection : public std::runtime_error {
+ public:
+  EBrokenConnection() : std::runtime_error("the connection is broken") {}
+};
+
+/// The error that stands for "give up", worded as the client words its own.
+inline EFailure Aborted(const std::string& strReason) {
+  return EFailure("cvs [checkout aborted]: " + strReason);
+}
+
+}  // namespace TALVEK::SESSION

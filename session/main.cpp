@@ -1,0 +1,122 @@
+// A cvs command that leaves its connection open for the next one.
+
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include "session/client.h"
+#include "session/command_line.h"
+#include "session/conversation.h"
+#include "session/failure.h"
+#include "session/reply.h"
+#include "session/working_folder.h"
+
+namespace TALVEK::SESSION {
+namespace {
+
+std::string ReadCvsrc() {
+  const char* pszHome = std::getenv("HOME");
+  if (!pszHome) return std::string();
+  std::ifstream oFile(std::string(pszHome) + "/.cvsrc", std::ios::binary);
+  return {std::istreambuf_iterator<char>(oFile), std::istreambuf_iterator<char>()};
+}
+
+std::optional<TCheckout> ReadCommandLine(char** ppszArguments) {
+  std::vector<std::string> astrWords;
+  for (char** ppszWord = ppszArguments + 1; *ppszWord; ++ppszWord)
+    astrWords.emplace_back(*ppszWord);
+  std::optional<TCheckout> tCheckout = ParseCommandLine(astrWords, ReadCvsrc());
+  if (tCheckout && std::getenv("CVSREAD")) tCheckout->bReadOnly = true;
+  return tCheckout;
+}
+
+/// Reads the reply to a checkout. Then `tReply` and the file hold it, if it is the plain answer.
+std::unique_ptr<CStagedFile> TakeReply(CConversation& oConversation, const TCheckout& tCheckout,
+                                       const CWorkingFolder& oFolder, TReply& tReply) {
+  std::unique_ptr<CStagedFile> poFile = oFolder.Stage();
+  const auto Take = [&poFile](std::string_view strBytes) { poFile->Write(strBytes); };
+  CReplyReader oReader(oConversation);
+  ReadReply(oReader, tCheckout, oFolder.Repository(), Take, tReply);
+  return poFile;
+}
+
+/// Asks on one connection. False: this is for the client.
+bool Ask(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFolder, TReply& tReply) {
+  CConversation oConversation(tCheckout, tCaller);
+  const std::string strRequests = CheckoutRequests(tCheckout);
+  const EReach nReach = oConversation.Reach(strRequests);
+  if (nReach == NOT_REACHED) return false;
+  if (nReach == REFUSED) {
+    // Where the client needs no server it doesn't complain about one.
+    if (tCheckout.tRoot.nMethod == TRoot::LOCAL) return false;
+    throw EFailure(oConversation.Reason());
+  }
+  const std::string strReminder = ReminderRequests(tCheckout, oFolder.Repository());
+  std::unique_ptr<CStagedFile> poFile = TakeReply(oConversation, tCheckout, oFolder, tReply);
+  // A file without its time shows a server that remembers something.
+  if (tReply.bIsWhole && !(tReply.bIsFile && tReply.nTime)) {
+    oConversation.Ask(strReminder + strRequests);
+    poFile = TakeReply(oConversation, tCheckout, oFolder, tReply);
+  }
+  if (tReply.bIsFile) oConversation.Ask(strReminder);
+  if (tReply.bIsWhole) oConversation.Release();
+  if (tReply.bIsFile) oFolder.Apply(tReply, *poFile);
+  return tReply.bIsFile;
+}
+
+bool AskTwice(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFolder, TReply& tReply) {
+  try {
+    return Ask(tCheckout, tCaller, oFolder, tReply);
+  } catch (const EBrokenConnection&) {
+    // Perhaps the server has only been restarted.
+  }
+  try {
+    return Ask(tCheckout, tCaller, oFolder, tReply);
+  } catch (const EBrokenConnection&) {
+    throw Aborted("end of file from server (consult above messages if any)");
+  }
+}
+
+/// False: this is for the client, and nothing was done.
+bool CheckOut(char** ppszArguments, TReply& tReply) {
+  const std::optional<TCheckout> tCheckout = ReadCommandLine(ppszArguments);
+  if (!tCheckout) return false;
+  const std::optional<TCaller> tCaller = FindCaller();
+  std::optional<CWorkingFolder> oFolder = CWorkingFolder::Inspect(*tCheckout);
+  return tCaller && oFolder && AskTwice(*tCheckout, *tCaller, *oFolder, tReply);
+}
+
+int Run(char** ppszArguments) {
+  TReply tReply;
+  int nStatus = 0;
+  const auto nPipeBefore = ::signal(SIGPIPE, SIG_IGN);
+  try {
+    const bool bDone = CheckOut(ppszArguments, tReply);
+    ::signal(SIGPIPE, nPipeBefore);
+    if (!bDone) return BecomeClient(ppszArguments);
+  } catch (const std::exception& oFailure) {
+    ::signal(SIGPIPE, nPipeBefore);
+    tReply.strErrors += std::string(oFailure.what()) + "\n";
+    // The server has named the file, perhaps, but it isn't there.
+    tReply.strOutput.clear();
+    nStatus = 1;
+  }
+  const TPatience tPatience{ConfiguredTimeout(), -1};
+  const bool bShown = WriteAll(STDERR_FILENO, tReply.strErrors, tPatience) &&
+                      WriteAll(STDOUT_FILENO, tReply.strOutput, tPatience);
+  return bShown ? nStatus : 1;
+}
+
+}  // namespace
+}  // namespace TALVEK::SESSION
+
+int main(int, char** ppszArguments) {
+  return TALVEK::SESSION::Run(ppszArguments);
+}

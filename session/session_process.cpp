@@ -1,0 +1,206 @@
+#include "session/session_process.h"
+
+#include <cstring>
+#include <memory>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "session/failure.h"
+#include "session/frame.h"
+#include "session/server_connection.h"
+
+namespace TALVEK::SESSION {
+
+namespace {
+
+/// One session, from its first connection to its last.
+class CSession {
+ public:
+  CSession(int nListener, const TPatience& tPatience, const std::string& strKey)
+      : m_oListener(nListener), m_tPatience(tPatience), m_strKey(strKey) {}
+
+  void Run(const TCheckout& tCheckout) {
+    const std::string strFailure = Open(tCheckout);
+    // Only now, because the way to a server may have been given relative to where the command was.
+    if (::chdir("/") != 0) return;
+    if (strFailure.empty()) {
+      while (AwaitCommand() && ServeCommand()) {
+      }
+    } else {
+      TellWaiting(strFailure);
+    }
+  }
+
+ private:
+  std::string Open(const TCheckout& tCheckout) try {
+    m_poServer = std::make_unique<CServerConnection>(tCheckout, m_tPatience);
+    return std::string();
+  } catch (const EFailure& oFailure) {
+    return oFailure.what();
+  }
+
+  /// Whoever has come by now came for this connection. The next command gets a new session.
+  void TellWaiting(const std::string& strFailure) {
+    const TPatience tShort{std::chrono::seconds(1), m_tPatience.nCallerDescriptor};
+    while (WaitToRead({m_oListener.Get()}, tShort) == WAIT_READY) {
+      if (!Accept()) continue;
+      SendFrame(m_oCommand.Get(), FRAME_FAILED, strFailure, m_tPatience);
+      WaitUntilCommandLeaves();
+    }
+  }
+
+  bool Accept() {
+    m_oCommand =
+        VCM::CDescriptor(::accept4(m_oListener.Get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    return m_oCommand.IsOpen() && IsSameUser(m_oCommand.Get());
+  }
+
+  /// False when the session is over: no command came in time, the caller ended, the server hung up.
+  bool AwaitCommand() {
+    const TPatience tIdle{SecondsFromEnvironment("CVS_SESSION_IDLE", std::chrono::seconds(60)),
+                          m_tPatience.nCallerDescriptor};
+    // A server has nothing to say now, so anything from it, and above all its end, ends the session.
+    m_oCommand.Close();
+    while (WaitToRead({m_oListener.Get(), m_poServer->ReadDescriptor()}, tIdle) == WAIT_READY) {
+      bool bEnded = false;
+      if (!m_poServer->ReadAvailable(bEnded).empty() || bEnded) return false;
+      if (Accept()) return true;
+    }
+    return false;
+  }
+
+  /// False when the connection isn't fit for another command.
+  bool ServeCommand() {
+    CFrameReader oFrames(m_oCommand.Get(), m_tPatience);
+    char chFrame = 0;
+    std::string strText;
+    if (oFrames.Read(chFrame, strText) != FRAME_READ || chFrame != FRAME_KEY) return true;
+    if (strText != m_strKey) {
+      SendFrame(m_oCommand.Get(), FRAME_REFUSED, "", m_tPatience);
+      return true;
+    }
+    if (!SendFrame(m_oCommand.Get(), FRAME_READY, "", m_tPatience) || !PassErrors()) return true;
+    return ServeRequests(oFrames);
+  }
+
+  bool ServeRequests(CFrameReader& oFrames) {
+    for (bool bAsked = false;; bAsked = true) {
+      char chFrame = 0;
+      std::string strText;
+      // One that leaves in the middle of a reply leaves the rest of it to the next, who can't use it.
+      if (oFrames.Read(chFrame, strText) != FRAME_READ) return !bAsked;
+      if (chFrame != FRAME_REQUEST) return chFrame == FRAME_RELEASE;
+      if (!m_poServer->Send(strText)) return Break();
+      if (!Relay()) return false;
+    }
+  }
+
+  bool PassErrors() { return PassErrors(m_poServer->TakeErrors()); }
+  bool PassErrors(const std::string& strErrors) {
+    return strErrors.empty() || SendFrame(m_oCommand.Get(), FRAME_ERRORS, strErrors, m_tPatience);
+  }
+
+  /// Hands on the reply until the command has something to say. False when the connection is of no more use.
+  bool Relay() {
+    for (;;) {
+      bool bEnded = false;
+      const std::string strReply = m_poServer->ReadAvailable(bEnded);
+      if (!PassErrors()) return false;
+      if (bEnded) return Break();
+      if (!PassReply(strReply)) return false;
+      if (!strReply.empty()) continue;
+      char chByte;
+      if (::recv(m_oCommand.Get(), &chByte, 1, MSG_PEEK) >= 0) return true;
+      if (!AwaitEither()) return false;
+    }
+  }
+
+  /// Waits for the server, its errors or the command. How long is the command's affair: it leaves when it
+  /// has waited enough.
+  bool AwaitEither() {
+    const TPatience tLong{std::chrono::hours(24), m_tPatience.nCallerDescriptor};
+    return WaitToRead({m_poServer->ReadDescriptor(), m_poServer->ErrorDescriptor(), m_oCommand.Get()},
+                      tLong) == WAIT_READY;
+  }
+
+  bool PassReply(std::string_view strReply) {
+    while (!strReply.empty()) {
+      const std::string_view strPiece = strReply.substr(0, MAX_FRAME);
+      if (!SendFrame(m_oCommand.Get(), FRAME_REPLY, strPiece, m_tPatience)) return false;
+      strReply.remove_prefix(strPiece.size());
+    }
+    return true;
+  }
+
+  /// The listener goes first: who learns that the connection is broken finds the name free.
+  bool Break() {
+    m_oListener.Close();
+    PassErrors(m_poServer->TakeLastErrors());
+    SendFrame(m_oCommand.Get(), FRAME_BROKEN, "", m_tPatience);
+    WaitUntilCommandLeaves();
+    return false;
+  }
+
+  /// A socket closed with unread requests in it would take the answer with it.
+  void WaitUntilCommandLeaves() {
+    const TPatience tShort{std::chrono::seconds(5), m_tPatience.nCallerDescriptor};
+    CFrameReader oFrames(m_oCommand.Get(), tShort);
+    char chFrame = 0;
+    std::string strText;
+    while (oFrames.Read(chFrame, strText) == FRAME_READ) {
+    }
+  }
+
+  VCM::CDescriptor m_oListener;
+  TPatience m_tPatience;
+  const std::string& m_strKey;
+  std::unique_ptr<CServerConnection> m_poServer;
+  VCM::CDescriptor m_oCommand;
+};
+
+/// Leaves the process without anything of who started it but the two descriptors.
+void LetGo(VCM::CDescriptor& oListener, int& nCaller) {
+  constexpr int FIRST_OWN = 3;
+  // Above those that they go to, so that neither lands on the other.
+  const int nHighListener = ::fcntl(oListener.Get(), F_DUPFD_CLOEXEC, FIRST_OWN + 2);
+  const int nHighCaller = ::fcntl(nCaller, F_DUPFD_CLOEXEC, FIRST_OWN + 2);
+  const int nNull = ::open("/dev/null", O_RDWR);
+  for (int nStandard = 0; nStandard < FIRST_OWN; ++nStandard)
+    ::dup2(nNull, nStandard);
+  oListener.Release();
+  oListener = VCM::CDescriptor(::dup3(nHighListener, FIRST_OWN, O_CLOEXEC));
+  nCaller = ::dup3(nHighCaller, FIRST_OWN + 1, O_CLOEXEC);
+  ::close_range(FIRST_OWN + 2, ~0U, 0);
+}
+
+[[noreturn]] void BecomeSession(VCM::CDescriptor oListener, const TCheckout& tCheckout, int nCaller,
+                                const std::string& strKey) {
+  LetGo(oListener, nCaller);
+  {
+    CSession oSession(oListener.Release(), TPatience{ConfiguredTimeout(), nCaller}, strKey);
+    try {
+      oSession.Run(tCheckout);
+    } catch (const std::exception&) {
+      // Nobody is left to tell; the command sees that the session has gone, and asks another.
+    }
+  }
+  ::_exit(0);
+}
+
+}  // namespace
+
+void StartSession(VCM::CDescriptor oListener, const TCheckout& tCheckout, const TCaller& tCaller,
+                  const std::string& strKey) {
+  const pid_t nChild = ::fork();
+  if (nChild < 0) throw Aborted(std::string("cannot fork: ") + std::strerror(errno));
+  if (nChild == 0) {
+    if (::fork() == 0) BecomeSession(std::move(oListener), tCheckout, tCaller.oDescriptor.Get(), strKey);
+    ::_exit(0);
+  }
+  ::waitpid(nChild, nullptr, 0);
+}
+
+}  // namespace TALVEK::SESSION

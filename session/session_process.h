@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+
+#include "core/descriptor.h"
+#include "session/command_line.h"
+#include "session/session_address.h"
+
+namespace TALVEK::SESSION {
+
+/// Starts the process that owns the connection for all commands with this key, and returns in the caller.
+///
+/// It ends when the caller ends, when the server hangs up, after CVS_SESSION_IDLE seconds without a command
+/// (60 when it isn't set), and when a command leaves before it has read its whole reply. It has nothing of
+/// this process's: no descriptor, no working folder; it is nobody's child.
+void StartSession(VCM::CDescriptor oListener, const TCheckout& tCheckout, const TCaller& tCaller,
+                  const std::string& strKey);
+
+}  // namespace TALVEK::SESSION

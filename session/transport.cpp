@@ -1,0 +1,161 @@
+#include "session/transport.h"
+
+#include <csignal>
+#include <cstring>
+#include <initializer_list>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "session/failure.h"
+
+namespace TALVEK::SESSION {
+
+namespace {
+
+constexpr int GRACE_MILLISECONDS = 2000;
+
+struct TPipe {
+  TPipe() {
+    int anEnds[2];
+    if (::pipe2(anEnds, O_CLOEXEC) != 0)
+      throw Aborted(std::string("cannot make a pipe: ") + std::strerror(errno));
+    oRead = VCM::CDescriptor(anEnds[0]);
+    oWrite = VCM::CDescriptor(anEnds[1]);
+  }
+  VCM::CDescriptor oRead;
+  VCM::CDescriptor oWrite;
+};
+
+/// "./server" is meant from where the command was given, and the program starts elsewhere.
+void MakeAbsolute(std::string& strProgram) {
+  if (strProgram.find('/') == std::string::npos || strProgram[0] == '/') return;
+  char achFolder[4096];
+  if (::getcwd(achFolder, sizeof achFolder)) strProgram = std::string(achFolder) + "/" + strProgram;
+}
+
+[[noreturn]] void BecomeProgram(const std::vector<char*>& apszArguments, int nInput, int nOutput,
+                                int nErrors) {
+  ::dup2(nInput, STDIN_FILENO);
+  ::dup2(nOutput, STDOUT_FILENO);
+  ::dup2(nErrors, STDERR_FILENO);
+  ::signal(SIGPIPE, SIG_DFL);
+  if (::chdir("/") == 0) ::execvp(apszArguments[0], apszArguments.data());
+  const std::string strLine = std::string("cvs [checkout aborted]: cannot exec ") + apszArguments[0] + ": " +
+                              std::strerror(errno) + "\n";
+  [[maybe_unused]] const ssize_t nIgnored = ::write(STDERR_FILENO, strLine.data(), strLine.size());
+  ::_exit(1);
+}
+
+bool HasEnded(pid_t nChild, int nMilliseconds) {
+  const VCM::CDescriptor oChild = OpenProcess(nChild);
+  pollfd tPoll = {oChild.Get(), POLLIN, 0};
+  // Without a pidfd the poll is only a pause, and waitpid tells.
+  ::poll(&tPoll, 1, nMilliseconds);
+  return ::waitpid(nChild, nullptr, WNOHANG) != 0;
+}
+
+void EndChild(pid_t nChild) {
+  if (HasEnded(nChild, GRACE_MILLISECONDS)) return;
+  ::kill(nChild, SIGTERM);
+  if (HasEnded(nChild, GRACE_MILLISECONDS)) return;
+  ::kill(nChild, SIGKILL);
+  ::waitpid(nChild, nullptr, 0);
+}
+
+struct TAddresses {
+  TAddresses(const std::string& strHost, unsigned nPort) {
+    addrinfo tHints{};
+    tHints.ai_socktype = SOCK_STREAM;
+    if (::getaddrinfo(strHost.c_str(), std::to_string(nPort).c_str(), &tHints, &ptFirst) != 0)
+      throw EFailure("Unknown host " + strHost + ".");
+  }
+  ~TAddresses() { ::freeaddrinfo(ptFirst); }
+  TAddresses(const TAddresses&) = delete;
+  TAddresses& operator=(const TAddresses&) = delete;
+  addrinfo* ptFirst = nullptr;
+};
+
+std::string AddressText(const addrinfo& tAddress) {
+  char szText[NI_MAXHOST] = "?";
+  ::getnameinfo(tAddress.ai_addr, tAddress.ai_addrlen, szText, sizeof szText, nullptr, 0, NI_NUMERICHOST);
+  return szText;
+}
+
+/// Returns 0 or the errno that says why not.
+int FinishConnecting(int nSocket, const TPatience& tPatience) {
+  pollfd atPolls[] = {{nSocket, POLLOUT, 0}, {tPatience.nCallerDescriptor, POLLIN, 0}};
+  const auto nLimit = std::chrono::duration_cast<std::chrono::milliseconds>(tPatience.nLimit).count();
+  if (::poll(atPolls, 2, static_cast<int>(nLimit)) <= 0 || !atPolls[0].revents) return ETIMEDOUT;
+  int nError = 0;
+  socklen_t nSize = sizeof nError;
+  ::getsockopt(nSocket, SOL_SOCKET, SO_ERROR, &nError, &nSize);
+  return nError;
+}
+
+VCM::CDescriptor TryAddress(const addrinfo& tAddress, const TPatience& tPatience, int& nError) {
+  VCM::CDescriptor oSocket(
+      ::socket(tAddress.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, tAddress.ai_protocol));
+  nError = 0;
+  if (!oSocket.IsOpen() || ::connect(oSocket.Get(), tAddress.ai_addr, tAddress.ai_addrlen) != 0)
+    nError = errno;
+  if (nError == EINPROGRESS) nError = FinishConnecting(oSocket.Get(), tPatience);
+  if (nError != 0) return VCM::CDescriptor();
+  const int nOn = 1;
+  // A request goes out in one write, so waiting for more of it would only cost time.
+  ::setsockopt(oSocket.Get(), IPPROTO_TCP, TCP_NODELAY, &nOn, sizeof nOn);
+  ::setsockopt(oSocket.Get(), SOL_SOCKET, SO_KEEPALIVE, &nOn, sizeof nOn);
+  return oSocket;
+}
+
+}  // namespace
+
+CTransport CTransport::Start(std::vector<std::string> astrArguments) {
+  MakeAbsolute(astrArguments[0]);
+  std::vector<char*> apszArguments;
+  for (std::string& strArgument : astrArguments)
+    apszArguments.push_back(strArgument.data());
+  apszArguments.push_back(nullptr);
+  TPipe oInput, oOutput, oErrors;
+  CTransport oTransport;
+  oTransport.m_tChild.nId = ::fork();
+  if (oTransport.m_tChild.nId < 0) throw Aborted(std::string("cannot fork: ") + std::strerror(errno));
+  if (oTransport.m_tChild.nId == 0)
+    BecomeProgram(apszArguments, oInput.oRead.Get(), oOutput.oWrite.Get(), oErrors.oWrite.Get());
+  oTransport.m_oRead = std::move(oOutput.oRead);
+  oTransport.m_oWrite = std::move(oInput.oWrite);
+  oTransport.m_oErrors = std::move(oErrors.oRead);
+  for (const int nEnd : {oTransport.m_oRead.Get(), oTransport.m_oWrite.Get(), oTransport.m_oErrors.Get()})
+    MakeNonBlocking(nEnd);
+  return oTransport;
+}
+
+CTransport CTransport::Connect(const std::string& strHost, unsigned nPort, const TPatience& tPatience) {
+  const TAddresses oAddresses(strHost, nPort);
+  std::string strReason;
+  for (const addrinfo* ptAddress = oAddresses.ptFirst; ptAddress; ptAddress = ptAddress->ai_next) {
+    int nError = 0;
+    CTransport oTransport;
+    oTransport.m_oRead = TryAddress(*ptAddress, tPatience, nError);
+    if (nError == 0) return oTransport;
+    strReason = "connect to " + strHost + "(" + AddressText(*ptAddress) + "):" + std::to_string(nPort) +
+                " failed: " + std::strerror(nError);
+  }
+  throw Aborted(strReason);
+}
+
+CTransport::~CTransport() {
+  m_oWrite.Close();
+  m_oRead.Close();
+  m_oErrors.Close();
+  if (m_tChild.nId > 0) EndChild(m_tChild.nId);
+}
+
+}  // namespace TALVEK::SESSION

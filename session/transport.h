@@ -1,0 +1,50 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "core/descriptor.h"
+#include "session/waiting.h"
+
+namespace TALVEK::SESSION {
+
+/// The bare connection: a child process or a TCP socket. No descriptor of it blocks.
+class CTransport {
+ public:
+  /// Starts a program; execvp finds it. Its working folder is "/", so that it keeps no file system busy.
+  /// A program that can't be started shows as an end with the reason among the errors.
+  static CTransport Start(std::vector<std::string> astrArguments);
+  /// Throws EFailure, worded as the client does, when nobody can be reached there.
+  static CTransport Connect(const std::string& strHost, unsigned nPort, const TPatience& tPatience);
+
+  CTransport(CTransport&&) = default;
+  CTransport& operator=(CTransport&&) = delete;
+  /// Hangs up. A program that doesn't end by itself is ended, and never left behind.
+  ~CTransport();
+
+  int ReadDescriptor() const { return m_oRead.Get(); }
+  int WriteDescriptor() const { return m_oWrite.IsOpen() ? m_oWrite.Get() : m_oRead.Get(); }
+  /// Standard error of the program; -1 without one or at its end.
+  int ErrorDescriptor() const { return m_oErrors.Get(); }
+  void CloseErrors() { m_oErrors.Close(); }
+
+ private:
+  CTransport() = default;
+
+  /// A process number that a moved-from object no longer has.
+  struct TChild {
+    TChild() = default;
+    TChild(TChild&& tOther) noexcept : nId(std::exchange(tOther.nId, 0)) {}
+    pid_t nId = 0;
+  };
+
+  VCM::CDescriptor m_oRead;
+  VCM::CDescriptor m_oWrite;
+  VCM::CDescriptor m_oErrors;
+  TChild m_tChild;
+};
+
+}  // namespace TALVEK::SESSION

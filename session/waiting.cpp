@@ -1,0 +1,87 @@
+#include "session/waiting.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace TALVEK::SESSION {
+
+namespace {
+
+using CClock = std::chrono::steady_clock;
+
+/// Waits for one event of the first `nCount` descriptors; the last one is the caller's.
+EWait Wait(pollfd* ptPolls, nfds_t nCount, const TPatience& tPatience) {
+  const CClock::time_point nEnd = CClock::now() + tPatience.nLimit;
+  for (;;) {
+    const auto nLeft = std::chrono::ceil<std::chrono::milliseconds>(nEnd - CClock::now()).count();
+    if (nLeft <= 0) return WAIT_TIMED_OUT;
+    const int nReady = ::poll(ptPolls, nCount, static_cast<int>(nLeft));
+    if (nReady < 0 && errno != EINTR) return WAIT_TIMED_OUT;
+    if (nReady <= 0) continue;
+    return ptPolls[nCount - 1].revents ? WAIT_CALLER_ENDED : WAIT_READY;
+  }
+}
+
+EWait WaitToWrite(int nDescriptor, const TPatience& tPatience) {
+  pollfd atPolls[] = {{nDescriptor, POLLOUT, 0}, {tPatience.nCallerDescriptor, POLLIN, 0}};
+  return Wait(atPolls, 2, tPatience);
+}
+
+}  // namespace
+
+EWait WaitToRead(std::initializer_list<int> anDescriptors, const TPatience& tPatience) {
+  pollfd atPolls[5];
+  nfds_t nCount = 0;
+  for (const int nDescriptor : anDescriptors)
+    atPolls[nCount++] = {nDescriptor, POLLIN, 0};
+  atPolls[nCount++] = {tPatience.nCallerDescriptor, POLLIN, 0};
+  return Wait(atPolls, nCount, tPatience);
+}
+
+bool WriteAll(int nDescriptor, std::string_view strBytes, const TPatience& tPatience) {
+  while (!strBytes.empty()) {
+    const ssize_t nWritten = ::write(nDescriptor, strBytes.data(), strBytes.size());
+    if (nWritten > 0) strBytes.remove_prefix(static_cast<std::size_t>(nWritten));
+    if (nWritten > 0 || errno == EINTR) continue;
+    if (errno != EAGAIN || WaitToWrite(nDescriptor, tPatience) != WAIT_READY) return false;
+  }
+  return true;
+}
+
+std::ptrdiff_t ReadSome(int nDescriptor, char* pBytes, std::size_t nBytes) {
+  const ssize_t nRead = ::read(nDescriptor, pBytes, nBytes);
+  if (nRead >= 0) return nRead;
+  return errno == EAGAIN || errno == EINTR ? -1 : 0;
+}
+
+std::chrono::seconds SecondsFromEnvironment(const char* pszName, std::chrono::seconds nDefault) {
+  const char* pszText = std::getenv(pszName);
+  unsigned nSeconds = 0;
+  // A day is more than anybody waits, and keeps the sums in range.
+  constexpr unsigned MAX_SECONDS = 86400;
+  if (!pszText || std::from_chars(pszText, pszText + std::strlen(pszText), nSeconds).ec != std::errc())
+    return nDefault;
+  return nSeconds == 0 || nSeconds > MAX_SECONDS ? nDefault : std::chrono::seconds(nSeconds);
+}
+
+std::chrono::seconds ConfiguredTimeout() {
+  return SecondsFromEnvironment("CVS_SESSION_TIMEOUT", std::chrono::seconds(300));
+}
+
+void MakeNonBlocking(int nDescriptor) {
+  ::fcntl(nDescriptor, F_SETFL, ::fcntl(nDescriptor, F_GETFL) | O_NONBLOCK);
+}
+
+VCM::CDescriptor OpenProcess(pid_t nId) {
+  // By number: the C library's own declaration can't be called from C++ before its version 2.37.
+  return VCM::CDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, nId, 0)));
+}
+
+}  // namespace TALVEK::SESSION

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <wx/mstream.h>
+
+#include "core/text_codec.h"
+#include "mcv/file_enum.h"
+#include "mcv/log_parser.h"
+
+namespace TALVEK::TEST {
+
+/// `cvs rlog` output, file by file:
+///
+///   CLogText oLog;
+///   oLog.File("/repo/mod/a.c,v").Name("BR: 1.2.0.2").Revision("1.2", "2003/01/02 10:11:12", "joe", "Fix
+///   it");
+///   ... oLog.Text()
+class CLogText {
+ public:
+  CLogText& File(const std::string& strRcsPath) {
+    Close();
+    m_strText +=
+        "\nRCS file: " + strRcsPath + "\nhead: 1.9\nbranch:\nlocks: strict\naccess list:\nsymbolic names:\n";
+    m_bOpen = true;
+    m_bHeader = true;
+    return *this;
+  }
+  CLogText& Name(const std::string& strNameAndNumber) {
+    m_strText += "\t" + strNameAndNumber + "\n";
+    return *this;
+  }
+  CLogText& Revision(const std::string& strNumber, const std::string& strDate, const std::string& strAuthor,
+                     const std::string& strMessage, const std::string& strState = "Exp") {
+    EndHeader();
+    m_strText += "----------------------------\nrevision " + strNumber + "\ndate: " + strDate +
+                 ";  author: " + strAuthor + ";  state: " + strState + ";\n" + strMessage + "\n";
+    return *this;
+  }
+  /// As Revision, with the time in seconds since 1970.
+  CLogText& At(const std::string& strNumber, long nTime, const std::string& strState = "Exp",
+               const std::string& strAuthor = "joe", const std::string& strMessage = "work") {
+    const std::string strDate =
+        VCM::ToUtf8(VCM::CTimestamp(nTime).Format(L"%Y/%m/%d %H:%M:%S", VCM::ZONE_GMT0));
+    return Revision(strNumber, strDate, strAuthor, strMessage, strState);
+  }
+  std::string Text() {
+    Close();
+    return m_strText;
+  }
+
+ private:
+  void EndHeader() {
+    if (m_bHeader)
+      m_strText += "keyword substitution: kv\ntotal revisions: 1;\tselected revisions: 1\ndescription:\n";
+    m_bHeader = false;
+  }
+  void Close() {
+    if (!m_bOpen) return;
+    EndHeader();
+    m_strText += "=============================================================================\n";
+    m_bOpen = false;
+  }
+
+  std::string m_strText;
+  bool m_bOpen = false;
+  bool m_bHeader = false;
+};
+
+inline VCM::CArray<VCM::CString> Patterns(const std::vector<const wchar_t*>& apszPatterns) {
+  VCM::CArray<VCM::CString> astrPatterns;
+  for (const wchar_t* pszPattern : apszPatterns)
+    astrPatterns.Add(pszPattern);
+  return astrPatterns;
+}
+
+inline std::string Narrow(const VCM::CString& strText) {
+  return VCM::ToBytes(strText);
+}
+
+}  // namespace TALVEK::TEST

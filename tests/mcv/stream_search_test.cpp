@@ -1,0 +1,454 @@
+#include <gtest/gtest.h>
+
+#include "tests/mcv/provider_fixture.h"
+
+namespace TALVEK::TEST {
+namespace {
+
+class StreamSearchTest : public ProviderTest {
+ protected:
+  StreamSearchTest() { Set(L"NestedBranches", "1"); }
+
+  /// Searches, and returns the streams, a line each.
+  std::string Streams(CLogText& oLog) {
+    EXPECT_TRUE(Search(oLog));
+    return m_oProvider.Streams();
+  }
+  /// The log from the line on that tells of the first file.
+  std::string LogOfFiles() const {
+    const std::string strLog = Log();
+    return strLog.substr(strLog.find("Parsing Log\n") + 12);
+  }
+};
+
+TEST_F(StreamSearchTest, TrunkRevisionsAloneGiveTheSingleStreamMain) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").At("1.2", 2000).At("1.1", 1000);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n");
+  EXPECT_EQ(m_oProvider.Items(), "a.c 1.1 add on Main 1000..2000\na.c 1.2 edit on Main 2000..never\n");
+}
+
+/// A branch, a branch on it, and tags on both. INNER_REL inherits the times of INNER, which was made by 6000;
+/// so its own revision of 7000 counts as inconsistent.
+CLogText NestedLog() {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v")
+      .Name("INNER: 1.2.4.3.0.2")
+      .Name("OUTER: 1.2.0.4")
+      .Name("REL: 1.2.4.3")
+      .Name("INNER_REL: 1.2.4.3.2.1")
+      .At("1.3", 9000)
+      .At("1.2", 2000)
+      .At("1.1", 1000)
+      .At("1.2.4.3", 5000)
+      .At("1.2.4.4", 6000)
+      .At("1.2.4.3.2.1", 7000);
+  return oLog;
+}
+
+TEST_F(StreamSearchTest, BranchOnABranchIsNestedInIt) {
+  CLogText oLog = NestedLog();
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n2 OUTER below 1 [2001,9000]\n3 INNER below 2 [5001,6000]\n");
+}
+
+TEST_F(StreamSearchTest, TagOnABranchIsNestedInIt) {
+  Set(L"StreamsForTags", "1");
+  CLogText oLog = NestedLog();
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n"
+            "2 OUTER below 1 [2001,9000]\n"
+            "3 REL below 2 [5001,6000]\n"
+            "4 INNER below 2 [5001,6000]\n"
+            "5 INNER_REL below 4 [5001,6000]\n");
+}
+
+TEST_F(StreamSearchTest, WithoutNestingEveryStreamHangsBelowMain) {
+  Set(L"StreamsForTags", "1");
+  Set(L"NestedBranches", "0");
+  CLogText oLog = NestedLog();
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n"
+            "2 OUTER below 1 [2001,9000]\n"
+            "3 REL below 1 [5001,6000]\n"
+            "4 INNER below 1 [5001,6000]\n"
+            "5 INNER_REL below 1 [5001,6000]\n");
+}
+
+TEST_F(StreamSearchTest, WithoutCreateBranchesOnlyMainExists) {
+  Set(L"StreamsForTags", "1");
+  for (const char* pszOff : {"", "0", "yes"}) {
+    Set(L"CreateBranches", pszOff);
+    m_oProvider.ResetStreams();
+    CLogText oLog = NestedLog();
+    EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n");
+    EXPECT_EQ(m_oProvider.Items(),
+              "a.c 1.1 add on Main 1000..2000\n"
+              "a.c 1.2 edit on Main 2000..5000\n"
+              "a.c 1.3 edit on Main 9000..never\n");
+  }
+}
+
+/// A file in which the second branch sprouts from the first one, and a file the other way round.
+CLogText& Nest(CLogText& oLog, const std::string& strPath, const std::string& strOuter,
+               const std::string& strInner) {
+  return oLog.File("/repo/mod/" + strPath + ",v")
+      .Name(strOuter + ": 1.1.0.2")
+      .Name(strInner + ": 1.1.2.1.0.2")
+      .At("1.1", 1000)
+      .At("1.1.2.1", 2000)
+      .At("1.1.2.1.2.1", 3000);
+}
+
+TEST_F(StreamSearchTest, BranchFirstSeenBelowMainMovesBelowABranch) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").Name("B: 1.1.0.4").At("1.1", 1000);
+  Nest(oLog, "b.c", "A", "B");
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 2 [2001,0]\n");
+}
+
+TEST_F(StreamSearchTest, MovedBranchIsWrittenBackAndLogged) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("B: 1.1.0.4").At("1.1", 1000);
+  Nest(oLog, "b.c", "A", "B");
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 B below 3 [2001,0]\n3 A below 1 [1001,0]\n");
+  EXPECT_EQ(LogOfFiles(),
+            "Processing file 'mod/a.c' (count=0)\n"
+            "Adding stream 'B'. Parent is 'Main'. Creation time is 1970-01-01 00:16:41 UTC. "
+            "Max creation time is 1970-01-01 00:00:00 UTC\n"
+            "Processing file 'mod/b.c' (count=1)\n"
+            "Adding stream 'A'. Parent is 'Main'. Creation time is 1970-01-01 00:16:41 UTC. "
+            "Max creation time is 1970-01-01 00:00:00 UTC\n"
+            "Updating stream 'B'. Parent is 'A'. Creation time is 1970-01-01 00:33:21 UTC. "
+            "Max creation time is 1970-01-01 00:00:00 UTC\n"
+            "Finished Parsing Log\n"
+            "Main\n"
+            "  A\n"
+            "    B\n");
+}
+
+TEST_F(StreamSearchTest, BranchOfABranchIsNeverMovedUp) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "B");
+  oLog.File("/repo/mod/b.c,v").Name("B: 1.1.0.2").At("1.1", 1000);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 2 [2001,0]\n");
+}
+
+TEST_F(StreamSearchTest, BranchMovesBelowABranchThatLiesDeeperThanItsParent) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "B");
+  Nest(oLog, "b.c", "A", "C");
+  Nest(oLog, "c.c", "B", "C");
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 2 [2001,0]\n4 C below 3 [2001,0]\n");
+}
+
+TEST_F(StreamSearchTest, BranchIsNotMovedToABranchBesideItsParent) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "C");
+  Nest(oLog, "b.c", "B", "C");
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 C below 2 [2001,0]\n4 B below 1 [2001,0]\n");
+}
+
+TEST_F(StreamSearchTest, ProposingAStreamsOwnDescendantKeepsItsParentAndNamesTheFile) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "B");
+  Nest(oLog, "b.c", "B", "C");
+  Nest(oLog, "bad.c", "C", "B");
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 2 [2001,0]\n4 C below 3 [2001,0]\n");
+  const std::string strLog = Log();
+  EXPECT_NE(strLog.find("\nUnable to set use stream hierarchy proposed by file 'mod/bad.c'. "
+                        "This will create an infinite loop!\n"),
+            std::string::npos)
+      << strLog;
+  EXPECT_EQ(strLog.find("infinite loop!"), strLog.rfind("infinite loop!")) << strLog;
+}
+
+// Below the trunk a proposal is taken without a look at the tree.
+TEST_F(StreamSearchTest, TwoBranchesNestedInEachOtherFormACircle) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "B");
+  Nest(oLog, "b.c", "B", "A");
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 3 [2001,0]\n3 B below 2 [2001,0]\n");
+  EXPECT_TRUE(Log().ends_with("Finished Parsing Log\nMain\n")) << Log();
+  EXPECT_EQ(Log().find("infinite loop"), std::string::npos);
+}
+
+// The walk upwards would go round and round in the circle of A and B, which D is no part of.
+TEST_F(StreamSearchTest, WalkUpwardsInACircleEnds) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "B");
+  Nest(oLog, "b.c", "B", "A");
+  Nest(oLog, "c.c", "C", "D");
+  Nest(oLog, "d.c", "A", "D");
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n2 A below 3 [2001,0]\n3 B below 2 [2001,0]\n"
+            "4 C below 1 [2001,0]\n5 D below 4 [2001,0]\n");
+}
+
+TEST_F(StreamSearchTest, NamesEqualButForCaseAreOneStream) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("Rel: 1.1.0.2").At("1.1", 1000);
+  oLog.File("/repo/mod/b.c,v").Name("REL: 1.1.0.2").At("1.1", 1500).At("1.1.2.1", 2500);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 Rel below 1 [1501,0]\n");
+  EXPECT_EQ(m_oProvider.Items(),
+            "a.c 1.1 add on Main 1000..never\nb.c 1.1 add on Main 1500..2500\nb.c 1.1.2.1 edit on Rel "
+            "2500..never\n");
+}
+
+// One record serves every name: a stream seen for the first time narrows the times of the one before.
+TEST_F(StreamSearchTest, NewStreamInheritsTheTimesOfTheOneBefore) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").At("1.1", 1000).At("1.2", 5000);
+  oLog.File("/repo/mod/b.c,v").Name("B: 1.1.0.2").At("1.1", 500).At("1.2", 9000);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,5000]\n3 B below 1 [501,9000]\n");
+}
+
+// No revision stands between the two names here, so the record still is the first one's.
+TEST_F(StreamSearchTest, NewStreamOfTheSameFileInheritsTheTimesOfTheNameBefore) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").Name("B: 1.9.0.2").At("1.1", 1000).At("1.2", 5000);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,5000]\n3 B below 1 [1001,5000]\n");
+}
+
+// The last revision read was on branch A, so the record is A's when the next file begins.
+TEST_F(StreamSearchTest, NewStreamInheritsTheTimesOfTheStreamOfTheLastRevision) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").At("1.1", 1000).At("1.1.2.1", 3000);
+  oLog.File("/repo/mod/b.c,v").Name("B: 1.9.0.2").At("1.1", 500);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 1 [1001,0]\n");
+}
+
+// A revision without a stream takes the record's id and leaves the rest: the times stay to be inherited.
+TEST_F(StreamSearchTest, RevisionWithoutStreamLeavesTheRestOfTheRecord) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").At("1.1.2.1", 3000).At("1.1.4.1", 4000).At("1.1", 1000);
+  oLog.File("/repo/mod/b.c,v").Name("B: 1.9.0.2").At("1.1", 500);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 1 [1001,0]\n");
+}
+
+TEST_F(StreamSearchTest, InconsistentFileIsNamedInTheLog) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").At("1.1", 1000).At("1.2", 2000);
+  oLog.File("/repo/mod/late.c,v").Name("A: 1.1.0.2").At("1.1", 3000);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,2000]\n");
+  EXPECT_EQ(LogOfFiles(),
+            "Processing file 'mod/a.c' (count=0)\n"
+            "Adding stream 'A'. Parent is 'Main'. Creation time is 1970-01-01 00:16:41 UTC. "
+            "Max creation time is 1970-01-01 00:33:20 UTC\n"
+            "Processing file 'mod/late.c' (count=1)\n"
+            "Ignoring file 'mod/late.c' tag 'A' for establishing branch creation time. "
+            "The branch is inconsistent with other branches.\n"
+            "Finished Parsing Log\n"
+            "Main\n"
+            "  A\n");
+}
+
+TEST_F(StreamSearchTest, NestingProposalTable) {
+  const struct {
+    std::vector<const char*> apszNames;
+    const char* pszExpected;
+  } atCases[] = {
+      // The nearest name that is short enough: two components shorter for a branch, one for a tag.
+      {{"A: 1.2.0.2", "T: 1.2.2.1", "B: 1.2.2.1.0.2"}, "A<Main T<A B<A "},
+      // Only whole leading numbers count.
+      {{"A: 1.2.0.2", "B: 1.22.2.1.0.2"}, "A<Main B<Main "},
+      // A tag of two components on the revision before counts as a parent as well.
+      {{"T: 1.2", "B: 1.2.2.1.0.2"}, "T<Main B<T "},
+      {{"T: 1.2.2.1"}, "T<Main "},
+      // Three components never nest, not even a branch on a tagged revision.
+      {{"T: 1.2", "B: 1.2.0.2"}, "T<Main B<Main "},
+      // The vendor branch's number 1 begins every number on the trunk's first line.
+      {{"V: 1.1.1", "B: 1.2.2.1.0.2"}, "V<Main B<V "},
+  };
+  Set(L"StreamsForTags", "1");
+  for (const auto& tCase : atCases) {
+    CLogText oLog;
+    oLog.File("/repo/mod/a.c,v");
+    for (const char* pszName : tCase.apszNames)
+      oLog.Name(pszName);
+    m_oProvider.ResetStreams();
+    ASSERT_TRUE(Search(oLog));
+    std::string strTree;
+    for (int i = 1; i < m_oProvider.m_atStreams.GetCount(); ++i) {
+      const auto& tStream = m_oProvider.m_atStreams[i];
+      strTree += Narrow(tStream.strName) + "<" +
+                 Narrow(m_oProvider.m_atStreams[static_cast<int>(tStream.nParentID) - 1].strName) + " ";
+    }
+    EXPECT_EQ(strTree, tCase.pszExpected);
+  }
+}
+
+TEST_F(StreamSearchTest, RepositoryPathIsCutBehindItsLastColon) {
+  const struct {
+    const char *pszReposPath, *pszFile, *pszExpected;
+  } atCases[] = {
+      {":local:/var/cvs", "/var/cvs/mod/a.c,v", "mod/a.c"},
+      {":pserver:joe@host:2401:/var/cvs", "/var/cvs/mod/a.c,v", "mod/a.c"},
+      {"/var/cvs", "/var/cvs/mod/a.c,v", "mod/a.c"},
+      {"/var/cvs:", "/mod/a.c,v", "mod/a.c"},
+      // The module's name is in the folder's as well: only the folder tells where the path begins.
+      {":local:/mod/cvs", "/mod/cvs/mod/a.c,v", "mod/a.c"},
+  };
+  Set(L"ModuleName", "mod");
+  for (const auto& tCase : atCases) {
+    const std::string strBefore = Log();
+    CLogText oLog;
+    oLog.File(tCase.pszFile).At("1.1", 1000);
+    WriteFile(m_oFolder / "log", oLog.Text());
+    Set(L"LogFile", (m_oFolder / "log").string());
+    Set(L"ReposPath", tCase.pszReposPath);
+    m_oProvider.ResetStreams();
+    EXPECT_TRUE(m_oProvider.SearchForStreams());
+    const std::string strLog = Log().substr(strBefore.size());
+    EXPECT_NE(strLog.find(std::string("Processing file '") + tCase.pszExpected + "' (count=0)\n"),
+              std::string::npos)
+        << tCase.pszReposPath << "\n"
+        << strLog;
+  }
+}
+
+// What makes it less than one is shown where the properties are tested; here that the search uses it.
+TEST_F(StreamSearchTest, RepeatCountOfZeroAnEmptyTextOrAWordGivesOneAttempt) {
+  FakeCvs("count >/dev/null; exit 1");
+  for (const char* pszValue : {"0", "", "many"}) {
+    Set(L"CmdRepeatCount", pszValue);
+    std::filesystem::remove(m_oFolder / "count");
+    m_oProvider.ResetStreams();
+    m_oProvider.SearchForStreams();
+    EXPECT_EQ(ReadFile(m_oFolder / "count"), "1\n") << pszValue;
+  }
+}
+
+TEST_F(StreamSearchTest, LogTellsEveryStepInOrder) {
+  CLogText oLog;
+  oLog.File("/repo/mod/src/a.c,v").Name("BR: 1.1.0.2").At("1.1", 1000);
+  oLog.File("/repo/mod/b.c,v").At("1.1", 1000);
+  EXPECT_TRUE(Search(oLog));
+  EXPECT_EQ(Log(),
+            "Generating Log\n"
+            "Using log file '" +
+                (m_oFolder / "saved.rlog").string() +
+                "'.\n"
+                "Successfully created file input stream.\n"
+                "Generated Log\n"
+                "Adding stream 'Main'. Parent is '[NONE]'. Creation time is 1970-01-01 00:00:00 UTC. "
+                "Max creation time is 1970-01-01 00:00:00 UTC\n"
+                "Parsing Log\n"
+                "Processing file 'mod/src/a.c' (count=0)\n"
+                "Adding stream 'BR'. Parent is 'Main'. Creation time is 1970-01-01 00:16:41 UTC. "
+                "Max creation time is 1970-01-01 00:00:00 UTC\n"
+                "Processing file 'mod/b.c' (count=1)\n"
+                "Finished Parsing Log\n"
+                "Main\n"
+                "  BR\n");
+}
+
+TEST_F(StreamSearchTest, MissingLogEndsTheSearchAtOnce) {
+  Set(L"LogFile", "/nonexistent/log");
+  EXPECT_FALSE(m_oProvider.SearchForStreams());
+  EXPECT_EQ(Log(),
+            "Generating Log\n"
+            "Using log file '/nonexistent/log'.\n"
+            "Failed to create file input stream.\n"
+            "Generated Log\n"
+            "Failed to get input stream after generating log.\n");
+  EXPECT_EQ(m_oProvider.Streams(), "");
+}
+
+TEST_F(StreamSearchTest, EmptyLogIsReportedAndLeavesMain) {
+  EXPECT_TRUE(Search(""));
+  EXPECT_EQ(LogOfFiles(), "Failed to parse any files from rlog.\nFinished Parsing Log\nMain\n");
+  EXPECT_EQ(m_oProvider.Streams(), "1 Main below 0 [0,0]\n");
+}
+
+TEST_F(StreamSearchTest, ClosedLogMakesNoDifferenceToTheStreams) {
+  m_oProvider.OpenLog(false);
+  CLogText oLog = NestedLog();
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n2 OUTER below 1 [2001,9000]\n3 INNER below 2 [5001,6000]\n");
+  EXPECT_EQ(Log(), "");
+}
+
+TEST_F(StreamSearchTest, HistoryComesFromTheClientWhenThereIsNoLogFile) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").At("1.1", 1000);
+  WriteFile(m_oFolder / "answer", oLog.Text());
+  FakeCvs("cat \"$folder/answer\"");
+  Set(L"ReposPath", ":local:/repo");
+  Set(L"ModuleName", "mod");
+  EXPECT_TRUE(m_oProvider.SearchForStreams());
+  EXPECT_EQ(m_oProvider.Items(), "a.c 1.1 add on Main 1000..never\n");
+  EXPECT_EQ(Log(), "Generating Log\nPerforming command \"" + CvsPath().string() +
+                       "\" -d :local:/repo rlog \"mod\"\n"
+                       "Generated Log\n"
+                       "Adding stream 'Main'. Parent is '[NONE]'. Creation time is 1970-01-01 00:00:00 UTC. "
+                       "Max creation time is 1970-01-01 00:00:00 UTC\n"
+                       "Parsing Log\n"
+                       "Processing file 'mod/a.c' (count=0)\n"
+                       "Finished Parsing Log\n"
+                       "Main\n");
+}
+
+// A damaged file makes `rlog` fail, but all the other files are in its output.
+TEST_F(StreamSearchTest, OutputOfAFailingClientIsReadAllTheSame) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").At("1.1", 1000);
+  WriteFile(m_oFolder / "answer", oLog.Text());
+  FakeCvs("cat \"$folder/answer\"; exit 1");
+  Set(L"ReposPath", "/repo");
+  Set(L"ModuleName", "mod");
+  EXPECT_TRUE(m_oProvider.SearchForStreams());
+  EXPECT_EQ(m_oProvider.Items(), "a.c 1.1 add on Main 1000..never\n");
+}
+
+TEST_F(StreamSearchTest, StreamIsReleasedAtTheEnd) {
+  EXPECT_TRUE(Search(""));
+  EXPECT_EQ(m_oProvider.m_poInputStream, nullptr);
+  EXPECT_FALSE(m_oProvider.m_bOwnInputStream);
+}
+
+TEST_F(StreamSearchTest, SearchStartsFromAnEmptyDatabase) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").At("1.1", 1000);
+  EXPECT_TRUE(Search(oLog));
+  m_oProvider.ResetStreams();
+  EXPECT_TRUE(Search(oLog));
+  EXPECT_EQ(m_oProvider.Items(), "a.c 1.1 add on Main 1000..never\n");
+}
+
+TEST_F(StreamSearchTest, FiltersDecideWhichStreamsExist) {
+  Set(L"StreamsForTags", "1");
+  Set(L"IncludeTags", "REL*,*_1");
+  Set(L"ExcludeTags", "*OLD*");
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v")
+      .Name("REL_1: 1.1")
+      .Name("REL_2: 1.1")
+      .Name("REL_OLD_1: 1.1")
+      .Name("BR_1: 1.1.0.2")
+      .At("1.1", 1000)
+      .At("1.1.2.1", 2000);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 REL_1 below 1 [1001,0]\n");
+  EXPECT_EQ(m_oProvider.Items(), "a.c 1.1 add on Main 1000..2000\n");
+}
+
+TEST_F(StreamSearchTest, StreamsAreEstablishedOnceAndRecordedChangesAreCounted) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("BR: 1.1.0.2").At("1.1", 1000).At("1.1.2.1", 5000);
+  WriteFile(m_oFolder / "log", oLog.Text());
+  Set(L"LogFile", (m_oFolder / "log").string());
+  Set(L"ReposPath", "/repo");
+  unsigned nStreams = 0, nChanges = 0;
+  EXPECT_EQ(m_oProvider.EstablishStreams(nStreams), 0);
+  EXPECT_EQ(m_oProvider.EstablishStreams(nStreams), 0);
+  EXPECT_EQ(m_oProvider.EstablishChangesets(nChanges), 0);
+  EXPECT_EQ(nStreams, 2u);
+  EXPECT_EQ(nChanges, 2u);
+  EXPECT_EQ(m_oProvider.Changes(), "Main 1000 joe [work] a.c 1.1\nBR 5000 joe [work] a.c 1.1.2.1\n");
+}
+
+}  // namespace
+}  // namespace TALVEK::TEST

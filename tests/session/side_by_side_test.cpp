@@ -1,0 +1,289 @@
+// cvs-session leaves the same folders as the client, says the same, and ends with the same status.
+
+#include <algorithm>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/session/session_world.h"
+#include "tests/support/shell.h"
+#include "tests/support/temp_folder.h"
+
+namespace TALVEK::TEST {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// As many clients at a time: each sleeps most of its time, and has a repository of its own.
+constexpr int CLIENTS = 32;
+
+const fs::path ARCHIVES = fs::path(TALVEK_SOURCE_DIR) / "../shared/cvsroots";
+
+/// A repository and working folders in which the client and cvs-session do the same.
+class CComparison {
+ public:
+  /// Takes modules of an archive, or of the example when there is no archive.
+  explicit CComparison(const std::string& strArchive) {
+    if (fs::exists(ARCHIVES / (strArchive + ".tar.xz"))) {
+      ShellOutput("tar -C " + Quoted("") + " -xf " +
+                  ShellQuote((ARCHIVES / (strArchive + ".tar.xz")).string()));
+      fs::rename(m_oFolder / strArchive, m_oFolder / "all");
+    } else {
+      ShellOutput("cp -r " TALVEK_EXAMPLE_REPOSITORY " " + Quoted("all"));
+    }
+    WriteScript(m_oFolder / "client", CLIENT);
+    WriteScript(m_oFolder / "session", PROLOGUE);
+    WriteRemoteShell(m_oFolder / "rsh");
+  }
+
+  std::vector<std::string> Modules() const {
+    std::vector<std::string> astrModules;
+    for (const fs::directory_entry& oEntry : fs::directory_iterator(m_oFolder / "all")) {
+      const std::string strName = oEntry.path().filename().string();
+      if (oEntry.is_directory() && strName != "CVSROOT") astrModules.push_back(strName);
+    }
+    return astrModules;
+  }
+
+  /// Takes the revisions of these modules (those that there are), at most `nMost` of them.
+  void Take(const std::vector<std::string>& astrWanted, std::size_t nMost) {
+    const std::vector<std::string> astrAll = Modules();
+    std::vector<std::string> astrModules;
+    for (const std::string& strModule : astrWanted) {
+      if (std::find(astrAll.begin(), astrAll.end(), strModule) != astrAll.end())
+        astrModules.push_back(strModule);
+    }
+    if (astrModules.empty()) astrModules = astrAll;
+    for (const std::string& strModule : astrModules) {
+      for (const TRevision& tRevision : RevisionsOf((m_oFolder / "all").string(), strModule))
+        m_atRevisions.push_back(tRevision);
+    }
+    // The standard fixes what this generator gives, so it is the same choice everywhere.
+    std::mt19937 oRandom(20040112);
+    for (std::size_t nLast = m_atRevisions.size(); nLast > nMost; --nLast)
+      m_atRevisions.erase(m_atRevisions.begin() + static_cast<std::ptrdiff_t>(oRandom() % nLast));
+    WriteList();
+    CopyRepositories(astrModules);
+  }
+
+  std::size_t Count() const { return m_atRevisions.size(); }
+
+  /// Lets clients do it all, with a root that ends in a repository's path.
+  void RunClients(const std::string& strName, const std::string& strPrefix) {
+    ShellOutput("cd " + Quoted("") + " && mkdir " + strName + " && HOME=$PWD xargs -d '\\n' -P " +
+                std::to_string(CLIENTS) + " --process-slot-var=SLOT -I LINE ./client " + strName + " " +
+                ShellQuote(strPrefix) + " LINE < list");
+  }
+
+  /// Lets one caller do it all through cvs-session.
+  void RunSession(const std::string& strName, const std::string& strOptions, const std::string& strRootText) {
+    ShellOutput("cd " + Quoted("") + " && mkdir " + strName +
+                " && HOME=$PWD CVS_RSH=$PWD/rsh CVS_SESSION_IDLE=10 ./session " + SESSION + " " + strName +
+                " " + ShellQuote(strRootText) + " " + strOptions + " < list");
+  }
+
+  /// Compares what one run has left with another, revision by revision; shows the first that differ.
+  void ExpectSame(const std::string& strExpected, const std::string& strExpectedPrefix,
+                  const std::string& strActual, const std::string& strActualRootText) const {
+    int nDifferent = 0;
+    for (std::size_t nIndex = 0; nIndex < m_atRevisions.size() && nDifferent < 3; ++nIndex) {
+      const std::string strCase = std::to_string(nIndex);
+      const std::string strSlot = ReadFile(m_oFolder / strExpected / strCase / "slot");
+      const std::string strCopy = Path("copy" + strSlot + "x");
+      const std::string strWanted =
+          CaseText(strExpected + "/" + strCase, strExpectedPrefix + strCopy, strCopy);
+      const std::string strFound = CaseText(strActual + "/" + strCase, strActualRootText, Path("copysx"));
+      EXPECT_EQ(strFound, strWanted) << m_atRevisions[nIndex].strRevision << " "
+                                     << m_atRevisions[nIndex].strPath;
+      nDifferent += strFound != strWanted;
+    }
+  }
+
+  std::string Path(const std::string& strName) const { return (m_oFolder / strName).string(); }
+  const fs::path& Folder() const { return m_oFolder.Path(); }
+
+ private:
+  static constexpr const char* CLIENT =
+      "base=$1 prefix=$2\n"
+      "IFS='\t' read -r number revision folder path <<END\n$3\nEND\n"
+      "root=$prefix$PWD/copy${SLOT}x\n"
+      "mkdir -p \"$base/$number/work\" && cd \"$base/$number/work\" || exit 1\n"
+      "printf %s \"$SLOT\" > ../slot\n"
+      "cvs -d \"$root\" checkout -r \"$revision\" -d \"$folder\" \"$path\" > ../output 2> ../errors\n"
+      "echo $? > ../status\n";
+  // No sub-shell may come between: sessions belong to the process that gives the commands.
+  static constexpr const char* PROLOGUE =
+      "program=$1 base=$2 root=$3 top=$PWD\n"
+      "shift 3\n"
+      "while IFS='\t' read -r number revision folder path; do\n"
+      "  mkdir -p \"$base/$number/work\" && cd \"$base/$number/work\" || exit 1\n"
+      "  $program \"$@\" -d \"$root\" checkout -r \"$revision\" -d \"$folder\" \"$path\" > ../output 2> "
+      "../errors < /dev/null\n"
+      "  echo $? > ../status\n"
+      "  cd \"$top\"\n"
+      "done\n";
+
+  std::string Quoted(const std::string& strName) const { return ShellQuote(Path(strName)); }
+
+  void WriteList() const {
+    std::string strList;
+    for (std::size_t nIndex = 0; nIndex < m_atRevisions.size(); ++nIndex) {
+      const TRevision& tRevision = m_atRevisions[nIndex];
+      const std::string strFolder = fs::path(tRevision.strPath)
+                                        .parent_path()
+                                        .lexically_relative(*fs::path(tRevision.strPath).begin())
+                                        .string();
+      strList += std::to_string(nIndex) + "\t" + tRevision.strRevision + "\tMain" +
+                 (strFolder == "." ? "" : "/" + strFolder) + "\t" + tRevision.strPath + "\n";
+    }
+    WriteFile(m_oFolder / "list", strList);
+  }
+
+  void CopyRepositories(const std::vector<std::string>& astrModules) const {
+    std::string strParts;
+    for (const std::string& strModule : astrModules)
+      strParts += " " + ShellQuote(strModule);
+    std::vector<std::string> astrSlots = {"s"};
+    for (int nSlot = 0; nSlot < CLIENTS; ++nSlot)
+      astrSlots.push_back(std::to_string(nSlot));
+    for (const std::string& strSlot : astrSlots) {
+      const std::string strCopy = Quoted("copy" + strSlot + "x");
+      // Locks are made in the folders, and nobody writes the files: those may be the same ones.
+      ShellOutput("mkdir " + strCopy + " && cd " + Quoted("all") + " && cp -r CVSROOT " + strCopy +
+                  " && cp -al" + strParts + " " + strCopy);
+    }
+  }
+
+  std::string CaseText(const std::string& strCase, const std::string& strRootText,
+                       const std::string& strRepository) const {
+    std::string strText = TreeText(m_oFolder / strCase / "work", strRootText, strRepository);
+    for (const char* pszName : {"output", "errors", "status"})
+      strText += std::string(pszName) + ":\n" +
+                 Replaced(ReadFile(m_oFolder / strCase / pszName), strRepository, "(repository)");
+    return strText;
+  }
+
+  CTempFolder m_oFolder;
+  std::vector<TRevision> m_atRevisions;
+};
+
+/// Every way to reach the repository. Through any server the client does the same, so that one run of clients
+/// with servers will do for all.
+void ExpectSameInEveryWay(CComparison& oComparison) {
+  const std::string strCopy = oComparison.Path("copysx");
+  AdmitReader(oComparison.Folder(), strCopy);
+  const CListener oListener(PasswordServer(strCopy));
+  const std::string strPassword = ":pserver:reader:pass word@127.0.0.1:" + oListener.Port() + strCopy;
+  oComparison.RunClients("client-local", "");
+  oComparison.RunClients("client-fork", ":fork:");
+  const struct {
+    const char* pszName;
+    const char* pszOptions;
+    std::string strRootText;
+    const char* pszExpected;
+    const char* pszPrefix;
+  } atWays[] = {
+      {"local", "", strCopy, "client-local", ""},
+      {"fork", "", ":fork:" + strCopy, "client-fork", ":fork:"},
+      {"fork-packed", "-z6", ":fork:" + strCopy, "client-fork", ":fork:"},
+      {"ext", "", ":ext:me@host:" + strCopy, "client-fork", ":fork:"},
+      {"pserver", "", strPassword, "client-fork", ":fork:"},
+  };
+  for (const auto& tWay : atWays) {
+    SCOPED_TRACE(tWay.pszName);
+    oComparison.RunSession(tWay.pszName, tWay.pszOptions, tWay.strRootText);
+    oComparison.ExpectSame(tWay.pszExpected, tWay.pszPrefix, tWay.pszName, tWay.strRootText);
+  }
+}
+
+TEST(SideBySideTest, EveryRevisionOfTwoSmallModules) {
+  CComparison oComparison("cosi-nms");
+  oComparison.Take({"MISAL", "saaconfig"}, 10000);
+  EXPECT_GT(oComparison.Count(), 50U);
+  ExpectSameInEveryWay(oComparison);
+}
+
+TEST(SideBySideTest, EveryRevisionOfOddRepositories) {
+  CComparison oComparison("nasty");
+  oComparison.Take(oComparison.Modules(), 10000);
+  EXPECT_GT(oComparison.Count(), 50U);
+  ExpectSameInEveryWay(oComparison);
+}
+
+TEST(SideBySideTest, ThreeHundredRevisionsOfALargeModule) {
+  CComparison oComparison("mirbsd");
+  oComparison.Take({"www"}, 300);
+  EXPECT_GT(oComparison.Count(), 50U);
+  ExpectSameInEveryWay(oComparison);
+}
+
+/// Commands in one working folder, where each finds what those before it have left.
+const std::string SEQUENCE = R"(
+run -d "$root" checkout -r 1.1 -d Main/src calculator/src/main.c
+run -d "$root" checkout -r 1.1 -d Main calculator/README
+run -d "$root" checkout -r 1.1 -d Main/doc "calculator/doc/user guide.txt"
+rm Main/README
+run -d "$root" checkout -r 1.1 -d Main calculator/README
+rm Main/README
+run -d "$root" checkout -r 1.2 -d Main calculator/README
+run -d "$root" checkout -r 1.1 -d Main/images calculator/images/logo.png
+run -d "$root" checkout -r 1.2 -d Main/doc calculator/doc/manual.txt
+run -d "$root" checkout -r 1.9 -d Main/src calculator/src/main.c
+run -d "$root" checkout -r 1.1 -d Main/src/eval calculator/src/eval/parser.c
+run -d "$root" checkout -r 1.1 -d Main/src calculator/nothing
+run -d "$root" checkout -r 1.1 -d Main/src nowhere/nothing
+run -Q -d "$root" checkout -r 1.1 -d "Other one/a/b" calculator/tests/run.sh
+umask 077
+run -r -d "$root" co -r 1.1 -d "Other one/a/b" calculator/README
+run -q -d "$root" checkout -r 1.1 -d Third/tests calculator/tests/run.sh
+run -d "$root" checkout -r 1.1 -d Third calculator/src
+run -d "$root" checkout -r 1.1 -d New/a/b calculator/README
+run -d "$root" checkout -r 1.1 -d New/a/c calculator/Makefile
+run -d "$root" checkout -r 1.1 -d New/a/b/d/e/f calculator/src/main.c
+run -d "$root" checkout -r 1.1 -d New/z calculator/src/main.c
+run -d "$root" checkout -r 1.1 -d New/a/b calculator/Makefile
+run -d "$root" checkout -r 1.1 -d Third calculator/Makefile
+)";
+
+TEST(SideBySideTest, CommandsInOneWorkingFolder) {
+  CTempFolder oFolder;
+  const std::string strFolder = oFolder.Path().string();
+  WriteRemoteShell(oFolder / "rsh");
+  WriteScript(oFolder / "sequence",
+              "program=$1 root=$2\nmkdir \"$3\" && cd \"$3\" || exit 1\nexec > ../\"$3\".output 2>&1\n"
+              "run() { echo \"$*\"; \"$program\" \"$@\" < /dev/null; echo \"status $?\"; }\n" +
+                  SEQUENCE);
+  // All ways at the same time, because clients sleep most of theirs; each in a repository of its own, because
+  // they wait long for each other's locks.
+  const std::string strRepository = strFolder + "/repository";
+  const CListener oListener(PasswordServer(strRepository + "4"));
+  const std::string astrRoots[] = {
+      strRepository + "0", ":local:" + strRepository + "1", ":fork:" + strRepository + "2",
+      ":ext:me@host:" + strRepository + "3",
+      ":pserver:reader:pass word@127.0.0.1:" + oListener.Port() + strRepository + "4"};
+  std::string strAll =
+      "cd " + ShellQuote(strFolder) + " && export HOME=$PWD CVS_RSH=$PWD/rsh CVS_SESSION_IDLE=10\n";
+  for (std::size_t nWay = 0; nWay < std::size(astrRoots); ++nWay) {
+    const std::string strNumber = std::to_string(nWay);
+    const std::string strRoot = ShellQuote(astrRoots[nWay]);
+    ShellOutput("cp -r " TALVEK_EXAMPLE_REPOSITORY " " + ShellQuote(strRepository + strNumber));
+    AdmitReader(oFolder.Path(), strRepository + strNumber);
+    strAll += "{ ./sequence cvs " + strRoot + " client" + strNumber + "; ./sequence " + SESSION + " " +
+              strRoot + " session" + strNumber + "; } &\n";
+  }
+  ShellOutput(strAll + "wait");
+  for (std::size_t nWay = 0; nWay < std::size(astrRoots); ++nWay) {
+    const std::string strNumber = std::to_string(nWay);
+    const auto Tree = [&](const std::string& strName) {
+      return ReadFile(oFolder / (strName + ".output")) +
+             TreeText(oFolder / strName, astrRoots[nWay], strRepository + strNumber);
+    };
+    EXPECT_EQ(Tree("session" + strNumber), Tree("client" + strNumber)) << astrRoots[nWay];
+  }
+}
+
+}  // namespace
+}  // namespace TALVEK::TEST
