@@ -67,6 +67,13 @@ class TALVEK_CORE_API TRecordBase {
   virtual TRecordBase& CopyFrom(const TRecordBase* poOther) = 0;
 };
 
+/// A set of fields, a bit for each field's number.
+using TFieldSet = std::uint32_t;
+inline constexpr TFieldSet ALL_FIELDS = ~TFieldSet{0};
+constexpr TFieldSet FieldBit(unsigned nField) {
+  return TFieldSet{1} << nField;
+}
+
 /// Told how far a commit is.
 class TALVEK_CORE_API CProgressHelper {
  public:
@@ -94,6 +101,8 @@ class TALVEK_CORE_API CDatabase {
   virtual ~CDatabase();
   /// What went wrong last, in words for a person; empty when nothing has. Stays until the database is closed.
   virtual VCM::CString GetLastErrorText() const = 0;
+  /// Rows that iterators have read so far, found ones as well as those passed on the way.
+  virtual std::uint64_t GetRowsRead() const = 0;
 };
 
 class TALVEK_CORE_API CDatabaseFactory {
@@ -169,10 +178,10 @@ class TALVEK_CORE_API CIteratorBase {
   void Close();
 
  protected:
-  bool GetEqual(void* const* papFields);
-  bool GetGTE(void* const* papFields);
-  bool GetLTE(void* const* papFields);
-  bool GetNext(void* const* papFields);
+  bool GetEqual(void* const* papFields, TFieldSet nWanted);
+  bool GetGTE(void* const* papFields, TFieldSet nWanted);
+  bool GetLTE(void* const* papFields, TFieldSet nWanted);
+  bool GetNext(void* const* papFields, TFieldSet nWanted);
   bool Add(void* const* papFields);
   bool Update(void* const* papFields);
 
@@ -195,6 +204,9 @@ class TALVEK_CORE_API CIteratorBase {
 ///          Neither Add nor Update moves this or any other cursor: GetNext goes on from the key that the
 ///          cursor was last placed on, so it meets a row again that Update has moved ahead.
 /// Owns     Nothing. Table and transaction must outlive the cursor.
+/// Cost     One descent of the tree to place (two in an index other than 0), and the decoding of what is
+///          wanted: numbers and times always, and those texts, paths and property sets whose numbers (below
+///          32) are in the set. The record's other members stay as they were.
 ///
 /// TRecord gives `FIELD_COUNT` and `GetFieldAddresses()`, the addresses of its members in field order.
 template <class TRecord>
@@ -203,12 +215,23 @@ class CIterator : public CIteratorBase {
   using CIteratorBase::CIteratorBase;
 
   /// First row with exactly this key.
-  bool GetEqual(TRecord& tRecord) { return CIteratorBase::GetEqual(tRecord.GetFieldAddresses().data()); }
+  bool GetEqual(TRecord& tRecord) { return GetEqual(tRecord, ALL_FIELDS); }
+  bool GetEqual(TRecord& tRecord, TFieldSet nWanted) {
+    return CIteratorBase::GetEqual(tRecord.GetFieldAddresses().data(), nWanted);
+  }
   /// First row whose key is at or after this key.
-  bool GetGTE(TRecord& tRecord) { return CIteratorBase::GetGTE(tRecord.GetFieldAddresses().data()); }
+  bool GetGTE(TRecord& tRecord) { return GetGTE(tRecord, ALL_FIELDS); }
+  bool GetGTE(TRecord& tRecord, TFieldSet nWanted) {
+    return CIteratorBase::GetGTE(tRecord.GetFieldAddresses().data(), nWanted);
+  }
   /// Last row whose key is at or before this key.
-  bool GetLTE(TRecord& tRecord) { return CIteratorBase::GetLTE(tRecord.GetFieldAddresses().data()); }
-  bool GetNext(TRecord& tRecord) { return CIteratorBase::GetNext(tRecord.GetFieldAddresses().data()); }
+  bool GetLTE(TRecord& tRecord) {
+    return CIteratorBase::GetLTE(tRecord.GetFieldAddresses().data(), ALL_FIELDS);
+  }
+  bool GetNext(TRecord& tRecord) { return GetNext(tRecord, ALL_FIELDS); }
+  bool GetNext(TRecord& tRecord, TFieldSet nWanted) {
+    return CIteratorBase::GetNext(tRecord.GetFieldAddresses().data(), nWanted);
+  }
   bool Add(TRecord& tRecord) { return CIteratorBase::Add(tRecord.GetFieldAddresses().data()); }
   /// Replaces the row that has this record's key in index 0; the other indexes follow.
   bool Update(TRecord& tRecord) { return CIteratorBase::Update(tRecord.GetFieldAddresses().data()); }

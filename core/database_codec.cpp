@@ -39,12 +39,8 @@ std::size_t FixedSize(TFieldType nType) {
   return nType == FIELD_UINT32 ? 4 : 8;
 }
 
-bool IsAscii(std::string_view strBytes) {
-  unsigned char nAll = 0;
-  for (const char chByte : strBytes) {
-    nAll = static_cast<unsigned char>(nAll | static_cast<unsigned char>(chByte));
-  }
-  return nAll < 0x80;
+bool IsWanted(TFieldSet nWanted, std::size_t nField) {
+  return nWanted == ALL_FIELDS || (nWanted & FieldBit(static_cast<unsigned>(nField))) != 0;
 }
 
 /// Items that are joined as CFilePath joins them: none is empty.
@@ -110,20 +106,21 @@ void CRecordCodec::EncodeSized(TFieldType nType, const void* pField) {
   PutBigEndian(m_strRow.size() - nStart, LENGTH_SIZE, m_strRow.data() + nStart - LENGTH_SIZE);
 }
 
-bool CRecordCodec::Decode(std::string_view strRow, void* const* papFields) {
+bool CRecordCodec::Decode(std::string_view strRow, void* const* papFields, TFieldSet nWanted) {
   if (strRow.size() < m_poSchema->GetFixedSize()) return false;
   std::string_view strRest = strRow.substr(m_poSchema->GetFixedSize());
   for (std::size_t i = 0; i < m_atValues.size(); ++i) {
     const CSchema::TField& tField = m_poSchema->GetFields()[i];
     if (IsFixed(tField.nType)) {
       m_atValues[i].nNumber = GetBigEndian(strRow.substr(tField.nOffset, FixedSize(tField.nType)));
-    } else {
-      std::string_view strBytes;
-      if (!CutSized(strRest, strBytes) || !DecodeSized(tField.nType, strBytes, m_atValues[i])) return false;
+      continue;
     }
+    std::string_view strBytes;
+    if (!CutSized(strRest, strBytes)) return false;
+    if (IsWanted(nWanted, i) && !DecodeSized(tField.nType, strBytes, m_atValues[i])) return false;
   }
   if (!strRest.empty()) return false;
-  Give(papFields);
+  Give(papFields, nWanted);
   return true;
 }
 
@@ -134,7 +131,7 @@ bool CRecordCodec::DecodeSized(TFieldType nType, std::string_view strBytes, TVal
 }
 
 bool CRecordCodec::DecodeText(std::string_view strBytes, CString& strText) {
-  if (IsAscii(strBytes)) {
+  if (VCM::IsAscii(strBytes)) {
     std::wstring strWide = strText.Release();  // for its storage
     strWide.resize(strBytes.size());
     std::copy(strBytes.begin(), strBytes.end(), strWide.begin());
@@ -160,10 +157,12 @@ bool CRecordCodec::DecodePath(std::string_view strBytes, CFilePath& oPath) {
 }
 
 // Swapping hands the record's old storage to the next row that is decoded.
-void CRecordCodec::Give(void* const* papFields) {
+void CRecordCodec::Give(void* const* papFields, TFieldSet nWanted) {
   for (std::size_t i = 0; i < m_atValues.size(); ++i) {
     TValue& tValue = m_atValues[i];
-    switch (m_poSchema->GetFields()[i].nType) {
+    const TFieldType nType = m_poSchema->GetFields()[i].nType;
+    if (!IsFixed(nType) && !IsWanted(nWanted, i)) continue;
+    switch (nType) {
       case FIELD_TIMESTAMP:
         static_cast<CTimestamp*>(papFields[i])->Set(static_cast<long long>(tValue.nNumber));
         break;

@@ -27,8 +27,9 @@ class TALVEK_CORE_API CRecordCodec {
 
   /// The row, good until the next Encode.
   std::string_view Encode(void* const* papFields);
-  /// False for bytes that are no row of this table; the record is then as it was.
-  bool Decode(std::string_view strRow, void* const* papFields);
+  /// False for bytes that are no row of this table; the record is then as it was. Texts, paths and property
+  /// sets that aren't wanted are left alone and not looked at.
+  bool Decode(std::string_view strRow, void* const* papFields, TFieldSet nWanted = ALL_FIELDS);
 
  private:
   // One field as decoded; only the member of the field's type is used.
@@ -44,7 +45,7 @@ class TALVEK_CORE_API CRecordCodec {
   bool DecodeSized(TFieldType nType, std::string_view strBytes, TValue& tValue);
   bool DecodeText(std::string_view strBytes, VCM::CString& strText);
   bool DecodePath(std::string_view strBytes, VCM::CFilePath& oPath);
-  void Give(void* const* papFields);
+  void Give(void* const* papFields, TFieldSet nWanted);
 
   std::shared_ptr<const CSchema> m_poSchema;
   std::string m_strRow;

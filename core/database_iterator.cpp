@@ -24,10 +24,10 @@ class CIteratorBase::CImpl : public CTransactionUser {
   CImpl& operator=(const CImpl&) = delete;
   void OnTransactionEnd() override;
 
-  bool GetEqual(void* const* papFields);
-  bool GetGTE(void* const* papFields);
-  bool GetLTE(void* const* papFields);
-  bool GetNext(void* const* papFields);
+  bool GetEqual(void* const* papFields, TFieldSet nWanted);
+  bool GetGTE(void* const* papFields, TFieldSet nWanted);
+  bool GetLTE(void* const* papFields, TFieldSet nWanted);
+  bool GetNext(void* const* papFields, TFieldSet nWanted);
   bool Add(void* const* papFields);
   bool Update(void* const* papFields);
 
@@ -41,7 +41,7 @@ class CIteratorBase::CImpl : public CTransactionUser {
 
   bool Move(MDB_cursor_op nOperation);
   bool MoveTo(const CKey& oKey);
-  bool Take(void* const* papFields);
+  bool Take(void* const* papFields, TFieldSet nWanted);
   bool FetchRow(std::string_view strEntry);
   bool FailDamaged();
 
@@ -116,37 +116,37 @@ void CIteratorBase::CImpl::OnTransactionEnd() {
   m_poTransaction = nullptr;
 }
 
-bool CIteratorBase::CImpl::GetEqual(void* const* papFields) {
+bool CIteratorBase::CImpl::GetEqual(void* const* papFields, TFieldSet nWanted) {
   if (!IsUsable()) return false;
   CKey oKey;
   m_poSchema->MakeKey(m_nIndex, papFields, oKey);
-  return MoveTo(oKey) && m_strEntry.starts_with(oKey.View()) && Take(papFields);
+  return MoveTo(oKey) && m_strEntry.starts_with(oKey.View()) && Take(papFields, nWanted);
 }
 
-bool CIteratorBase::CImpl::GetGTE(void* const* papFields) {
+bool CIteratorBase::CImpl::GetGTE(void* const* papFields, TFieldSet nWanted) {
   if (!IsUsable()) return false;
   CKey oKey;
   m_poSchema->MakeKey(m_nIndex, papFields, oKey);
-  return MoveTo(oKey) && Take(papFields);
+  return MoveTo(oKey) && Take(papFields, nWanted);
 }
 
-bool CIteratorBase::CImpl::GetLTE(void* const* papFields) {
+bool CIteratorBase::CImpl::GetLTE(void* const* papFields, TFieldSet nWanted) {
   if (!IsUsable()) return false;
   CKey oKey;
   m_poSchema->MakeKey(m_nIndex, papFields, oKey);
   oKey.AppendHighest(m_poSchema->GetSuffixSize(m_nIndex));
   const bool bAtOrAfter = MoveTo(oKey);
   const bool bFound = bAtOrAfter ? m_strEntry == oKey.View() || Move(MDB_PREV) : Move(MDB_LAST);
-  return bFound && Take(papFields);
+  return bFound && Take(papFields, nWanted);
 }
 
-bool CIteratorBase::CImpl::GetNext(void* const* papFields) {
+bool CIteratorBase::CImpl::GetNext(void* const* papFields, TFieldSet nWanted) {
   if (!IsUsable() || m_oPlace.GetSize() == 0) return false;
   const bool bShortCut = m_bCursorAtPlace && m_nWritesAtPlace == m_poTable->nWrites;
   // The row that the cursor was placed on may have moved to another key, and then its old place is empty.
   const bool bAtPlace = bShortCut || (MoveTo(m_oPlace) && m_strEntry == m_oPlace.View());
-  if (bAtPlace) return Move(MDB_NEXT) && Take(papFields);
-  return !m_strEntry.empty() && Take(papFields);
+  if (bAtPlace) return Move(MDB_NEXT) && Take(papFields, nWanted);
+  return !m_strEntry.empty() && Take(papFields, nWanted);
 }
 
 /// Moves LMDB's cursor; false when there is no entry there, or it can't be read.
@@ -167,11 +167,12 @@ bool CIteratorBase::CImpl::MoveTo(const CKey& oKey) {
 }
 
 /// Reads the row that Move found and makes it the place.
-bool CIteratorBase::CImpl::Take(void* const* papFields) {
+bool CIteratorBase::CImpl::Take(void* const* papFields, TFieldSet nWanted) {
   const std::size_t nSize = m_poSchema->GetKeySize(m_nIndex) + m_poSchema->GetSuffixSize(m_nIndex);
   if (m_strEntry.size() != nSize) return FailDamaged();
+  m_poTransaction->GetStore()->CountRowRead();
   if (m_nIndex != 0 && !FetchRow(m_strEntry)) return false;
-  if (!m_oCodec.Decode(m_strRow, papFields)) return FailDamaged();
+  if (!m_oCodec.Decode(m_strRow, papFields, nWanted)) return FailDamaged();
   m_oPlace.Assign(m_strEntry);
   m_bCursorAtPlace = true;
   m_nWritesAtPlace = m_poTable->nWrites;
@@ -311,17 +312,17 @@ void CIteratorBase::Close() {
   m_poImpl.reset();
 }
 
-bool CIteratorBase::GetEqual(void* const* papFields) {
-  return m_poImpl && m_poImpl->GetEqual(papFields);
+bool CIteratorBase::GetEqual(void* const* papFields, TFieldSet nWanted) {
+  return m_poImpl && m_poImpl->GetEqual(papFields, nWanted);
 }
-bool CIteratorBase::GetGTE(void* const* papFields) {
-  return m_poImpl && m_poImpl->GetGTE(papFields);
+bool CIteratorBase::GetGTE(void* const* papFields, TFieldSet nWanted) {
+  return m_poImpl && m_poImpl->GetGTE(papFields, nWanted);
 }
-bool CIteratorBase::GetLTE(void* const* papFields) {
-  return m_poImpl && m_poImpl->GetLTE(papFields);
+bool CIteratorBase::GetLTE(void* const* papFields, TFieldSet nWanted) {
+  return m_poImpl && m_poImpl->GetLTE(papFields, nWanted);
 }
-bool CIteratorBase::GetNext(void* const* papFields) {
-  return m_poImpl && m_poImpl->GetNext(papFields);
+bool CIteratorBase::GetNext(void* const* papFields, TFieldSet nWanted) {
+  return m_poImpl && m_poImpl->GetNext(papFields, nWanted);
 }
 bool CIteratorBase::Add(void* const* papFields) {
   return m_poImpl && m_poImpl->Add(papFields);

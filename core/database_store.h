@@ -3,6 +3,7 @@
 #include <lmdb.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -43,6 +44,8 @@ class TALVEK_CORE_API CDatabaseStore : public CDatabase {
   CDatabaseStore& operator=(const CDatabaseStore&) = delete;
 
   VCM::CString GetLastErrorText() const override { return m_strError; }
+  std::uint64_t GetRowsRead() const override { return m_nRowsRead; }
+  void CountRowRead() { ++m_nRowsRead; }
   /// Notes what went wrong, and returns false.
   bool Fail(const VCM::CString& strWhat, const VCM::CString& strWhy);
 
@@ -58,6 +61,7 @@ class TALVEK_CORE_API CDatabaseStore : public CDatabase {
   MDB_env* m_poEnvironment;
   CTransaction::CImpl* m_poTransaction = nullptr;
   VCM::CString m_strError;
+  std::uint64_t m_nRowsRead = 0;
 };
 
 }  // namespace TALVEK::VDB

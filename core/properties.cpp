@@ -112,19 +112,29 @@ void CProperties::Encode(std::string& strOut) const {
 }
 
 bool CProperties::Decode(std::string_view strBytes) {
-  std::vector<TEntry> atEntries;
-  m_atEntries.clear();
-  while (!strBytes.empty()) {
-    std::string_view strNumber;
-    std::string_view strValue;
-    std::size_t nLength = 0;
-    if (!Take(strBytes, 2, strNumber) || !TakeLength(strBytes, nLength)) return false;
-    if (!Take(strBytes, nLength, strValue)) return false;
-    const auto nProperty = static_cast<std::uint16_t>(ReadNumber(strNumber));
-    if (!atEntries.empty() && nProperty <= atEntries.back().first) return false;
-    atEntries.emplace_back(nProperty, strValue);
+  std::size_t nCount = 0;
+  for (; !strBytes.empty(); ++nCount) {
+    if (DecodeEntry(strBytes, nCount)) continue;
+    m_atEntries.clear();
+    return false;
   }
-  m_atEntries = std::move(atEntries);
+  m_atEntries.resize(nCount);
+  return true;
+}
+
+/// Takes one entry off the front into the place `nIndex`. Entries that are there are used again: sets are
+/// decoded one after the other, and most are alike.
+bool CProperties::DecodeEntry(std::string_view& strBytes, std::size_t nIndex) {
+  std::string_view strNumber;
+  std::string_view strValue;
+  std::size_t nLength = 0;
+  if (!Take(strBytes, 2, strNumber) || !TakeLength(strBytes, nLength)) return false;
+  if (!Take(strBytes, nLength, strValue)) return false;
+  const auto nProperty = static_cast<std::uint16_t>(ReadNumber(strNumber));
+  if (nIndex > 0 && nProperty <= m_atEntries[nIndex - 1].first) return false;
+  if (nIndex == m_atEntries.size()) m_atEntries.emplace_back();
+  m_atEntries[nIndex].first = nProperty;
+  m_atEntries[nIndex].second.assign(strValue);
   return true;
 }
 

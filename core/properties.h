@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -47,6 +48,7 @@ class TALVEK_CORE_API CProperties {
  private:
   using TEntry = std::pair<std::uint16_t, std::string>;
 
+  bool DecodeEntry(std::string_view& strBytes, std::size_t nIndex);
   const std::string* Find(std::uint16_t nProperty) const;
   void Put(std::uint16_t nProperty, std::string strBytes);
 

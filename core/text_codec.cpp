@@ -166,6 +166,18 @@ void EncodeStored(const CString& strText, std::string& strOut) {
              [](wchar_t ch, std::string& strBytes) { AppendUtf8(strBytes, Code(ch)); });
 }
 
+bool IsAscii(std::string_view strBytes) {
+  std::uint64_t nAll = 0;
+  for (; strBytes.size() >= BLOCK; strBytes.remove_prefix(BLOCK)) {
+    std::uint64_t nBlock = 0;
+    std::memcpy(&nBlock, strBytes.data(), BLOCK);
+    nAll |= nBlock;
+  }
+  for (const char chByte : strBytes)
+    nAll |= static_cast<unsigned char>(chByte);
+  return (nAll & HIGH_BITS) == 0;
+}
+
 CString DecodeStored(std::string_view strBytes) {
   std::wstring strText;
   DecodeInto(strBytes, strText, [](std::string_view strRest, wchar_t& ch) {

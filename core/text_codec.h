@@ -33,6 +33,9 @@ TALVEK_CORE_API std::string ToUtf8(const CString& strText);
 TALVEK_CORE_API void EncodeStored(const CString& strText, std::string& strOut);
 TALVEK_CORE_API CString DecodeStored(std::string_view strBytes);
 
+/// True when all bytes are below 80: text that is the same in every encoding used here.
+TALVEK_CORE_API bool IsAscii(std::string_view strBytes);
+
 /// strtol in base 10 over the locale's bytes of `strText`: leading white space and a sign are accepted, the
 /// first character that is no digit ends the number, no digits give 0, too large a number gives the nearest
 /// long. A text with any character that the locale can't convert gives 0.

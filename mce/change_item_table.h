@@ -15,6 +15,9 @@ enum TChangeItemProperty : std::uint16_t {
   ITEM_FOREIGN_REVISION = 1,  ///< the foreign revision number as text, for CVS in dotted form
 };
 
+/// Number of the change item field by which items are looked for.
+enum TChangeItemField : unsigned { ITEM_FIELD_PATH = 3 };
+
 /// A change item as the import database holds it: one file of one changeset.
 struct TChangeItemRecord : TTableRecord<TChangeItemRecord> {
   static constexpr int FIELD_COUNT = 7;

@@ -15,6 +15,9 @@ enum TChangeProperty : std::uint16_t {
   CHANGE_MAX_TIME = 1,   ///< smallest time until which its items stay current
 };
 
+/// Numbers of the change fields whose decoding costs something.
+enum TChangeField : unsigned { CHANGE_FIELD_USER = 3, CHANGE_FIELD_COMMENT = 5, CHANGE_FIELD_PROPS = 7 };
+
 /// A changeset as the import database holds it.
 struct TChangeRecord : TTableRecord<TChangeRecord> {
   static constexpr int FIELD_COUNT = 8;

@@ -8,8 +8,9 @@ namespace TALVEK::MCE {
 
 namespace {
 
-constexpr unsigned INDEX_ALL_FIELDS = 0;
-constexpr std::uint32_t HIGHEST = std::numeric_limits<std::uint32_t>::max();
+constexpr unsigned INDEX_CHANGE_KEY = 1;
+constexpr unsigned INDEX_ITEM_PATH = 0;
+constexpr std::uint32_t NO_TIME_LIMIT = std::numeric_limits<std::uint32_t>::max();
 
 TChangeKeyRecord MakeChangeKey(std::uint32_t nStreamID, const VCM::CString& strUser,
                                const VCM::CString& strComment) {
@@ -18,6 +19,15 @@ TChangeKeyRecord MakeChangeKey(std::uint32_t nStreamID, const VCM::CString& strU
   tKey.nStreamID = nStreamID;
   tKey.nHashHigh = oHash.GetHigh();
   tKey.nHashLow = oHash.GetLow();
+  return tKey;
+}
+
+TChangeKeyRecord MakeChangeKey(const TChangeRecord& tChange) {
+  TChangeKeyRecord tKey = MakeChangeKey(tChange.nStreamID, tChange.strUser, tChange.strComment);
+  tKey.nChangeID = tChange.nID;
+  tKey.nBaseTime = tChange.oProps.GetNumber(CHANGE_BASE_TIME, tChange.nTime);
+  tKey.nPeriod = tKey.nBaseTime / CGroupingIndex::PERIOD_SECONDS;
+  tKey.nMaxTime = tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT);
   return tKey;
 }
 
@@ -36,9 +46,9 @@ void CGroupingIndex::Open(VDB::CDatabase& oDatabase, VDB::CTransaction& oTransac
   if (!m_oChangeKeyTable.IsOpen()) m_oChangeKeyTable.Open(oDatabase, nullptr, oTransaction, false);
   if (!m_oItemPathTable.IsOpen()) m_oItemPathTable.Open(oDatabase, nullptr, oTransaction, false);
   m_poChangeKeys =
-      std::make_unique<VDB::CIterator<TChangeKeyRecord>>(m_oChangeKeyTable, INDEX_ALL_FIELDS, oTransaction);
+      std::make_unique<VDB::CIterator<TChangeKeyRecord>>(m_oChangeKeyTable, INDEX_CHANGE_KEY, oTransaction);
   m_poItemPaths =
-      std::make_unique<VDB::CIterator<TItemPathRecord>>(m_oItemPathTable, INDEX_ALL_FIELDS, oTransaction);
+      std::make_unique<VDB::CIterator<TItemPathRecord>>(m_oItemPathTable, INDEX_ITEM_PATH, oTransaction);
 }
 
 void CGroupingIndex::CloseIterators() {
@@ -52,10 +62,13 @@ void CGroupingIndex::CloseTables() {
 }
 
 bool CGroupingIndex::AddChange(const TChangeRecord& tChange) {
-  m_tChangeKey = MakeChangeKey(tChange.nStreamID, tChange.strUser, tChange.strComment);
-  m_tChangeKey.nBaseTime = tChange.oProps.GetNumber(CHANGE_BASE_TIME, HIGHEST);
-  m_tChangeKey.nChangeID = tChange.nID;
+  m_tChangeKey = MakeChangeKey(tChange);
   return m_poChangeKeys->Add(m_tChangeKey);
+}
+
+bool CGroupingIndex::UpdateChange(const TChangeRecord& tChange) {
+  m_tChangeKey = MakeChangeKey(tChange);
+  return m_poChangeKeys->Update(m_tChangeKey);
 }
 
 bool CGroupingIndex::AddItem(const TChangeItemRecord& tItem) {
@@ -66,12 +79,16 @@ bool CGroupingIndex::AddItem(const TChangeItemRecord& tItem) {
 }
 
 bool CGroupingIndex::FirstChange(std::uint32_t nStreamID, const VCM::CString& strUser,
-                                 const VCM::CString& strComment, std::uint32_t nLowTime,
-                                 std::uint32_t nHighTime, std::uint32_t& nChangeID) {
-  m_tChangeKey = MakeChangeKey(nStreamID, strUser, strComment);
-  m_tLastKey = m_tChangeKey;
-  m_tChangeKey.nBaseTime = nLowTime;
-  m_tLastKey.nBaseTime = nHighTime;
+                                 const VCM::CString& strComment, std::uint32_t nTime, std::uint32_t nLowBase,
+                                 std::uint32_t nHighBase, std::uint32_t& nChangeID) {
+  if (nTime == NO_TIME_LIMIT) return false;  // no change takes an item of that time
+  m_tWantedKey = MakeChangeKey(nStreamID, strUser, strComment);
+  m_tWantedKey.nPeriod = nLowBase / PERIOD_SECONDS;
+  m_tWantedKey.nMaxTime = nTime + 1;
+  m_tWantedKey.nBaseTime = nLowBase;
+  m_nHighBase = nHighBase;
+  if (nLowBase > nHighBase) return false;
+  m_tChangeKey = m_tWantedKey;
   return TakeChange(m_poChangeKeys->GetGTE(m_tChangeKey), nChangeID);
 }
 
@@ -79,19 +96,31 @@ bool CGroupingIndex::NextChange(std::uint32_t& nChangeID) {
   return TakeChange(m_poChangeKeys->GetNext(m_tChangeKey), nChangeID);
 }
 
-bool CGroupingIndex::TakeChange(bool bFound, std::uint32_t& nChangeID) const {
-  if (!bFound || m_tChangeKey.nStreamID != m_tLastKey.nStreamID ||
-      m_tChangeKey.nHashHigh != m_tLastKey.nHashHigh || m_tChangeKey.nHashLow != m_tLastKey.nHashLow ||
-      m_tChangeKey.nBaseTime > m_tLastKey.nBaseTime) {
-    return false;
+bool CGroupingIndex::TakeChange(bool bFound, std::uint32_t& nChangeID) {
+  while (true) {
+    if (bFound && IsOfWantedPeriod()) {
+      nChangeID = m_tChangeKey.nChangeID;
+      if (m_tChangeKey.nBaseTime >= m_tWantedKey.nBaseTime && m_tChangeKey.nBaseTime <= m_nHighBase)
+        return true;
+      bFound = m_poChangeKeys->GetNext(m_tChangeKey);
+      continue;
+    }
+    if (m_tWantedKey.nPeriod == m_nHighBase / PERIOD_SECONDS) return false;
+    ++m_tWantedKey.nPeriod;
+    m_tChangeKey = m_tWantedKey;
+    bFound = m_poChangeKeys->GetGTE(m_tChangeKey);
   }
-  nChangeID = m_tChangeKey.nChangeID;
-  return true;
+}
+
+bool CGroupingIndex::IsOfWantedPeriod() const {
+  return m_tChangeKey.nStreamID == m_tWantedKey.nStreamID &&
+         m_tChangeKey.nHashHigh == m_tWantedKey.nHashHigh && m_tChangeKey.nHashLow == m_tWantedKey.nHashLow &&
+         m_tChangeKey.nPeriod == m_tWantedKey.nPeriod;
 }
 
 bool CGroupingIndex::FirstItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath, std::uint32_t& nItem) {
   m_tItemPath = MakeItemPath(nChangeID, oPath);
-  m_tLastPath = m_tItemPath;
+  m_tWantedPath = m_tItemPath;
   return TakeItem(m_poItemPaths->GetGTE(m_tItemPath), nItem);
 }
 
@@ -100,8 +129,8 @@ bool CGroupingIndex::NextItem(std::uint32_t& nItem) {
 }
 
 bool CGroupingIndex::TakeItem(bool bFound, std::uint32_t& nItem) const {
-  if (!bFound || m_tItemPath.nChangeID != m_tLastPath.nChangeID ||
-      m_tItemPath.nHashHigh != m_tLastPath.nHashHigh || m_tItemPath.nHashLow != m_tLastPath.nHashLow) {
+  if (!bFound || m_tItemPath.nChangeID != m_tWantedPath.nChangeID ||
+      m_tItemPath.nHashHigh != m_tWantedPath.nHashHigh || m_tItemPath.nHashLow != m_tWantedPath.nHashLow) {
     return false;
   }
   nItem = m_tItemPath.nItem;

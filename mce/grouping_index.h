@@ -14,14 +14,16 @@ namespace TALVEK::MCE {
 /// Finds changes and change items for the grouping, in the import database, so that memory doesn't grow with
 /// the history.
 ///
-/// Shape    Whoever stores a change or an item tells it here. Walks give candidates: the caller looks at the
-///          rows themselves, as different texts can have one hash.
+/// Shape    Whoever stores or alters a change or an item tells it here. Walks give candidates: the caller
+///          looks at the rows themselves, as different texts can have one hash.
 /// Errors   False when the database refuses a write; that spoils its transaction.
 class CGroupingIndex {
  public:
   /// Items of a change that are found by looking at one after the other; a table knows those with a higher
   /// number. Most changes have no more, and their few rows lie together.
   static constexpr std::uint32_t FEW_ITEMS = 8;
+  /// Longer than what one search spans, so that it looks into two periods at most.
+  static constexpr std::uint32_t PERIOD_SECONDS = 1024;
 
   /// Opens both tables in the transaction, and makes iterators.
   void Open(VDB::CDatabase& oDatabase, VDB::CTransaction& oTransaction);
@@ -29,12 +31,16 @@ class CGroupingIndex {
   void CloseTables();
 
   bool AddChange(const TChangeRecord& tChange);
+  /// Another comment or CHANGE_MAX_TIME.
+  bool UpdateChange(const TChangeRecord& tChange);
   bool AddItem(const TChangeItemRecord& tItem);
 
-  /// The changes of a stream with this user and comment whose base time is in a range, in ascending base
-  /// time.
+  /// The changes of a stream with this user and comment whose base time is in the range and to which an item
+  /// of the time `nTime` can still be added. (Items that are replaced at once make crowds of changes that
+  /// nothing can be added to; those of the past are never looked at.)
   bool FirstChange(std::uint32_t nStreamID, const VCM::CString& strUser, const VCM::CString& strComment,
-                   std::uint32_t nLowTime, std::uint32_t nHighTime, std::uint32_t& nChangeID);
+                   std::uint32_t nTime, std::uint32_t nLowBase, std::uint32_t nHighBase,
+                   std::uint32_t& nChangeID);
   bool NextChange(std::uint32_t& nChangeID);
 
   /// The items of a change, beyond the first FEW_ITEMS, that have this path, in ascending number.
@@ -42,7 +48,8 @@ class CGroupingIndex {
   bool NextItem(std::uint32_t& nItem);
 
  private:
-  bool TakeChange(bool bFound, std::uint32_t& nChangeID) const;
+  bool TakeChange(bool bFound, std::uint32_t& nChangeID);
+  bool IsOfWantedPeriod() const;
   bool TakeItem(bool bFound, std::uint32_t& nItem) const;
 
   CChangeKeyTable m_oChangeKeyTable;
@@ -50,9 +57,10 @@ class CGroupingIndex {
   std::unique_ptr<VDB::CIterator<TChangeKeyRecord>> m_poChangeKeys;
   std::unique_ptr<VDB::CIterator<TItemPathRecord>> m_poItemPaths;
   TChangeKeyRecord m_tChangeKey;
-  TChangeKeyRecord m_tLastKey;  // of the walk over changes
+  TChangeKeyRecord m_tWantedKey;  // of the walk over changes, with the lowest maximum and base time
+  std::uint32_t m_nHighBase = 0;
   TItemPathRecord m_tItemPath;
-  TItemPathRecord m_tLastPath;  // of the walk over items
+  TItemPathRecord m_tWantedPath;  // of the walk over items
 };
 
 }  // namespace TALVEK::MCE

@@ -76,14 +76,16 @@ bool CProviderBase::FindChangeOfUser(std::uint32_t nStreamID, const VCM::CString
   return false;
 }
 
-// A busy hour can hold thousands of changes. Those with the same user and comment are found by a hash, in the
-// order of their base times; the one wanted is the first by time and ID.
+// A busy hour can hold thousands of changes: those with the same user and comment are found by a hash. They
+// come in any order; the one wanted is the first by time and ID.
 bool CProviderBase::FindChangeWithComment(std::uint32_t nStreamID, const VCM::CString& strUser,
                                           const VCM::CString& strComment, const TWindow& tWindow) {
   bool bMatched = false;
   std::uint32_t nID = 0;
-  for (bool bFound =
-           m_oGroupingIndex.FirstChange(nStreamID, strUser, strComment, tWindow.nLow, tWindow.nHigh, nID);
+  // A change is at no time before its base time, so an item that ends before that can't join it.
+  const std::uint32_t nHighBase = std::min(tWindow.nHigh, tWindow.nEndTime);
+  for (bool bFound = m_oGroupingIndex.FirstChange(nStreamID, strUser, strComment, tWindow.nTime, tWindow.nLow,
+                                                  nHighBase, nID);
        bFound; bFound = m_oGroupingIndex.NextChange(nID)) {
     m_tCandidate.nID = nID;
     if (!m_poChangeByIdIterator->GetEqual(m_tCandidate) || !tWindow.Admits(m_tCandidate)) continue;
@@ -129,16 +131,16 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
 bool CProviderBase::JoinChange(std::uint32_t nItemTime, std::uint32_t nItemEnd,
                                const VCM::CString& strComment) {
   if (nItemTime > m_tChange.nTime) m_tChange.nTime = nItemTime;
+  bool bOtherKey = false;
   if (nItemEnd < m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT)) {
     m_tChange.oProps.SetProperty(CHANGE_MAX_TIME, nItemEnd);
+    bOtherKey = true;
   }
   ++m_tChange.nNextItem;
-  const int nFormerLength = m_tChange.strComment.GetLength();
+  const int nFormerLength = m_tChange.strComment.GetLength();  // a comment only ever grows
   AddToComment(m_tChange.strComment, strComment);
-  if (!m_poChangeIterator->Update(m_tChange)) return false;
-  // A comment only ever grows. The change must then be found by the new one as well.
-  if (m_tChange.strComment.GetLength() != nFormerLength) m_oGroupingIndex.AddChange(m_tChange);
-  return true;
+  if (m_tChange.strComment.GetLength() != nFormerLength) bOtherKey = true;
+  return m_poChangeIterator->Update(m_tChange) && (!bOtherKey || m_oGroupingIndex.UpdateChange(m_tChange));
 }
 
 bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,

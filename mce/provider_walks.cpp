@@ -31,6 +31,11 @@ int CProviderBase::EstablishStreams(unsigned int& nCount) {
 }
 
 const CProvider::TStreamInfo* CProviderBase::FindStream(unsigned int nStreamID) const {
+  const std::int64_t nPlace = static_cast<std::int64_t>(nStreamID) - 1;
+  if (nPlace >= 0 && nPlace < m_atStreams.GetCount()) {
+    const TStreamInfo& tStream = m_atStreams[static_cast<int>(nPlace)];
+    if (tStream.nID == nStreamID) return &tStream;
+  }
   for (const TStreamInfo& tStream : m_atStreams) {
     if (tStream.nID == nStreamID) return &tStream;
   }
@@ -45,13 +50,14 @@ int CProviderBase::GetNextStream(POSITION*& poPosition, TStreamInfo& tStream, un
   const unsigned int nWantedParent = nParentID != 0 && FindStream(nParentID) ? nParentID : 0;
   // The host's position is the index of the next stream to look at.
   auto nIndex = reinterpret_cast<std::intptr_t>(poPosition);
-  while (nIndex >= 0 && nIndex < m_atStreams.GetCount()) {
-    tStream = m_atStreams[static_cast<int>(nIndex)];
-    ++nIndex;
-    poPosition = reinterpret_cast<POSITION*>(nIndex);
-    if (tStream.nParentID == nWantedParent) return RESULT_OK;
-  }
-  return RESULT_END;
+  if (nIndex < 0 || nIndex >= m_atStreams.GetCount()) return RESULT_END;
+  const TStreamInfo* ptStream = nullptr;
+  do {
+    ptStream = &m_atStreams[static_cast<int>(nIndex++)];
+  } while (ptStream->nParentID != nWantedParent && nIndex < m_atStreams.GetCount());
+  tStream = *ptStream;
+  poPosition = reinterpret_cast<POSITION*>(nIndex);
+  return ptStream->nParentID == nWantedParent ? RESULT_OK : RESULT_END;
 }
 
 int CProviderBase::OnBeginStream(unsigned int nStreamID, const wchar_t* pszFolder) {
@@ -133,6 +139,11 @@ int CProviderBase::OnNextChangeItem(TChangeItemInfo& tItem) {
 }
 
 bool CProviderBase::EnsureFolderExists(const VCM::CFilePath& oPath) {
+  if (oPath.GetCount() <= 1) return true;
+  // Where the last folder is, so are those above it: mostly one question is enough.
+  VCM::CFilePath oLast = oPath;
+  oLast.RemoveLastItem();
+  if (VCM::FolderExists(oLast.GeneratePath(m_oWorkFolder))) return true;
   VCM::CFilePath oFolder = m_oWorkFolder;
   for (int i = 0; i < oPath.GetCount() - 1; ++i) {
     oFolder.Add(oPath.GetItemText(i));

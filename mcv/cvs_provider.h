@@ -10,6 +10,7 @@
 #include "core/string.h"
 #include "mce/provider_base.h"
 #include "mcv/file_enum.h"
+#include "mcv/stream_names.h"
 
 namespace TALVEK::MCV {
 
@@ -32,6 +33,7 @@ class CProvider : public MCE::CProviderBase {
   CProvider();
   ~CProvider() override;
 
+  void ResetStreams() override;
   int CheckEnvironment(VCM::CString& strMessage) override;
   int ResolveStreamLinkage() override;
   const MCE::TPropertyInfo* GetPropertyInfo() override { return s_atPropertyInfo; }
@@ -104,12 +106,15 @@ class CProvider : public MCE::CProviderBase {
   VCM::CString GetRevisionArgument(const MCE::TChangeItemRecord& tItem) const;
 
   void ProcessFileNames(const TFileInfo& tFile, TStreamInfo& tStream, bool bNested);
-  unsigned int ProposeParent(const TFileInfo& tFile, int nTag) const;
+  unsigned int ProposeParent(const TFileInfo& tFile, int nParentTag) const;
+  int FindStreamByName(const VCM::CString& strName) const;
   bool MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, const TFileInfo& tFile);
   void CreateStreamForTag(TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag,
                           unsigned int nParentID);
   void AddFileChanges(const TFileInfo& tFile, TStreamInfo& tStream);
   void ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision, TStreamInfo& tStream) const;
+
+  mutable CStreamNames m_oStreamNames;  // follows the list of streams when it is asked
 };
 
 }  // namespace TALVEK::MCV

@@ -26,17 +26,24 @@ void CProvider::AddTrunkStream() {
 
 void CProvider::UpdateStream(const TStreamInfo& tStream) {
   if (IsLogOpen()) LogStreamUpdate(tStream, false);
-  m_atStreams[static_cast<int>(tStream.nID) - 1] = tStream;
+  TStreamInfo& tListed = m_atStreams[static_cast<int>(tStream.nID) - 1];
+  if (tListed.strName != tStream.strName) m_oStreamNames.Forget();
+  tListed = tStream;
+}
+
+void CProvider::ResetStreams() {
+  CProviderBase::ResetStreams();
+  m_oStreamNames.Forget();
+}
+
+int CProvider::FindStreamByName(const VCM::CString& strName) const {
+  return m_oStreamNames.Find(m_atStreams, strName.View());
 }
 
 bool CProvider::GetStreamByName(const VCM::CString& strName, TStreamInfo& tStream) const {
-  for (const TStreamInfo& tListed : m_atStreams) {
-    if (tListed.strName.EqualsNoCase(strName.View())) {
-      tStream = tListed;
-      return true;
-    }
-  }
-  return false;
+  const int nStream = FindStreamByName(strName);
+  if (nStream >= 0) tStream = m_atStreams[nStream];
+  return nStream >= 0;
 }
 
 bool CProvider::GetStreamByID(unsigned int nStreamID, TStreamInfo& tStream) const {

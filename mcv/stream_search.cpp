@@ -8,6 +8,7 @@
 #include <set>
 
 #include "mcv/cvs_provider.h"
+#include "mcv/file_lookup.h"
 
 namespace TALVEK::MCV {
 
@@ -120,9 +121,11 @@ bool CProvider::SearchForStreams() {
 }
 
 void CProvider::ProcessFileNames(const TFileInfo& tFile, TStreamInfo& tStream, bool bNested) {
+  CTagNesting oNesting(tFile);
   for (int i = 0; i < tFile.atTags.GetCount(); ++i) {
     const TTagInfo& tTag = tFile.atTags[i];
-    const unsigned int nProposedParent = bNested ? ProposeParent(tFile, i) : MAIN_STREAM_ID;
+    const unsigned int nProposedParent =
+        bNested ? ProposeParent(tFile, oNesting.NextParent()) : MAIN_STREAM_ID;
     if (!GetStreamByName(tTag.strName, tStream)) {
       CreateStreamForTag(tStream, tFile, tTag, nProposedParent);
       continue;
@@ -132,17 +135,10 @@ void CProvider::ProcessFileNames(const TFileInfo& tFile, TStreamInfo& tStream, b
   }
 }
 
-unsigned int CProvider::ProposeParent(const TFileInfo& tFile, int nTag) const {
-  const TTagInfo& tTag = tFile.atTags[nTag];
-  if (tTag.oRevision.GetCount() <= 3) return MAIN_STREAM_ID;
-  const int nMaxCount = tTag.oRevision.GetCount() - (tTag.bIsBranch ? 2 : 1);
-  for (int i = nTag - 1; i >= 0; --i) {
-    const TTagInfo& tEarlier = tFile.atTags[i];
-    if (tEarlier.oRevision.GetCount() > nMaxCount || !tEarlier.oRevision.IsPrefixOf(tTag.oRevision)) continue;
-    TStreamInfo tParent;
-    return GetStreamByName(tEarlier.strName, tParent) ? tParent.nID : MAIN_STREAM_ID;
-  }
-  return MAIN_STREAM_ID;
+unsigned int CProvider::ProposeParent(const TFileInfo& tFile, int nParentTag) const {
+  if (nParentTag < 0) return MAIN_STREAM_ID;
+  const int nStream = FindStreamByName(tFile.atTags[nParentTag].strName);
+  return nStream < 0 ? MAIN_STREAM_ID : m_atStreams[nStream].nID;
 }
 
 void CProvider::CreateStreamForTag(TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag,
@@ -162,15 +158,15 @@ bool CProvider::MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, co
     tStream.nParentID = nProposedParent;
     return true;
   }
+  if (nProposedParent == tStream.nParentID) return false;  // nearly every file but the first
   std::set<unsigned int> anVisited;
   unsigned int nAbove = nProposedParent;
   do {
     TStreamInfo tAbove;
     if (!GetStreamByID(nAbove, tAbove)) return false;
     if (tAbove.nID == tStream.nParentID) {
-      const bool bMoved = nProposedParent != tStream.nParentID;
       tStream.nParentID = nProposedParent;
-      return bMoved;
+      return true;
     }
     if (tAbove.nID == tStream.nID) {
       WriteLog(
@@ -204,12 +200,8 @@ void CProvider::ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oR
     tStream = m_atStreams[0];
     return;
   }
-  for (const TTagInfo& tTag : tFile.atTags) {
-    if (tTag.oRevision.GetCount() + 1 == oRevision.GetCount() && tTag.oRevision.IsPrefixOf(oRevision)) {
-      GetStreamByName(tTag.strName, tStream);
-      return;
-    }
-  }
+  const int nTag = FindTagOfRevision(tFile, oRevision);
+  if (nTag >= 0) GetStreamByName(tFile.atTags[nTag].strName, tStream);
 }
 
 }  // namespace TALVEK::MCV

@@ -2,6 +2,7 @@
 // the revision from which it starts, and taken to be before the revision that replaced that one.
 
 #include "mcv/cvs_provider.h"
+#include "mcv/file_lookup.h"
 
 namespace TALVEK::MCV {
 
@@ -12,13 +13,6 @@ MCE::TCVSRevision StartingRevision(const TTagInfo& tTag) {
   MCE::TCVSRevision oRevision = tTag.oRevision;
   if (tTag.bIsBranch && !oRevision.IsEmpty()) oRevision.RemoveAt(oRevision.GetCount() - 1);
   return oRevision;
-}
-
-const TRevInfo* FindRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision) {
-  for (const TRevInfo& tRevision : tFile.atRevisions) {
-    if (tRevision.oRevision == oRevision) return &tRevision;
-  }
-  return nullptr;
 }
 
 std::uint32_t CommitTime(const TRevInfo& tRevision) {

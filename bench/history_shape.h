@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace TALVEK::BENCH {
+
+/// What a made-up history is like. The same shape and seed give the same history.
+struct TShape {
+  std::uint64_t nSeed = 1;
+  std::uint32_t nFiles = 1000;
+  std::uint32_t nRevisions = 10;       ///< of each file on the trunk
+  std::uint32_t nNames = 20;           ///< tags, each on nearly every file
+  std::uint32_t nBranches = 2;         ///< from the trunk, each on nearly every file
+  std::uint32_t nBranchRevisions = 1;  ///< of each file on each branch
+  std::uint32_t nNested = 0;           ///< branches one below the other that start from each branch
+  std::uint32_t nAuthors = 20;
+  std::uint32_t nCommitSize = 5;      ///< files in a commit, on average
+  std::uint32_t nMessageLength = 60;  ///< characters, on average
+};
+
+/// One revision of one file.
+struct TRevision {
+  std::string strNumber;
+  std::uint64_t nCommit = 0;  ///< what tells author and message; the same for all files of the commit
+  std::int64_t nTime = 0;     ///< seconds since 1970 UTC
+  std::vector<std::string> astrBranches;  ///< first revisions of the branches that start here
+};
+
+/// One file: revisions of the trunk, newest first, then those of each branch, oldest first.
+struct TFile {
+  std::string strPath;  ///< below the module
+  struct TName {
+    std::string strName;
+    std::string strNumber;
+  };
+  std::vector<TName> atNames;
+  std::vector<std::vector<TRevision>> atLines;
+};
+
+/// Makes a history file by file, so that its size doesn't matter.
+class CHistory {
+ public:
+  explicit CHistory(const TShape& tShape);
+
+  TFile MakeFile(std::uint32_t nFile) const;
+  std::string Author(std::uint64_t nCommit) const;
+  std::string Message(std::uint64_t nCommit) const;
+
+ private:
+  std::vector<std::uint64_t> TrunkCommits(std::uint32_t nFile) const;
+  void AddTags(const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;
+  void AddBranches(std::uint32_t nFile, const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;
+  void AddBranch(std::uint32_t nFile, std::uint32_t nBranch, std::uint32_t nDepth,
+                 const std::string& strNumber, std::int64_t nStart, TFile& tFile) const;
+
+  TShape m_tShape;
+  std::uint64_t m_nCommits;
+};
+
+/// `cvs rlog`'s text of one file; `nTime` as "2001-02-03 04:05:06 +0000".
+std::string LogText(const CHistory& oHistory, const std::string& strRoot, const TFile& tFile);
+/// The content of the file's RCS file.
+std::string RcsText(const CHistory& oHistory, const TFile& tFile);
+
+}  // namespace TALVEK::BENCH

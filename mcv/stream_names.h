@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "core/array.h"
+#include "core/string.h"
+#include "mce/provider.h"
+
+namespace TALVEK::MCV {
+
+/// Finds streams by name, without regard to case: every name of every file is looked for, and a history can
+/// have thousands of streams.
+///
+/// Shape    Of streams with the same name the first in the list counts. Streams added to the list are taken
+/// up
+///          by themselves; whoever empties the list or changes a name in it calls Forget.
+class CStreamNames {
+ public:
+  /// Index of the stream in the list, or -1.
+  int Find(const VCM::CArray<MCE::CProvider::TStreamInfo>& atStreams, std::wstring_view strName);
+  void Forget();
+
+ private:
+  struct THash {
+    using is_transparent = void;
+    std::size_t operator()(std::wstring_view strText) const {
+      return std::hash<std::wstring_view>{}(strText);
+    }
+  };
+
+  std::wstring_view ToKey(std::wstring_view strName);
+
+  std::unordered_map<std::wstring, int, THash, std::equal_to<>> m_oIndexes;  // by lower-case name
+  int m_nKnown = 0;       // streams of the list that are in the map
+  std::wstring m_strKey;  // kept for its storage
+};
+
+}  // namespace TALVEK::MCV

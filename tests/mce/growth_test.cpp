@@ -1,0 +1,59 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "tests/mce/engine_fixture.h"
+
+// Guards against work that grows faster than the history, by counting rows: a clock would measure the
+// machine.
+namespace TALVEK::TEST {
+namespace {
+
+constexpr int FEW = 250;
+constexpr int MANY = 16 * FEW;
+constexpr double LIMIT = 1.3;
+
+/// Rows read for each item of a history of `nItems`.
+double RowsPerItem(int nItems, const std::function<void(CEngine&, int)>& fnAdd) {
+  CEngine oEngine;
+  for (int i = 0; i < nItems; ++i)
+    fnAdd(oEngine, i);
+  return static_cast<double>(oEngine.m_poDatabase->GetRowsRead()) / nItems;
+}
+
+void ExpectLinear(const std::function<void(CEngine&, int)>& fnAdd) {
+  const double fFew = RowsPerItem(FEW, fnAdd);
+  EXPECT_GT(fFew, 0);
+  EXPECT_LE(RowsPerItem(MANY, fnAdd), LIMIT * fFew);
+}
+
+std::string File(int nNumber) {
+  return "folder/file" + std::to_string(nNumber) + ".c";
+}
+
+TEST(GrowthTest, LargeChangeCostsNoMoreAnItem) {
+  ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).At(1000); });
+}
+
+TEST(GrowthTest, BusyWindowCostsNoMoreAnItem) {
+  ExpectLinear([](CEngine& oEngine, int i) {
+    oEngine.Add(File(i % 50).c_str())
+        .Saying(("comment " + std::to_string(i / 50)).c_str())
+        .At(1000 + i % 100);
+  });
+}
+
+TEST(GrowthTest, CrowdOfClosedChangesCostsNoMoreAnItem) {
+  ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).Until(1000).At(1000 + i % 100); });
+}
+
+TEST(GrowthTest, LongHistoryCostsNoMoreAnItem) {
+  ExpectLinear([](CEngine& oEngine, int i) {
+    oEngine.Add(File(i % 10).c_str()).Until(5000L + i * 400L).At(1000L + i * 400L);
+  });
+}
+
+}  // namespace
+}  // namespace TALVEK::TEST
