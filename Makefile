@@ -22,7 +22,7 @@ ifndef INTO
   endif
 endif
 
-.PHONY: help deps build import test bench bench-retrieve install format tidy check-import-arguments
+.PHONY: help deps build import test bench bench-history bench-retrieve install format tidy check-import-arguments
 
 help:
 	@echo 'make import    import the example repository into Git and show its history'
@@ -32,6 +32,7 @@ help:
 	@echo 'make build     build the plug-in and the programs        (PRESET=...)'
 	@echo 'make install   install them                              (PREFIX=/usr/local, DESTDIR=)'
 	@echo 'make bench     run the benchmarks'
+	@echo 'make bench-history    how fast histories of any size are read (HISTORY=options of bench/history.py)'
 	@echo 'make bench-retrieve   how fast file revisions come out of a repository (RETRIEVE=options)'
 	@echo 'make deps      install the Debian packages that are missing (NO_DEPS=1: never install any)'
 	@echo 'make format    format the sources'
@@ -73,10 +74,21 @@ bench: deps
 	cmake --preset $(PRESET)
 	cmake --build --preset $(PRESET) --target bench
 
+# The real log is measured where it lies beside the project.
+REAL_LOG = ../shared/rlogs/ncvs-src.rlog.xz
+
+bench-history: PRESET = release
+bench-history: build
+	$(call need,bench peers)
+	cmake --build --preset $(PRESET) --target make-history
+	@if test -f $(REAL_LOG); then xz -dc $(REAL_LOG) > build/real.rlog; fi
+	bench/history.py --bin '$(CURDIR)'/build/$(PRESET)/bin $$(test -f build/real.rlog && echo --log build/real.rlog) \
+	  $(HISTORY)
+
 # Minutes: whole imports, over lines of several latencies.
 bench-retrieve: PRESET = release
 bench-retrieve: build
-	$(call need,retrieve)
+	$(call need,peers)
 	bench/retrieve.py --bin '$(CURDIR)'/build/$(PRESET)/bin $(RETRIEVE)
 
 install: build

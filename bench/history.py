@@ -1,0 +1,120 @@
+#!/usr/bin/env python3
+"""How fast `talvek-import preview --quiet` reads histories, beside `cvsps --test-log` and `wc -l`.
+
+Each history is measured several times, the programs in turn; the medians make one line of the table (Markdown).
+Times are processor times (user and system), as the machine may have other work; the peak memory is the whole
+process's, and the disk figure what the import database has taken at most.
+"""
+import argparse
+import glob
+import os
+import statistics
+import subprocess
+import sys
+import tempfile
+import threading
+
+# name: options of make-history. A group's figures per revision are compared with those of its first member.
+GROUPS = {
+    "size": {
+        "0.1 M revisions": "--files 8334", "0.4 M revisions": "--files 33334",
+        "1.6 M revisions": "--files 133334", "6.4 M revisions": "--files 533334"},
+    "revisions of a file": {
+        "10 each": "--files 2000 --branches 0", "160 each": "--files 2000 --revisions 160 --branches 0"},
+    "names": {
+        "50 names": "--files 2000 --names 50 --branches 0", "800 names": "--files 2000 --names 800 --branches 0"},
+    "streams": {
+        "10 branches": "--files 2000 --branches 10 --names 0",
+        "160 branches": "--files 2000 --branches 160 --names 0"},
+    "one changeset": {
+        "of 2000 files": "--files 2000 --revisions 1 --branches 0 --commit-size 2000",
+        "of 32000 files": "--files 32000 --revisions 1 --branches 0 --commit-size 32000"},
+}
+
+
+def measure(command, stdout=subprocess.DEVNULL):
+    """Processor seconds and peak bytes of a command, and bytes on disk of import databases meanwhile."""
+    process = subprocess.Popen(command, stdout=stdout, stderr=subprocess.DEVNULL)
+    disk, done = [0], threading.Event()
+
+    def watch():
+        while not done.wait(0.02):
+            for path in glob.glob("/tmp/talvek-em-%d.tdf" % process.pid):
+                try:
+                    disk[0] = max(disk[0], os.stat(path).st_blocks * 512)
+                except FileNotFoundError:
+                    pass
+
+    watcher = threading.Thread(target=watch)
+    watcher.start()
+    _, status, usage = os.wait4(process.pid, 0)
+    done.set()
+    watcher.join()
+    if status != 0:
+        sys.exit("history.py: %s ended with status %d" % (command[0], status))
+    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024, disk[0]
+
+
+def count_revisions(log):
+    with open(log, "rb") as lines:
+        return sum(1 for line in lines if line.startswith(b"date: "))
+
+
+def measure_log(args, log, root, module, options, with_cvsps):
+    folder = tempfile.mkdtemp()
+    ours = [args.bin + "/talvek-import", "preview", "--quiet", "--log-file", log, "--repos-path", root,
+            "--module-name", module, "--import-log", folder + "/import.log"] + options
+    runs, theirs, counts = [], [], []
+    for _ in range(args.runs):
+        runs.append(measure(ours))
+        counts.append(measure(["wc", "-l", log])[0])
+        if with_cvsps:
+            theirs.append(measure(["cvsps", "--root", root, module, "--test-log", log, "-x", "-u"])[0])
+    os.remove(folder + "/import.log")
+    os.rmdir(folder)
+    seconds = statistics.median(run[0] for run in runs)
+    return {"seconds": seconds, "memory": max(run[1] for run in runs), "disk": max(run[2] for run in runs),
+            "cvsps": statistics.median(theirs) if theirs else None, "wc": statistics.median(counts),
+            "bytes": os.path.getsize(log), "revisions": count_revisions(log)}
+
+
+def print_line(name, figures, growth):
+    mb = figures["bytes"] / 1e6
+    print("| %s | %.1f | %.0f | %.2f | %.1f | %.0f | %.0f | %.2f | %s | %.0f | %s |" % (
+        name, mb, figures["revisions"] / 1e3, figures["seconds"], mb / figures["seconds"],
+        figures["revisions"] / figures["seconds"] / 1e3, figures["memory"] / 1e6, figures["disk"] / figures["bytes"],
+        "%.1f" % (figures["cvsps"] / figures["seconds"]) if figures["cvsps"] else "-",
+        figures["seconds"] / max(figures["wc"], 0.001), growth), flush=True)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--bin", required=True, help="folder of talvek-import and make-history")
+    parser.add_argument("--log", help="a saved log of a real repository, measured first")
+    parser.add_argument("--log-root", default="/cvs", help="the repository in that log")
+    parser.add_argument("--log-module", default="src", help="the module in that log")
+    parser.add_argument("--runs", type=int, default=3)
+    parser.add_argument("--max-files", type=int, default=140000, help="leave out histories with more files")
+    args = parser.parse_args()
+
+    print("| history | MB | k revisions | s | MB/s | k revisions/s | peak MB | disk / log | cvsps / ours "
+          "| ours / wc | per revision |")
+    print("|---|---|---|---|---|---|---|---|---|---|---|", flush=True)
+    if args.log:
+        print_line("real log", measure_log(args, args.log, args.log_root, args.log_module, [], True), "-")
+    for group, histories in GROUPS.items():
+        first = None
+        for name, shape in histories.items():
+            if int(shape.split("--files ")[1].split()[0]) > args.max_files:
+                continue
+            with tempfile.NamedTemporaryFile(suffix=".rlog") as log:
+                subprocess.run([args.bin + "/make-history"] + shape.split(), stdout=log, check=True)
+                options = ["--streams-for-tags"] if group in ("names", "streams") else []
+                figures = measure_log(args, log.name, "/cvs", "bench", options, group == "size" and not first)
+            each = figures["seconds"] / figures["revisions"]
+            first = first or each
+            print_line(group + ": " + name, figures, "%.2f" % (each / first))
+
+
+if __name__ == "__main__":
+    main()
