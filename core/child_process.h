@@ -19,9 +19,8 @@ struct TChildResult {
 /// Runs a program to its end, without a shell; execvp finds it.
 ///
 /// Shape    `astrArguments` starts with the program and isn't empty; no text in it holds a NUL. The child
-/// reads
-///          nothing, writes to the two descriptors and has no other; its signals are as if nobody had touched
-///          them.
+///          reads nothing, writes to the two descriptors and has no other; its signals are as if nobody
+///          had touched them.
 /// Owns     Nothing: the descriptors stay the caller's.
 /// Threads  Any. The child gets SIGTERM when the calling thread ends. While a program runs whose caller
 ///          ignores SIGCHLD, that signal is set to its default for the whole process.

@@ -18,9 +18,8 @@ struct TProviderChoice {
 /// A plug-in and its one provider.
 ///
 /// Shape    Without a path the plug-in is looked for beside the program, in ../lib beside the program's
-/// folder
-///          (the build tree, or the folder it is installed in) and in the folder that the build was set up to
-///          install to.
+///          folder (the build tree, or the folder it is installed in) and in the folder that the build
+///          was set up to install to.
 /// Errors   EHostError: STATUS_WRONG_USE when there is no such plug-in, STATUS_FAILED when it can't be
 /// loaded. Owns     Both; the provider is ended with Destroy, whatever happens.
 class CProviderLibrary {

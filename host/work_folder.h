@@ -22,11 +22,9 @@ struct TRetrievedFile {
 /// The client folder, with one folder per stream in it.
 ///
 /// Shape    A temporary folder that goes at the end, or one that the administrator names, which stays: it
-/// must
-///          be empty or come from an earlier run (a file in it says so), and is emptied first.
+///          must be empty or come from an earlier run (a file in it says so), and is emptied first.
 /// Errors   EHostError: STATUS_WRONG_USE for a folder with foreign things in it, STATUS_FAILED when it can't
-/// be
-///          made or emptied.
+///          be made or emptied.
 /// Safety   No symbolic link below a stream's folder is ever followed, and no ".." either.
 class CWorkFolder {
  public:

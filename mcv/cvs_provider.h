@@ -22,8 +22,7 @@ inline constexpr wchar_t PSZ_TRUNK_NAME[] = L"Head";
 ///
 /// Properties  As in s_atPropertyInfo; each is read when it is needed.
 /// Errors      A failing `cvs` command is tried again and shows in the import log; only a history that can't
-/// be
-///             read at all makes SearchForStreams fail. A file that can't be retrieved is not there
+///             be read at all makes SearchForStreams fail. A file that can't be retrieved is not there
 ///             afterwards.
 /// Threads     One. The process's working directory changes while a checkout runs.
 class CProvider : public MCE::CProviderBase {

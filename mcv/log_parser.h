@@ -58,8 +58,7 @@ struct TLogItem {
 /// Errors   None: a line of unknown form is ignored, a malformed number reads as 0. The input ends where its
 ///          stream does, also in the middle of an item.
 /// Owns     Two string pools. The stream is lent and must outlive the parser. An item's references are good
-/// until
-///          the header after the next one has been read.
+///          until the header after the next one has been read.
 class CLogParser : public wxTextInputStream {
  public:
   explicit CLogParser(wxInputStream* poInput);

@@ -14,8 +14,7 @@ namespace TALVEK::MCV {
 /// have thousands of streams.
 ///
 /// Shape    Of streams with the same name the first in the list counts. Streams added to the list are taken
-/// up
-///          by themselves; whoever empties the list or changes a name in it calls Forget.
+///          up by themselves; whoever empties the list or changes a name in it calls Forget.
 class CStreamNames {
  public:
   /// Index of the stream in the list, or -1.
