@@ -50,7 +50,8 @@ std::unique_ptr<CStagedFile> TakeReply(CConversation& oConversation, const TChec
 /// Asks on one connection. False: this is for the client.
 bool Ask(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFolder, TReply& tReply) {
   CConversation oConversation(tCheckout, tCaller);
-  const std::string strRequests = CheckoutRequests(tCheckout);
+  const std::string strRequests =
+      QuestionRequests(tCheckout.tRoot, oFolder.Questions()) + CheckoutRequests(tCheckout);
   const EReach nReach = oConversation.Reach(strRequests);
   if (nReach == NOT_REACHED) return false;
   if (nReach == REFUSED) {
