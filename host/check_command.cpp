@@ -1,3 +1,4 @@
+#include "host/bundled_client.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
 #include "host/git_process.h"
@@ -15,26 +16,34 @@ std::string GitText(bool& bGood) {
   return "git can't be run; install git";
 }
 
+std::string ProgramText(const VCM::CString& strProgram, const std::string& strHint, bool& bGood) {
+  const std::string strFile = FindProgram(strProgram);
+  if (!strFile.empty()) return "program      " + ShowBytes(strFile) + '\n';
+  bGood = false;
+  return "program      '" + ShowText(strProgram) + "' is nowhere; install it or " + strHint + '\n';
+}
+
 std::string ProgramsText(const CPropertyTable& oTable, bool& bGood) {
   std::string strText;
   for (const TProperty& tProperty : oTable.GetProperties()) {
-    if (tProperty.nType != MCE::TPropertyInfo::TYPE_EXECUTABLE) continue;
-    const std::string strFile = FindProgram(tProperty.strValue);
-    if (strFile.empty()) bGood = false;
-    strText += "program      " +
-               (strFile.empty() ? "'" + ShowText(tProperty.strValue) +
-                                      "' is nowhere; install it or give another with --" + tProperty.strOption
-                                : ShowBytes(strFile)) +
-               '\n';
+    if (tProperty.nType == MCE::TPropertyInfo::TYPE_EXECUTABLE)
+      strText += ProgramText(tProperty.strValue, "give another with --" + tProperty.strOption, bGood);
   }
+  const VCM::CString strBehind = ClientBehindBundled(oTable);
+  if (!strBehind.IsEmpty()) strText += ProgramText(strBehind, PLACE_OF_CLIENT_HINT, bGood);
   return strText;
+}
+
+std::string OriginText(const TProperty& tProperty) {
+  if (tProperty.bGiven) return "";
+  return tProperty.strHostDefault == tProperty.strDefault ? " (default)" : " (default of talvek-import)";
 }
 
 std::string PropertiesText(const CPropertyTable& oTable) {
   std::string strText = "properties\n";
   for (const TProperty& tProperty : oTable.GetProperties()) {
     strText += "    " + ShowText(tProperty.strKey) + " = " + ShowText(tProperty.strValue) +
-               (tProperty.bGiven ? "" : " (default)") + '\n';
+               OriginText(tProperty) + '\n';
   }
   return strText;
 }

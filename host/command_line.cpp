@@ -182,7 +182,7 @@ class CGrammar {
 
   static CLI::Option* AddSwitch(CLI::App* poCommand, const TProperty& tProperty) {
     const std::string strHelp = VCM::ToBytes(tProperty.strLabel) +
-                                (tProperty.strDefault == L"1" ? " (default: on)" : " (default: off)");
+                                (tProperty.strHostDefault == L"1" ? " (default: on)" : " (default: off)");
     return poCommand->add_flag("--" + tProperty.strOption + ",!--no-" + tProperty.strOption, strHelp);
   }
 
@@ -191,7 +191,7 @@ class CGrammar {
     const std::string strLabel = VCM::ToBytes(tProperty.strLabel);
     return poCommand->add_option("--" + tProperty.strOption, strLabel)
         ->type_name(bPath ? "FILE" : "TEXT")
-        ->default_str(VCM::ToBytes(tProperty.strDefault))
+        ->default_str(VCM::ToBytes(tProperty.strHostDefault))
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   }
 

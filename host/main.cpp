@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "core/descriptor.h"
+#include "host/bundled_client.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
+#include "host/program_folder.h"
 #include "host/stop_signal.h"
 #include "host/text_output.h"
 
@@ -46,6 +48,7 @@ int Run(const std::vector<std::string>& astrArguments, CConsole& oConsole) {
     return ShowHelpAlone(astrArguments);
   }
   CPropertyTable oTable(oLibrary->GetProvider());
+  PreferBundledClient(oTable, ProgramFolder());
   const TCommandLine tCommandLine = ParseCommandLine(astrArguments, oTable);
   return Dispatch({*oLibrary, oTable, tCommandLine, oConsole});
 }

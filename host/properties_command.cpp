@@ -33,6 +33,8 @@ std::string AsText(const CPropertyTable& oTable) {
     if (!tProperty.strOption.empty()) strText += "    option   " + OptionText(tProperty) + '\n';
     strText += "    type     " + std::string(TypeName(tProperty)) + '\n';
     if (!tProperty.strDefault.IsEmpty()) strText += "    default  " + ShowText(tProperty.strDefault) + '\n';
+    if (tProperty.strHostDefault != tProperty.strDefault)
+      strText += "    instead  " + ShowText(tProperty.strHostDefault) + " (default of talvek-import)\n";
   }
   return strText;
 }

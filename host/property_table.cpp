@@ -86,6 +86,7 @@ CPropertyTable::CPropertyTable(MCE::CProvider& oProvider) {
     tProperty.strDefault = ptInfo->pszDefault;
     tProperty.nType = ptInfo->nType;
     tProperty.strOption = OptionName(tProperty.strKey);
+    tProperty.strHostDefault = tProperty.strDefault;
     tProperty.strValue = tProperty.strDefault;
     m_atProperties.push_back(std::move(tProperty));
   }
@@ -96,6 +97,12 @@ const TProperty* CPropertyTable::Find(const wchar_t* pszKey) const {
     if (tProperty.strKey == pszKey) return &tProperty;
   }
   return nullptr;
+}
+
+void CPropertyTable::SetHostDefault(const wchar_t* pszKey, const VCM::CString& strValue) {
+  for (TProperty& tProperty : m_atProperties) {
+    if (tProperty.strKey == pszKey) tProperty.strValue = tProperty.strHostDefault = strValue;
+  }
 }
 
 void CPropertyTable::SetFromText(const std::string& strText) {

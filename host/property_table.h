@@ -13,11 +13,12 @@ namespace TALVEK::HOST {
 struct TProperty {
   VCM::CString strLabel;
   VCM::CString strKey;
-  VCM::CString strDefault;
+  VCM::CString strDefault;      ///< the provider's
+  VCM::CString strHostDefault;  ///< what we set when the administrator says nothing; seldom another
   unsigned long nType = MCE::TPropertyInfo::TYPE_TEXT;
   std::string strOption;  ///< "module-name"; empty when another option has that name
   VCM::CString strValue;
-  bool bGiven = false;  ///< by the administrator; else the value is the default
+  bool bGiven = false;  ///< by the administrator; else the value is the host's default
 
   bool IsSwitch() const { return nType == MCE::TPropertyInfo::TYPE_SWITCH; }
 };
@@ -32,6 +33,10 @@ class CPropertyTable {
   const std::vector<TProperty>& GetProperties() const { return m_atProperties; }
   /// Null when the provider has no such property.
   const TProperty* Find(const wchar_t* pszKey) const;
+
+  /// Sets what a property is when the administrator says nothing. The provider must have it, and nothing must
+  /// have been given yet.
+  void SetHostDefault(const wchar_t* pszKey, const VCM::CString& strValue);
 
   /// Takes a "Key=Value". EHostError (STATUS_WRONG_USE) when it is none, when the provider has no such key,
   /// or when a switch gets something else than 1 or 0: providers take "true" for off.

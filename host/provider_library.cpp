@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/exit_status.h"
+#include "host/program_folder.h"
 #include "host/text_output.h"
 
 namespace fs = std::filesystem;
@@ -30,8 +31,7 @@ std::string NameFromFile(const fs::path& oFile) {
 }
 
 std::vector<fs::path> UsualFolders() {
-  std::error_code oError;
-  const fs::path oProgramFolder = fs::read_symlink("/proc/self/exe", oError).parent_path();
+  const fs::path oProgramFolder = ProgramFolder();
   return {oProgramFolder, oProgramFolder.parent_path() / "lib", fs::path(TALVEK_PLUGIN_FOLDER)};
 }
 

@@ -2,12 +2,18 @@
 
 #include <algorithm>
 
+#include "host/bundled_client.h"
 #include "host/exit_status.h"
 #include "host/text_output.h"
 
 namespace TALVEK::HOST {
 
 void RequirePrograms(const CPropertyTable& oTable, const VCM::CString& strEnvironment, CReport& oReport) {
+  const VCM::CString strBehind = ClientBehindBundled(oTable);
+  if (!strBehind.IsEmpty() && FindProgram(strBehind).empty()) {
+    throw EHostError(STATUS_FAILED, "the program '" + ShowText(strBehind) + "' can't be found",
+                     std::string("install it, or ") + PLACE_OF_CLIENT_HINT);
+  }
   if (strEnvironment.IsEmpty()) return;
   const std::vector<const TProperty*> aptMissing = oTable.MissingPrograms();
   if (!aptMissing.empty()) {

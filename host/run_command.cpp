@@ -2,6 +2,7 @@
 #include <optional>
 
 #include "core/text_codec.h"
+#include "host/bundled_client.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
 #include "host/export_target.h"
@@ -80,6 +81,10 @@ class CRun {
         {m_tContext.oLibrary.GetProvider(), m_tContext.oTable, m_tContext.oConsole, m_oProgress, m_oReport},
         CommandLine().strImportLog);
     RequirePrograms(m_tContext.oTable, oSession.Configure(), m_oReport);
+    if (LacksBundledClient(m_tContext.oTable)) {
+      m_oReport.Warning(
+          "cvs-session doesn't lie beside talvek-import: each file revision will take a second");
+    }
     oSession.Open(oWork.GetPath().string());
     ReadHistory(oSession);
     CItemSpool oSpool;

@@ -38,6 +38,7 @@ bool CEntries::ParseLine(std::string_view strLine) {
     return true;
   }
   if (!IsWellFormed(strLine)) return false;
+  if (strLine.starts_with('D')) m_bFoldersKnown = true;
   Add(std::string(strLine));
   return true;
 }

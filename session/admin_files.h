@@ -23,6 +23,7 @@ class CEntries {
   void Add(const std::string& strLine);
   /// Says that all sub-folders are entered here, even when there is none.
   void SetFoldersKnown() { m_bFoldersKnown = true; }
+  bool AreFoldersKnown() const { return m_bFoldersKnown; }
 
   std::string Text() const;
 

@@ -123,6 +123,8 @@ bool ReadCheckout(const std::vector<std::string>& astrWords, std::size_t nWord, 
 
 /// Applies the options of ~/.cvsrc that are understood. A line about checkouts, or one with quotes, isn't.
 bool ReadCvsrc(std::string_view strCvsrc, TCheckout& tCheckout) {
+  // Setting up a stream takes longer than all the rest of this.
+  if (strCvsrc.empty()) return true;
   std::istringstream oLines{std::string(strCvsrc)};
   for (std::string strLine; std::getline(oLines, strLine);) {
     std::istringstream oWords(strLine);

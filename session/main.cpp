@@ -2,8 +2,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,6 +13,7 @@
 #include "session/command_line.h"
 #include "session/conversation.h"
 #include "session/failure.h"
+#include "session/file_text.h"
 #include "session/reply.h"
 #include "session/working_folder.h"
 
@@ -24,8 +23,7 @@ namespace {
 std::string ReadCvsrc() {
   const char* pszHome = std::getenv("HOME");
   if (!pszHome) return std::string();
-  std::ifstream oFile(std::string(pszHome) + "/.cvsrc", std::ios::binary);
-  return {std::istreambuf_iterator<char>(oFile), std::istreambuf_iterator<char>()};
+  return ReadFileText(std::string(pszHome) + "/.cvsrc");
 }
 
 std::optional<TCheckout> ReadCommandLine(char** ppszArguments) {
@@ -50,7 +48,8 @@ std::unique_ptr<CStagedFile> TakeReply(CConversation& oConversation, const TChec
 /// Asks on one connection. False: this is for the client.
 bool Ask(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFolder, TReply& tReply) {
   CConversation oConversation(tCheckout, tCaller);
-  const std::string strRequests = CheckoutRequests(tCheckout);
+  const std::string strRequests =
+      QuestionRequests(tCheckout.tRoot, oFolder.Questions()) + CheckoutRequests(tCheckout);
   const EReach nReach = oConversation.Reach(strRequests);
   if (nReach == NOT_REACHED) return false;
   if (nReach == REFUSED) {

@@ -157,7 +157,25 @@ class CReply {
   TReply& m_tReply;
 };
 
+/// Absolute places are understood by all servers, relative ones by new servers only.
+std::string DirectoryRequest(const TRoot& tRoot, const std::string& strFolder,
+                             const std::string& strRepository) {
+  const std::string strPlace = strRepository == "." ? "" : "/" + strRepository;
+  return "Directory " + strFolder + "\n" + tRoot.strFolder + strPlace + "\n";
+}
+
 }  // namespace
+
+std::string QuestionRequests(const TRoot& tRoot, const std::vector<TQuestions>& atQuestions) {
+  std::string strRequests;
+  for (const TQuestions& tQuestions : atQuestions) {
+    strRequests +=
+        DirectoryRequest(tRoot, tQuestions.strFolder, tQuestions.strRepository) + "Static-directory\n";
+    for (const std::string& strName : tQuestions.astrNames)
+      strRequests += "Questionable " + strName + "\n";
+  }
+  return strRequests.empty() ? strRequests : strRequests + TopRequests(tRoot);
+}
 
 std::string CheckoutRequests(const TCheckout& tCheckout) {
   std::string strRequests;
@@ -170,14 +188,13 @@ std::string CheckoutRequests(const TCheckout& tCheckout) {
 
 std::string ReminderRequests(const TCheckout& tCheckout, const std::string& strRepository) {
   const std::string& strRevision = tCheckout.strRevision;
-  return "Directory " + tCheckout.strFolder + "\n" + tCheckout.tRoot.strFolder + "/" + strRepository +
-         "\nEntry /" + NameOf(tCheckout.strFile) + "/" + strRevision + "///T" + strRevision + "\n" +
+  return DirectoryRequest(tCheckout.tRoot, tCheckout.strFolder, strRepository) + "Entry /" +
+         NameOf(tCheckout.strFile) + "/" + strRevision + "///T" + strRevision + "\n" +
          TopRequests(tCheckout.tRoot);
 }
 
 std::string TopRequests(const TRoot& tRoot) {
-  // Absolute places are understood by all servers, relative ones by new servers only.
-  return "Directory .\n" + tRoot.strFolder + "\n";
+  return DirectoryRequest(tRoot, ".", ".");
 }
 
 void ReadReply(CReplyReader& oReader, const TCheckout& tCheckout, const std::string& strRepository,

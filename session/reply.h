@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -24,6 +25,16 @@ struct TReply {
   mode_t nMode = 0;
   std::optional<std::time_t> nTime;
 };
+
+/// What lies in a folder without being entered there: a client asks a server about these names.
+struct TQuestions {
+  std::string strFolder;      ///< in the working folder
+  std::string strRepository;  ///< where it comes from, in the root
+  std::vector<std::string> astrNames;
+};
+
+/// The requests that put these questions. The server answers them at the head of its reply to the checkout.
+std::string QuestionRequests(const TRoot& tRoot, const std::vector<TQuestions>& atQuestions);
 
 /// The requests for a checkout, given at the top of the working folder.
 std::string CheckoutRequests(const TCheckout& tCheckout);

@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include "session/ignore_list.h"
 #include "session/mail_date.h"
 
 namespace TALVEK::SESSION {
@@ -17,6 +18,7 @@ const std::string ENTRIES_NEW = "Entries.Backup";
 const std::string ENTRIES_STATIC = "Entries.Static";
 const std::string REPOSITORY = "Repository";
 const std::string ROOT = "Root";
+const std::string IGNORED = ".cvsignore";
 
 /// What the client writes for folders that stand for none in the repository: the root's own, then those
 /// above.
@@ -67,7 +69,7 @@ bool IsPlainEntry(const std::string& strLine) {
 
 void WriteEntries(const CFolder& oAdmin, const CEntries& oEntries) {
   oAdmin.Write(ENTRIES_NEW, oEntries.Text());
-  oAdmin.Rename(ENTRIES_NEW, ENTRIES);
+  oAdmin.Replace(ENTRIES, ENTRIES_NEW);
   if (oAdmin.Has(ENTRIES_LOG)) oAdmin.Remove(ENTRIES_LOG);
 }
 
@@ -91,74 +93,117 @@ void FoldLogsBelow(const CFolder& oFolder) {
   }
 }
 
+/// Collects what a client would ask about a folder and about the folders entered below it. False when that
+/// can't be told.
+bool Ask(const CFolder& oFolder, const std::string& strPath, const CIgnoreList& oIgnored,
+         std::vector<TQuestions>& atQuestions) {
+  const std::optional<CFolder> oAdmin = oFolder.Open(ADMIN);
+  const std::optional<std::string> strEntries = oAdmin ? oAdmin->Read(ENTRIES) : std::nullopt;
+  const std::optional<std::string> strRepository = oAdmin ? ReadLineFile(*oAdmin, REPOSITORY) : std::nullopt;
+  CEntries oEntries;
+  if (!strEntries || !strRepository || !oEntries.Parse(*strEntries, oAdmin->Read(ENTRIES_LOG).value_or("")))
+    return false;
+  CIgnoreList oIgnoredHere = oIgnored;
+  oIgnoredHere.Add(oFolder.Read(IGNORED).value_or(""));
+  TQuestions tQuestions{strPath, *strRepository, {}};
+  for (const std::string& strName : oFolder.Names()) {
+    if (strName == ADMIN || oEntries.HasFolder(strName) || !oEntries.FileLine(strName).empty()) continue;
+    if (!oIgnoredHere.Matches(strName)) tQuestions.astrNames.push_back(strName);
+  }
+  // Only where all sub-folders are entered is one that isn't a stranger.
+  if (!tQuestions.astrNames.empty() && !oEntries.AreFoldersKnown()) return false;
+  if (!tQuestions.astrNames.empty()) atQuestions.push_back(std::move(tQuestions));
+  for (const std::string& strName : oEntries.Folders()) {
+    const std::optional<CFolder> oBelow = oFolder.Open(strName);
+    if (oBelow && !Ask(*oBelow, strPath + "/" + strName, oIgnored, atQuestions)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 CWorkingFolder::CWorkingFolder(const TCheckout& tCheckout)
-    : m_tCheckout(tCheckout),
-      m_bLocal(tCheckout.tRoot.nMethod == TRoot::LOCAL),
-      m_astrNames(SplitPath(tCheckout.strFolder)),
-      m_astrRepositories(m_astrNames.size()) {
-  m_aoFolders.push_back(CFolder::Working());
+    : m_tCheckout(tCheckout), m_bLocal(tCheckout.tRoot.nMethod == TRoot::LOCAL), m_oTop(CFolder::Working()) {
+  for (std::string& strName : SplitPath(tCheckout.strFolder))
+    m_atLevels.emplace_back().strName = std::move(strName);
+}
+
+const CFolder& CWorkingFolder::Above(std::size_t nLevel) const {
+  return nLevel == 0 ? m_oTop : *m_atLevels[nLevel - 1].oFolder;
 }
 
 std::optional<CWorkingFolder> CWorkingFolder::Inspect(const TCheckout& tCheckout) {
   CWorkingFolder oFolder(tCheckout);
   // Inside somebody's checkout the client would enter the target there.
-  if (oFolder.m_aoFolders[0].Has(ADMIN)) return std::nullopt;
-  for (std::size_t nLevel = 0; nLevel < oFolder.m_astrNames.size(); ++nLevel) {
-    if (!oFolder.m_aoFolders[nLevel].Has(oFolder.m_astrNames[nLevel])) break;
-    if (!oFolder.InspectFolder(nLevel)) return std::nullopt;
+  if (oFolder.m_oTop.Has(ADMIN)) return std::nullopt;
+  for (std::size_t nLevel = 0; nLevel < oFolder.m_atLevels.size(); ++nLevel) {
+    if (!oFolder.InspectLevel(nLevel)) return std::nullopt;
+    if (!oFolder.m_atLevels[nLevel].oFolder) break;
   }
-  oFolder.SetMissingRepositories();
-  if (!oFolder.InspectFile()) return std::nullopt;
+  oFolder.SetRepositories();
+  if (!oFolder.InspectFile() || !oFolder.FindQuestions()) return std::nullopt;
   return oFolder;
 }
 
-bool CWorkingFolder::InspectFolder(std::size_t nLevel) {
-  std::optional<CFolder> oFolder = m_aoFolders[nLevel].Open(m_astrNames[nLevel]);
-  const std::optional<CFolder> oAdmin = oFolder ? oFolder->Open(ADMIN) : std::nullopt;
-  if (!oAdmin || !InspectAdmin(nLevel, *oAdmin)) return false;
-  if (nLevel > 0 && !m_aoEntries[nLevel - 1].HasFolder(m_astrNames[nLevel])) return false;
-  m_aoFolders.push_back(std::move(*oFolder));
-  return true;
+bool CWorkingFolder::InspectLevel(std::size_t nLevel) {
+  TLevel& tLevel = m_atLevels[nLevel];
+  tLevel.oFolder = Above(nLevel).Open(tLevel.strName);
+  if (!tLevel.oFolder) return !Above(nLevel).Has(tLevel.strName);
+  const std::optional<CFolder> oAdmin = tLevel.oFolder->Open(ADMIN);
+  if (!oAdmin) return !tLevel.oFolder->Has(ADMIN);
+  // A client with a server makes every folder on its way known.
+  if (!m_bLocal && nLevel > 0 && !m_atLevels[nLevel - 1].IsKnown()) return false;
+  return InspectAdmin(tLevel, *oAdmin);
 }
 
-bool CWorkingFolder::InspectAdmin(std::size_t nLevel, const CFolder& oAdmin) {
+bool CWorkingFolder::InspectAdmin(TLevel& tLevel, const CFolder& oAdmin) const {
   const std::vector<std::string> astrNames = oAdmin.Names();
   const std::string astrKnown[] = {ENTRIES, ENTRIES_LOG, ENTRIES_STATIC, REPOSITORY, ROOT};
+  const auto Has = [&astrNames](const std::string& strName) {
+    return std::find(astrNames.begin(), astrNames.end(), strName) != astrNames.end();
+  };
   const auto IsKnown = [&astrKnown](const std::string& strName) {
     return std::find(std::begin(astrKnown), std::end(astrKnown), strName) != std::end(astrKnown);
   };
-  if (!std::all_of(astrNames.begin(), astrNames.end(), IsKnown) || !oAdmin.Has(ENTRIES_STATIC)) return false;
+  if (!std::all_of(astrNames.begin(), astrNames.end(), IsKnown) || !Has(ENTRIES_STATIC)) return false;
   const std::optional<std::string> strEntries = oAdmin.Read(ENTRIES);
-  const bool bHasLog = oAdmin.Has(ENTRIES_LOG);
-  const std::optional<std::string> strLog = bHasLog ? oAdmin.Read(ENTRIES_LOG) : std::string();
+  const std::optional<std::string> strLog = Has(ENTRIES_LOG) ? oAdmin.Read(ENTRIES_LOG) : std::string();
   const std::optional<std::string> strRepository = ReadLineFile(oAdmin, REPOSITORY);
   if (!strEntries || !strLog || !strRepository) return false;
   if (*strRepository != TOP_REPOSITORY && !IsPlainPath(*strRepository)) return false;
   if (ReadLineFile(oAdmin, ROOT) != m_tCheckout.tRoot.strText) return false;
-  m_astrRepositories[nLevel] = *strRepository;
-  return m_aoEntries.emplace_back().Parse(*strEntries, *strLog);
+  tLevel.strRepository = *strRepository;
+  return tLevel.oEntries.emplace().Parse(*strEntries, *strLog);
 }
 
 bool CWorkingFolder::InspectFile() const {
-  if (m_aoEntries.size() < m_astrNames.size()) return true;
+  const TLevel& tTarget = m_atLevels.back();
   const std::string strName = NameOf(m_tCheckout.strFile);
-  if (m_aoFolders.back().Has(strName)) return false;
-  const std::string strLine = m_aoEntries.back().FileLine(strName);
+  if (tTarget.oFolder && tTarget.oFolder->Has(strName)) return false;
+  const std::string strLine = tTarget.IsKnown() ? tTarget.oEntries->FileLine(strName) : std::string();
   return strLine.empty() || IsPlainEntry(strLine);
 }
 
-void CWorkingFolder::SetMissingRepositories() {
+/// From the target upwards, as far as no folder says by itself where it comes from.
+void CWorkingFolder::SetRepositories() {
   std::string strRepository = FolderOf(m_tCheckout.strFile);
-  for (std::size_t nLevel = m_astrNames.size(); nLevel-- > m_aoEntries.size();) {
-    m_astrRepositories[nLevel] = strRepository;
+  for (std::size_t nLevel = m_atLevels.size(); nLevel-- > 0 && !m_atLevels[nLevel].IsKnown();) {
+    m_atLevels[nLevel].strRepository = strRepository;
     strRepository = RepositoryAbove(strRepository);
   }
 }
 
+/// A client without a server has nobody to ask, and knows nothing to ask of a folder that is new to it.
+bool CWorkingFolder::FindQuestions() {
+  if (m_bLocal || !m_atLevels.back().IsKnown()) return true;
+  return Ask(*m_atLevels.back().oFolder, m_tCheckout.strFolder, CIgnoreList::OfUser(), m_atQuestions);
+}
+
 std::unique_ptr<CStagedFile> CWorkingFolder::Stage() const {
-  return std::make_unique<CStagedFile>(m_aoFolders.back());
+  std::size_t nLevel = m_atLevels.size();
+  while (nLevel > 0 && !m_atLevels[nLevel - 1].oFolder)
+    --nLevel;
+  return std::make_unique<CStagedFile>(Above(nLevel));
 }
 
 /// A local checkout keeps the bits for reading and running as they are in the repository; through a server,
@@ -168,59 +213,69 @@ mode_t CWorkingFolder::ModeFor(mode_t nServerMode) const {
   return nServerMode & ~(m_bLocal ? nUmask & 0222 : nUmask);
 }
 
-void CWorkingFolder::MakeFolder(std::size_t nLevel) {
-  CFolder oFolder = m_aoFolders[nLevel].Make(m_astrNames[nLevel]);
-  const CFolder oAdmin = oFolder.Make(ADMIN);
+/// Makes a folder known, and makes it first when it is missing. A folder that somebody else has made is never
+/// entered in the one above, and without a server nobody cares for it unless it is the target.
+void CWorkingFolder::SetUp(std::size_t nLevel) {
+  TLevel& tLevel = m_atLevels[nLevel];
+  if (tLevel.IsKnown()) return;
+  const bool bMissing = !tLevel.oFolder;
+  if (bMissing) tLevel.oFolder = Above(nLevel).Make(tLevel.strName);
+  if (bMissing || !m_bLocal || nLevel + 1 == m_atLevels.size()) MakeAdmin(tLevel);
+  if (bMissing && nLevel > 0 && m_atLevels[nLevel - 1].IsKnown()) EnterFolder(nLevel);
+}
+
+void CWorkingFolder::MakeAdmin(TLevel& tLevel) const {
+  const CFolder oAdmin = tLevel.oFolder->Make(ADMIN);
   oAdmin.Write(ROOT, m_tCheckout.tRoot.strText + "\n");
-  oAdmin.Write(REPOSITORY, m_astrRepositories[nLevel] + "\n");
-  CEntries& oEntries = m_aoEntries.emplace_back();
+  oAdmin.Write(REPOSITORY, tLevel.strRepository + "\n");
+  CEntries& oEntries = tLevel.oEntries.emplace();
   if (!m_bLocal) oEntries.SetFoldersKnown();
   oAdmin.Write(ENTRIES, oEntries.Text());
   oAdmin.Write(ENTRIES_STATIC, "");
-  m_aoFolders.push_back(std::move(oFolder));
-  if (nLevel > 0) EnterFolder(nLevel - 1);
 }
 
-/// Enters the folder one level down: in the log, as both kinds of client do it.
+/// Enters a folder in the one above: in the log, as both kinds of client do it.
 void CWorkingFolder::EnterFolder(std::size_t nLevel) {
-  const std::string strLine = FolderLine(m_astrNames[nLevel + 1]);
-  m_aoEntries[nLevel].Add(strLine);
-  m_aoFolders[nLevel + 1].Open(ADMIN).value().Append(ENTRIES_LOG, "A " + strLine + "\n");
+  TLevel& tAbove = m_atLevels[nLevel - 1];
+  const std::string strLine = FolderLine(m_atLevels[nLevel].strName);
+  tAbove.oEntries->Add(strLine);
+  tAbove.oFolder->Open(ADMIN).value().Append(ENTRIES_LOG, "A " + strLine + "\n");
 }
 
-void CWorkingFolder::Enter(std::size_t nLevel, const std::string& strLine) {
-  m_aoEntries[nLevel].Add(strLine);
-  WriteEntries(m_aoFolders[nLevel + 1].Open(ADMIN).value(), m_aoEntries[nLevel]);
+void CWorkingFolder::EnterFile(const std::string& strLine) {
+  TLevel& tTarget = m_atLevels.back();
+  tTarget.oEntries->Add(strLine);
+  WriteEntries(tTarget.oFolder->Open(ADMIN).value(), *tTarget.oEntries);
 }
 
 /// A client with a server reads the folders that it will tell the server about, the target and those below
 /// it; and those on the way to a new target when the server speaks of them. Reading folds the logs.
 void CWorkingFolder::FoldLogsOnTheWay() const {
-  if (m_aoEntries.size() == m_astrNames.size()) return FoldLogsBelow(m_aoFolders.back());
-  for (std::size_t nLevel = 0; nLevel < m_aoEntries.size(); ++nLevel)
-    FoldLog(m_aoFolders[nLevel + 1]);
+  if (m_atLevels.back().IsKnown()) return FoldLogsBelow(*m_atLevels.back().oFolder);
+  for (const TLevel& tLevel : m_atLevels) {
+    if (tLevel.IsKnown()) FoldLog(*tLevel.oFolder);
+  }
 }
 
 /// Such a client then looks which of the folders that the server spoke of are empty. It goes through the
 /// names in a folder up to the first that isn't CVS; when CVS comes before, it reads the list there, which
 /// folds the log. So the file system's order decides.
 void CWorkingFolder::FoldLogsAsPruningDoes() const {
-  for (std::size_t nLevel = 0; nLevel < m_astrNames.size(); ++nLevel) {
-    const CFolder& oFolder = m_aoFolders[nLevel + 1];
-    if (oFolder.Names().front() == ADMIN) FoldLog(oFolder);
+  for (const TLevel& tLevel : m_atLevels) {
+    if (tLevel.oFolder->Names().front() == ADMIN) FoldLog(*tLevel.oFolder);
   }
 }
 
 void CWorkingFolder::Apply(const TReply& tReply, CStagedFile& oFile) {
-  const bool bNewFolder = m_aoEntries.size() < m_astrNames.size();
+  const bool bNewTarget = !m_atLevels.back().IsKnown();
   if (!m_bLocal) FoldLogsOnTheWay();
-  for (std::size_t nLevel = m_aoEntries.size(); nLevel < m_astrNames.size(); ++nLevel)
-    MakeFolder(nLevel);
+  for (std::size_t nLevel = 0; nLevel < m_atLevels.size(); ++nLevel)
+    SetUp(nLevel);
   TEntry tEntry = tReply.tEntry;
   tEntry.strTime = EntryTime(tReply.nTime ? *tReply.nTime : oFile.ModificationTime());
-  oFile.Publish(m_aoFolders.back(), tEntry.strName, ModeFor(tReply.nMode), tReply.nTime);
-  Enter(m_astrNames.size() - 1, EntryLine(tEntry));
-  if (!m_bLocal && bNewFolder) FoldLogsAsPruningDoes();
+  oFile.Publish(*m_atLevels.back().oFolder, tEntry.strName, ModeFor(tReply.nMode), tReply.nTime);
+  EnterFile(EntryLine(tEntry));
+  if (!m_bLocal && bNewTarget) FoldLogsAsPruningDoes();
 }
 
 }  // namespace TALVEK::SESSION

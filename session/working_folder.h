@@ -16,11 +16,14 @@ namespace TALVEK::SESSION {
 class CWorkingFolder {
  public:
   /// Nothing when anything is there that isn't as a client leaves it after a checkout such as this one, or if
-  /// the file is there already: what is right then, the client knows.
+  /// the file is there already: what is right then, the client knows. Folders that somebody else has made,
+  /// and that no client knows, may be there.
   static std::optional<CWorkingFolder> Inspect(const TCheckout& tCheckout);
 
   /// Where in the repository the target folder comes from: what the folder says, or the file's folder.
-  const std::string& Repository() const { return m_astrRepositories.back(); }
+  const std::string& Repository() const { return m_atLevels.back().strRepository; }
+  /// What a client would ask the server, target first.
+  const std::vector<TQuestions>& Questions() const { return m_atQuestions; }
   /// A file on the file system of the target folder.
   std::unique_ptr<CStagedFile> Stage() const;
   /// Makes the folders that are missing, puts the file in its place and enters it.
@@ -28,24 +31,36 @@ class CWorkingFolder {
   void Apply(const TReply& tReply, CStagedFile& oFile);
 
  private:
+  /// A folder on the way to the target, or the target.
+  struct TLevel {
+    std::string strName;
+    std::string strRepository;         // where it comes from; empty when nobody needs to know
+    std::optional<CFolder> oFolder;    // nothing: it is missing
+    std::optional<CEntries> oEntries;  // nothing: no client knows it
+
+    bool IsKnown() const { return oEntries.has_value(); }
+  };
+
   explicit CWorkingFolder(const TCheckout& tCheckout);
-  bool InspectFolder(std::size_t nLevel);
-  bool InspectAdmin(std::size_t nLevel, const CFolder& oAdmin);
+  const CFolder& Above(std::size_t nLevel) const;
+  bool InspectLevel(std::size_t nLevel);
+  bool InspectAdmin(TLevel& tLevel, const CFolder& oAdmin) const;
   bool InspectFile() const;
-  void SetMissingRepositories();
-  void MakeFolder(std::size_t nLevel);
-  void Enter(std::size_t nLevel, const std::string& strLine);
+  void SetRepositories();
+  bool FindQuestions();
+  void SetUp(std::size_t nLevel);
+  void MakeAdmin(TLevel& tLevel) const;
   void EnterFolder(std::size_t nLevel);
+  void EnterFile(const std::string& strLine);
   void FoldLogsOnTheWay() const;
   void FoldLogsAsPruningDoes() const;
   mode_t ModeFor(mode_t nServerMode) const;
 
   const TCheckout& m_tCheckout;
   bool m_bLocal;
-  std::vector<std::string> m_astrNames;         // of the folders, from the top
-  std::vector<std::string> m_astrRepositories;  // of each
-  std::vector<CFolder> m_aoFolders;             // the working folder, then those of m_astrNames that exist
-  std::vector<CEntries> m_aoEntries;            // of those of m_astrNames that exist
+  CFolder m_oTop;
+  std::vector<TLevel> m_atLevels;
+  std::vector<TQuestions> m_atQuestions;
 };
 
 }  // namespace TALVEK::SESSION

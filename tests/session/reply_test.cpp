@@ -103,7 +103,7 @@ TEST(ReplyTest, LinesWithoutEndAndTextWithoutEndAreRefused) {
   std::string strLines;
   for (int nLine = 0; nLine < 400; ++nLine)
     strLines += "E " + std::string(60000, 'x') + "\n";
-  EXPECT_EQ(Outcome(strLines), "cvs [checkout aborted]: the server talks without end");
+  EXPECT_EQ(Outcome(strLines, 60000), "cvs [checkout aborted]: the server talks without end");
   EXPECT_EQ(Outcome(std::string("M a\0b\nok\n", 9)),
             "cvs [checkout aborted]: the server sends a NUL in a line");
 }

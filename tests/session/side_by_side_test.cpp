@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <random>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -248,14 +250,63 @@ run -d "$root" checkout -r 1.1 -d New/a/b calculator/Makefile
 run -d "$root" checkout -r 1.1 -d Third calculator/Makefile
 )";
 
-TEST(SideBySideTest, CommandsInOneWorkingFolder) {
+/// The same in folders that somebody else has made: an import makes the folder of each file before it asks
+/// for the file.
+const std::string SEQUENCE_IN_MADE_FOLDERS = R"(
+mkdir -p Main/src/eval
+run -d "$root" checkout -r 1.1 -d Main/src/eval calculator/src/eval/parser.c
+run -d "$root" checkout -r 1.1 -d Main/src calculator/src/main.c
+run -d "$root" checkout -r 1.1 -d Main calculator/README
+mkdir -p Main/doc Main/tags Main/CVS.adm Main/core Main/zz Main/aa
+touch -d @0 Main/note Main/note.bak Main/doc/note
+run -d "$root" checkout -r 1.1 -d Main/doc calculator/doc/manual.txt
+run -d "$root" checkout -r 1.1 -d Main calculator/Makefile
+echo 'z* note' > Main/.cvsignore; touch -d @0 Main/.cvsignore
+rm Main/README
+run -d "$root" checkout -r 1.2 -d Main calculator/README
+mkdir One
+run -d "$root" checkout -r 1.1 -d One/a/b calculator/README
+run -d "$root" checkout -r 1.1 -d One/a calculator/Makefile
+run -d "$root" checkout -r 1.1 -d One calculator/Makefile
+mkdir One/a/b/q One/a/c
+run -d "$root" checkout -r 1.1 -d One calculator/README
+run -d "$root" checkout -r 1.1 -d One/a/c calculator/README
+run -d "$root" checkout -r 1.1 -d Two calculator/README
+mkdir -p Two/a/b/c
+run -d "$root" checkout -r 1.1 -d Two/a/b calculator/README
+run -d "$root" checkout -r 1.1 -d Two/a/b/c/d/e calculator/README
+mkdir Two/a/b/c/d/f
+run -d "$root" checkout -r 1.1 -d Two/a/b calculator/Makefile
+run -d "$root" checkout -r 1.1 -d Two/a/b/c/d/f calculator/Makefile
+run -d "$root" checkout -r 1.1 -d Two/a/b/c/d calculator/Makefile
+)";
+
+/// Names come in the order of the file system, which differs from folder to folder.
+std::string WithSortedQuestions(const std::string& strOutput) {
+  std::istringstream oLines(strOutput);
+  std::set<std::string> astrQuestions;
+  std::string strSorted;
+  for (std::string strLine; std::getline(oLines, strLine);) {
+    if (strLine.starts_with("? ")) {
+      astrQuestions.insert(strLine + "\n");
+      continue;
+    }
+    for (const std::string& strQuestion : astrQuestions)
+      strSorted += strQuestion;
+    astrQuestions.clear();
+    strSorted += strLine + "\n";
+  }
+  return strSorted;
+}
+
+void ExpectSameInEveryWay(const std::string& strSequence) {
   CTempFolder oFolder;
   const std::string strFolder = oFolder.Path().string();
   WriteRemoteShell(oFolder / "rsh");
   WriteScript(oFolder / "sequence",
               "program=$1 root=$2\nmkdir \"$3\" && cd \"$3\" || exit 1\nexec > ../\"$3\".output 2>&1\n"
               "run() { echo \"$*\"; \"$program\" \"$@\" < /dev/null; echo \"status $?\"; }\n" +
-                  SEQUENCE);
+                  strSequence);
   // All ways at the same time, because clients sleep most of theirs; each in a repository of its own, because
   // they wait long for each other's locks.
   const std::string strRepository = strFolder + "/repository";
@@ -278,10 +329,41 @@ TEST(SideBySideTest, CommandsInOneWorkingFolder) {
   for (std::size_t nWay = 0; nWay < std::size(astrRoots); ++nWay) {
     const std::string strNumber = std::to_string(nWay);
     const auto Tree = [&](const std::string& strName) {
-      return ReadFile(oFolder / (strName + ".output")) +
+      return WithSortedQuestions(ReadFile(oFolder / (strName + ".output"))) +
              TreeText(oFolder / strName, astrRoots[nWay], strRepository + strNumber);
     };
     EXPECT_EQ(Tree("session" + strNumber), Tree("client" + strNumber)) << astrRoots[nWay];
+  }
+}
+
+TEST(SideBySideTest, CommandsInOneWorkingFolder) {
+  ExpectSameInEveryWay(SEQUENCE);
+}
+
+TEST(SideBySideTest, CommandsInFoldersThatSomebodyElseMade) {
+  ExpectSameInEveryWay(SEQUENCE_IN_MADE_FOLDERS);
+}
+
+// The client would take a second for each file.
+TEST(SideBySideTest, FilesOfAnImportAreNotLeftToTheClient) {
+  const CTempFolder oFolder;
+  WriteScript(oFolder / "cvs", "case \" $* \" in *' server '*) exec cvs \"$@\";; esac\nexit 9\n");
+  const struct {
+    const char* pszMethod;
+    const char* pszOutput;
+  } atWays[] = {
+      {"", "U Main/src/eval/parser.c\nU Main/src/main.c\nU Main/README\n"},
+      {":fork:", "U Main/src/eval/parser.c\n? Main/src/eval\nU Main/src/main.c\n? Main/src\nU Main/README\n"},
+  };
+  for (const auto& tWay : atWays) {
+    const std::string strCheckout =
+        SESSION + " -d " + tWay.pszMethod + ShellQuote(TALVEK_EXAMPLE_REPOSITORY) + " checkout -r 1.1 -d ";
+    EXPECT_EQ(ShellOutput("cd " + ShellQuote(oFolder.Path().string()) +
+                          " && export CVS_SESSION_IDLE=10 CVS_SESSION_CVS=$PWD/cvs && rm -rf Main" +
+                          " && mkdir -p Main/src/eval && " + strCheckout +
+                          "Main/src/eval calculator/src/eval/parser.c && " + strCheckout +
+                          "Main/src calculator/src/main.c && " + strCheckout + "Main calculator/README"),
+              tWay.pszOutput);
   }
 }
 
