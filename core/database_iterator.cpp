@@ -30,6 +30,7 @@ class CIteratorBase::CImpl : public CTransactionUser {
   bool GetNext(void* const* papFields, TFieldSet nWanted);
   bool Add(void* const* papFields);
   bool Update(void* const* papFields);
+  bool Remove(void* const* papFields);
 
  private:
   CImpl(const CTable::CImpl& oTable, unsigned nIndex, CTransaction::CImpl* poTransaction,
@@ -45,6 +46,7 @@ class CIteratorBase::CImpl : public CTransactionUser {
   bool FetchRow(std::string_view strEntry);
   bool FailDamaged();
 
+  bool FindForWrite(void* const* papFields, std::string_view& strRow);
   bool NextId(std::uint32_t& nId);
   bool Insert(void* const* papFields);
   bool IsFree(unsigned nIndex, const CKey& oEntry);
@@ -264,7 +266,8 @@ int CIteratorBase::CImpl::RemoveEntry(unsigned nIndex, const CKey& oEntry) {
   return nError != 0 ? nError : mdb_cursor_del(Shared(nIndex), 0);
 }
 
-bool CIteratorBase::CImpl::Update(void* const* papFields) {
+/// Places the shared cursor of index 0 on the row with the record's key; the key is then in m_aoEntries[0].
+bool CIteratorBase::CImpl::FindForWrite(void* const* papFields, std::string_view& strRow) {
   if (!CanWrite()) return false;
   m_poSchema->MakeEntry(0, papFields, m_aoEntries[0]);
   MDB_val tKey = ToStoreValue(m_aoEntries[0].View());
@@ -272,8 +275,26 @@ bool CIteratorBase::CImpl::Update(void* const* papFields) {
   const int nError = mdb_cursor_get(Shared(0), &tKey, &tRow, MDB_SET);
   if (nError == MDB_NOTFOUND) return false;
   if (nError != 0) return m_poTransaction->FailRead(nError);
-  if (tRow.mv_size < m_poSchema->GetFixedSize()) return FailDamaged();
-  return Replace(FromStoreValue(tRow), papFields);
+  strRow = FromStoreValue(tRow);
+  return strRow.size() >= m_poSchema->GetFixedSize() || FailDamaged();
+}
+
+bool CIteratorBase::CImpl::Update(void* const* papFields) {
+  std::string_view strRow;
+  return FindForWrite(papFields, strRow) && Replace(strRow, papFields);
+}
+
+bool CIteratorBase::CImpl::Remove(void* const* papFields) {
+  std::string_view strRow;
+  if (!FindForWrite(papFields, strRow)) return false;
+  for (unsigned i = 1; i < m_poSchema->GetIndexCount(); ++i) {
+    m_poSchema->MakeEntry(i, strRow, m_aoOldEntries[i]);
+  }
+  int nError = mdb_cursor_del(Shared(0), 0);
+  for (unsigned i = 1; i < m_poSchema->GetIndexCount() && nError == 0; ++i) {
+    nError = RemoveEntry(i, m_aoOldEntries[i]);
+  }
+  return Done(nError);
 }
 
 /// Replaces the row that the shared cursor of index 0 is on.
@@ -329,6 +350,9 @@ bool CIteratorBase::Add(void* const* papFields) {
 }
 bool CIteratorBase::Update(void* const* papFields) {
   return m_poImpl && m_poImpl->Update(papFields);
+}
+bool CIteratorBase::Remove(void* const* papFields) {
+  return m_poImpl && m_poImpl->Remove(papFields);
 }
 
 }  // namespace TALVEK::VDB

@@ -130,17 +130,16 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
 
 bool CProviderBase::JoinChange(std::uint32_t nItemTime, std::uint32_t nItemEnd,
                                const VCM::CString& strComment) {
-  if (nItemTime > m_tChange.nTime) m_tChange.nTime = nItemTime;
-  bool bOtherKey = false;
-  if (nItemEnd < m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT)) {
-    m_tChange.oProps.SetProperty(CHANGE_MAX_TIME, nItemEnd);
-    bOtherKey = true;
-  }
+  const bool bEndsEarlier = nItemEnd < m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT);
+  const bool bMovesOn = nItemTime > m_tChange.nTime;
+  const bool bOtherKey = bEndsEarlier || m_tChange.strComment != strComment ||
+                         (bMovesOn && !m_tChange.oProps.HasProperty(CHANGE_BASE_TIME));
+  if (bOtherKey && !m_oGroupingIndex.RemoveChange(m_tChange)) return false;
+  if (bEndsEarlier) m_tChange.oProps.SetProperty(CHANGE_MAX_TIME, nItemEnd);
   ++m_tChange.nNextItem;
-  const int nFormerLength = m_tChange.strComment.GetLength();  // a comment only ever grows
   AddToComment(m_tChange.strComment, strComment);
-  if (m_tChange.strComment.GetLength() != nFormerLength) bOtherKey = true;
-  return m_poChangeIterator->Update(m_tChange) && (!bOtherKey || m_oGroupingIndex.UpdateChange(m_tChange));
+  if (bMovesOn) m_tChange.nTime = nItemTime;
+  return m_poChangeIterator->Update(m_tChange) && (!bOtherKey || m_oGroupingIndex.AddChange(m_tChange));
 }
 
 bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
