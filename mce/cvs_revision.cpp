@@ -1,5 +1,7 @@
 #include "mce/cvs_revision.h"
 
+#include <string>
+
 #include <wx/tokenzr.h>
 
 #include "core/text_codec.h"
@@ -43,12 +45,12 @@ TCVSRevision::TCVSRevision(const VCM::CString& strText) {
 }
 
 VCM::CString TCVSRevision::GetText() const {
-  std::wstring strText;
+  std::string strText;  // std::to_wstring goes through printf
   for (const std::uint32_t nComponent : *this) {
-    if (!strText.empty()) strText += L'.';
-    strText += std::to_wstring(static_cast<std::int32_t>(nComponent));
+    if (!strText.empty()) strText += '.';
+    strText += std::to_string(static_cast<std::int32_t>(nComponent));
   }
-  return VCM::CString(std::move(strText));
+  return VCM::CString(std::wstring(strText.begin(), strText.end()));
 }
 
 bool TCVSRevision::IsPrefixOf(const TCVSRevision& oOther) const {
