@@ -139,7 +139,7 @@ bool CProviderBase::JoinChange(std::uint32_t nItemTime, std::uint32_t nItemEnd,
   ++m_tChange.nNextItem;
   AddToComment(m_tChange.strComment, strComment);
   if (bMovesOn) m_tChange.nTime = nItemTime;
-  return m_poChangeIterator->Update(m_tChange) && (!bOtherKey || m_oGroupingIndex.AddChange(m_tChange));
+  return m_poChangeByIdIterator->Update(m_tChange) && (!bOtherKey || m_oGroupingIndex.AddChange(m_tChange));
 }
 
 bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
@@ -154,7 +154,7 @@ bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strU
   m_tChange.oProps.RemoveAll();
   m_tChange.oProps.AddProperty(CHANGE_BASE_TIME, nItemTime);
   m_tChange.oProps.AddProperty(CHANGE_MAX_TIME, nItemEnd);
-  const bool bStored = m_poChangeIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(m_tChange);
+  const bool bStored = m_poChangeByIdIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(m_tChange);
   ++m_nChangesAdded;
   return bStored;
 }
