@@ -39,8 +39,8 @@ class CIteratorBase::CImpl : public CTransactionUser {
   bool IsUsable() const { return m_poTransaction && m_poTransaction->IsUsable(); }
   bool CanWrite();
   MDB_cursor* Shared(unsigned nIndex) const { return m_poTable->atTrees[nIndex].poCursor.get(); }
-  /// The cursor by which rows are written. LMDB spares itself the descent of the tree when the row lies on the
-  /// page where the cursor is: what has been looked for by index 0 is often what is written next.
+  /// The cursor by which rows are written. LMDB spares itself the descent of the tree when the row lies on
+  /// the page where the cursor is: what has been looked for by index 0 is often what is written next.
   MDB_cursor* ForRows() const { return m_nIndex == 0 ? m_poCursor.get() : Shared(0); }
 
   bool Move(MDB_cursor_op nOperation);
@@ -326,6 +326,7 @@ bool CIteratorBase::CImpl::Replace(std::string_view strOldRow, void* const* papF
 /// The end of every write.
 bool CIteratorBase::CImpl::Done(int nError) {
   ++m_poTable->nWrites;
+  m_poTransaction->GetStore()->CountRowWritten();
   return nError == 0 || m_poTransaction->FailWrite(nError);
 }
 
