@@ -34,10 +34,11 @@ bool ParsePlain(std::wstring_view strText, TCVSRevision& oRevision) {
 
 }  // namespace
 
-TCVSRevision::TCVSRevision(const VCM::CString& strText) {
-  if (ParsePlain(strText.View(), *this)) return;
+void TCVSRevision::Parse(std::wstring_view strText) {
   RemoveAll(false);
-  wxStringTokenizer oTokens(wxString(strText.c_str(), static_cast<std::size_t>(strText.GetLength())), ".");
+  if (ParsePlain(strText, *this)) return;
+  RemoveAll(false);
+  wxStringTokenizer oTokens(wxString(std::wstring(strText)), ".");
   while (oTokens.HasMoreTokens()) {
     const VCM::CString strToken(oTokens.GetNextToken().ToStdWstring());
     Add(static_cast<std::uint32_t>(VCM::ParseNumber(strToken)));
