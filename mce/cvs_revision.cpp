@@ -1,5 +1,7 @@
 #include "mce/cvs_revision.h"
 
+#include <string>
+
 #include <wx/tokenzr.h>
 
 #include "core/text_codec.h"
@@ -32,10 +34,11 @@ bool ParsePlain(std::wstring_view strText, TCVSRevision& oRevision) {
 
 }  // namespace
 
-TCVSRevision::TCVSRevision(const VCM::CString& strText) {
-  if (ParsePlain(strText.View(), *this)) return;
+void TCVSRevision::Parse(std::wstring_view strText) {
   RemoveAll(false);
-  wxStringTokenizer oTokens(wxString(strText.c_str(), static_cast<std::size_t>(strText.GetLength())), ".");
+  if (ParsePlain(strText, *this)) return;
+  RemoveAll(false);
+  wxStringTokenizer oTokens(wxString(std::wstring(strText)), ".");
   while (oTokens.HasMoreTokens()) {
     const VCM::CString strToken(oTokens.GetNextToken().ToStdWstring());
     Add(static_cast<std::uint32_t>(VCM::ParseNumber(strToken)));
@@ -43,12 +46,12 @@ TCVSRevision::TCVSRevision(const VCM::CString& strText) {
 }
 
 VCM::CString TCVSRevision::GetText() const {
-  std::wstring strText;
+  std::string strText;  // std::to_wstring goes through printf
   for (const std::uint32_t nComponent : *this) {
-    if (!strText.empty()) strText += L'.';
-    strText += std::to_wstring(static_cast<std::int32_t>(nComponent));
+    if (!strText.empty()) strText += '.';
+    strText += std::to_string(static_cast<std::int32_t>(nComponent));
   }
-  return VCM::CString(std::move(strText));
+  return VCM::CString(std::wstring(strText.begin(), strText.end()));
 }
 
 bool TCVSRevision::IsPrefixOf(const TCVSRevision& oOther) const {

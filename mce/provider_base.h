@@ -164,7 +164,7 @@ class CProviderBase : public CProvider {
   bool OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
                   std::uint32_t nItemEnd, const VCM::CString& strComment);
   bool StoreChangeItem();
-  bool FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath);
+  bool FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath, VDB::TFieldSet nWanted);
   void LogChangesOfStream(const TStreamInfo& tStream);
   void CloseLogFile();
 

@@ -4,12 +4,13 @@
 #include <cstdarg>
 #include <ctime>
 #include <string>
+#include <string_view>
 
 #include <wx/filename.h>
 #include <wx/log.h>
 
-#include "core/text_codec.h"
 #include "core/timestamp.h"
+#include "core/utf8.h"
 #include "mce/log_line.h"
 #include "mce/provider_base.h"
 
@@ -18,9 +19,19 @@ namespace TALVEK::MCE {
 namespace {
 
 constexpr std::uint32_t ABSENT_TIME = 0xFFFFFFFF;
+constexpr wchar_t REPLACEMENT = 0xFFFD;
 
 VCM::CString FormatUTC(std::uint32_t nTime) {
   return VCM::CTimestamp(nTime).Format(VCM::ZONE_GMT0);
+}
+
+/// The text with U+FFFD for what has no UTF-8 form: one such character would cost the whole line.
+wxString ToWritable(std::wstring_view strText) {
+  std::wstring strLine(strText);
+  for (wchar_t& ch : strLine) {
+    if (!VCM::IsScalarValue(static_cast<std::uint32_t>(ch))) ch = REPLACEMENT;
+  }
+  return wxString(strLine);
 }
 
 }  // namespace
@@ -76,9 +87,7 @@ void CProviderBase::WriteLog(const wchar_t* pszFormat, ...) {
 
   if (m_poLogStream) {
     const wxLogNull oQuiet;
-    // Through UTF-8 and back: a character that has no UTF-8 form would cost the whole line.
-    const std::string strLine = VCM::ToUtf8(m_strLastLine);
-    m_poLogStream->WriteString(wxString::FromUTF8(strLine.data(), strLine.size()));
+    m_poLogStream->WriteString(ToWritable(m_strLastLine.View()));
     m_poLogFile->GetFile()->Flush();
   }
   if (m_bLogToConnection && !m_oReposView.IsEmpty()) {
