@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "fuzz/check.h"
 #include "fuzz/log_items.h"
@@ -17,6 +19,7 @@ namespace {
 constexpr std::size_t BLOCK_BYTES = 65536;
 /// The lookups are compared with searches from end to end.
 constexpr std::size_t MAX_COMPARED = 400;
+constexpr int REPETITIONS = 64;
 
 bool BeginsWith(const TNumber& anNumber, const TNumber& anStart) {
   return anStart.size() <= anNumber.size() && std::equal(anStart.begin(), anStart.end(), anNumber.begin());
@@ -72,13 +75,14 @@ std::vector<TPlainFile> ReadFiles(std::string_view strLog, const TLogOptions& tO
   return atFiles;
 }
 
-/// Options: those of TLogOptions.
+/// Options: those of TLogOptions and of CFuzzInput::Expanded.
 void Run(const CFuzzInput& oInput) {
   const TLogOptions tOptions(oInput);
-  const CWorkLimits oLimits(oInput.Text().size());
-  const std::vector<TPlainFile> atFiles = ReadFiles(oInput.Text(), tOptions);
+  const std::string strLog = oInput.Expanded(REPETITIONS);
+  const CWorkLimits oLimits(strLog.size());
+  const std::vector<TPlainFile> atFiles = ReadFiles(strLog, tOptions);
   oLimits.Check();
-  Check(atFiles == PlainFiles(ReadItems(oInput.Text(), BLOCK_BYTES, tOptions), tOptions.bKeepTags),
+  Check(atFiles == PlainFiles(ReadItems(strLog, BLOCK_BYTES, tOptions), tOptions.bKeepTags),
         "every item of a file is in the file");
 }
 

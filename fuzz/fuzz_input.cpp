@@ -16,6 +16,13 @@ struct TSurroundings {
 };
 const TSurroundings SURROUNDINGS;
 
+void AppendRun(std::string_view strRun, int nTimes, std::string& strOut) {
+  for (int i = 1; i <= nTimes && !strRun.empty(); ++i) {
+    for (const char ch : strRun)
+      ch == '#' ? strOut += std::to_string(i) : strOut += ch;
+  }
+}
+
 }  // namespace
 
 CFuzzInput::CFuzzInput(const std::uint8_t* pBytes, std::size_t nBytes)
@@ -24,6 +31,23 @@ CFuzzInput::CFuzzInput(const std::uint8_t* pBytes, std::size_t nBytes)
   const std::size_t nEnd = m_strText.find('\n');
   m_strOptions = m_strText.substr(1, nEnd == std::string_view::npos ? nEnd : nEnd - 1);
   m_strText.remove_prefix(nEnd == std::string_view::npos ? nBytes : nEnd + 1);
+}
+
+std::string CFuzzInput::Expanded(int nTimes) const {
+  if (!Has('r')) return std::string(m_strText);
+  std::string strExpanded;
+  std::string strRun;
+  for (const std::string_view strLine : Lines()) {
+    if (strLine.find('#') != std::string_view::npos) {
+      strRun.append(strLine) += '\n';
+      continue;
+    }
+    AppendRun(strRun, nTimes, strExpanded);
+    strRun.clear();
+    strExpanded.append(strLine) += '\n';
+  }
+  AppendRun(strRun, nTimes, strExpanded);
+  return strExpanded;
 }
 
 std::vector<std::string_view> CFuzzInput::Lines() const {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -15,6 +16,9 @@ class CFuzzInput {
 
   bool Has(char chOption) const { return m_strOptions.find(chOption) != std::string_view::npos; }
   std::string_view Text() const { return m_strText; }
+  /// The text; with the option r, each run of lines that hold a '#' stands there `nTimes` times, and each '#'
+  /// is the number of the repetition, from 1. What takes more than linear time shows only in long inputs.
+  std::string Expanded(int nTimes) const;
   /// The text's lines without their ends, the last one also when it is empty.
   std::vector<std::string_view> Lines() const;
 

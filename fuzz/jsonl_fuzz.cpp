@@ -229,7 +229,7 @@ void Run(const CFuzzInput& oInput) {
   for (const std::string_view strLine : oInput.Lines())
     astrTexts.push_back(TextOf(strLine, oInput));
   const CWorkLimits oLimits(oInput.Text().size(),
-                            {.nHeapBytes = 4096, .nAllocations = 400, .nMicroseconds = 200});
+                            {.nHeapBytes = 2048, .nAllocations = 100, .nMicroseconds = 50});
   for (const VCM::CString& strText : astrTexts)
     CheckText(strText);
   CheckPreview(astrTexts);

@@ -10,9 +10,9 @@ namespace TALVEK::FUZZ {
 class CWorkLimits {
  public:
   struct TRates {
-    std::size_t nHeapBytes = 256;    ///< a byte; text is four times as wide inside, and rows have their keys
-    std::uint64_t nAllocations = 8;  ///< a byte
-    double nMicroseconds = 20;       ///< a byte; generous, as sanitizers and neighbours slow everything down
+    std::size_t nHeapBytes = 160;    ///< a byte; text is four times as wide inside
+    std::uint64_t nAllocations = 4;  ///< a byte
+    double nMicroseconds = 10;       ///< a byte; some five times what it takes with sanitizers
   };
 
   explicit CWorkLimits(std::size_t nInputBytes) : CWorkLimits(nInputBytes, TRates()) {}
