@@ -153,9 +153,10 @@ bool HasOptionF(const std::vector<std::string>& astrWords) {
 
 bool IsPlainName(std::string_view strName) {
   // The client keeps its own files in CVS, on a file system that may not tell "cvs" from it.
+  constexpr std::string_view CLIENTS_OWN = "cvs";
   const auto Same = [](char chOne, char chOther) { return (chOne | 0x20) == chOther; };
   return !strName.empty() && strName != "." && strName != ".." &&
-         !std::equal(strName.begin(), strName.end(), "cvs", "cvs" + 3, Same) &&
+         !std::equal(strName.begin(), strName.end(), CLIENTS_OWN.begin(), CLIENTS_OWN.end(), Same) &&
          std::none_of(strName.begin(), strName.end(), [](char ch) { return ch == '\n' || ch == '\0'; });
 }
 

@@ -116,6 +116,7 @@ void CServerConnection::Fail(const std::string& strReason) {
   std::string strText = TakeErrors() + strReason;
   while (strText.ends_with('\n'))
     strText.pop_back();
+  if (strText.empty()) throw Aborted("the server refuses and doesn't say why");
   throw EFailure(strText);
 }
 

@@ -287,6 +287,26 @@ TEST_F(FileRetrievalTest, StreamNameThatLeadsOutsideMakesNothing) {
   EXPECT_FALSE(fs::exists(m_oFolder / "x"));
 }
 
+// A command line ends at a NUL: "..\0x" would be checked out into "..", and "a.c\0b" as "a.c".
+TEST_F(FileRetrievalTest, NameWithANulMakesNothing) {
+  using std::literals::operator""sv;
+  for (const std::wstring_view strName : {L"..\0x"sv, L"\0x"sv, L"BR\0x"sv}) {
+    OnStream(L"", 1);
+    m_oProvider.m_tCurrentStream.strName.Assign(strName);
+    m_oProvider.RetrieveFiles(CHANGE_TIME);
+    RetrieveChange(2);
+    m_oProvider.RetrieveChangeItemFile(Item("a.c", L"1.1"), L"/nonexistent/a.c");
+    m_oProvider.RetrieveChangeItemFile(Item("src/a.c", L"1.1"), L"/nonexistent/a.c");
+  }
+  OnStream(L"BR", 1);
+  for (const std::wstring_view strPath : {L"..\0x/a.c"sv, L"src\0/a.c"sv, L"src/a.c\0b"sv, L"a.c\0b"sv}) {
+    MCE::TChangeItemRecord tItem = Item("a.c", L"1.1");
+    ASSERT_TRUE(tItem.oFilePath.Parse(VCM::CString(strPath), VCM::CFilePath::PARSE_REPOSITORY));
+    m_oProvider.RetrieveChangeItemFile(tItem, L"/nonexistent/a.c");
+  }
+  EXPECT_EQ(Calls(), "");
+}
+
 TEST_F(FileRetrievalTest, QuotesInNamesReachTheClientAsTheyAre) {
   OnStream(L"my \"B\\", 1);
   Set(L"ModuleName", "my \"mod\"");

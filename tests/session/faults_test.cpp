@@ -156,6 +156,12 @@ TEST_F(FaultsTest, ARefusedLoginIsToldInTheClientsWords) {
   ExpectNothingLeft();
 }
 
+TEST_F(FaultsTest, ARefusalWithoutAWordIsTold) {
+  AnswerBy("while read -r line; do [ \"$line\" = valid-requests ] && printf 'error  \\n'; done\n");
+  EXPECT_EQ(Ask(), (TShellResult{1, "cvs [checkout aborted]: the server refuses and doesn't say why\n"}));
+  ExpectNothingLeft();
+}
+
 TEST_F(FaultsTest, APortWithoutListenerIsToldInTheClientsWords) {
   std::string strPort;
   { strPort = CListener("exit").Port(); }
