@@ -1,6 +1,7 @@
 #include "mce/cvs_revision.h"
 
-#include <wx/tokenzr.h>
+#include <algorithm>
+#include <cstddef>
 
 #include "core/text_codec.h"
 
@@ -35,10 +36,19 @@ bool ParsePlain(std::wstring_view strText, TCVSRevision& oRevision) {
 TCVSRevision::TCVSRevision(const VCM::CString& strText) {
   if (ParsePlain(strText.View(), *this)) return;
   RemoveAll(false);
-  wxStringTokenizer oTokens(wxString(strText.c_str(), static_cast<std::size_t>(strText.GetLength())), ".");
-  while (oTokens.HasMoreTokens()) {
-    const VCM::CString strToken(oTokens.GetNextToken().ToStdWstring());
-    Add(static_cast<std::uint32_t>(VCM::ParseNumber(strToken)));
+  AddPieces(strText.View());
+}
+
+// Splits as the toolkit's tokenizer does, which looks at a long row of dots over and over again. Of dots
+// alone it makes one empty piece.
+void TCVSRevision::AddPieces(std::wstring_view strText) {
+  const std::size_t nLast = strText.find_last_not_of(L'.');
+  if (nLast == std::wstring_view::npos && !strText.empty()) Add(0);
+  strText = strText.substr(0, nLast + 1);
+  while (!strText.empty()) {
+    const std::wstring_view strPiece = strText.substr(0, strText.find(L'.'));
+    Add(static_cast<std::uint32_t>(VCM::ParseNumber(VCM::CString(strPiece))));
+    strText.remove_prefix(std::min(strPiece.size() + 1, strText.size()));
   }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "core/array.h"
 #include "core/string.h"
@@ -24,6 +25,9 @@ struct TCVSRevision : VCM::CArray<std::uint32_t> {
 
   /// True when this number's components are `oOther`'s first ones (or all of them).
   bool IsPrefixOf(const TCVSRevision& oOther) const;
+
+ private:
+  void AddPieces(std::wstring_view strText);
 };
 
 /// The order of revision numbers: component by component, unsigned, a number before every longer one that
