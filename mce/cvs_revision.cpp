@@ -1,8 +1,8 @@
 #include "mce/cvs_revision.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
-
-#include <wx/tokenzr.h>
 
 #include "core/text_codec.h"
 
@@ -38,10 +38,19 @@ void TCVSRevision::Parse(std::wstring_view strText) {
   RemoveAll(false);
   if (ParsePlain(strText, *this)) return;
   RemoveAll(false);
-  wxStringTokenizer oTokens(wxString(std::wstring(strText)), ".");
-  while (oTokens.HasMoreTokens()) {
-    const VCM::CString strToken(oTokens.GetNextToken().ToStdWstring());
-    Add(static_cast<std::uint32_t>(VCM::ParseNumber(strToken)));
+  AddPieces(strText);
+}
+
+// Splits as the toolkit's tokenizer does, which looks at a long row of dots over and over again. Of dots
+// alone it makes one empty piece.
+void TCVSRevision::AddPieces(std::wstring_view strText) {
+  const std::size_t nLast = strText.find_last_not_of(L'.');
+  if (nLast == std::wstring_view::npos && !strText.empty()) Add(0);
+  strText = strText.substr(0, nLast + 1);
+  while (!strText.empty()) {
+    const std::wstring_view strPiece = strText.substr(0, strText.find(L'.'));
+    Add(static_cast<std::uint32_t>(VCM::ParseNumber(VCM::CString(strPiece))));
+    strText.remove_prefix(std::min(strPiece.size() + 1, strText.size()));
   }
 }
 

@@ -28,6 +28,9 @@ struct TCVSRevision : VCM::CArray<std::uint32_t> {
 
   /// True when this number's components are `oOther`'s first ones (or all of them).
   bool IsPrefixOf(const TCVSRevision& oOther) const;
+
+ private:
+  void AddPieces(std::wstring_view strText);
 };
 
 /// The order of revision numbers: component by component, unsigned, a number before every longer one that

@@ -240,7 +240,9 @@ unsigned int CProviderBase::FindNearestChange(const TStreamInfo& tStream, long n
 }
 
 void CProviderBase::AddToComment(VCM::CString& strComment, const VCM::CString& strAddition) {
-  if (strComment == strAddition) return;
+  // Of a text that differs only in case every sentence is there; to look for each would take forever with the
+  // messages that some tools paste.
+  if (strComment.EqualsNoCase(strAddition.View())) return;
   VCM::CString strRest = strAddition;
   do {
     const int nStop = strRest.Find(L'.');

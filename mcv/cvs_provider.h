@@ -99,6 +99,8 @@ class CProvider : public MCE::CProviderBase {
   void ReadCommandProperties();
   void LogErrorOutput();
   VCM::CString GenerateLogCommand() const;
+  /// The module, or a path in it that begins with "/", as the last word of a command line, in quotes.
+  VCM::CString GetModuleArgument(const VCM::CString& strPathInModule = VCM::CString()) const;
   void ExecuteInClientFolder(const VCM::CString& strCommandLine);
   void CheckOutItem(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath);
   bool StaysInClientFolder(const VCM::CString& strOutputFolder) const;

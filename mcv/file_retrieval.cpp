@@ -45,15 +45,15 @@ bool CProvider::RetrieveFiles(unsigned int nTime) {
   const VCM::CString strDate =
       FormatUTCDateTime(nTime == 0 ? std::time(nullptr) : static_cast<long long>(nTime));
   const VCM::CString strRoot = GetStringProperty(L"ReposPath");
-  const VCM::CString strModule = VCM::EscapeQuoted(GetStringProperty(L"ModuleName"));
+  const VCM::CString strModule = GetModuleArgument();
   const VCM::CString strStream = VCM::EscapeQuoted(m_tCurrentStream.strName);
   if (!StaysInClientFolder(m_tCurrentStream.strName)) return true;
   VCM::CString strCommand;
   if (m_tCurrentStream.nParentID == 0) {
-    strCommand.Format(L"%s -d %s checkout -D \"%s UTC\" -d \"%s\" \"%s\"", m_strCvsCommand.c_str(),
+    strCommand.Format(L"%s -d %s checkout -D \"%s UTC\" -d \"%s\" %s", m_strCvsCommand.c_str(),
                       strRoot.c_str(), strDate.c_str(), strStream.c_str(), strModule.c_str());
   } else {
-    strCommand.Format(L"%s -d %s checkout -r \"%s\" -D \"%s UTC\" -d \"%s\" \"%s\"", m_strCvsCommand.c_str(),
+    strCommand.Format(L"%s -d %s checkout -r \"%s\" -D \"%s UTC\" -d \"%s\" %s", m_strCvsCommand.c_str(),
                       strRoot.c_str(), strStream.c_str(), strDate.c_str(), strStream.c_str(),
                       strModule.c_str());
   }
@@ -76,11 +76,9 @@ void CProvider::CheckOutItem(const MCE::TChangeItemRecord& tItem, const VCM::CSt
   const VCM::CString strFilePath = L"/" + tItem.oFilePath.GeneratePath();
   if (!StaysInClientFolder(strOutputFolder) || HasNul(strFilePath)) return;
   VCM::CString strCommand;
-  strCommand.Format(L"%s -d %s checkout -r %s -d \"%s\" \"%s%s\"", m_strCvsCommand.c_str(),
+  strCommand.Format(L"%s -d %s checkout -r %s -d \"%s\" %s", m_strCvsCommand.c_str(),
                     GetStringProperty(L"ReposPath").c_str(), GetRevisionArgument(tItem).c_str(),
-                    VCM::EscapeQuoted(strOutputFolder).c_str(),
-                    VCM::EscapeQuoted(GetStringProperty(L"ModuleName")).c_str(),
-                    VCM::EscapeQuoted(strFilePath).c_str());
+                    VCM::EscapeQuoted(strOutputFolder).c_str(), GetModuleArgument(strFilePath).c_str());
   ExecuteInClientFolder(strCommand);
 }
 

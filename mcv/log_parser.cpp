@@ -41,6 +41,14 @@ void RemoveAtticFolder(VCM::CFilePath& oPath) {
   oPath.Add(strName);
 }
 
+/// An editor or a shell may have put the mark in front of a saved log; with it the first file's header would
+/// not be known as one, and the file be lost. In front of each item, because saved logs are joined.
+void DropByteOrderMark(VCM::CString& strLine) {
+  if (strLine.IsEmpty() || strLine[0] < 0x80) return;
+  const VCM::CString strMark = VCM::FromBytes("\xEF\xBB\xBF");
+  if (strLine.View().starts_with(strMark.View())) strLine = strLine.Mid(strMark.GetLength());
+}
+
 int ParseState(const VCM::CString& strState) {
   if (strState.EqualsNoCase(L"Exp")) return REVISION_LIVE;
   return strState.EqualsNoCase(L"dead") ? REVISION_DEAD : REVISION_OTHER;
@@ -101,6 +109,7 @@ bool CLogParser::GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& a
   do {
     if (m_oLines.IsAtEnd()) return false;
     m_oLines.ReadLine(m_strLine);
+    DropByteOrderMark(m_strLine);
   } while (m_strLine.IsEmpty());
 
   if (LineBegins(L"RCS file:")) {

@@ -56,7 +56,7 @@ struct TLogItem {
 ///
 /// Keywords are compared without regard to case and on a fixed number of characters only. A message line that
 /// looks like a keyword line is taken for one, and one that begins with ten dashes or equals signs ends its
-/// item: the format has no way to tell them apart.
+/// item: the format has no way to tell them apart. A byte-order mark in front of an item is passed over.
 ///
 /// Errors   None: a line of unknown form is ignored, a malformed number reads as 0. The input ends where its
 ///          stream does, also in the middle of an item.
