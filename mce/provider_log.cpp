@@ -4,13 +4,12 @@
 #include <cstdarg>
 #include <ctime>
 #include <string>
-#include <string_view>
 
 #include <wx/filename.h>
 #include <wx/log.h>
 
+#include "core/text_codec.h"
 #include "core/timestamp.h"
-#include "core/utf8.h"
 #include "mce/log_line.h"
 #include "mce/provider_base.h"
 
@@ -19,19 +18,9 @@ namespace TALVEK::MCE {
 namespace {
 
 constexpr std::uint32_t ABSENT_TIME = 0xFFFFFFFF;
-constexpr wchar_t REPLACEMENT = 0xFFFD;
 
 VCM::CString FormatUTC(std::uint32_t nTime) {
   return VCM::CTimestamp(nTime).Format(VCM::ZONE_GMT0);
-}
-
-/// The text with U+FFFD for what has no UTF-8 form: one such character would cost the whole line.
-wxString ToWritable(std::wstring_view strText) {
-  std::wstring strLine(strText);
-  for (wchar_t& ch : strLine) {
-    if (!VCM::IsScalarValue(static_cast<std::uint32_t>(ch))) ch = REPLACEMENT;
-  }
-  return wxString(strLine);
 }
 
 }  // namespace
@@ -60,7 +49,7 @@ void CProviderBase::OpenLog(bool bOpen) {
   // The toolkit's checks speak up when a file is written that isn't open; without a stream the lines are lost
   // in silence.
   if (m_poLogFile->IsOk()) {
-    m_poLogStream = std::make_unique<wxTextOutputStream>(*m_poLogFile, wxEOL_NATIVE, wxConvAuto());
+    m_poLogStream = std::make_unique<CLogStream>(*m_poLogFile);
   }
   WriteLog(L"Beginning Import with %s", m_strDisplayName.c_str());
 }
@@ -87,7 +76,7 @@ void CProviderBase::WriteLog(const wchar_t* pszFormat, ...) {
 
   if (m_poLogStream) {
     const wxLogNull oQuiet;
-    m_poLogStream->WriteString(ToWritable(m_strLastLine.View()));
+    m_poLogStream->WriteLine(VCM::ToUtf8(m_strLastLine));
     m_poLogFile->GetFile()->Flush();
   }
   if (m_bLogToConnection && !m_oReposView.IsEmpty()) {
