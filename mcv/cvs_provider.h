@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <unordered_map>
 
 #include <wx/stream.h>
 
@@ -103,6 +104,11 @@ class CProvider : public MCE::CProviderBase {
   void CheckOutItem(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath);
   bool StaysInClientFolder(const VCM::CString& strOutputFolder) const;
   VCM::CString GetRevisionArgument(const MCE::TChangeItemRecord& tItem) const;
+
+  /// Streams by the ID of their parent. One walk over the list fills it; a walk for each stream would take as
+  /// many steps as there are pairs of streams.
+  using TChildren = std::unordered_map<unsigned int, VCM::CArray<TStreamInfo>>;
+  void DumpChildren(TChildren& atChildren, unsigned int nParentID, const wchar_t* pszIndent);
 
   void ProcessFileNames(const TFileInfo& tFile, TStreamInfo& tStream, bool bNested);
   unsigned int ProposeParent(const TFileInfo& tFile, int nParentTag) const;

@@ -83,17 +83,21 @@ int CProvider::CompareCreationTime(const TStreamInfo* ptLeft, const TStreamInfo*
 }
 
 void CProvider::DumpStreamChildren(unsigned int nParentID, const wchar_t* pszIndent) {
-  VCM::CArray<TStreamInfo> atChildren;
-  for (const TStreamInfo& tStream : m_atStreams) {
-    if (tStream.nParentID == nParentID) atChildren.Add(tStream);
-  }
-  if (atChildren.IsEmpty()) return;
+  TChildren atChildren;
+  for (const TStreamInfo& tStream : m_atStreams)
+    atChildren[tStream.nParentID].Add(tStream);
+  DumpChildren(atChildren, nParentID, pszIndent);
+}
+
+void CProvider::DumpChildren(TChildren& atChildren, unsigned int nParentID, const wchar_t* pszIndent) {
+  const auto it = atChildren.find(nParentID);
+  if (it == atChildren.end()) return;
   VCM::CString strDeeper;
   strDeeper.Format(L"%s  ", pszIndent);
-  atChildren.Sort(CompareCreationTime);
-  for (const TStreamInfo& tChild : atChildren) {
+  it->second.Sort(CompareCreationTime);
+  for (const TStreamInfo& tChild : it->second) {
     WriteLog(L"%s%s", pszIndent, tChild.strName.c_str());
-    DumpStreamChildren(tChild.nID, strDeeper.c_str());
+    DumpChildren(atChildren, tChild.nID, strDeeper.c_str());
   }
 }
 
