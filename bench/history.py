@@ -93,6 +93,18 @@ def print_line(name, figures, growth):
         figures["seconds"] / max(figures["wc"], 0.001), growth), flush=True)
 
 
+HEADING = """# How fast histories are read
+
+`talvek-import preview --quiet` on saved logs with the import log on, beside `cvsps --test-log -x -u` and `wc -l` on the
+same log in the same run. Printed by `make bench-history`; the histories are made up by `make-history` (the options
+stand in `bench/history.py`), but for the real log.
+
+- MB/s and the ratios are of processor time (s); "s passed" is the clock's.
+- peak MB: the largest resident memory of the whole process. disk / log: the import database against the log.
+- growth: time per revision against the first line of the group, or per name of a file where names grow.
+"""
+
+
 def describe_machine():
     with open("/proc/cpuinfo") as lines:
         cpu = next((line.split(":")[1].strip() for line in lines if line.startswith("model name")), "?")
@@ -114,6 +126,7 @@ def main():
     parser.add_argument("--cvsps-max-files", type=int, default=140000, help="no cvsps on histories with more files")
     args = parser.parse_args()
 
+    print(HEADING)
     describe_machine()
     print("| history | MB | k revisions | s | s passed | MB/s | k revisions/s | peak MB | disk / log | cvsps / ours "
           "| ours / wc | growth |")
