@@ -89,11 +89,13 @@ class CCommandKeeper : public MCV::CProvider {
     m_strCommand.Clear();
     return astrWords;
   }
-  /// The same for a checkout, whose last word but one is the folder to check out into.
+  /// The same for a checkout: the folder to check out into comes before the module, and before the "--" that
+  /// a module has which looks like an option.
   TWords TakeCheckout() {
     const TWords astrWords = TakeWords();
-    Check(astrWords.empty() || !LeadsOut(astrWords[astrWords.size() - 2]),
-          "no command names a folder outside the client folder");
+    if (astrWords.empty()) return astrWords;
+    const std::size_t nFolder = astrWords.size() - (astrWords.back().View().starts_with(L'-') ? 3 : 2);
+    Check(!LeadsOut(astrWords.at(nFolder)), "no command names a folder outside the client folder");
     return astrWords;
   }
 
@@ -117,6 +119,14 @@ bool HasNul(const VCM::CString& strText) {
   return strText.Find(L'\0') >= 0;
 }
 
+/// Puts the module, or a file in it, behind the other words. One that looks like an option has a "--" in
+/// front.
+void AddModule(const VCM::CString& strModule, const VCM::CString& strPathInModule, TWords& astrWords) {
+  const VCM::CString strArgument = UpToNul(strModule + strPathInModule);
+  if (strArgument.View().starts_with(L'-')) astrWords.emplace_back(L"--");
+  astrWords.push_back(strArgument);
+}
+
 struct TNames {
   VCM::CString strModule;
   VCM::CString strStream;
@@ -138,7 +148,7 @@ void CheckLogCommand(CCommandKeeper& oProvider, const TNames& tNames) {
   const VCM::CString strStart = UpToNul(tNames.strStart);
   if (!tNames.strStart.IsEmpty())
     astrExpected.insert(astrExpected.end(), {L"-d", UpToNul(tNames.strEnd) + L">" + strStart});
-  astrExpected.push_back(UpToNul(tNames.strModule));
+  AddModule(tNames.strModule, L"", astrExpected);
   Check(oProvider.TakeWords() == astrExpected, "the command for the log has the words it should have");
 }
 
@@ -157,9 +167,8 @@ void CheckFileCommand(CCommandKeeper& oProvider, const TNames& tNames) {
   const VCM::CString strFile = L"/" + tItem.oFilePath.GeneratePath();
   if (LeadsOut(strFolder) || HasNul(strFolder) || HasNul(strFile))
     return Check(astrWords.empty(), "nothing is checked out under another name");
-  const TWords astrExpected = {L"cvs",      L"-d",     L"/repo",
-                               L"checkout", L"-r",     oRevision.GetText(),
-                               L"-d",       strFolder, UpToNul(tNames.strModule) + strFile};
+  TWords astrExpected = {L"cvs", L"-d", L"/repo", L"checkout", L"-r", oRevision.GetText(), L"-d", strFolder};
+  AddModule(tNames.strModule, strFile, astrExpected);
   Check(astrWords == astrExpected, "the command for a file has the words it should have");
 }
 
@@ -171,7 +180,7 @@ void CheckModuleCommand(CCommandKeeper& oProvider, const TNames& tNames, bool bT
   TWords astrExpected = {L"cvs", L"-d", L"/repo", L"checkout"};
   if (!bTrunk) astrExpected.insert(astrExpected.end(), {L"-r", tNames.strStream});
   astrExpected.insert(astrExpected.end(), {L"-D", L"1970/01/01 00:00:01 UTC", L"-d", tNames.strStream});
-  astrExpected.push_back(UpToNul(tNames.strModule));
+  AddModule(tNames.strModule, L"", astrExpected);
   Check(astrWords == astrExpected, "the command for the module has the words it should have");
 }
 
