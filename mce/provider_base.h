@@ -157,6 +157,9 @@ class CProviderBase : public CProvider {
 
   bool FindChangeForItem(const TStreamInfo& tStream, const VCM::CString& strUser, std::uint32_t nTime,
                          const VCM::CString& strComment, bool bMatchComment, std::uint32_t nEndTime);
+  static bool IsSought(const TChangeRecord& tChange, const VCM::CString& strUser,
+                       const VCM::CString& strComment, const TWindow& tWindow);
+  bool NextInWindow(bool bFirst, std::uint32_t nStreamID, const TWindow& tWindow);
   bool FindChangeOfUser(std::uint32_t nStreamID, const VCM::CString& strUser, const TWindow& tWindow);
   bool FindChangeWithComment(std::uint32_t nStreamID, const VCM::CString& strUser,
                              const VCM::CString& strComment, const TWindow& tWindow);
@@ -171,6 +174,7 @@ class CProviderBase : public CProvider {
   std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
   CGroupingIndex m_oGroupingIndex;
   TChangeRecord m_tCandidate;  // result of the iterator by ID
+  TChangeRecord m_tInWindow;   // of a search by time
 
   std::unique_ptr<wxFFileOutputStream> m_poLogFile;
   std::unique_ptr<CLogStream> m_poLogStream;

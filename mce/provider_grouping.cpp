@@ -12,6 +12,8 @@ namespace TALVEK::MCE {
 namespace {
 
 constexpr std::uint32_t WINDOW_SECONDS = 300;
+/// So many changes with one user and comment in one window are a crowd.
+constexpr int CROWD = 32;
 constexpr std::uint32_t NO_TIME_LIMIT = std::numeric_limits<std::uint32_t>::max();
 
 /// The time at which a file's second item of one change opens a change of its own: just beside the change
@@ -77,26 +79,52 @@ bool CProviderBase::FindChangeOfUser(std::uint32_t nStreamID, const VCM::CString
 }
 
 // A busy hour can hold thousands of changes: those with the same user and comment are found by a hash. They
-// come in any order; the one wanted is the first by time and ID.
+// come in any order; the one wanted is the first by time and ID. When they are a crowd themselves (a file
+// committed over and over again by a clock that jumps about), the changes are at the same time gone through
+// by time, where the first that fits ends the search: whichever way is the shorter one.
 bool CProviderBase::FindChangeWithComment(std::uint32_t nStreamID, const VCM::CString& strUser,
                                           const VCM::CString& strComment, const TWindow& tWindow) {
   bool bMatched = false;
+  int nLookedAt = 0;
   std::uint32_t nID = 0;
   // A change is at no time before its base time, so an item that ends before that can't join it.
   const std::uint32_t nHighBase = std::min(tWindow.nHigh, tWindow.nEndTime);
   for (bool bFound = m_oGroupingIndex.FirstChange(nStreamID, strUser, strComment, tWindow.nTime, tWindow.nLow,
                                                   nHighBase, nID);
        bFound; bFound = m_oGroupingIndex.NextChange(nID)) {
+    if (++nLookedAt > CROWD) {
+      if (!NextInWindow(nLookedAt == CROWD + 1, nStreamID, tWindow)) return false;
+      if (IsSought(m_tInWindow, strUser, strComment, tWindow)) {
+        std::swap(m_tChange, m_tInWindow);
+        return true;
+      }
+    }
     m_tCandidate.nID = nID;
-    if (!m_poChangeByIdIterator->GetEqual(m_tCandidate) || !tWindow.Admits(m_tCandidate)) continue;
-    if (!m_tCandidate.strUser.EqualsNoCase(strUser.View())) continue;
-    if (!m_tCandidate.strComment.EqualsNoCase(strComment.View())) continue;
+    if (!m_poChangeByIdIterator->GetEqual(m_tCandidate)) continue;
+    if (!IsSought(m_tCandidate, strUser, strComment, tWindow)) continue;
     const bool bEarlier = !bMatched || std::tie(m_tCandidate.nTime, m_tCandidate.nID) <
                                            std::tie(m_tChange.nTime, m_tChange.nID);
     if (bEarlier) std::swap(m_tChange, m_tCandidate);
     bMatched = true;
   }
   return bMatched;
+}
+
+bool CProviderBase::IsSought(const TChangeRecord& tChange, const VCM::CString& strUser,
+                             const VCM::CString& strComment, const TWindow& tWindow) {
+  return tWindow.Admits(tChange) && tChange.strUser.EqualsNoCase(strUser.View()) &&
+         tChange.strComment.EqualsNoCase(strComment.View());
+}
+
+/// Goes on to the next of the stream's changes of the window's time.
+bool CProviderBase::NextInWindow(bool bFirst, std::uint32_t nStreamID, const TWindow& tWindow) {
+  if (bFirst) {
+    m_tInWindow.nStreamID = nStreamID;
+    m_tInWindow.nTime = tWindow.nLow;
+  }
+  const bool bFound =
+      bFirst ? m_poChangeIterator->GetGTE(m_tInWindow) : m_poChangeIterator->GetNext(m_tInWindow);
+  return bFound && m_tInWindow.nStreamID == nStreamID && m_tInWindow.nTime <= tWindow.nHigh;
 }
 
 bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString& strUser,

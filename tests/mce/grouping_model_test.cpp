@@ -107,6 +107,7 @@ TEST(GroupingModelTest, GivesTheSameAsThePlainVersion) {
     unsigned nFiles;
     bool bMixed;
   } atCases[] = {
+      {1000000000, 1, false},    // nothing but the same file
       {1000000000, 6, false},    // the same file again and again
       {1000000000, 300, false},  // changes with many items
       {1000000000, 300, true},   // merged comments and changes without items among them
@@ -120,7 +121,7 @@ TEST(GroupingModelTest, GivesTheSameAsThePlainVersion) {
       CEngine oEngine;
       CPlainGrouping oPlain;
       CHistoryMaker oMaker(nSeed, tCase.nStart, tCase.nFiles, tCase.bMixed);
-      for (int i = 0; i < 300; ++i)
+      for (int i = 0; i < (tCase.nFiles == 1 ? 1500 : 300); ++i)
         oMaker.Step(oEngine, oPlain);
       EXPECT_EQ(Dump(oEngine, 1), Dump(oPlain, 1));
       EXPECT_EQ(Dump(oEngine, 2), Dump(oPlain, 2));

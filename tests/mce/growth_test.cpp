@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <random>
 #include <string>
 
 #include "tests/mce/engine_fixture.h"
@@ -57,6 +58,19 @@ TEST(GrowthTest, CrowdOfClosedChangesCostsNoMoreAnItemThatStays) {
   ExpectLinear([](CEngine& oEngine, int i) {
     oEngine.Add(File(i).c_str()).Until(i % 2 == 0 ? 1000 : 5000).At(1000 + i % 100);
   });
+}
+
+// One file, one author, one message, and times that jump about within five minutes: each item could join a
+// good part of all the changes before.
+TEST(GrowthTest, JumpingClockNeverLooksAtAllChanges) {
+  std::mt19937 oRandom(1);
+  long nTime = 1000;
+  const double fRows = RowsPerItem(MANY, [&](CEngine& oEngine, int) {
+    const long nNext = 1000 + static_cast<long>(oRandom() % 300);
+    oEngine.Add("a.c").Until(nNext).At(nTime);
+    nTime = nNext;
+  });
+  EXPECT_LT(fRows, MANY / 20);
 }
 
 TEST(GrowthTest, LongHistoryCostsNoMoreAnItem) {
