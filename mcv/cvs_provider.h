@@ -99,7 +99,8 @@ class CProvider : public MCE::CProviderBase {
   void ReadCommandProperties();
   void LogErrorOutput();
   VCM::CString GenerateLogCommand() const;
-  void ExecuteInClientFolder(const VCM::CString& strCommandLine);
+  bool ExecuteInClientFolder(const VCM::CString& strCommandLine);
+  void RemoveUnfinished(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath) const;
   void CheckOutItem(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath);
   bool StaysInClientFolder(const VCM::CString& strOutputFolder) const;
   VCM::CString GetRevisionArgument(const MCE::TChangeItemRecord& tItem) const;
@@ -113,6 +114,7 @@ class CProvider : public MCE::CProviderBase {
   void AddFileChanges(const TFileInfo& tFile, TStreamInfo& tStream);
   void ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision, TStreamInfo& tStream) const;
 
+  bool m_bCheckoutFailed = false;       // the last one of the whole module
   mutable CStreamNames m_oStreamNames;  // follows the list of streams when it is asked
 };
 
