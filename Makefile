@@ -22,7 +22,7 @@ ifndef INTO
   endif
 endif
 
-.PHONY: help deps build import test bench bench-history bench-retrieve install format tidy check-import-arguments
+.PHONY: help deps build import test bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format tidy check-import-arguments
 
 help:
 	@echo 'make import    import the example repository into Git and show its history'
@@ -34,6 +34,8 @@ help:
 	@echo 'make bench     run the benchmarks'
 	@echo 'make bench-history    how fast histories of any size are read (HISTORY=options of bench/history.py)'
 	@echo 'make bench-retrieve   how fast file revisions come out of a repository (RETRIEVE=options)'
+	@echo 'make fuzz-smoke       let fuzzers look for faults, 30 seconds for each target'
+	@echo 'make fuzz             the same for longer                 (SECONDS=1200, TARGETS=all)'
 	@echo 'make deps      install the Debian packages that are missing (NO_DEPS=1: never install any)'
 	@echo 'make format    format the sources'
 	@echo 'make tidy      let clang-tidy read the sources'
@@ -90,6 +92,21 @@ bench-retrieve: PRESET = release
 bench-retrieve: build
 	$(call need,peers)
 	bench/retrieve.py --bin '$(CURDIR)'/build/$(PRESET)/bin $(RETRIEVE)
+
+# Both exit with an error when something was found; the inputs are in build/fuzz/finds then.
+SECONDS = 1200
+TARGETS =
+
+fuzz-smoke: build-fuzz
+	fuzz/run 30 $(TARGETS)
+
+fuzz: build-fuzz
+	fuzz/run $(SECONDS) $(TARGETS)
+
+build-fuzz: deps
+	$(call need,fuzz)
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j$(JOBS)
 
 install: build
 	DESTDIR='$(DESTDIR)' cmake --install build/$(PRESET) --prefix '$(PREFIX)'

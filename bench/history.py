@@ -2,19 +2,24 @@
 """How fast `talvek-import preview --quiet` reads histories, beside `cvsps --test-log` and `wc -l`.
 
 Each history is measured several times, the programs in turn; the medians make one line of the table (Markdown).
-Times are processor times (user and system), as the machine may have other work; the peak memory is the whole
-process's, and the disk figure what the import database has taken at most.
+Times are processor times (user and system), as the machine may have other work, and beside them the time that went
+by; the peak memory is the whole process's, and the disk figure what the import database has taken at most.
+
+The last column compares the members of a group, in each of which one thing alone grows 16 times: processor time per
+revision, or, where the names of each file grow and the revisions don't, per name of a file.
 """
 import argparse
 import glob
 import os
+import platform
 import statistics
 import subprocess
 import sys
 import tempfile
 import threading
+import time
 
-# name: options of make-history. A group's figures per revision are compared with those of its first member.
+# name: options of make-history. A group's figures are compared with those of its first member.
 GROUPS = {
     "size": {
         "0.1 M revisions": "--files 8334", "0.4 M revisions": "--files 33334",
@@ -27,13 +32,14 @@ GROUPS = {
         "10 branches": "--files 2000 --branches 10 --names 0",
         "160 branches": "--files 2000 --branches 160 --names 0"},
     "one changeset": {
-        "of 2000 files": "--files 2000 --revisions 1 --branches 0 --commit-size 2000",
-        "of 32000 files": "--files 32000 --revisions 1 --branches 0 --commit-size 32000"},
+        "of 2000 files": "--files 2000 --revisions 1 --branches 0 --imports 1",
+        "of 32000 files": "--files 32000 --revisions 1 --branches 0 --imports 1"},
 }
 
 
 def measure(command, stdout=subprocess.DEVNULL):
-    """Processor seconds and peak bytes of a command, and bytes on disk of import databases meanwhile."""
+    """Processor seconds and peak bytes of a command, bytes on disk of its import database, and seconds passed."""
+    start = time.monotonic()
     process = subprocess.Popen(command, stdout=stdout, stderr=subprocess.DEVNULL)
     disk, done = [0], threading.Event()
 
@@ -52,12 +58,12 @@ def measure(command, stdout=subprocess.DEVNULL):
     watcher.join()
     if status != 0:
         sys.exit("history.py: %s ended with status %d" % (command[0], status))
-    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024, disk[0]
+    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024, disk[0], time.monotonic() - start
 
 
-def count_revisions(log):
+def count_lines(log, start):
     with open(log, "rb") as lines:
-        return sum(1 for line in lines if line.startswith(b"date: "))
+        return sum(1 for line in lines if line.startswith(start))
 
 
 def measure_log(args, log, root, module, options, with_cvsps):
@@ -73,18 +79,28 @@ def measure_log(args, log, root, module, options, with_cvsps):
     os.remove(folder + "/import.log")
     os.rmdir(folder)
     seconds = statistics.median(run[0] for run in runs)
-    return {"seconds": seconds, "memory": max(run[1] for run in runs), "disk": max(run[2] for run in runs),
+    return {"seconds": seconds, "wall": statistics.median(run[3] for run in runs), "memory": max(run[1] for run in runs), "disk": max(run[2] for run in runs),
             "cvsps": statistics.median(theirs) if theirs else None, "wc": statistics.median(counts),
-            "bytes": os.path.getsize(log), "revisions": count_revisions(log)}
+            "bytes": os.path.getsize(log), "revisions": count_lines(log, b"date: "), "names": count_lines(log, b"\t")}
 
 
 def print_line(name, figures, growth):
     mb = figures["bytes"] / 1e6
-    print("| %s | %.1f | %.0f | %.2f | %.1f | %.0f | %.0f | %.2f | %s | %.0f | %s |" % (
-        name, mb, figures["revisions"] / 1e3, figures["seconds"], mb / figures["seconds"],
+    print("| %s | %.1f | %.0f | %.2f | %.2f | %.1f | %.0f | %.0f | %.2f | %s | %.0f | %s |" % (
+        name, mb, figures["revisions"] / 1e3, figures["seconds"], figures["wall"], mb / figures["seconds"],
         figures["revisions"] / figures["seconds"] / 1e3, figures["memory"] / 1e6, figures["disk"] / figures["bytes"],
         "%.1f" % (figures["cvsps"] / figures["seconds"]) if figures["cvsps"] else "-",
         figures["seconds"] / max(figures["wc"], 0.001), growth), flush=True)
+
+
+def describe_machine():
+    with open("/proc/cpuinfo") as lines:
+        cpu = next((line.split(":")[1].strip() for line in lines if line.startswith("model name")), "?")
+    memory = os.sysconf("SC_PHYS_PAGES") * os.sysconf("SC_PAGE_SIZE") / 2**30
+    folder = subprocess.run(["stat", "-f", "-c", "%T", tempfile.gettempdir()], stdout=subprocess.PIPE, text=True)
+    print("%d x %s, %.0f GiB, Linux %s, %s on %s; load %.1f when begun\n" % (
+        os.cpu_count(), cpu, memory, platform.release(), tempfile.gettempdir(), folder.stdout.strip(),
+        os.getloadavg()[0]))
 
 
 def main():
@@ -95,23 +111,27 @@ def main():
     parser.add_argument("--log-module", default="src", help="the module in that log")
     parser.add_argument("--runs", type=int, default=3)
     parser.add_argument("--max-files", type=int, default=140000, help="leave out histories with more files")
+    parser.add_argument("--cvsps-max-files", type=int, default=140000, help="no cvsps on histories with more files")
     args = parser.parse_args()
 
-    print("| history | MB | k revisions | s | MB/s | k revisions/s | peak MB | disk / log | cvsps / ours "
-          "| ours / wc | per revision |")
-    print("|---|---|---|---|---|---|---|---|---|---|---|", flush=True)
+    describe_machine()
+    print("| history | MB | k revisions | s | s passed | MB/s | k revisions/s | peak MB | disk / log | cvsps / ours "
+          "| ours / wc | growth |")
+    print("|---|---|---|---|---|---|---|---|---|---|---|---|", flush=True)
     if args.log:
         print_line("real log", measure_log(args, args.log, args.log_root, args.log_module, [], True), "-")
     for group, histories in GROUPS.items():
         first = None
         for name, shape in histories.items():
-            if int(shape.split("--files ")[1].split()[0]) > args.max_files:
+            files = int(shape.split("--files ")[1].split()[0])
+            if files > args.max_files:
                 continue
             with tempfile.NamedTemporaryFile(suffix=".rlog") as log:
                 subprocess.run([args.bin + "/make-history"] + shape.split(), stdout=log, check=True)
                 options = ["--streams-for-tags"] if group in ("names", "streams") else []
-                figures = measure_log(args, log.name, "/cvs", "bench", options, group == "size" and not first)
-            each = figures["seconds"] / figures["revisions"]
+                with_cvsps = group == "size" and files <= args.cvsps_max_files
+                figures = measure_log(args, log.name, "/cvs", "bench", options, with_cvsps)
+            each = figures["seconds"] / figures["names" if group == "names" else "revisions"]
             first = first or each
             print_line(group + ": " + name, figures, "%.2f" % (each / first))
 

@@ -10,6 +10,9 @@ namespace {
 constexpr std::int64_t FIRST_TIME = 946684800;  // 2000-01-01
 constexpr std::int64_t LAST_TIME = 1735689600;  // 2025-01-01
 constexpr std::uint64_t SECONDS_OF_COMMIT = 60;
+constexpr std::uint32_t FILES_OF_FOLDER = 25;
+constexpr std::uint64_t WANDERERS = 5;  // one revision in so many belongs to a commit of another folder
+constexpr std::uint64_t SCATTER_PRIME = 1000003;
 constexpr std::uint64_t BRANCH_COMMITS = std::uint64_t{1}
                                          << 40U;  // commits on branches are numbered from here
 
@@ -60,8 +63,8 @@ std::string CHistory::Message(std::uint64_t nCommit) const {
 
 TFile CHistory::MakeFile(std::uint32_t nFile) const {
   TFile tFile;
-  tFile.strPath = "folder" + std::to_string(nFile / 1000) + "/part" + std::to_string(nFile / 25 % 40) +
-                  "/file" + std::to_string(nFile) + ".c";
+  tFile.strPath = "folder" + std::to_string(nFile / 1000) + "/part" +
+                  std::to_string(nFile / FILES_OF_FOLDER % 40) + "/file" + std::to_string(nFile) + ".c";
   const std::vector<std::uint64_t> anCommits = TrunkCommits(nFile);
   const std::int64_t nStep = (LAST_TIME - FIRST_TIME) / static_cast<std::int64_t>(m_nCommits);
   std::vector<TRevision> atTrunk;
@@ -85,9 +88,23 @@ std::vector<std::uint64_t> CHistory::TrunkCommits(std::uint32_t nFile) const {
   for (std::uint64_t i = 0; i < m_tShape.nRevisions; ++i) {
     const std::uint64_t nFrom = i * m_nCommits / m_tShape.nRevisions;
     const std::uint64_t nTo = (i + 1) * m_nCommits / m_tShape.nRevisions;
-    anCommits.push_back(nFrom + Mix(m_tShape.nSeed, nFile, i) % (nTo - nFrom));
+    anCommits.push_back(nFrom + PickCommit(nFile, i, nTo - nFrom));
   }
   return anCommits;
+}
+
+/// Which of a stretch's commits a file is in: one of an import's, else mostly one of its folder's own.
+std::uint64_t CHistory::PickCommit(std::uint32_t nFile, std::uint64_t nStretch,
+                                   std::uint64_t nCommits) const {
+  const std::uint64_t nRandom = Mix(m_tShape.nSeed, nFile, nStretch);
+  if (nStretch == 0 && m_tShape.nImports > 0) {
+    const std::uint64_t nImport = std::uint64_t{nFile} * m_tShape.nImports / m_tShape.nFiles;
+    return nImport * nCommits / m_tShape.nImports;
+  }
+  if (nRandom % WANDERERS == 0) return nRandom / WANDERERS % nCommits;
+  const std::uint64_t nOfFolder = std::max<std::uint64_t>(1, nCommits * FILES_OF_FOLDER / m_tShape.nFiles);
+  const std::uint64_t nPlace = nFile / FILES_OF_FOLDER * nOfFolder + nRandom / WANDERERS % nOfFolder;
+  return nPlace * SCATTER_PRIME % nCommits;  // neighbouring folders are not committed to at the same time
 }
 
 void CHistory::AddTags(const std::vector<std::uint64_t>& anCommits, TFile& tFile) const {

@@ -7,6 +7,11 @@
 namespace TALVEK::BENCH {
 
 /// What a made-up history is like. The same shape and seed give the same history.
+///
+/// The tree comes in by a few imports of many files each; later commits mostly stay in one folder. That is
+/// what the measured real log is like (68 k revisions of 24 k files): the seven largest of its 6103
+/// changesets hold 79 % of all items, and of those with 2 to 100 items 44 % lie in one folder, where chance
+/// would put hardly any.
 struct TShape {
   std::uint64_t nSeed = 1;
   std::uint32_t nFiles = 1000;
@@ -16,7 +21,8 @@ struct TShape {
   std::uint32_t nBranchRevisions = 1;  ///< of each file on each branch
   std::uint32_t nNested = 0;           ///< branches one below the other that start from each branch
   std::uint32_t nAuthors = 20;
-  std::uint32_t nCommitSize = 5;      ///< files in a commit, on average
+  std::uint32_t nCommitSize = 5;  ///< files in a commit, on average, but for the imports
+  std::uint32_t nImports = 10;    ///< commits that bring all first revisions; 0: each comes by a usual commit
   std::uint32_t nMessageLength = 60;  ///< characters, on average
 };
 
@@ -50,6 +56,7 @@ class CHistory {
 
  private:
   std::vector<std::uint64_t> TrunkCommits(std::uint32_t nFile) const;
+  std::uint64_t PickCommit(std::uint32_t nFile, std::uint64_t nStretch, std::uint64_t nCommits) const;
   void AddTags(const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;
   void AddBranches(std::uint32_t nFile, const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;
   void AddBranch(std::uint32_t nFile, std::uint32_t nBranch, std::uint32_t nDepth,

@@ -54,6 +54,8 @@ int Run(int argc, char** argv) {
   oApp.add_option("--commit-size", tShape.nCommitSize, "files in a commit, on average")
       ->capture_default_str()
       ->check(CLI::PositiveNumber);
+  oApp.add_option("--imports", tShape.nImports, "commits that bring all first revisions; 0: none does")
+      ->capture_default_str();
   oApp.add_option("--message-length", tShape.nMessageLength, "characters, on average")->capture_default_str();
   oApp.add_option("--root", strRoot, "the module's folder in the log")->capture_default_str();
   oApp.add_option("--rcs", strFolder, "writes RCS files into this folder instead");

@@ -8,5 +8,5 @@ if(TALVEK_SANITIZERS)
   add_compile_options(-fsanitize=${TALVEK_SANITIZERS} -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${TALVEK_SANITIZERS})
   # With sanitizers GCC 12 takes std::regex's own state for uninitialised (GCC bug 105562).
-  target_compile_options(project_warnings INTERFACE -Wno-maybe-uninitialized)
+  target_compile_options(project_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()

@@ -184,6 +184,7 @@ class TALVEK_CORE_API CIteratorBase {
   bool GetNext(void* const* papFields, TFieldSet nWanted);
   bool Add(void* const* papFields);
   bool Update(void* const* papFields);
+  bool Remove(void* const* papFields);
 
  private:
   class CImpl;
@@ -198,11 +199,14 @@ class TALVEK_CORE_API CIteratorBase {
 /// Errors   Each operation returns false when there is no such row, and then leaves record and place as they
 ///          were. GetNext is false before a row has been found, and at the end again. Add is false when a
 ///          unique key is taken, Update when index 0 has no such row or another row has the unique key.
+///          Remove is false when index 0 has no such row.
 ///          A write that the store refuses (disk full) is false too, and CDatabase::GetLastErrorText then
 ///          tells why. That spoils the transaction: everything else in it is false, and so is its Commit.
-/// Writes   Add gives the record its "ID" where the table's flag says so: one more than the last row's.
-///          Neither Add nor Update moves this or any other cursor: GetNext goes on from the key that the
-///          cursor was last placed on, so it meets a row again that Update has moved ahead.
+/// Writes   Add gives the record its "ID" where the table's flag says so: one more than the last row's; the
+/// ID
+///          of a removed row isn't given again in the same transaction.
+///          No write moves this or any other cursor: GetNext goes on from the key that the cursor was last
+///          placed on, so it meets a row again that Update has moved ahead.
 /// Owns     Nothing. Table and transaction must outlive the cursor.
 /// Cost     One descent of the tree to place (two in an index other than 0), and the decoding of what is
 ///          wanted: numbers and times always, and those texts, paths and property sets whose numbers (below
@@ -235,6 +239,8 @@ class CIterator : public CIteratorBase {
   bool Add(TRecord& tRecord) { return CIteratorBase::Add(tRecord.GetFieldAddresses().data()); }
   /// Replaces the row that has this record's key in index 0; the other indexes follow.
   bool Update(TRecord& tRecord) { return CIteratorBase::Update(tRecord.GetFieldAddresses().data()); }
+  /// Removes the row that has this record's key in index 0, whatever its other fields are.
+  bool Remove(TRecord& tRecord) { return CIteratorBase::Remove(tRecord.GetFieldAddresses().data()); }
 };
 
 }  // namespace TALVEK::VDB

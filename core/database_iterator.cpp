@@ -30,6 +30,7 @@ class CIteratorBase::CImpl : public CTransactionUser {
   bool GetNext(void* const* papFields, TFieldSet nWanted);
   bool Add(void* const* papFields);
   bool Update(void* const* papFields);
+  bool Remove(void* const* papFields);
 
  private:
   CImpl(const CTable::CImpl& oTable, unsigned nIndex, CTransaction::CImpl* poTransaction,
@@ -38,6 +39,9 @@ class CIteratorBase::CImpl : public CTransactionUser {
   bool IsUsable() const { return m_poTransaction && m_poTransaction->IsUsable(); }
   bool CanWrite();
   MDB_cursor* Shared(unsigned nIndex) const { return m_poTable->atTrees[nIndex].poCursor.get(); }
+  /// The cursor by which rows are written. LMDB spares itself the descent of the tree when the row lies on
+  /// the page where the cursor is: what has been looked for by index 0 is often what is written next.
+  MDB_cursor* ForRows() const { return m_nIndex == 0 ? m_poCursor.get() : Shared(0); }
 
   bool Move(MDB_cursor_op nOperation);
   bool MoveTo(const CKey& oKey);
@@ -45,6 +49,7 @@ class CIteratorBase::CImpl : public CTransactionUser {
   bool FetchRow(std::string_view strEntry);
   bool FailDamaged();
 
+  bool FindForWrite(void* const* papFields, std::string_view& strRow);
   bool NextId(std::uint32_t& nId);
   bool Insert(void* const* papFields);
   bool IsFree(unsigned nIndex, const CKey& oEntry);
@@ -245,7 +250,8 @@ int CIteratorBase::CImpl::PutRow(const CKey& oKey, std::string_view strRow) {
   const bool bLast = oKey.View() > m_poTable->oLastKey.View();
   MDB_val tKey = ToStoreValue(oKey.View());
   MDB_val tRow = ToStoreValue(strRow);
-  const int nError = mdb_cursor_put(Shared(0), &tKey, &tRow, bLast ? MDB_APPEND : MDB_NOOVERWRITE);
+  m_bCursorAtPlace = false;
+  const int nError = mdb_cursor_put(ForRows(), &tKey, &tRow, bLast ? MDB_APPEND : MDB_NOOVERWRITE);
   if (nError == 0 && bLast) m_poTable->oLastKey = oKey;
   return nError;
 }
@@ -264,19 +270,39 @@ int CIteratorBase::CImpl::RemoveEntry(unsigned nIndex, const CKey& oEntry) {
   return nError != 0 ? nError : mdb_cursor_del(Shared(nIndex), 0);
 }
 
-bool CIteratorBase::CImpl::Update(void* const* papFields) {
+/// Places the cursor for rows on the one with the record's key; the key is then in m_aoEntries[0].
+bool CIteratorBase::CImpl::FindForWrite(void* const* papFields, std::string_view& strRow) {
   if (!CanWrite()) return false;
+  m_bCursorAtPlace = false;
   m_poSchema->MakeEntry(0, papFields, m_aoEntries[0]);
   MDB_val tKey = ToStoreValue(m_aoEntries[0].View());
   MDB_val tRow = {};
-  const int nError = mdb_cursor_get(Shared(0), &tKey, &tRow, MDB_SET);
+  const int nError = mdb_cursor_get(ForRows(), &tKey, &tRow, MDB_SET);
   if (nError == MDB_NOTFOUND) return false;
   if (nError != 0) return m_poTransaction->FailRead(nError);
-  if (tRow.mv_size < m_poSchema->GetFixedSize()) return FailDamaged();
-  return Replace(FromStoreValue(tRow), papFields);
+  strRow = FromStoreValue(tRow);
+  return strRow.size() >= m_poSchema->GetFixedSize() || FailDamaged();
 }
 
-/// Replaces the row that the shared cursor of index 0 is on.
+bool CIteratorBase::CImpl::Update(void* const* papFields) {
+  std::string_view strRow;
+  return FindForWrite(papFields, strRow) && Replace(strRow, papFields);
+}
+
+bool CIteratorBase::CImpl::Remove(void* const* papFields) {
+  std::string_view strRow;
+  if (!FindForWrite(papFields, strRow)) return false;
+  for (unsigned i = 1; i < m_poSchema->GetIndexCount(); ++i) {
+    m_poSchema->MakeEntry(i, strRow, m_aoOldEntries[i]);
+  }
+  int nError = mdb_cursor_del(ForRows(), 0);
+  for (unsigned i = 1; i < m_poSchema->GetIndexCount() && nError == 0; ++i) {
+    nError = RemoveEntry(i, m_aoOldEntries[i]);
+  }
+  return Done(nError);
+}
+
+/// Replaces the row that the cursor for rows is on.
 bool CIteratorBase::CImpl::Replace(std::string_view strOldRow, void* const* papFields) {
   const std::string_view strRow = m_oCodec.Encode(papFields);
   if (strRow == strOldRow) return true;
@@ -288,7 +314,7 @@ bool CIteratorBase::CImpl::Replace(std::string_view strOldRow, void* const* papF
   }
   MDB_val tKey = ToStoreValue(m_aoEntries[0].View());
   MDB_val tRow = ToStoreValue(strRow);
-  int nError = mdb_cursor_put(Shared(0), &tKey, &tRow, MDB_CURRENT);
+  int nError = mdb_cursor_put(ForRows(), &tKey, &tRow, MDB_CURRENT);
   for (unsigned i = 1; i < m_poSchema->GetIndexCount() && nError == 0; ++i) {
     if (m_aoEntries[i] == m_aoOldEntries[i]) continue;
     nError = RemoveEntry(i, m_aoOldEntries[i]);
@@ -300,6 +326,7 @@ bool CIteratorBase::CImpl::Replace(std::string_view strOldRow, void* const* papF
 /// The end of every write.
 bool CIteratorBase::CImpl::Done(int nError) {
   ++m_poTable->nWrites;
+  m_poTransaction->GetStore()->CountRowWritten();
   return nError == 0 || m_poTransaction->FailWrite(nError);
 }
 
@@ -329,6 +356,9 @@ bool CIteratorBase::Add(void* const* papFields) {
 }
 bool CIteratorBase::Update(void* const* papFields) {
   return m_poImpl && m_poImpl->Update(papFields);
+}
+bool CIteratorBase::Remove(void* const* papFields) {
+  return m_poImpl && m_poImpl->Remove(papFields);
 }
 
 }  // namespace TALVEK::VDB

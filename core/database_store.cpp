@@ -1,6 +1,7 @@
 #include "core/database_store.h"
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -56,6 +57,24 @@ bool CloseOnExec(MDB_env* poEnvironment) {
   return mdb_env_get_fd(poEnvironment, &nDescriptor) == 0 && fcntl(nDescriptor, F_SETFD, FD_CLOEXEC) == 0;
 }
 
+// LMDB opens files by name, twice. This name leads to the very file that was made or examined, whatever
+// becomes of the name in the folder.
+TEnvironmentPtr OpenEnvironment(const CDatabaseFiles& oFiles, std::size_t nMaxBytes, int& nError) {
+  const std::string strPath = "/proc/self/fd/" + std::to_string(oFiles.GetDataDescriptor());
+  TEnvironmentPtr poEnvironment = OpenLargest(strPath, nMaxBytes, nError);
+  if (poEnvironment && !CloseOnExec(poEnvironment.get())) {
+    nError = errno;
+    poEnvironment.reset();
+  }
+  return poEnvironment;
+}
+
+CStoreMap FindMap(const CDatabaseFiles& oFiles, MDB_env* poEnvironment) {
+  MDB_envinfo tInfo = {};
+  if (mdb_env_info(poEnvironment, &tInfo) != 0) return {};
+  return {oFiles.GetDataDescriptor(), tInfo.me_mapsize};
+}
+
 }  // namespace
 
 CString StoreReason(int nError) {
@@ -65,31 +84,39 @@ CString StoreReason(int nError) {
   return VCM::FromBytes(mdb_strerror(nError));
 }
 
-// LMDB opens files by name, twice. This name leads to the very file that was made or examined, whatever
-// becomes of the name in the folder.
 std::unique_ptr<CDatabaseStore> CDatabaseStore::Open(std::unique_ptr<CDatabaseFiles> poFiles,
                                                      std::size_t nMaxBytes, CString& strError) {
-  const std::string strPath = "/proc/self/fd/" + std::to_string(poFiles->GetDataDescriptor());
   int nError = 0;
-  TEnvironmentPtr poEnvironment = OpenLargest(strPath, nMaxBytes, nError);
-  if (poEnvironment && !CloseOnExec(poEnvironment.get())) {
-    nError = errno;
-    poEnvironment.reset();
-  }
+  TEnvironmentPtr poEnvironment = OpenEnvironment(*poFiles, nMaxBytes, nError);
   if (poEnvironment) {
     poFiles->Keep();
-    return std::unique_ptr<CDatabaseStore>(new CDatabaseStore(std::move(poFiles), poEnvironment.release()));
+    return std::unique_ptr<CDatabaseStore>(
+        new CDatabaseStore(std::move(poFiles), poEnvironment.release(), nMaxBytes));
   }
   strError = VCM::FromBytes(poFiles->GetDataPath()) + L": " + StoreReason(nError);
   return nullptr;
 }
 
-CDatabaseStore::CDatabaseStore(std::unique_ptr<CDatabaseFiles> poFiles, MDB_env* poEnvironment)
-    : m_poFiles(std::move(poFiles)), m_poEnvironment(poEnvironment) {}
+CDatabaseStore::CDatabaseStore(std::unique_ptr<CDatabaseFiles> poFiles, MDB_env* poEnvironment,
+                               std::size_t nMaxBytes)
+    : m_poFiles(std::move(poFiles)),
+      m_poEnvironment(poEnvironment),
+      m_nMaxBytes(nMaxBytes),
+      m_oMap(FindMap(*m_poFiles, poEnvironment)) {}
 
 CDatabaseStore::~CDatabaseStore() {
   if (m_poTransaction) m_poTransaction->Abort();
+  if (m_poEnvironment) mdb_env_close(m_poEnvironment);
+}
+
+bool CDatabaseStore::Renew() {
   mdb_env_close(m_poEnvironment);
+  malloc_trim(0);  // what was freed lies among what is still in use
+  int nError = 0;
+  m_poEnvironment = OpenEnvironment(*m_poFiles, m_nMaxBytes, nError).release();
+  if (!m_poEnvironment) return Fail(L"can't open the data file again", StoreReason(nError));
+  m_oMap = FindMap(*m_poFiles, m_poEnvironment);
+  return true;
 }
 
 bool CDatabaseStore::Fail(const CString& strWhat, const CString& strWhy) {

@@ -13,7 +13,7 @@ CTransaction::CImpl::~CImpl() {
 }
 
 bool CTransaction::CImpl::Begin() {
-  if (!m_poStore) return false;
+  if (!m_poStore || !m_poStore->GetEnvironment()) return false;
   // LMDB would wait for its lock here; without one (NOLOCK), two transactions would overwrite each other.
   if (m_poStore->GetTransaction()) {
     return m_poStore->Fail(L"can't begin a transaction", L"another one is open");
@@ -42,7 +42,9 @@ bool CTransaction::CImpl::Commit() {
   }
   LetGo();
   const int nError = mdb_txn_commit(std::exchange(m_poTransaction, nullptr));
-  return nError == 0 || m_poStore->Fail(L"can't commit", StoreReason(nError));
+  if (nError != 0) return m_poStore->Fail(L"can't commit", StoreReason(nError));
+  m_poStore->Renew();  // whether that works shows when the next transaction begins
+  return true;
 }
 
 /// Closes everything that hangs on the transaction.

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -165,6 +166,12 @@ std::intmax_t Narrow(std::intmax_t nValue, TLengthModifier eLength, bool bSigned
 
 void CFormatter::AppendInteger(const TFormatPiece& tPiece) {
   const bool bSigned = tPiece.chConversion == L'd' || tPiece.chConversion == L'i';
+  const bool bPlain = tPiece.strFlags.empty() && !tPiece.tWidth.bPresent && !tPiece.tPrecision.bPresent;
+  if (bSigned && bPlain) {  // most numbers of most lines; the library takes ten times as long
+    const std::string strNumber = std::to_string(Narrow(Value(tPiece).nInteger, tPiece.eLength, true));
+    m_strOut.append(strNumber.begin(), strNumber.end());
+    return;
+  }
   const wchar_t szConversion[] = {L'j', tPiece.chConversion};
   AppendByLibrary(tPiece, {szConversion, 2}, Narrow(Value(tPiece).nInteger, tPiece.eLength, bSigned));
 }

@@ -2,9 +2,8 @@
 
 #include <cstddef>
 #include <deque>
-#include <functional>
 #include <string_view>
-#include <unordered_set>
+#include <vector>
 
 #include "core/export.h"
 #include "core/string.h"
@@ -38,29 +37,24 @@ class TALVEK_CORE_API CStringPool {
   CStringPool(const CStringPool&) = delete;
   CStringPool& operator=(const CStringPool&) = delete;
 
-  CStringRef Intern(const CString& strText);
+  CStringRef Intern(std::wstring_view strText);
   /// Number of distinct texts held.
   int GetCount() const { return static_cast<int>(m_astrTexts.size()); }
 
  private:
+  /// A place of the hash table; empty without a text.
+  struct TSlot {
+    std::size_t nHash = 0;
+    const CString* pText = nullptr;
+  };
+
+  TSlot& FindSlot(std::wstring_view strText, std::size_t nHash);
+  void Grow();
+
   std::deque<CString> m_astrTexts;  // a deque never moves its elements
-  struct THash {
-    using is_transparent = void;
-    std::size_t operator()(std::wstring_view strText) const {
-      return std::hash<std::wstring_view>{}(strText);
-    }
-    std::size_t operator()(const CString* pText) const { return (*this)(pText->View()); }
-  };
-  struct TEqual {
-    using is_transparent = void;
-    static std::wstring_view View(std::wstring_view strText) { return strText; }
-    static std::wstring_view View(const CString* pText) { return pText->View(); }
-    template <class TLeft, class TRight>
-    bool operator()(const TLeft& left, const TRight& right) const {
-      return View(left) == View(right);
-    }
-  };
-  std::unordered_set<const CString*, THash, TEqual> m_apIndex;
+  // A power of two, at least twice as many as texts. A search mostly ends at the first slot that it looks at,
+  // and looks at no text but an equal one; a chain of nodes would have it wait for memory three times.
+  std::vector<TSlot> m_atSlots;
 };
 
 }  // namespace TALVEK::VCM

@@ -59,12 +59,32 @@ bool FormatParts(const wchar_t* pszFormat, const std::tm& tParts, std::wstring& 
   return false;
 }
 
+/// The default format, which shows in every line of a changeset, without the library's help; false for a year
+/// that doesn't have four digits.
+bool FormatDefault(const std::tm& tParts, std::wstring& strOut) {
+  const int nYear = tParts.tm_year + 1900;
+  if (nYear < 1000 || nYear > 9999) return false;
+  strOut = L"0000-00-00 00:00:00";
+  const auto fnPut = [&strOut](std::size_t nEnd, int nNumber) {
+    for (; nNumber > 0; nNumber /= 10)
+      strOut[--nEnd] = static_cast<wchar_t>(L'0' + nNumber % 10);
+  };
+  fnPut(4, nYear);
+  fnPut(7, tParts.tm_mon + 1);
+  fnPut(10, tParts.tm_mday);
+  fnPut(13, tParts.tm_hour);
+  fnPut(16, tParts.tm_min);
+  fnPut(19, tParts.tm_sec);
+  return true;
+}
+
 }  // namespace
 
 CString CTimestamp::Format(const wchar_t* pszFormat, int nZone) const {
   std::tm tParts{};
   std::wstring strText;
   if (!BreakDown(m_nSeconds, nZone, tParts)) return CString(std::to_wstring(m_nSeconds));
+  if (!pszFormat && FormatDefault(tParts, strText)) return CString(std::move(strText));
   const std::string strZone = ZoneName(nZone);
   if (nZone != ZONE_LOCAL) tParts.tm_zone = strZone.c_str();
   if (!FormatParts(pszFormat ? pszFormat : DEFAULT_FORMAT, tParts, strText)) {
@@ -74,7 +94,7 @@ CString CTimestamp::Format(const wchar_t* pszFormat, int nZone) const {
 }
 
 CString CTimestamp::Format(int nZone) const {
-  return Format(DEFAULT_FORMAT, nZone);
+  return Format(nullptr, nZone);
 }
 
 void CTimestamp::ChangeTimezone(int nZone, bool bDaylightSaving) {

@@ -77,7 +77,7 @@ class CGrammar {
       m_tResult.strShow = std::string(VERSION_TEXT) + '\n';
       return m_tResult;
     } catch (const CLI::ParseError& oError) {
-      throw EHostError(STATUS_WRONG_USE, ShowBytes(oError.what()),
+      throw EHostError(STATUS_WRONG_USE, ShowBytes(Complaint(oError)),
                        "'talvek-import" + CommandName() + " --help' shows the options");
     }
     TakeProperties();
@@ -193,6 +193,14 @@ class CGrammar {
         ->type_name(bPath ? "FILE" : "TEXT")
         ->default_str(VCM::ToBytes(tProperty.strHostDefault))
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  }
+
+  // Without a command the toolkit says only that one is missing, also when a word was taken for one.
+  std::string Complaint(const CLI::ParseError& oError) const {
+    const std::vector<std::string> astrUnknown = m_oApp.remaining();
+    const bool bNoCommand = dynamic_cast<const CLI::RequiredError*>(&oError) && CommandName().empty();
+    return bNoCommand && !astrUnknown.empty() ? "There is no command '" + astrUnknown.front() + "'"
+                                              : oError.what();
   }
 
   void TakeProperties() {

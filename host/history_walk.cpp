@@ -44,7 +44,7 @@ void CHistoryWalk::WalkStream(const TStream& tStream, CHistoryVisitor& oVisitor)
   while (IsMore(nResult, "the changesets of a stream")) {
     CountChange();
     oVisitor.BeginChange(tChange);
-    WalkItems(tChange, oVisitor);
+    if (oVisitor.WantsItems()) WalkItems(tChange, oVisitor);
     oVisitor.EndChange(tChange);
     m_oProgress.Advance(m_nChangesSeen);
     nResult = m_oProvider.OnNextChangeset(tChange);
@@ -60,8 +60,7 @@ void CHistoryWalk::CountChange() {
 }
 
 void CHistoryWalk::WalkItems(const MCE::CProvider::TChangeInfo& tChange, CHistoryVisitor& oVisitor) {
-  // The count that comes with a changeset is one more than its items; 0 is that of one that never had any.
-  const std::uint32_t nExpected = tChange.nItemCount > 0 ? tChange.nItemCount - 1 : 0;
+  const std::uint32_t nExpected = CountItems(tChange);
   MCE::CProvider::TChangeItemInfo tItem;
   std::uint32_t nNumber = 0;
   int nResult = m_oProvider.OnFirstChangeItem(tItem);

@@ -10,10 +10,19 @@
 
 namespace TALVEK::HOST {
 
+/// Number of items of a changeset. The count that comes with it is one more; 0 is that of one that never had
+/// any.
+inline std::uint32_t CountItems(const MCE::CProvider::TChangeInfo& tChange) {
+  return tChange.nItemCount > 0 ? tChange.nItemCount - 1 : 0;
+}
+
 /// Whoever wants to see the history go by.
 class CHistoryVisitor {
  public:
   virtual ~CHistoryVisitor() = default;
+  /// False: Item is never called, and the items aren't read. Reading one costs several calls of the file
+  /// system: the provider makes its folder and looks for its file.
+  virtual bool WantsItems() const { return true; }
   /// The folder below which the stream's files go, or would go: the provider makes folders there in any case.
   virtual VCM::CString BeginStream(const TStream& tStream) = 0;
   virtual void BeginChange(MCE::CProvider::TChangeInfo& /*tChange*/) {}

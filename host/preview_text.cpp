@@ -23,6 +23,8 @@ class CTextPreview : public CPreview {
  public:
   explicit CTextPreview(const VCM::CString& strFolder) : m_strFolder(strFolder) {}
 
+  bool WantsItems() const override { return false; }
+
   VCM::CString BeginStream(const TStream& tStream) override {
     TStreamCounts tCounts;
     tCounts.tStream = tStream;
@@ -36,11 +38,8 @@ class CTextPreview : public CPreview {
     const bool bFirst = tCounts.nChanges++ == 0;
     tCounts.nFirstTime = bFirst ? tChange.nTime : std::min(tCounts.nFirstTime, tChange.nTime);
     tCounts.nLastTime = bFirst ? tChange.nTime : std::max(tCounts.nLastTime, tChange.nTime);
+    tCounts.nItems += CountItems(tChange);
     tCounts.astrUsers.insert(tChange.strUser);
-  }
-
-  void Item(const MCE::CProvider::TChangeItemInfo&, std::uint32_t, bool) override {
-    ++m_atCounts.back().nItems;
   }
 
   void Write(CByteSink& oSink) override {

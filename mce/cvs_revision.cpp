@@ -1,6 +1,8 @@
 #include "mce/cvs_revision.h"
 
-#include <wx/tokenzr.h>
+#include <algorithm>
+#include <cstddef>
+#include <string>
 
 #include "core/text_codec.h"
 
@@ -32,23 +34,33 @@ bool ParsePlain(std::wstring_view strText, TCVSRevision& oRevision) {
 
 }  // namespace
 
-TCVSRevision::TCVSRevision(const VCM::CString& strText) {
-  if (ParsePlain(strText.View(), *this)) return;
+void TCVSRevision::Parse(std::wstring_view strText) {
   RemoveAll(false);
-  wxStringTokenizer oTokens(wxString(strText.c_str(), static_cast<std::size_t>(strText.GetLength())), ".");
-  while (oTokens.HasMoreTokens()) {
-    const VCM::CString strToken(oTokens.GetNextToken().ToStdWstring());
-    Add(static_cast<std::uint32_t>(VCM::ParseNumber(strToken)));
+  if (ParsePlain(strText, *this)) return;
+  RemoveAll(false);
+  AddPieces(strText);
+}
+
+// Splits as the toolkit's tokenizer does, which looks at a long row of dots over and over again. Of dots
+// alone it makes one empty piece.
+void TCVSRevision::AddPieces(std::wstring_view strText) {
+  const std::size_t nLast = strText.find_last_not_of(L'.');
+  if (nLast == std::wstring_view::npos && !strText.empty()) Add(0);
+  strText = strText.substr(0, nLast + 1);
+  while (!strText.empty()) {
+    const std::wstring_view strPiece = strText.substr(0, strText.find(L'.'));
+    Add(static_cast<std::uint32_t>(VCM::ParseNumber(VCM::CString(strPiece))));
+    strText.remove_prefix(std::min(strPiece.size() + 1, strText.size()));
   }
 }
 
 VCM::CString TCVSRevision::GetText() const {
-  std::wstring strText;
+  std::string strText;  // std::to_wstring goes through printf
   for (const std::uint32_t nComponent : *this) {
-    if (!strText.empty()) strText += L'.';
-    strText += std::to_wstring(static_cast<std::int32_t>(nComponent));
+    if (!strText.empty()) strText += '.';
+    strText += std::to_string(static_cast<std::int32_t>(nComponent));
   }
-  return VCM::CString(std::move(strText));
+  return VCM::CString(std::wstring(strText.begin(), strText.end()));
 }
 
 bool TCVSRevision::IsPrefixOf(const TCVSRevision& oOther) const {

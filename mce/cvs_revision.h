@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "core/array.h"
 #include "core/string.h"
@@ -17,13 +18,19 @@ struct TCVSRevision : VCM::CArray<std::uint32_t> {
   /// Any text gives a number: it is split at the dots (empty pieces between dots count, those behind the last
   /// number don't), and each piece is read as strtol does: "1.5\tlocked" is 1.5, "x.7" is 0.7, "-1" the
   /// largest component. Components keep their low 32 bits.
-  explicit TCVSRevision(const VCM::CString& strText);
+  explicit TCVSRevision(const VCM::CString& strText) { Parse(strText.View()); }
+
+  /// Becomes the number of a text, as if made from it.
+  void Parse(std::wstring_view strText);
 
   /// The components as signed decimals joined by dots; empty for the empty number.
   VCM::CString GetText() const;
 
   /// True when this number's components are `oOther`'s first ones (or all of them).
   bool IsPrefixOf(const TCVSRevision& oOther) const;
+
+ private:
+  void AddPieces(std::wstring_view strText);
 };
 
 /// The order of revision numbers: component by component, unsigned, a number before every longer one that

@@ -8,7 +8,7 @@ namespace TALVEK::MCE {
 
 namespace {
 
-constexpr unsigned INDEX_CHANGE_KEY = 1;
+constexpr unsigned INDEX_CHANGE_KEY = 0;
 constexpr unsigned INDEX_ITEM_PATH = 0;
 constexpr std::uint32_t NO_TIME_LIMIT = std::numeric_limits<std::uint32_t>::max();
 
@@ -66,9 +66,9 @@ bool CGroupingIndex::AddChange(const TChangeRecord& tChange) {
   return m_poChangeKeys->Add(m_tChangeKey);
 }
 
-bool CGroupingIndex::UpdateChange(const TChangeRecord& tChange) {
+bool CGroupingIndex::RemoveChange(const TChangeRecord& tChange) {
   m_tChangeKey = MakeChangeKey(tChange);
-  return m_poChangeKeys->Update(m_tChangeKey);
+  return m_poChangeKeys->Remove(m_tChangeKey);
 }
 
 bool CGroupingIndex::AddItem(const TChangeItemRecord& tItem) {

@@ -22,8 +22,9 @@ class CGroupingIndex {
   /// Items of a change that are found by looking at one after the other; a table knows those with a higher
   /// number. Most changes have no more, and their few rows lie together.
   static constexpr std::uint32_t FEW_ITEMS = 8;
-  /// Longer than what one search spans, so that it looks into two periods at most.
-  static constexpr std::uint32_t PERIOD_SECONDS = 1024;
+  /// No shorter than what one search spans (300 seconds either way), so that it looks into two periods at
+  /// most.
+  static constexpr std::uint32_t PERIOD_SECONDS = 601;
 
   /// Opens both tables in the transaction, and makes iterators.
   void Open(VDB::CDatabase& oDatabase, VDB::CTransaction& oTransaction);
@@ -31,8 +32,9 @@ class CGroupingIndex {
   void CloseTables();
 
   bool AddChange(const TChangeRecord& tChange);
-  /// Another comment or CHANGE_MAX_TIME.
-  bool UpdateChange(const TChangeRecord& tChange);
+  /// To be called before the change gets another comment or CHANGE_MAX_TIME, or another time when it has no
+  /// CHANGE_BASE_TIME; AddChange adds it again.
+  bool RemoveChange(const TChangeRecord& tChange);
   bool AddItem(const TChangeItemRecord& tItem);
 
   /// The changes of a stream with this user and comment whose base time is in the range and to which an item

@@ -15,19 +15,19 @@ struct TChangeKeyRecord {
   static constexpr int FIELD_COUNT = 7;
 
   std::array<void*, FIELD_COUNT> GetFieldAddresses() {
-    return {&nChangeID, &nStreamID, &nHashHigh, &nHashLow, &nPeriod, &nMaxTime, &nBaseTime};
+    return {&nStreamID, &nHashHigh, &nHashLow, &nPeriod, &nMaxTime, &nBaseTime, &nChangeID};
   }
 
-  std::uint32_t nChangeID = 0;
   std::uint32_t nStreamID = 0;
   std::uint32_t nHashHigh = 0;  ///< of user and comment, without regard to case
   std::uint32_t nHashLow = 0;
   std::uint32_t nPeriod = 0;    ///< base time in units of CGroupingIndex::PERIOD_SECONDS
   std::uint32_t nMaxTime = 0;   ///< CHANGE_MAX_TIME
   std::uint32_t nBaseTime = 0;  ///< CHANGE_BASE_TIME; the time of a change that has none
+  std::uint32_t nChangeID = 0;
 };
 
-/// "chkeys": index 0 by the change's ID; index 1 by the fields from "StreamID" to "MaxTime", with equal keys.
+/// "chkeys": index 0 by all fields.
 class CChangeKeyTable : public VDB::CTable {
  public:
   const VDB::TFileDef* GetFileDef() const override;

@@ -1,5 +1,8 @@
 #include "mce/log_line.h"
 
+#include <string>
+#include <utility>
+
 namespace TALVEK::MCE {
 
 namespace {
@@ -10,12 +13,13 @@ constexpr int SECONDS_PER_HOUR = 3600;
 }  // namespace
 
 VCM::CString MakeLogLine(const VCM::CString& strText, long long nNow) {
-  VCM::CString strLine;
-  strLine.Format(L"%d: ", static_cast<int>(nNow % SECONDS_PER_HOUR));
-  strLine += strText;
-  const int nLength = strText.GetLength();
-  if (nLength == 0 || strText[nLength - 1] != L'\n') strLine += L'\n';
-  return strLine;
+  const std::string strPrefix = std::to_string(nNow % SECONDS_PER_HOUR) + ": ";
+  std::wstring strLine;
+  strLine.reserve(strPrefix.size() + strText.View().size() + 1);
+  strLine.append(strPrefix.begin(), strPrefix.end());
+  strLine += strText.View();
+  if (!strText.View().ends_with(L'\n')) strLine += L'\n';
+  return VCM::CString(std::move(strLine));
 }
 
 }  // namespace TALVEK::MCE

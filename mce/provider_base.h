@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <memory>
 
-#include <wx/txtstrm.h>
 #include <wx/wfstream.h>
 
 #include "core/array.h"
@@ -15,6 +14,7 @@
 #include "mce/change_table.h"
 #include "mce/cvs_revision.h"
 #include "mce/grouping_index.h"
+#include "mce/log_stream.h"
 #include "mce/provider.h"
 
 namespace TALVEK::MCE {
@@ -168,7 +168,7 @@ class CProviderBase : public CProvider {
   bool OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
                   std::uint32_t nItemEnd, const VCM::CString& strComment);
   bool StoreChangeItem();
-  bool FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath);
+  bool FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath, VDB::TFieldSet nWanted);
   void LogChangesOfStream(const TStreamInfo& tStream);
   void CloseLogFile();
 
@@ -179,7 +179,7 @@ class CProviderBase : public CProvider {
   TChangeRecord m_tCandidate;  // result of the iterator by ID
 
   std::unique_ptr<wxFFileOutputStream> m_poLogFile;
-  std::unique_ptr<wxTextOutputStream> m_poLogStream;
+  std::unique_ptr<CLogStream> m_poLogStream;
   VCM::CString m_strLogPath;
   VCM::CString m_strLastLine;
   bool m_bLogOpen = false;

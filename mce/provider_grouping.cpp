@@ -108,7 +108,7 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
   auto nItemTime = static_cast<std::uint32_t>(nTime);
   const auto nItemEnd = static_cast<std::uint32_t>(nEndTime);
   bool bJoins = FindChangeForItem(tStream, strUser, nItemTime, strComment, bMatchComment, nItemEnd);
-  if (bJoins && FindItem(m_tChange.nID, oPath)) {
+  if (bJoins && FindItem(m_tChange.nID, oPath, VDB::FieldBit(ITEM_FIELD_PATH))) {
     const std::uint32_t nChangeTime = std::max(nItemTime, m_tChange.nTime);
     nItemTime = TimeBesideChange(nItemTime, nChangeTime, m_tChangeItem.nRevision < nRevision);
     bJoins = false;
@@ -130,17 +130,16 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
 
 bool CProviderBase::JoinChange(std::uint32_t nItemTime, std::uint32_t nItemEnd,
                                const VCM::CString& strComment) {
-  if (nItemTime > m_tChange.nTime) m_tChange.nTime = nItemTime;
-  bool bOtherKey = false;
-  if (nItemEnd < m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT)) {
-    m_tChange.oProps.SetProperty(CHANGE_MAX_TIME, nItemEnd);
-    bOtherKey = true;
-  }
+  const bool bEndsEarlier = nItemEnd < m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT);
+  const bool bMovesOn = nItemTime > m_tChange.nTime;
+  const bool bOtherKey = bEndsEarlier || m_tChange.strComment != strComment ||
+                         (bMovesOn && !m_tChange.oProps.HasProperty(CHANGE_BASE_TIME));
+  if (bOtherKey && !m_oGroupingIndex.RemoveChange(m_tChange)) return false;
+  if (bEndsEarlier) m_tChange.oProps.SetProperty(CHANGE_MAX_TIME, nItemEnd);
   ++m_tChange.nNextItem;
-  const int nFormerLength = m_tChange.strComment.GetLength();  // a comment only ever grows
   AddToComment(m_tChange.strComment, strComment);
-  if (m_tChange.strComment.GetLength() != nFormerLength) bOtherKey = true;
-  return m_poChangeIterator->Update(m_tChange) && (!bOtherKey || m_oGroupingIndex.UpdateChange(m_tChange));
+  if (bMovesOn) m_tChange.nTime = nItemTime;
+  return m_poChangeByIdIterator->Update(m_tChange) && (!bOtherKey || m_oGroupingIndex.AddChange(m_tChange));
 }
 
 bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
@@ -155,7 +154,7 @@ bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strU
   m_tChange.oProps.RemoveAll();
   m_tChange.oProps.AddProperty(CHANGE_BASE_TIME, nItemTime);
   m_tChange.oProps.AddProperty(CHANGE_MAX_TIME, nItemEnd);
-  const bool bStored = m_poChangeIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(m_tChange);
+  const bool bStored = m_poChangeByIdIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(m_tChange);
   ++m_nChangesAdded;
   return bStored;
 }
@@ -196,7 +195,7 @@ bool CProviderBase::CheckForExistingItem(const TChangeRecord& tChange, const VCM
                                          int& nRevision) {
   if (!m_poChangeItemIterator) return false;
   const std::uint32_t nChangeID = tChange.nID;
-  if (FindItem(nChangeID, oPath)) {
+  if (FindItem(nChangeID, oPath, VDB::ALL_FIELDS)) {
     nRevision = m_tChangeItem.nRevision;
     return true;
   }
@@ -210,15 +209,15 @@ bool CProviderBase::CheckForExistingItem(const TChangeRecord& tChange, const VCM
   return false;
 }
 
-/// Puts the first item with this path into the item record. A change can hold tens of thousands of items: so
-/// all but the first few are found by a hash.
-bool CProviderBase::FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath) {
+/// Puts the wanted fields of the first item with this path into the item record. A change can hold tens of
+/// thousands of items: so all but the first few are found by a hash.
+bool CProviderBase::FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath, VDB::TFieldSet nWanted) {
   m_tChangeItem.nID = nChangeID;
   m_tChangeItem.nItem = 0;
-  bool bFound = m_poChangeItemIterator->GetGTE(m_tChangeItem);
+  bool bFound = m_poChangeItemIterator->GetGTE(m_tChangeItem, nWanted);
   while (bFound && m_tChangeItem.nID == nChangeID && m_tChangeItem.nItem <= CGroupingIndex::FEW_ITEMS) {
     if (m_tChangeItem.oFilePath.IsEqualTo(oPath, true)) return true;
-    bFound = m_poChangeItemIterator->GetNext(m_tChangeItem);
+    bFound = m_poChangeItemIterator->GetNext(m_tChangeItem, nWanted);
   }
   if (!bFound || m_tChangeItem.nID != nChangeID) return false;
   std::uint32_t nItem = 0;
@@ -226,7 +225,7 @@ bool CProviderBase::FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPat
        bFound = m_oGroupingIndex.NextItem(nItem)) {
     m_tChangeItem.nID = nChangeID;
     m_tChangeItem.nItem = nItem;
-    if (!m_poChangeItemIterator->GetEqual(m_tChangeItem)) continue;
+    if (!m_poChangeItemIterator->GetEqual(m_tChangeItem, nWanted)) continue;
     if (m_tChangeItem.oFilePath.IsEqualTo(oPath, true)) return true;
   }
   return false;
@@ -241,7 +240,9 @@ unsigned int CProviderBase::FindNearestChange(const TStreamInfo& tStream, long n
 }
 
 void CProviderBase::AddToComment(VCM::CString& strComment, const VCM::CString& strAddition) {
-  if (strComment == strAddition) return;
+  // Of a text that differs only in case every sentence is there; to look for each would take forever with the
+  // messages that some tools paste.
+  if (strComment.EqualsNoCase(strAddition.View())) return;
   VCM::CString strRest = strAddition;
   do {
     const int nStop = strRest.Find(L'.');

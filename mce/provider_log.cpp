@@ -49,7 +49,7 @@ void CProviderBase::OpenLog(bool bOpen) {
   // The toolkit's checks speak up when a file is written that isn't open; without a stream the lines are lost
   // in silence.
   if (m_poLogFile->IsOk()) {
-    m_poLogStream = std::make_unique<wxTextOutputStream>(*m_poLogFile, wxEOL_NATIVE, wxConvAuto());
+    m_poLogStream = std::make_unique<CLogStream>(*m_poLogFile);
   }
   WriteLog(L"Beginning Import with %s", m_strDisplayName.c_str());
 }
@@ -76,9 +76,7 @@ void CProviderBase::WriteLog(const wchar_t* pszFormat, ...) {
 
   if (m_poLogStream) {
     const wxLogNull oQuiet;
-    // Through UTF-8 and back: a character that has no UTF-8 form would cost the whole line.
-    const std::string strLine = VCM::ToUtf8(m_strLastLine);
-    m_poLogStream->WriteString(wxString::FromUTF8(strLine.data(), strLine.size()));
+    m_poLogStream->WriteLine(VCM::ToUtf8(m_strLastLine));
     m_poLogFile->GetFile()->Flush();
   }
   if (m_bLogToConnection && !m_oReposView.IsEmpty()) {

@@ -93,6 +93,15 @@ void CProvider::GetTagFilters() {
   if (m_astrIncludeTags.IsEmpty()) m_astrIncludeTags.Add(L"*");
 }
 
+// What begins with "-" would else be an option to the client.
+VCM::CString CProvider::GetModuleArgument(const VCM::CString& strPathInModule) const {
+  const VCM::CString strPath = GetStringProperty(L"ModuleName") + strPathInModule;
+  VCM::CString strArgument;
+  strArgument.Format(strPath.View().starts_with(L'-') ? L"-- \"%s\"" : L"\"%s\"",
+                     VCM::EscapeQuoted(strPath).c_str());
+  return strArgument;
+}
+
 VCM::CString CProvider::FormatUTCDateTime(long long nSeconds) {
   VCM::CTimestamp oTime;
   oTime.Set(nSeconds);

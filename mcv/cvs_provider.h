@@ -99,6 +99,8 @@ class CProvider : public MCE::CProviderBase {
   void ReadCommandProperties();
   void LogErrorOutput();
   VCM::CString GenerateLogCommand() const;
+  /// The module, or a path in it that begins with "/", as the last word of a command line, in quotes.
+  VCM::CString GetModuleArgument(const VCM::CString& strPathInModule = VCM::CString()) const;
   bool ExecuteInClientFolder(const VCM::CString& strCommandLine);
   void RemoveUnfinished(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath) const;
   void CheckOutItem(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath);

@@ -79,7 +79,8 @@ bool CFileEnum::GetFileRevs(TFileInfo& tFile, const VCM::CArray<VCM::CString>& a
       break;
     }
     tFile.atRevisions.Add(TRevInfo{m_tCurrentItem.oRevision, m_tCurrentItem.oTime, m_tCurrentItem.nState,
-                                   m_tCurrentItem.strAuthor, m_oParser.Intern(m_tCurrentItem.strComment)});
+                                   m_tCurrentItem.strAuthor,
+                                   m_oParser.Intern(m_tCurrentItem.strComment.View())});
   }
   return false;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "mce/cvs_revision.h"
@@ -10,13 +11,17 @@ namespace TALVEK::MCV {
 // Lookups in the names and revisions of one file, which CFileEnum has sorted by number. Releases and branches
 // put thousands of names on a file, so none of these looks at all of them. Where several have the same
 // number, the first in sorted order counts.
+//
+// `pnCompared`, if given, grows by the numbers that are compared: what a search costs.
 
 /// The revision with this number, or null.
-const TRevInfo* FindRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision);
+const TRevInfo* FindRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision,
+                             std::uint64_t* pnCompared = nullptr);
 
 /// Index of the name to whose line a revision belongs: the name's number is the revision's without its last
 /// component. -1 when there is none.
-int FindTagOfRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision);
+int FindTagOfRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision,
+                      std::uint64_t* pnCompared = nullptr);
 
 /// Walks over a file's names in sorted order and tells of each the one from which it branches: of the names
 /// before it the last one whose number its own begins with. Names of the same revision don't branch from each
@@ -32,12 +37,15 @@ class CTagNesting {
   /// Goes on to the next name; returns the index of the name that it branches from, or -1. A name on the
   /// trunk, or on a first branch, has none.
   int NextParent();
+  /// Numbers compared so far.
+  std::uint64_t GetCompared() const { return m_nCompared; }
 
  private:
   const MCE::TCVSRevision& Number(int nTag) const { return m_tFile.atTags[nTag].oRevision; }
 
   const TFileInfo& m_tFile;
   int m_nNext = 0;
+  std::uint64_t m_nCompared = 0;
   std::vector<int> m_anBeginnings;  // each number begins with the one below it; the last name of each number
 };
 

@@ -14,6 +14,11 @@ namespace {
 /// A change is checked out file by file up to this "NextItem" (one more than its items), else as a whole.
 constexpr std::uint32_t MAX_FILE_BY_FILE = 30;
 
+/// A command line ends at a NUL. A name that holds one would come out as another name: what stands before it.
+bool HasNul(const VCM::CString& strText) {
+  return strText.Find(L'\0') >= 0;
+}
+
 void StampFile(const VCM::CString& strPath, const VCM::CTimestamp& oTime) {
   bool bWasReadOnly = false;
   if (!VCM::MakeFileWritable(strPath, &bWasReadOnly)) return;
@@ -41,15 +46,15 @@ bool CProvider::RetrieveFiles(unsigned int nTime) {
   const VCM::CString strDate =
       FormatUTCDateTime(nTime == 0 ? std::time(nullptr) : static_cast<long long>(nTime));
   const VCM::CString strRoot = GetStringProperty(L"ReposPath");
-  const VCM::CString strModule = VCM::EscapeQuoted(GetStringProperty(L"ModuleName"));
+  const VCM::CString strModule = GetModuleArgument();
   const VCM::CString strStream = VCM::EscapeQuoted(m_tCurrentStream.strName);
   if (!StaysInClientFolder(m_tCurrentStream.strName)) return true;
   VCM::CString strCommand;
   if (m_tCurrentStream.nParentID == 0) {
-    strCommand.Format(L"%s -d %s checkout -D \"%s UTC\" -d \"%s\" \"%s\"", m_strCvsCommand.c_str(),
+    strCommand.Format(L"%s -d %s checkout -D \"%s UTC\" -d \"%s\" %s", m_strCvsCommand.c_str(),
                       strRoot.c_str(), strDate.c_str(), strStream.c_str(), strModule.c_str());
   } else {
-    strCommand.Format(L"%s -d %s checkout -r \"%s\" -D \"%s UTC\" -d \"%s\" \"%s\"", m_strCvsCommand.c_str(),
+    strCommand.Format(L"%s -d %s checkout -r \"%s\" -D \"%s UTC\" -d \"%s\" %s", m_strCvsCommand.c_str(),
                       strRoot.c_str(), strStream.c_str(), strDate.c_str(), strStream.c_str(),
                       strModule.c_str());
   }
@@ -78,18 +83,13 @@ void CProvider::CheckOutItem(const MCE::TChangeItemRecord& tItem, const VCM::CSt
   if (VCM::MakeFileWritable(strTargetPath)) VCM::RemoveFile(strTargetPath);
 
   VCM::CString strOutputFolder = m_tCurrentStream.strName;
-  if (tItem.oFilePath.GetCount() >= 2) {
-    strOutputFolder.Format(L"%s%c%s", m_tCurrentStream.strName.c_str(), L'/',
-                           tItem.oFilePath.GenerateFolderPath().c_str());
-  }
-  if (!StaysInClientFolder(strOutputFolder)) return;
+  if (tItem.oFilePath.GetCount() >= 2) strOutputFolder += L"/" + tItem.oFilePath.GenerateFolderPath();
   const VCM::CString strFilePath = L"/" + tItem.oFilePath.GeneratePath();
+  if (!StaysInClientFolder(strOutputFolder) || HasNul(strFilePath)) return;
   VCM::CString strCommand;
-  strCommand.Format(L"%s -d %s checkout -r %s -d \"%s\" \"%s%s\"", m_strCvsCommand.c_str(),
+  strCommand.Format(L"%s -d %s checkout -r %s -d \"%s\" %s", m_strCvsCommand.c_str(),
                     GetStringProperty(L"ReposPath").c_str(), GetRevisionArgument(tItem).c_str(),
-                    VCM::EscapeQuoted(strOutputFolder).c_str(),
-                    VCM::EscapeQuoted(GetStringProperty(L"ModuleName")).c_str(),
-                    VCM::EscapeQuoted(strFilePath).c_str());
+                    VCM::EscapeQuoted(strOutputFolder).c_str(), GetModuleArgument(strFilePath).c_str());
   // A client that fails half-way, on a full disk say, leaves the half behind.
   if (!ExecuteInClientFolder(strCommand)) VCM::RemoveFile(strTargetPath);
 }
@@ -105,7 +105,8 @@ VCM::CString CProvider::GetRevisionArgument(const MCE::TChangeItemRecord& tItem)
 // Stream and file names come from the log. One with ".." would have `cvs` write beside the client folder.
 bool CProvider::StaysInClientFolder(const VCM::CString& strOutputFolder) const {
   VCM::CFilePath oFolder;
-  return strOutputFolder.Find(L'/') != 0 && oFolder.Parse(strOutputFolder, VCM::CFilePath::PARSE_REPOSITORY);
+  return strOutputFolder.Find(L'/') != 0 && !HasNul(strOutputFolder) &&
+         oFolder.Parse(strOutputFolder, VCM::CFilePath::PARSE_REPOSITORY);
 }
 
 bool CProvider::ExecuteInClientFolder(const VCM::CString& strCommandLine) {

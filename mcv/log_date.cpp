@@ -1,28 +1,31 @@
 #include "mcv/log_date.h"
 
+#include <cstddef>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include <wx/datetime.h>
 
+#include "core/string.h"
 #include "core/text_codec.h"
 
 namespace TALVEK::MCV {
 
 namespace {
 
-constexpr int ZONE_SUFFIX_LENGTH = 6;
+constexpr std::size_t ZONE_SUFFIX_LENGTH = 6;
 constexpr int MAX_HOURS_EAST = 13;
 constexpr int MAX_HOURS_WEST = 12;
 constexpr long long SECONDS_PER_DAY = 86400;
 
 /// Cuts a suffix such as " +0200" off the text and returns the zone that it names; GMT without one.
-int CutZoneSuffix(VCM::CString& strText) {
-  const VCM::CString strSuffix = strText.Right(ZONE_SUFFIX_LENGTH);
-  const bool bIsZone = strSuffix.GetLength() == ZONE_SUFFIX_LENGTH && strSuffix[0] == L' ' &&
-                       (strSuffix[1] == L'+' || strSuffix[1] == L'-');
-  if (!bIsZone) return VCM::ZONE_GMT0;
-  strText = strText.Left(strText.GetLength() - ZONE_SUFFIX_LENGTH);
-  const auto nHours = static_cast<int>(VCM::ParseNumber(strSuffix.Mid(2, 2)));
+int CutZoneSuffix(std::wstring_view& strText) {
+  if (strText.size() < ZONE_SUFFIX_LENGTH) return VCM::ZONE_GMT0;
+  const std::wstring_view strSuffix = strText.substr(strText.size() - ZONE_SUFFIX_LENGTH);
+  if (strSuffix[0] != L' ' || (strSuffix[1] != L'+' && strSuffix[1] != L'-')) return VCM::ZONE_GMT0;
+  strText.remove_suffix(ZONE_SUFFIX_LENGTH);
+  const auto nHours = static_cast<int>(VCM::ParseNumber(VCM::CString(strSuffix.substr(2, 2))));
   if (strSuffix[1] == L'+') return nHours <= MAX_HOURS_EAST ? VCM::ZONE_GMT0 + nHours : VCM::ZONE_GMT0;
   return nHours <= MAX_HOURS_WEST ? VCM::ZONE_GMT0 - nHours : VCM::ZONE_GMT0;
 }
@@ -92,8 +95,8 @@ std::optional<long long> ScanTimeOfDay(CScanner& oScanner) {
 enum class TForm { NOT_YEAR_FIRST, UNREADABLE, READ };
 
 /// Reads year, month, day and time of day. Only a text that doesn't begin as such a date is left to others.
-TForm ReadYearFirst(const VCM::CString& strText, long long& nSeconds) {
-  CScanner oScanner(strText.View());
+TForm ReadYearFirst(std::wstring_view strText, long long& nSeconds) {
+  CScanner oScanner(strText);
   oScanner.SkipBlanks();
   const std::size_t nStart = oScanner.GetPosition();
   const std::optional<int> nYear = oScanner.Number(4);
@@ -130,11 +133,9 @@ std::optional<long long> ReadDateByToolkit(const std::wstring& strText) {
 /// Reads forms such as "Thu Jan 2 10:11:12 2003" and "02 Jan 2003 10:11": the time of day is cut out here,
 /// the toolkit reads the date around it. The toolkit's own reading of both together works in the local zone
 /// and loses the hours that a clock change skips.
-std::optional<long long> ReadOtherForm(const VCM::CString& strText) {
-  const int nColon = strText.Find(L':');
-  if (nColon < 1) return std::nullopt;
-  const std::wstring_view strAll = strText.View();
-  auto nStart = static_cast<std::size_t>(nColon);
+std::optional<long long> ReadOtherForm(std::wstring_view strAll) {
+  std::size_t nStart = strAll.find(L':');
+  if (nStart == 0 || nStart == std::wstring_view::npos) return std::nullopt;
   while (nStart > 0 && strAll[nStart - 1] >= L'0' && strAll[nStart - 1] <= L'9')
     --nStart;
   CScanner oScanner(strAll.substr(nStart));
@@ -152,9 +153,9 @@ std::optional<long long> ReadOtherForm(const VCM::CString& strText) {
 
 }  // namespace
 
-VCM::CTimestamp ParseLogDate(const VCM::CString& strText) {
-  VCM::CString strDate = strText;
-  strDate.TrimRight();
+VCM::CTimestamp ParseLogDate(std::wstring_view strDate) {
+  while (!strDate.empty() && VCM::IsWhiteSpace(strDate.back()))
+    strDate.remove_suffix(1);
   const int nZone = CutZoneSuffix(strDate);
   long long nSeconds = 0;
   const TForm nForm = ReadYearFirst(strDate, nSeconds);

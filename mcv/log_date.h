@@ -1,6 +1,7 @@
 #pragma once
 
-#include "core/string.h"
+#include <string_view>
+
 #include "core/timestamp.h"
 
 namespace TALVEK::MCV {
@@ -12,6 +13,6 @@ namespace TALVEK::MCV {
 ///
 /// Errors   A date that can't be read is time 0.
 /// Always   The same text gives the same time, whatever the process's time zone and today's date.
-VCM::CTimestamp ParseLogDate(const VCM::CString& strText);
+VCM::CTimestamp ParseLogDate(std::wstring_view strText);
 
 }  // namespace TALVEK::MCV

@@ -30,18 +30,18 @@ void CProvider::GenerateLog() {
 
 VCM::CString CProvider::GenerateLogCommand() const {
   const VCM::CString strRoot = GetStringProperty(L"ReposPath");
-  const VCM::CString strModule = VCM::EscapeQuoted(GetStringProperty(L"ModuleName"));
+  const VCM::CString strModule = GetModuleArgument();
   const VCM::CString strStart = VCM::EscapeQuoted(GetStringProperty(L"StartDate"));
   const VCM::CString strEnd = VCM::EscapeQuoted(GetStringProperty(L"EndDate"));
   VCM::CString strCommand;
   if (strStart.IsEmpty()) {
-    strCommand.Format(L"%s -d %s rlog \"%s\"", m_strCvsCommand.c_str(), strRoot.c_str(), strModule.c_str());
+    strCommand.Format(L"%s -d %s rlog %s", m_strCvsCommand.c_str(), strRoot.c_str(), strModule.c_str());
   } else if (strEnd.IsEmpty()) {
-    strCommand.Format(L"%s -d %s rlog -d \">%s\" \"%s\"", m_strCvsCommand.c_str(), strRoot.c_str(),
+    strCommand.Format(L"%s -d %s rlog -d \">%s\" %s", m_strCvsCommand.c_str(), strRoot.c_str(),
                       strStart.c_str(), strModule.c_str());
   } else {
     // "end>start": later than the start and earlier than the end.
-    strCommand.Format(L"%s -d %s rlog -d \"%s>%s\" \"%s\"", m_strCvsCommand.c_str(), strRoot.c_str(),
+    strCommand.Format(L"%s -d %s rlog -d \"%s>%s\" %s", m_strCvsCommand.c_str(), strRoot.c_str(),
                       strEnd.c_str(), strStart.c_str(), strModule.c_str());
   }
   return strCommand;

@@ -1,7 +1,10 @@
 #include "mcv/log_parser.h"
 
+#include <utility>
+
 #include <wx/filefn.h>
 
+#include "core/case_map.h"
 #include "core/text_codec.h"
 #include "mcv/log_date.h"
 
@@ -12,13 +15,12 @@ namespace {
 constexpr int MAX_POOLED_TEXTS = 262144;
 
 /// wxMatchWild, with its ways (a name that begins with "." matches nothing).
-bool MatchesPattern(const VCM::CString& strPattern, const VCM::CString& strName) {
-  if (strPattern == L"*" && !strName.IsEmpty())
-    return strName[0] != L'.';  // the default filter, and most logs
-  return wxMatchWild(wxString(std::wstring(strPattern.View())), wxString(std::wstring(strName.View())), true);
+bool MatchesPattern(const VCM::CString& strPattern, std::wstring_view strName) {
+  if (strPattern == L"*" && !strName.empty()) return strName[0] != L'.';  // the default filter, and most logs
+  return wxMatchWild(wxString(std::wstring(strPattern.View())), wxString(std::wstring(strName)), true);
 }
 
-bool PassesFilters(const VCM::CString& strName, const VCM::CArray<VCM::CString>& astrIncludeTags,
+bool PassesFilters(std::wstring_view strName, const VCM::CArray<VCM::CString>& astrIncludeTags,
                    const VCM::CArray<VCM::CString>& astrExcludeTags) {
   for (const VCM::CString& strPattern : astrIncludeTags) {
     if (!MatchesPattern(strPattern, strName)) return false;
@@ -39,9 +41,30 @@ void RemoveAtticFolder(VCM::CFilePath& oPath) {
   oPath.Add(strName);
 }
 
+/// An editor or a shell may have put the mark in front of a saved log; with it the first file's header would
+/// not be known as one, and the file be lost. In front of each item, because saved logs are joined.
+void DropByteOrderMark(VCM::CString& strLine) {
+  if (strLine.IsEmpty() || strLine[0] < 0x80) return;
+  const VCM::CString strMark = VCM::FromBytes("\xEF\xBB\xBF");
+  if (strLine.View().starts_with(strMark.View())) strLine = strLine.Mid(strMark.GetLength());
+}
+
 int ParseState(const VCM::CString& strState) {
   if (strState.EqualsNoCase(L"Exp")) return REVISION_LIVE;
   return strState.EqualsNoCase(L"dead") ? REVISION_DEAD : REVISION_OTHER;
+}
+
+/// The line behind the last name: "keyword substitution: kv".
+bool IsSubstitution(std::wstring_view strName) {
+  constexpr std::wstring_view KEYWORD = L"keyword substitution";
+  return strName.size() >= KEYWORD.size() && VCM::ToLower(strName[0]) == KEYWORD[0] &&
+         VCM::CString(strName.substr(0, KEYWORD.size())).EqualsNoCase(KEYWORD);
+}
+
+std::wstring_view TrimLeft(std::wstring_view strText) {
+  while (!strText.empty() && VCM::IsWhiteSpace(strText[0]))
+    strText.remove_prefix(1);
+  return strText;
 }
 
 }  // namespace
@@ -86,12 +109,13 @@ bool CLogParser::GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& a
   do {
     if (m_oLines.IsAtEnd()) return false;
     m_oLines.ReadLine(m_strLine);
+    DropByteOrderMark(m_strLine);
   } while (m_strLine.IsEmpty());
 
-  if (LineBegins(L"RCS file:", 9)) {
+  if (LineBegins(L"RCS file:")) {
     RotatePools();
     GetNextFileItem(tItem, astrIncludeTags, astrExcludeTags, bKeepTags);
-  } else if (LineBegins(L"revision ", 9)) {
+  } else if (LineBegins(L"revision ")) {
     GetNextRevisionItem(tItem);
   } else {
     GetNextUnknownItem(tItem);
@@ -127,18 +151,19 @@ bool CLogParser::GetNextUnknownItem(TLogItem& tItem) {
 }
 
 bool CLogParser::ItemEnded() const {
-  return LineBegins(L"----------", 10) || LineBegins(L"==========", 10);
+  return LineBegins(L"----------") || LineBegins(L"==========");
 }
 
 bool CLogParser::ProcessFileLine(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
                                  const VCM::CArray<VCM::CString>& astrExcludeTags) {
-  if (LineBegins(L"RCS file:", 9)) return ProcessPathLine(tItem);
-  if (LineBegins(L"head:", 5)) return GetRevisionFromString(m_strLine.Mid(6), tItem.oRevision);
-  if (LineBegins(L"total revisions:", 16)) {
+  if (LineBegins(L"RCS file:")) return ProcessPathLine(tItem);
+  if (LineBegins(L"head:")) {
+    tItem.oRevision.Parse(LineFrom(6));
+  } else if (LineBegins(L"total revisions:")) {
     ProcessTotalLine(tItem);
-  } else if (LineBegins(L"description:", 12)) {
+  } else if (LineBegins(L"description:")) {
     m_nSection = SECTION_DESCRIPTION;
-  } else if (LineBegins(L"symbolic names:", 15)) {
+  } else if (LineBegins(L"symbolic names:")) {
     m_nSection = SECTION_NAMES;
   } else if (m_nSection == SECTION_NAMES) {
     ProcessNameLine(tItem, astrIncludeTags, astrExcludeTags);
@@ -172,29 +197,32 @@ void CLogParser::ProcessTotalLine(TLogItem& tItem) const {
 
 void CLogParser::ProcessNameLine(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
                                  const VCM::CArray<VCM::CString>& astrExcludeTags) {
-  const int nColon = m_strLine.Find(L':');
-  VCM::CString strName = nColon < 0 ? m_strLine : m_strLine.Left(nColon);
-  strName.TrimLeft();
-  if (strName.StartsNoCase(L"keyword substitution", 20)) {
+  const std::wstring_view strLine = m_strLine.View();
+  const std::size_t nColon = std::min(strLine.find(L':'), strLine.size());
+  const std::wstring_view strName = TrimLeft(strLine.substr(0, nColon));
+  if (IsSubstitution(strName)) {
     m_nSection = SECTION_NONE;
     return;
   }
   if (!PassesFilters(strName, astrIncludeTags, astrExcludeTags)) return;
-  VCM::CString strNumber = nColon < 0 ? VCM::CString() : m_strLine.Mid(nColon + 1);
-  strNumber.TrimLeft();
   tItem.astrTagNames.Add(Intern(strName));
-  tItem.aoTagRevisions.Add(MCE::TCVSRevision(strNumber));
+  MCE::TCVSRevision oNumber;
+  oNumber.Parse(TrimLeft(LineFrom(nColon + 1)));
+  tItem.aoTagRevisions.Add(std::move(oNumber));
 }
 
 bool CLogParser::ProcessRevisionLine(TLogItem& tItem) {
   // The keywords come before the message: a message line that begins with one is taken for that keyword's
   // line.
-  if (LineBegins(L"revision", 8)) return GetRevisionFromString(m_strLine.Mid(9), tItem.oRevision);
-  if (LineBegins(L"date:", 5)) {
+  if (LineBegins(L"revision")) {
+    tItem.oRevision.Parse(LineFrom(9));
+    return true;
+  }
+  if (LineBegins(L"date:")) {
     ProcessDateLine(tItem);
     return true;
   }
-  if (LineBegins(L"branches:", 9) || m_nSection != SECTION_MESSAGE) return true;
+  if (LineBegins(L"branches:") || m_nSection != SECTION_MESSAGE) return true;
   if (!tItem.strComment.IsEmpty()) tItem.strComment += L'\n';
   tItem.strComment += m_strLine;
   return true;
@@ -202,29 +230,29 @@ bool CLogParser::ProcessRevisionLine(TLogItem& tItem) {
 
 void CLogParser::ProcessDateLine(TLogItem& tItem) {
   m_nSection = SECTION_MESSAGE;
-  VCM::CString strValue;
-  if (GetLineValue(L"date", strValue)) ParseDateTime(strValue, tItem.oTime);
-  if (GetLineValue(L"author", strValue)) tItem.strAuthor = Intern(strValue);
-  if (GetLineValue(L"state", strValue)) tItem.nState = ParseState(strValue);
+  std::wstring_view strValue;
+  if (GetLineValue(L"date:", strValue)) ParseDateTime(strValue, tItem.oTime);
+  if (GetLineValue(L"author:", strValue)) tItem.strAuthor = Intern(strValue);
+  if (GetLineValue(L"state:", strValue)) tItem.nState = ParseState(VCM::CString(strValue));
 }
 
-bool CLogParser::GetLineValue(const VCM::CString& strKey, VCM::CString& strValue) const {
-  const int nKey = m_strLine.Find(strKey + L":");
-  if (nKey < 0) return false;
-  const int nEnd = m_strLine.Find(L';', nKey);
-  if (nEnd <= nKey) return false;
-  const int nValue = nKey + strKey.GetLength() + 1;
-  strValue = m_strLine.Mid(nValue, nEnd - nValue);
-  strValue.TrimLeft();
+bool CLogParser::GetLineValue(std::wstring_view strKey, std::wstring_view& strValue) const {
+  const std::wstring_view strLine = m_strLine.View();
+  const std::size_t nKey = strLine.find(strKey);
+  if (nKey == std::wstring_view::npos) return false;
+  const std::size_t nValue = nKey + strKey.size();
+  const std::size_t nEnd = strLine.find(L';', nValue);
+  if (nEnd == std::wstring_view::npos) return false;
+  strValue = TrimLeft(strLine.substr(nValue, nEnd - nValue));
   return true;
 }
 
-void CLogParser::ParseDateTime(const VCM::CString& strText, VCM::CTimestamp& oTime) {
+void CLogParser::ParseDateTime(std::wstring_view strText, VCM::CTimestamp& oTime) {
   oTime = ParseLogDate(strText);
 }
 
 bool CLogParser::GetRevisionFromString(const VCM::CString& strText, MCE::TCVSRevision& oRevision) {
-  oRevision = MCE::TCVSRevision(strText);
+  oRevision.Parse(strText.View());
   return true;
 }
 

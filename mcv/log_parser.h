@@ -1,6 +1,9 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
+#include <string_view>
 
 #include <wx/txtstrm.h>
 
@@ -53,7 +56,7 @@ struct TLogItem {
 ///
 /// Keywords are compared without regard to case and on a fixed number of characters only. A message line that
 /// looks like a keyword line is taken for one, and one that begins with ten dashes or equals signs ends its
-/// item: the format has no way to tell them apart.
+/// item: the format has no way to tell them apart. A byte-order mark in front of an item is passed over.
 ///
 /// Errors   None: a line of unknown form is ignored, a malformed number reads as 0. The input ends where its
 ///          stream does, also in the middle of an item.
@@ -77,7 +80,7 @@ class CLogParser : public wxTextInputStream {
   bool GetRevisionFromString(const VCM::CString& strText, MCE::TCVSRevision& oRevision);
 
   /// Keeps a text as long as the current item's own.
-  VCM::CStringRef Intern(const VCM::CString& strText) { return m_poCurrentPool->Intern(strText); }
+  VCM::CStringRef Intern(std::wstring_view strText) { return m_poCurrentPool->Intern(strText); }
 
  private:
   enum TSection : int { SECTION_NONE = 0, SECTION_DESCRIPTION = 1, SECTION_NAMES = 2, SECTION_MESSAGE = 1 };
@@ -95,10 +98,24 @@ class CLogParser : public wxTextInputStream {
   bool ProcessRevisionLine(TLogItem& tItem);
   void ProcessDateLine(TLogItem& tItem);
   bool ItemEnded() const;
-  bool GetLineValue(const VCM::CString& strKey, VCM::CString& strValue) const;
-  static void ParseDateTime(const VCM::CString& strText, VCM::CTimestamp& oTime);
-  bool LineBegins(const wchar_t* pszKeyword, int nCount) const {
-    return m_strLine.StartsNoCase(pszKeyword, nCount);
+  /// The value of a field of the line, such as "author:"; good until the next line is read.
+  bool GetLineValue(std::wstring_view strKey, std::wstring_view& strValue) const;
+  static void ParseDateTime(std::wstring_view strText, VCM::CTimestamp& oTime);
+  /// The text of the line from a place on; empty when it is shorter.
+  std::wstring_view LineFrom(std::size_t nStart) const {
+    const std::wstring_view strLine = m_strLine.View();
+    return strLine.substr(std::min(nStart, strLine.size()));
+  }
+  /// Each line is held against several keywords, and its first character mostly tells that it is none of
+  /// them.
+  template <std::size_t N>
+  bool LineBegins(const wchar_t (&szKeyword)[N]) const {
+    if (m_strLine.IsEmpty() || CannotBeSame(m_strLine[0], szKeyword[0])) return false;
+    return m_strLine.StartsNoCase({szKeyword, N - 1}, N - 1);
+  }
+  /// True when an ASCII character can't be equal to one of a keyword, even without regard to case.
+  static bool CannotBeSame(wchar_t ch, wchar_t chKeyword) {
+    return ch < 0x80 && ((ch ^ chKeyword) & ~0x20) != 0;
   }
   void RotatePools();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,9 +18,15 @@ namespace TALVEK::MCV {
 ///          up by themselves; whoever empties the list or changes a name in it calls Forget.
 class CStreamNames {
  public:
+  CStreamNames() = default;
+  CStreamNames(const CStreamNames&) = delete;
+  CStreamNames& operator=(const CStreamNames&) = delete;
+
   /// Index of the stream in the list, or -1.
   int Find(const VCM::CArray<MCE::CProvider::TStreamInfo>& atStreams, std::wstring_view strName);
   void Forget();
+  /// Names compared so far.
+  std::uint64_t GetCompared() const { return m_nCompared; }
 
  private:
   struct THash {
@@ -29,11 +36,22 @@ class CStreamNames {
     }
   };
 
+  struct TEqual {
+    using is_transparent = void;
+    std::uint64_t* pnCompared;
+    bool operator()(std::wstring_view strLeft, std::wstring_view strRight) const {
+      ++*pnCompared;
+      return strLeft == strRight;
+    }
+  };
+
   std::wstring_view ToKey(std::wstring_view strName);
 
-  std::unordered_map<std::wstring, int, THash, std::equal_to<>> m_oIndexes;  // by lower-case name
-  int m_nKnown = 0;       // streams of the list that are in the map
-  std::wstring m_strKey;  // kept for its storage
+  std::uint64_t m_nCompared = 0;
+  std::unordered_map<std::wstring, int, THash, TEqual> m_oIndexes{
+      0, THash{}, TEqual{&m_nCompared}};  // by lower-case name
+  int m_nKnown = 0;                       // streams of the list that are in the map
+  std::wstring m_strKey;                  // kept for its storage
 };
 
 }  // namespace TALVEK::MCV

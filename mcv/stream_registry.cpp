@@ -1,5 +1,13 @@
 // The list of streams: adding, finding, updating, printing and linking them.
 
+#include <cstddef>
+#include <iterator>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "core/merge_sort.h"
 #include "core/timestamp.h"
 #include "mcv/cvs_provider.h"
 
@@ -10,6 +18,42 @@ namespace {
 VCM::CString FormatUTC(std::uint32_t nTime) {
   return VCM::CTimestamp(nTime).Format(VCM::ZONE_GMT0);
 }
+
+constexpr wchar_t PSZ_INDENT[] = L"  ";
+
+/// The streams by their parents.
+class CChildren {
+ public:
+  using TStreamInfo = MCE::CProvider::TStreamInfo;
+
+  /// The children of one stream, oldest first.
+  struct TWalk {
+    std::vector<const TStreamInfo*> aptStreams;
+    std::size_t nNext = 0;
+
+    const TStreamInfo* Next() { return nNext < aptStreams.size() ? aptStreams[nNext++] : nullptr; }
+  };
+
+  explicit CChildren(const VCM::CArray<TStreamInfo>& atStreams) {
+    for (const TStreamInfo& tStream : atStreams)
+      m_aptChildren[tStream.nParentID].push_back(&tStream);
+  }
+
+  /// To be taken once only: so a circle of parents is not walked around.
+  TWalk Take(unsigned int nParentID) {
+    const auto it = m_aptChildren.find(nParentID);
+    if (it == m_aptChildren.end()) return {};
+    TWalk tWalk{std::move(it->second)};
+    m_aptChildren.erase(it);
+    VCM::MergeSort(tWalk.aptStreams, [](const TStreamInfo* const* ppLeft, const TStreamInfo* const* ppRight) {
+      return CProvider::CompareCreationTime(*ppLeft, *ppRight);
+    });
+    return tWalk;
+  }
+
+ private:
+  std::unordered_map<unsigned int, std::vector<const TStreamInfo*>> m_aptChildren;
+};
 
 }  // namespace
 
@@ -82,18 +126,21 @@ int CProvider::CompareCreationTime(const TStreamInfo* ptLeft, const TStreamInfo*
   return static_cast<std::int32_t>(nLeft - nRight);
 }
 
+// Without recursion, and with one look at the list: a log can nest as many streams in each other as it names.
 void CProvider::DumpStreamChildren(unsigned int nParentID, const wchar_t* pszIndent) {
-  VCM::CArray<TStreamInfo> atChildren;
-  for (const TStreamInfo& tStream : m_atStreams) {
-    if (tStream.nParentID == nParentID) atChildren.Add(tStream);
-  }
-  if (atChildren.IsEmpty()) return;
-  VCM::CString strDeeper;
-  strDeeper.Format(L"%s  ", pszIndent);
-  atChildren.Sort(CompareCreationTime);
-  for (const TStreamInfo& tChild : atChildren) {
-    WriteLog(L"%s%s", pszIndent, tChild.strName.c_str());
-    DumpStreamChildren(tChild.nID, strDeeper.c_str());
+  CChildren oChildren(m_atStreams);
+  std::wstring strIndent = pszIndent;
+  std::vector<CChildren::TWalk> atOpen{oChildren.Take(nParentID)};
+  while (!atOpen.empty()) {
+    const TStreamInfo* const ptChild = atOpen.back().Next();
+    if (ptChild) {
+      WriteLog(L"%s%s", strIndent.c_str(), ptChild->strName.c_str());
+      atOpen.push_back(oChildren.Take(ptChild->nID));
+      strIndent += PSZ_INDENT;
+    } else {
+      atOpen.pop_back();
+      if (!atOpen.empty()) strIndent.resize(strIndent.size() - std::size(PSZ_INDENT) + 1);
+    }
   }
 }
 

@@ -5,8 +5,6 @@
 // name seen for the first time starts from whatever the record holds, so a new stream inherits the times of
 // the stream that came before.
 
-#include <set>
-
 #include "mcv/cvs_provider.h"
 #include "mcv/file_lookup.h"
 
@@ -151,7 +149,7 @@ void CProvider::CreateStreamForTag(TStreamInfo& tStream, const TFileInfo& tFile,
 }
 
 // A parent is only ever moved deeper. Below the trunk any proposal is taken at once, which can build circles;
-// so the walk upwards stops when it comes by a stream for the second time.
+// so the walk upwards ends when it has made as many steps as there are streams.
 bool CProvider::MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, const TFileInfo& tFile) {
   if (nProposedParent <= MAIN_STREAM_ID) return false;
   if (tStream.nParentID <= MAIN_STREAM_ID) {
@@ -159,11 +157,10 @@ bool CProvider::MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, co
     return true;
   }
   if (nProposedParent == tStream.nParentID) return false;  // nearly every file but the first
-  std::set<unsigned int> anVisited;
   unsigned int nAbove = nProposedParent;
-  do {
-    TStreamInfo tAbove;
-    if (!GetStreamByID(nAbove, tAbove)) return false;
+  for (int nSteps = 0; nAbove > MAIN_STREAM_ID && nSteps < m_atStreams.GetCount(); ++nSteps) {
+    if (nAbove > static_cast<unsigned int>(m_atStreams.GetCount())) return false;
+    const TStreamInfo& tAbove = m_atStreams[static_cast<int>(nAbove) - 1];
     if (tAbove.nID == tStream.nParentID) {
       tStream.nParentID = nProposedParent;
       return true;
@@ -174,9 +171,8 @@ bool CProvider::MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, co
           tFile.oPath.GeneratePath().c_str());
       return false;
     }
-    anVisited.insert(nAbove);
     nAbove = tAbove.nParentID;
-  } while (nAbove > MAIN_STREAM_ID && !anVisited.contains(nAbove));
+  }
   return false;
 }
 

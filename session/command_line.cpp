@@ -123,6 +123,8 @@ bool ReadCheckout(const std::vector<std::string>& astrWords, std::size_t nWord, 
 
 /// Applies the options of ~/.cvsrc that are understood. A line about checkouts, or one with quotes, isn't.
 bool ReadCvsrc(std::string_view strCvsrc, TCheckout& tCheckout) {
+  // Setting up a stream takes longer than all the rest of this.
+  if (strCvsrc.empty()) return true;
   std::istringstream oLines{std::string(strCvsrc)};
   for (std::string strLine; std::getline(oLines, strLine);) {
     std::istringstream oWords(strLine);
@@ -151,9 +153,10 @@ bool HasOptionF(const std::vector<std::string>& astrWords) {
 
 bool IsPlainName(std::string_view strName) {
   // The client keeps its own files in CVS, on a file system that may not tell "cvs" from it.
+  constexpr std::string_view CLIENTS_OWN = "cvs";
   const auto Same = [](char chOne, char chOther) { return (chOne | 0x20) == chOther; };
   return !strName.empty() && strName != "." && strName != ".." &&
-         !std::equal(strName.begin(), strName.end(), "cvs", "cvs" + 3, Same) &&
+         !std::equal(strName.begin(), strName.end(), CLIENTS_OWN.begin(), CLIENTS_OWN.end(), Same) &&
          std::none_of(strName.begin(), strName.end(), [](char ch) { return ch == '\n' || ch == '\0'; });
 }
 

@@ -66,7 +66,8 @@ char CConversation::ReadFrame(std::string& strText) {
     case FRAME_TIMED_OUT:
       break;
   }
-  throw Aborted("no answer from the server within " + std::to_string(m_tPatience.nLimit.count()) +
+  throw Aborted("no answer from the server within " +
+                std::to_string(std::chrono::duration_cast<std::chrono::seconds>(m_tPatience.nLimit).count()) +
                 " seconds");
 }
 

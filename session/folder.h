@@ -32,7 +32,8 @@ class CFolder {
   void Write(const std::string& strName, std::string_view strText) const;
   /// Makes the file when there is none.
   void Append(const std::string& strName, std::string_view strText) const;
-  void Rename(const std::string& strOld, const std::string& strNew) const;
+  /// Puts a file in the place of another, which need not be there; nobody ever sees neither of them.
+  void Replace(const std::string& strName, const std::string& strBy) const;
   void Remove(const std::string& strName) const;
 
   int Descriptor() const { return m_oDescriptor.Get(); }

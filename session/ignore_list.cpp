@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <sstream>
 
 #include <fnmatch.h>
+
+#include "session/file_text.h"
 
 namespace TALVEK::SESSION {
 
@@ -22,22 +21,24 @@ constexpr const char* CLIENTS_PATTERNS =
 CIgnoreList CIgnoreList::OfUser() {
   CIgnoreList oList;
   oList.Add(CLIENTS_PATTERNS);
-  if (const char* pszHome = std::getenv("HOME")) {
-    std::ifstream oFile(std::string(pszHome) + "/.cvsignore", std::ios::binary);
-    oList.Add(std::string{std::istreambuf_iterator<char>(oFile), std::istreambuf_iterator<char>()});
-  }
+  if (const char* pszHome = std::getenv("HOME"))
+    oList.Add(ReadFileText(std::string(pszHome) + "/.cvsignore"));
   if (const char* pszPatterns = std::getenv("CVSIGNORE")) oList.Add(pszPatterns);
   return oList;
 }
 
 void CIgnoreList::Add(std::string_view strPatterns) {
-  std::istringstream oWords{std::string(strPatterns)};
-  for (std::string strWord; oWords >> strWord;) {
+  constexpr std::string_view WHITE_SPACE = " \t\n\v\f\r";
+  for (std::size_t nFrom = 0;
+       (nFrom = strPatterns.find_first_not_of(WHITE_SPACE, nFrom)) != strPatterns.npos;) {
+    const std::string_view strWord =
+        strPatterns.substr(nFrom, strPatterns.find_first_of(WHITE_SPACE, nFrom) - nFrom);
     if (strWord == "!") {
       m_astrPatterns.clear();
     } else {
-      m_astrPatterns.push_back(strWord);
+      m_astrPatterns.emplace_back(strWord);
     }
+    nFrom += strWord.size();
   }
 }
 

@@ -2,8 +2,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,6 +13,7 @@
 #include "session/command_line.h"
 #include "session/conversation.h"
 #include "session/failure.h"
+#include "session/file_text.h"
 #include "session/reply.h"
 #include "session/working_folder.h"
 
@@ -24,8 +23,7 @@ namespace {
 std::string ReadCvsrc() {
   const char* pszHome = std::getenv("HOME");
   if (!pszHome) return std::string();
-  std::ifstream oFile(std::string(pszHome) + "/.cvsrc", std::ios::binary);
-  return {std::istreambuf_iterator<char>(oFile), std::istreambuf_iterator<char>()};
+  return ReadFileText(std::string(pszHome) + "/.cvsrc");
 }
 
 std::optional<TCheckout> ReadCommandLine(char** ppszArguments) {

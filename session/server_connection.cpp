@@ -1,10 +1,15 @@
 #include "session/server_connection.h"
 
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
+
+#include <linux/magic.h>
+#include <sys/vfs.h>
+#include <unistd.h>
 
 #include "session/failure.h"
+#include "session/file_text.h"
 #include "session/password.h"
 #include "session/reply.h"
 
@@ -43,14 +48,23 @@ std::vector<std::string> ServerCommand(const TRoot& tRoot) {
   return astrCommand;
 }
 
-CTransport OpenTransport(const TRoot& tRoot, const TPatience& tPatience) {
-  if (tRoot.nMethod == TRoot::PSERVER) return CTransport::Connect(tRoot.strHost, PortOf(tRoot), tPatience);
-  return CTransport::Start(ServerCommand(tRoot));
+/// A folder in memory with room for the largest of files; empty when there is none, or when the environment
+/// names a folder for such files. A server writes half a dozen small files for every file that it hands out,
+/// and writes them anew each time: on a disk that takes longer than reading the repository.
+std::string MemoryFolder() {
+  constexpr const char* FOLDER = "/dev/shm";
+  constexpr std::uint64_t ENOUGH = std::uint64_t(1) << 30;
+  struct statfs tStatus {};
+  if (!Environment("TMPDIR", "").empty() || ::statfs(FOLDER, &tStatus) != 0) return std::string();
+  const bool bRoom = tStatus.f_bavail * static_cast<std::uint64_t>(tStatus.f_bsize) >= ENOUGH;
+  const bool bInMemory = tStatus.f_type == TMPFS_MAGIC;
+  return bInMemory && bRoom && ::access(FOLDER, W_OK | X_OK) == 0 ? FOLDER : std::string();
 }
 
-std::string ReadWholeFile(const std::string& strPath) {
-  std::ifstream oFile(strPath, std::ios::binary);
-  return {std::istreambuf_iterator<char>(oFile), std::istreambuf_iterator<char>()};
+CTransport OpenTransport(const TRoot& tRoot, const TPatience& tPatience) {
+  if (tRoot.nMethod == TRoot::PSERVER) return CTransport::Connect(tRoot.strHost, PortOf(tRoot), tPatience);
+  // Only for a server of our own: where it fails, the client does without one.
+  return CTransport::Start(ServerCommand(tRoot), tRoot.nMethod == TRoot::LOCAL ? MemoryFolder() : "");
 }
 
 /// The scrambled password; that of an empty one when none is known.
@@ -60,7 +74,7 @@ std::string PasswordOf(const TRoot& tRoot, bool& bKnown) {
     strPassword = ScramblePassword(*tRoot.strPassword);
   } else {
     const std::string strFile = Environment("CVS_PASSFILE", (Environment("HOME", "") + "/.cvspass").c_str());
-    strPassword = FindPassword(ReadWholeFile(strFile), tRoot, PortOf(tRoot));
+    strPassword = FindPassword(ReadFileText(strFile), tRoot, PortOf(tRoot));
   }
   bKnown = strPassword.has_value();
   return strPassword.value_or("A");
@@ -102,6 +116,7 @@ void CServerConnection::Fail(const std::string& strReason) {
   std::string strText = TakeErrors() + strReason;
   while (strText.ends_with('\n'))
     strText.pop_back();
+  if (strText.empty()) throw Aborted("the server refuses and doesn't say why");
   throw EFailure(strText);
 }
 
@@ -183,7 +198,8 @@ std::string CServerConnection::Read() {
         throw EBrokenConnection();
       case WAIT_TIMED_OUT:
         Fail("cvs [checkout aborted]: no answer from the server within " +
-             std::to_string(m_tPatience.nLimit.count()) + " seconds");
+             std::to_string(std::chrono::duration_cast<std::chrono::seconds>(m_tPatience.nLimit).count()) +
+             " seconds");
     }
   }
 }

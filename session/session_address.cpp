@@ -6,8 +6,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <vector>
 
 #include <sys/socket.h>
@@ -15,6 +13,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include "session/file_text.h"
 #include "session/waiting.h"
 
 namespace TALVEK::SESSION {
@@ -26,8 +25,7 @@ constexpr std::string_view UNSTEADY_VARIABLES[] = {"_=", "PWD=", "OLDPWD=", "SHL
 
 /// The 22nd field of /proc/PID/stat. The second one is the program's name, which may hold anything.
 std::string StartTimeOf(pid_t nId) {
-  std::ifstream oFile("/proc/" + std::to_string(nId) + "/stat");
-  std::string strText{std::istreambuf_iterator<char>(oFile), std::istreambuf_iterator<char>()};
+  const std::string strText = ReadFileText("/proc/" + std::to_string(nId) + "/stat");
   std::size_t nAt = strText.rfind(')');
   for (int nField = 2; nField < 22 && nAt != std::string::npos; ++nField)
     nAt = strText.find(' ', nAt + 1);

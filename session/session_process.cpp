@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -105,25 +106,41 @@ class CSession {
 
   /// Hands on the reply until the command has something to say. False when the connection is of no more use.
   bool Relay() {
+    std::string strReply;
     for (;;) {
       bool bEnded = false;
-      const std::string strReply = m_poServer->ReadAvailable(bEnded);
+      const std::string strRead = m_poServer->ReadAvailable(bEnded);
+      strReply += strRead;
       if (!PassErrors()) return false;
-      if (bEnded) return Break();
-      if (!PassReply(strReply)) return false;
-      if (!strReply.empty()) continue;
+      if (bEnded) return PassReply(strReply) && Break();
+      const bool bPass = MayBeWhole(strReply) || strReply.size() >= MAX_FRAME;
+      if (bPass && !PassReply(std::exchange(strReply, std::string()))) return false;
+      if (!strRead.empty()) continue;
       char chByte;
       if (::recv(m_oCommand.Get(), &chByte, 1, MSG_PEEK) >= 0) return true;
-      if (!AwaitEither()) return false;
+      const EWait nWait = AwaitEither(!strReply.empty());
+      if (nWait == WAIT_CALLER_ENDED) return false;
+      if (nWait == WAIT_TIMED_OUT && !PassReply(std::exchange(strReply, std::string()))) return false;
     }
   }
 
+  /// A server hands out a reply in many small pieces. Handing on each by itself would wake the command as
+  /// many times, which takes longer than all the rest of its work.
+  static bool MayBeWhole(std::string_view strReply) {
+    if (!strReply.ends_with('\n')) return false;
+    const std::size_t nLast =
+        strReply.size() >= 2 ? strReply.rfind('\n', strReply.size() - 2) : strReply.npos;
+    const std::string_view strLast = strReply.substr(nLast == strReply.npos ? 0 : nLast + 1);
+    return strLast == "ok\n" || strLast.starts_with("error");
+  }
+
   /// Waits for the server, its errors or the command. How long is the command's affair: it leaves when it
-  /// has waited enough.
-  bool AwaitEither() {
-    const TPatience tLong{std::chrono::hours(24), m_tPatience.nCallerDescriptor};
+  /// has waited enough. With a piece in hand the wait is short, so that the command sees a slow server work.
+  EWait AwaitEither(bool bHasPiece) {
+    const TPatience tPatience{bHasPiece ? std::chrono::milliseconds(50) : std::chrono::hours(24),
+                              m_tPatience.nCallerDescriptor};
     return WaitToRead({m_poServer->ReadDescriptor(), m_poServer->ErrorDescriptor(), m_oCommand.Get()},
-                      tLong) == WAIT_READY;
+                      tPatience);
   }
 
   bool PassReply(std::string_view strReply) {

@@ -1,12 +1,15 @@
 #include "session/transport.h"
 
 #include <csignal>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <optional>
+#include <sstream>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -41,12 +44,13 @@ void MakeAbsolute(std::string& strProgram) {
   if (::getcwd(achFolder, sizeof achFolder)) strProgram = std::string(achFolder) + "/" + strProgram;
 }
 
-[[noreturn]] void BecomeProgram(const std::vector<char*>& apszArguments, int nInput, int nOutput,
-                                int nErrors) {
+[[noreturn]] void BecomeProgram(const std::vector<char*>& apszArguments, int nInput, int nOutput, int nErrors,
+                                const std::string& strTemporary) {
   ::dup2(nInput, STDIN_FILENO);
   ::dup2(nOutput, STDOUT_FILENO);
   ::dup2(nErrors, STDERR_FILENO);
   ::signal(SIGPIPE, SIG_DFL);
+  if (!strTemporary.empty()) ::setenv("TMPDIR", strTemporary.c_str(), 1);
   if (::chdir("/") == 0) ::execvp(apszArguments[0], apszArguments.data());
   const std::string strLine = std::string("cvs [checkout aborted]: cannot exec ") + apszArguments[0] + ": " +
                               std::strerror(errno) + "\n";
@@ -70,29 +74,64 @@ void EndChild(pid_t nChild) {
   ::waitpid(nChild, nullptr, 0);
 }
 
-struct TAddresses {
-  TAddresses(const std::string& strHost, unsigned nPort) {
-    addrinfo tHints{};
-    tHints.ai_socktype = SOCK_STREAM;
-    if (::getaddrinfo(strHost.c_str(), std::to_string(nPort).c_str(), &tHints, &ptFirst) != 0)
-      throw EFailure("Unknown host " + strHost + ".");
-  }
-  ~TAddresses() { ::freeaddrinfo(ptFirst); }
-  TAddresses(const TAddresses&) = delete;
-  TAddresses& operator=(const TAddresses&) = delete;
-  addrinfo* ptFirst = nullptr;
+/// An address to connect to, and its text.
+struct TAddress {
+  sockaddr_storage tSocket{};
+  socklen_t nSize = 0;
+  std::string strText;
 };
 
-std::string AddressText(const addrinfo& tAddress) {
-  char szText[NI_MAXHOST] = "?";
-  ::getnameinfo(tAddress.ai_addr, tAddress.ai_addrlen, szText, sizeof szText, nullptr, 0, NI_NUMERICHOST);
-  return szText;
+/// Takes a numeric address.
+std::optional<TAddress> ParseAddress(const std::string& strText, unsigned nPort) {
+  TAddress tAddress;
+  tAddress.strText = strText;
+  auto* ptNew = reinterpret_cast<sockaddr_in6*>(&tAddress.tSocket);
+  auto* ptOld = reinterpret_cast<sockaddr_in*>(&tAddress.tSocket);
+  if (::inet_pton(AF_INET6, strText.c_str(), &ptNew->sin6_addr) == 1) {
+    ptNew->sin6_family = AF_INET6;
+    ptNew->sin6_port = htons(static_cast<std::uint16_t>(nPort));
+    tAddress.nSize = sizeof *ptNew;
+  } else if (::inet_pton(AF_INET, strText.c_str(), &ptOld->sin_addr) == 1) {
+    ptOld->sin_family = AF_INET;
+    ptOld->sin_port = htons(static_cast<std::uint16_t>(nPort));
+    tAddress.nSize = sizeof *ptOld;
+  } else {
+    return std::nullopt;
+  }
+  return tAddress;
+}
+
+/// All that a program writes to its standard output, up to its end.
+std::string OutputOf(CTransport oProgram, const TPatience& tPatience) {
+  std::string strOutput;
+  char achBlock[4096];
+  while (WaitToRead({oProgram.ReadDescriptor()}, tPatience) == WAIT_READY) {
+    const std::ptrdiff_t nRead = ReadSome(oProgram.ReadDescriptor(), achBlock, sizeof achBlock);
+    if (nRead == 0) break;
+    if (nRead > 0) strOutput.append(achBlock, static_cast<std::size_t>(nRead));
+  }
+  return strOutput;
+}
+
+/// The addresses of a host. This program holds its libraries in itself, because loading them takes too long;
+/// those that look names up can't be held so, and getent has them.
+std::vector<TAddress> AddressesOf(const std::string& strHost, unsigned nPort, const TPatience& tPatience) {
+  if (std::optional<TAddress> tAddress = ParseAddress(strHost, nPort)) return {*tAddress};
+  std::istringstream oLines(OutputOf(CTransport::Start({"getent", "ahosts", "--", strHost}, ""), tPatience));
+  std::vector<TAddress> atAddresses;
+  for (std::string strText, strKind, strRest;
+       oLines >> strText >> strKind && std::getline(oLines, strRest);) {
+    std::optional<TAddress> tAddress = ParseAddress(strText, nPort);
+    if (tAddress && strKind == "STREAM") atAddresses.push_back(*tAddress);
+  }
+  if (atAddresses.empty()) throw EFailure("Unknown host " + strHost + ".");
+  return atAddresses;
 }
 
 /// Returns 0 or the errno that says why not.
 int FinishConnecting(int nSocket, const TPatience& tPatience) {
   pollfd atPolls[] = {{nSocket, POLLOUT, 0}, {tPatience.nCallerDescriptor, POLLIN, 0}};
-  const auto nLimit = std::chrono::duration_cast<std::chrono::milliseconds>(tPatience.nLimit).count();
+  const auto nLimit = tPatience.nLimit.count();
   if (::poll(atPolls, 2, static_cast<int>(nLimit)) <= 0 || !atPolls[0].revents) return ETIMEDOUT;
   int nError = 0;
   socklen_t nSize = sizeof nError;
@@ -100,12 +139,12 @@ int FinishConnecting(int nSocket, const TPatience& tPatience) {
   return nError;
 }
 
-VCM::CDescriptor TryAddress(const addrinfo& tAddress, const TPatience& tPatience, int& nError) {
+VCM::CDescriptor TryAddress(const TAddress& tAddress, const TPatience& tPatience, int& nError) {
   VCM::CDescriptor oSocket(
-      ::socket(tAddress.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, tAddress.ai_protocol));
+      ::socket(tAddress.tSocket.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP));
   nError = 0;
-  if (!oSocket.IsOpen() || ::connect(oSocket.Get(), tAddress.ai_addr, tAddress.ai_addrlen) != 0)
-    nError = errno;
+  const auto* ptSocket = reinterpret_cast<const sockaddr*>(&tAddress.tSocket);
+  if (!oSocket.IsOpen() || ::connect(oSocket.Get(), ptSocket, tAddress.nSize) != 0) nError = errno;
   if (nError == EINPROGRESS) nError = FinishConnecting(oSocket.Get(), tPatience);
   if (nError != 0) return VCM::CDescriptor();
   const int nOn = 1;
@@ -117,7 +156,7 @@ VCM::CDescriptor TryAddress(const addrinfo& tAddress, const TPatience& tPatience
 
 }  // namespace
 
-CTransport CTransport::Start(std::vector<std::string> astrArguments) {
+CTransport CTransport::Start(std::vector<std::string> astrArguments, const std::string& strTemporary) {
   MakeAbsolute(astrArguments[0]);
   std::vector<char*> apszArguments;
   for (std::string& strArgument : astrArguments)
@@ -128,7 +167,8 @@ CTransport CTransport::Start(std::vector<std::string> astrArguments) {
   oTransport.m_tChild.nId = ::fork();
   if (oTransport.m_tChild.nId < 0) throw Aborted(std::string("cannot fork: ") + std::strerror(errno));
   if (oTransport.m_tChild.nId == 0)
-    BecomeProgram(apszArguments, oInput.oRead.Get(), oOutput.oWrite.Get(), oErrors.oWrite.Get());
+    BecomeProgram(apszArguments, oInput.oRead.Get(), oOutput.oWrite.Get(), oErrors.oWrite.Get(),
+                  strTemporary);
   oTransport.m_oRead = std::move(oOutput.oRead);
   oTransport.m_oWrite = std::move(oInput.oWrite);
   oTransport.m_oErrors = std::move(oErrors.oRead);
@@ -138,14 +178,13 @@ CTransport CTransport::Start(std::vector<std::string> astrArguments) {
 }
 
 CTransport CTransport::Connect(const std::string& strHost, unsigned nPort, const TPatience& tPatience) {
-  const TAddresses oAddresses(strHost, nPort);
   std::string strReason;
-  for (const addrinfo* ptAddress = oAddresses.ptFirst; ptAddress; ptAddress = ptAddress->ai_next) {
+  for (const TAddress& tAddress : AddressesOf(strHost, nPort, tPatience)) {
     int nError = 0;
     CTransport oTransport;
-    oTransport.m_oRead = TryAddress(*ptAddress, tPatience, nError);
+    oTransport.m_oRead = TryAddress(tAddress, tPatience, nError);
     if (nError == 0) return oTransport;
-    strReason = "connect to " + strHost + "(" + AddressText(*ptAddress) + "):" + std::to_string(nPort) +
+    strReason = "connect to " + strHost + "(" + tAddress.strText + "):" + std::to_string(nPort) +
                 " failed: " + std::strerror(nError);
   }
   throw Aborted(strReason);

@@ -13,7 +13,7 @@ namespace TALVEK::SESSION {
 
 /// How long a wait may last, and a process whose end ends every wait (-1: none).
 struct TPatience {
-  std::chrono::seconds nLimit{300};
+  std::chrono::milliseconds nLimit = std::chrono::seconds(300);
   int nCallerDescriptor = -1;  ///< a pidfd
 };
 

@@ -69,7 +69,7 @@ bool IsPlainEntry(const std::string& strLine) {
 
 void WriteEntries(const CFolder& oAdmin, const CEntries& oEntries) {
   oAdmin.Write(ENTRIES_NEW, oEntries.Text());
-  oAdmin.Rename(ENTRIES_NEW, ENTRIES);
+  oAdmin.Replace(ENTRIES, ENTRIES_NEW);
   if (oAdmin.Has(ENTRIES_LOG)) oAdmin.Remove(ENTRIES_LOG);
 }
 

@@ -224,6 +224,30 @@ TEST_F(DatabaseCursorTest, UpdateOfAnAbsentRowIsFalse) {
   EXPECT_TRUE(m_poDatabase->GetLastErrorText().IsEmpty());
 }
 
+TEST_F(DatabaseCursorTest, RemovedRowIsGoneFromEveryIndex) {
+  for (const std::uint32_t nTime : {10U, 20U, 30U}) {
+    m_tEvents.Add(1, nTime);
+  }
+  TEvent tEvent = {0, 1, 20, {}};
+  ASSERT_TRUE(m_tEvents.poByTime->GetEqual(tEvent));
+  TEvent tRemoved = {2, 7, 7, L"only the ID counts"};
+  EXPECT_TRUE(m_tEvents.poById->Remove(tRemoved));
+  EXPECT_FALSE(m_tEvents.poById->Remove(tRemoved));
+  EXPECT_EQ(m_tEvents.List(0), "1:1/10 \n3:1/30 \n");
+  EXPECT_EQ(m_tEvents.List(1), m_tEvents.List(0));
+  // The walk goes on from where the row was.
+  EXPECT_EQ(Show(m_tEvents.poByTime->GetNext(tEvent), tEvent), "3:1/30 ");
+}
+
+TEST_F(DatabaseCursorTest, IdOfTheLastRowIsNotGivenAgainWhenItIsRemoved) {
+  m_tEvents.Add(1, 1);
+  m_tEvents.Add(1, 2);
+  TEvent tLast = {2, 0, 0, {}};
+  ASSERT_TRUE(m_tEvents.poById->Remove(tLast));
+  EXPECT_EQ(m_tEvents.Add(1, 3), 3U);
+  EXPECT_EQ(m_tEvents.List(0), "1:1/1 \n3:1/3 \n");
+}
+
 TEST_F(DatabaseCursorTest, RowsMayGrowPastAPageAndShrinkAgain) {
   const std::wstring strLong(300'000, L'\u00E4');
   for (int i = 0; i < 20; ++i) {

@@ -31,7 +31,8 @@ class CModel {
 
   void Put(const TEvent& tEvent) { m_atEvents[tEvent.nId] = tEvent; }
   bool Has(std::uint32_t nId) const { return m_atEvents.count(nId) != 0; }
-  std::uint32_t NextId() const { return static_cast<std::uint32_t>(m_atEvents.size()) + 1; }
+  void Remove(std::uint32_t nId) { m_atEvents.erase(nId); }
+  std::uint32_t NextId() { return ++m_nLastId; }
 
   /// The first (or the last) event whose entry is accepted.
   const TEvent* Pick(bool bLast, const std::function<bool(const TRow&)>& fnAccept) const {
@@ -45,6 +46,7 @@ class CModel {
 
  private:
   std::map<std::uint32_t, TEvent> m_atEvents;
+  std::uint32_t m_nLastId = 0;
 };
 
 /// A cursor over groups and times, and where it must be.
@@ -78,7 +80,7 @@ TEST(DatabaseModelTest, CursorsAgreeWithAPlainTable) {
                        CString(std::wstring(fnBelow(8) == 0 ? fnBelow(3000) : fnBelow(40), L'x'))};
       const CModel::TRow tLow = {tEvent.nGroup, tEvent.nTime, 0};
       const CModel::TRow tHigh = {tEvent.nGroup, tEvent.nTime, MAX};
-      const unsigned nOperation = fnBelow(8);
+      const unsigned nOperation = fnBelow(9);
       if (nOperation == 0 || nOperation == 1) {
         const std::uint32_t nId = oModel.NextId();
         ASSERT_TRUE(tCursor.oCursor.Add(tEvent));
@@ -90,6 +92,11 @@ TEST(DatabaseModelTest, CursorsAgreeWithAPlainTable) {
         const bool bThere = oModel.Has(tEvent.nId);
         ASSERT_EQ(tCursor.oCursor.Update(tEvent), bThere);
         if (bThere) oModel.Put(tEvent);
+        continue;
+      }
+      if (nOperation == 8) {
+        ASSERT_EQ(tCursor.oCursor.Remove(tEvent), oModel.Has(tEvent.nId));
+        oModel.Remove(tEvent.nId);
         continue;
       }
       const TEvent* ptWanted = nullptr;

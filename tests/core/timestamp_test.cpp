@@ -28,6 +28,14 @@ TEST(TimestampTest, FormatsSecondsSince1970) {
     EXPECT_EQ(CTimestamp(tCase.nSeconds).Format(ZONE_GMT0), tCase.pszText);
 }
 
+TEST(TimestampTest, DefaultFormIsTheOneThatTheFormatGives) {
+  for (const long long nSeconds : {-62135596801LL, -62135596800LL, -30610224001LL, -30610224000LL, -1LL, 0LL,
+                                   951782400LL, 253402300799LL, 253402300800LL}) {
+    const CTimestamp oTime(nSeconds);
+    EXPECT_EQ(oTime.Format(ZONE_GMT0), oTime.Format(L"%Y-%m-%d %H:%M:%S", ZONE_GMT0)) << nSeconds;
+  }
+}
+
 TEST(TimestampTest, FormatsInTheChosenForm) {
   const CTimestamp oTime(1237014309);
   EXPECT_EQ(oTime.Format(L"%Y/%m/%d %H:%M:%S", ZONE_GMT0), L"2009/03/14 07:05:09");

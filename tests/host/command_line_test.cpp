@@ -38,7 +38,8 @@ TEST_F(CCommandLineTest, WrongUseGivesOneLineWithARemedy) {
   WriteFile(Folder() / "full/file", "");
   const std::pair<const char*, const char*> atCases[] = {
       {"", "talvek-import: A subcommand is required; 'talvek-import --help' shows the options\n"},
-      {"import", "talvek-import: A subcommand is required; 'talvek-import --help' shows the options\n"},
+      {"import", "talvek-import: There is no command 'import'; 'talvek-import --help' shows the options\n"},
+      {"--quiet %s", "talvek-import: There is no command '%s'; 'talvek-import --help' shows the options\n"},
       {"preview --nothing",
        "talvek-import: The following argument was not expected: --nothing; 'talvek-import preview --help' "
        "shows "

@@ -46,6 +46,8 @@ TEST(CVSRevisionTest, EveryTextGivesANumber) {
       {L"1.+4", {1, 4}},
       {L"1.4 ", {1, 4}},
       {L"...", {0}},
+      {L".", {0}},
+      {L"..5..", {0, 0, 5}},
       {L"1.\x00e9", {1, 0}},
       {L"1.4\xdce9", {1, 0}},
   };
@@ -71,6 +73,21 @@ TEST(CVSRevisionTest, TextHasSignedComponents) {
   EXPECT_TRUE(Number({1, 2, 2, 10}).GetText() == L"1.2.2.10");
   EXPECT_TRUE(Number({4294967295U, 0}).GetText() == L"-1.0");
   EXPECT_TRUE(TCVSRevision().GetText().IsEmpty());
+}
+
+// Read in one go: a row of dots that is looked at again for each of them takes minutes.
+TEST(CVSRevisionTest, MillionsOfComponentsAndDotsAreRead) {
+  constexpr int COUNT = 4000000;
+  std::wstring strNumber = L"1", strWords = L"x";
+  for (int i = 1; i < COUNT; ++i) {
+    strNumber += L".1";
+    strWords += L".x";
+  }
+  EXPECT_EQ(TCVSRevision(VCM::CString(std::wstring_view(strNumber))).GetCount(), COUNT);
+  EXPECT_EQ(TCVSRevision(VCM::CString(std::wstring_view(strWords))).GetCount(), COUNT);
+  const std::wstring strDots(COUNT, L'.');
+  EXPECT_EQ(TCVSRevision(VCM::CString(strDots + L"2")).GetCount(), COUNT + 1);
+  EXPECT_EQ(TCVSRevision(VCM::CString(std::wstring_view(strDots))).GetCount(), 1);
 }
 
 TEST(CVSRevisionTest, OrderIsNeverEqual) {

@@ -356,6 +356,22 @@ TEST(GroupingTest, CommentMergeTable) {
   }
 }
 
+// To look for each sentence in the whole comment would take hours.
+TEST(AddToCommentTest, HugeMessagesThatDifferOnlyInCaseAreMergedAtOnce) {
+  VCM::CString strComment, strAddition;
+  for (int i = 0; i < 300000; ++i) {
+    strComment += L"Fixed. ";
+    strComment += static_cast<wchar_t>(L'A' + i % 26);
+    strAddition += L"fixed. ";
+    strAddition += static_cast<wchar_t>(L'a' + i % 26);
+  }
+  strComment += L"END";
+  strAddition += L"end";
+  const VCM::CString strBefore = strComment;
+  CEngine::AddToComment(strComment, strAddition);
+  EXPECT_TRUE(strComment == strBefore);
+}
+
 TEST(NearestChangeTest, IsTheLastOneAtOrBeforeTheTime) {
   CEngine oEngine;
   oEngine.Add("a.c").At(1000);  // change 1

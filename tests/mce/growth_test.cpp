@@ -45,8 +45,18 @@ TEST(GrowthTest, BusyWindowCostsNoMoreAnItem) {
   });
 }
 
-TEST(GrowthTest, CrowdOfClosedChangesCostsNoMoreAnItem) {
-  ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).Until(1000).At(1000 + i % 100); });
+// Each item is replaced before another could come to it: the search passes by all their changes.
+TEST(GrowthTest, CrowdOfClosedChangesIsNeverLookedAt) {
+  const auto fnAdd = [](CEngine& oEngine, int i) {
+    oEngine.Add(File(i).c_str()).Until(1000).At(1000 + i % 100);
+  };
+  EXPECT_EQ(RowsPerItem(MANY, fnAdd), 0);
+}
+
+TEST(GrowthTest, CrowdOfClosedChangesCostsNoMoreAnItemThatStays) {
+  ExpectLinear([](CEngine& oEngine, int i) {
+    oEngine.Add(File(i).c_str()).Until(i % 2 == 0 ? 1000 : 5000).At(1000 + i % 100);
+  });
 }
 
 TEST(GrowthTest, LongHistoryCostsNoMoreAnItem) {

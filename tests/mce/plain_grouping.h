@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -17,6 +18,7 @@ class CPlainGrouping {
     VCM::CFilePath oPath;
     std::int32_t nRevision;
     std::uint32_t nTime;
+    std::string strNote;  // whatever the caller knows of the item
   };
   struct TChange {
     std::uint32_t nID;
@@ -37,7 +39,7 @@ class CPlainGrouping {
 
   void AddItem(std::uint32_t nStream, const VCM::CString& strUser, const VCM::CFilePath& oPath,
                std::uint32_t nTime, const VCM::CString& strComment, std::int32_t nRevision,
-               bool bMatchComment, std::uint32_t nEndTime) {
+               bool bMatchComment, std::uint32_t nEndTime, const std::string& strNote = "") {
     TChange* ptChange = Find(nStream, strUser, nTime, strComment, bMatchComment, nEndTime);
     if (ptChange) {
       const std::uint32_t nChangeTime = std::max(ptChange->nTime, nTime);
@@ -48,7 +50,7 @@ class CPlainGrouping {
         ptChange->nTime = nChangeTime;
         ptChange->nMaxTime = std::min(ptChange->nMaxTime, nEndTime);
         MCE::CProviderBase::AddToComment(ptChange->strComment, strComment);
-        ptChange->atItems.push_back({ptChange->nNextItem++, oPath, nRevision, nTime});
+        ptChange->atItems.push_back({ptChange->nNextItem++, oPath, nRevision, nTime, strNote});
         return;
       }
       if (itItem->nRevision >= nRevision) {
@@ -57,9 +59,19 @@ class CPlainGrouping {
         nTime = nTime > nChangeTime ? nTime : nChangeTime + 1;
       }
     }
-    m_atChanges.push_back(
-        {NextID(), nStream, strUser, nTime, strComment, 2, nTime, nEndTime, {{1, oPath, nRevision, nTime}}});
+    m_atChanges.push_back({NextID(),
+                           nStream,
+                           strUser,
+                           nTime,
+                           strComment,
+                           2,
+                           nTime,
+                           nEndTime,
+                           {{1, oPath, nRevision, nTime, strNote}}});
   }
+
+  /// By ID.
+  const std::vector<TChange>& AsMade() const { return m_atChanges; }
 
   /// By stream, time and ID.
   std::vector<TChange> InOrder() const {

@@ -287,6 +287,26 @@ TEST_F(FileRetrievalTest, StreamNameThatLeadsOutsideMakesNothing) {
   EXPECT_FALSE(fs::exists(m_oFolder / "x"));
 }
 
+// A command line ends at a NUL: "..\0x" would be checked out into "..", and "a.c\0b" as "a.c".
+TEST_F(FileRetrievalTest, NameWithANulMakesNothing) {
+  using std::literals::operator""sv;
+  for (const std::wstring_view strName : {L"..\0x"sv, L"\0x"sv, L"BR\0x"sv}) {
+    OnStream(L"", 1);
+    m_oProvider.m_tCurrentStream.strName.Assign(strName);
+    m_oProvider.RetrieveFiles(CHANGE_TIME);
+    RetrieveChange(2);
+    m_oProvider.RetrieveChangeItemFile(Item("a.c", L"1.1"), L"/nonexistent/a.c");
+    m_oProvider.RetrieveChangeItemFile(Item("src/a.c", L"1.1"), L"/nonexistent/a.c");
+  }
+  OnStream(L"BR", 1);
+  for (const std::wstring_view strPath : {L"..\0x/a.c"sv, L"src\0/a.c"sv, L"src/a.c\0b"sv, L"a.c\0b"sv}) {
+    MCE::TChangeItemRecord tItem = Item("a.c", L"1.1");
+    ASSERT_TRUE(tItem.oFilePath.Parse(VCM::CString(strPath), VCM::CFilePath::PARSE_REPOSITORY));
+    m_oProvider.RetrieveChangeItemFile(tItem, L"/nonexistent/a.c");
+  }
+  EXPECT_EQ(Calls(), "");
+}
+
 TEST_F(FileRetrievalTest, QuotesInNamesReachTheClientAsTheyAre) {
   OnStream(L"my \"B\\", 1);
   Set(L"ModuleName", "my \"mod\"");
@@ -295,6 +315,47 @@ TEST_F(FileRetrievalTest, QuotesInNamesReachTheClientAsTheyAre) {
   EXPECT_EQ(Calls(),
             "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[1.4]\n[-d]\n[my \"B\\/src \"x\"]\n"
             "[my \"mod\"/src \"x\"/a\\b.c]\n");
+}
+
+// An option's own argument may begin with a hyphen; the last word may not, unless "--" stands before it.
+TEST_F(FileRetrievalTest, NamesThatBeginWithAHyphenAreNoOptions) {
+  FakeCvs("record \"$@\"");
+  RetrieveChange(2);
+  OnStream(L"-n", 1);
+  RetrieveItem("-d/-f");
+  m_oProvider.RetrieveFiles(CHANGE_TIME);
+  EXPECT_EQ(
+      Calls(),
+      "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[1.4]\n[-d]\n[-n/-d]\n[mod/-d/-f]\n"
+      "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[-n]\n[-D]\n[2009/03/14 00:25:09 UTC]\n[-d]\n[-n]\n"
+      "[mod]\n");
+  fs::remove(m_oFolder / "calls");
+  Set(L"ModuleName", "-x");
+  RetrieveItem("a.c");
+  m_oProvider.RetrieveFiles(CHANGE_TIME);
+  OnStream(L"Main", 0);
+  m_oProvider.RetrieveFiles(CHANGE_TIME);
+  EXPECT_EQ(
+      Calls(),
+      "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[1.4]\n[-d]\n[-n]\n[--]\n[-x/a.c]\n"
+      "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[-n]\n[-D]\n[2009/03/14 00:25:09 UTC]\n[-d]\n[-n]\n"
+      "[--]\n[-x]\n"
+      "in @/client\n[-d]\n[/repo]\n[checkout]\n[-D]\n[2009/03/14 00:25:09 UTC]\n[-d]\n[Main]\n[--]\n[-x]\n");
+}
+
+// What the log gives as a number comes out as digits, signs and dots, whatever it was.
+TEST_F(FileRetrievalTest, RevisionIsNeverMoreThanOneWordOfNumbers) {
+  RetrieveChange(2);
+  for (const auto& [pszRevision, pszExpected] : {std::pair(L"1.4 -d /tmp", "1.4"),
+                                                 {L"\"-j\" -A", "0"},
+                                                 {L"-1.-2", "-1.-2"},
+                                                 {L"-D.now", "0.0"},
+                                                 {L"4294967297.4", "1.4"}}) {
+    fs::remove(m_oFolder / "calls");
+    RetrieveItem("a.c", pszRevision);
+    EXPECT_EQ(Calls(), std::string("in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[") + pszExpected +
+                           "]\n[-d]\n[Main]\n[mod/a.c]\n");
+  }
 }
 
 TEST_F(FileRetrievalTest, FileNamesOfAnyEncodingReachTheClient) {
@@ -419,6 +480,18 @@ TEST_F(RealClientTest, BranchIsCheckedOutAsOfATime) {
   m_oProvider.OnBeginStream(2, L"");
   EXPECT_TRUE(m_oProvider.RetrieveFiles(1041552000));
   EXPECT_EQ(ReadFile(m_oFolder / "client/B/src/a.c"), "branch\n");
+}
+
+TEST_F(RealClientTest, ModuleAndFilesThatBeginWithAHyphenAreImported) {
+  fs::rename(m_oFolder / "root/mod/top,v", m_oFolder / "root/mod/-f,v");
+  fs::rename(m_oFolder / "root/mod/src", m_oFolder / "root/mod/-d");
+  fs::rename(m_oFolder / "root/mod", m_oFolder / "root/-x");
+  Set(L"ModuleName", "-x");
+  unsigned nStreams = 0;
+  ASSERT_EQ(m_oProvider.EstablishStreams(nStreams), 0) << Log();
+  ASSERT_EQ(Walk(1, "Main"), "-f 1041379200 top\n-d/a.c 1041379200 one\n-d/a.c 1041502272 two\n");
+  EXPECT_TRUE(m_oProvider.RetrieveFiles(1041379200));
+  EXPECT_EQ(ReadFile(m_oFolder / "client/Main/-d/a.c"), "one\n");
 }
 
 TEST_F(RealClientTest, StreamNameThatLeadsOutsideMakesNothing) {

@@ -70,7 +70,7 @@ TEST_P(LogDateTest, ZoneSuffixMovesTheTimeByWholeHours) {
   };
   for (const auto& tCase : atCases) {
     const VCM::CString strText = VCM::CString(L"2005-01-02 12:00:00") + tCase.pszSuffix;
-    EXPECT_EQ(ParseLogDate(strText).GetUTC(), NOON + tCase.nHours * 3600LL) << VCM::ToUtf8(strText);
+    EXPECT_EQ(ParseLogDate(strText.View()).GetUTC(), NOON + tCase.nHours * 3600LL) << VCM::ToUtf8(strText);
   }
 }
 

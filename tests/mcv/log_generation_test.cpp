@@ -61,6 +61,14 @@ TEST_F(LogGenerationTest, QuotesAndBackslashesReachTheClientAsTheyAre) {
             "[-d]\n[/repo]\n[rlog]\n[-d]\n[c\\d>a\"b]\n[m\"o\\d]\n");
 }
 
+// Behind "--" nothing is an option.
+TEST_F(LogGenerationTest, ModuleThatBeginsWithAHyphenIsNoOption) {
+  EXPECT_EQ(Arguments("", "", "/repo", "-x"), "[-d]\n[/repo]\n[rlog]\n[--]\n[-x]\n");
+  EXPECT_EQ(Arguments("-s", "", "/repo", "--help"), "[-d]\n[/repo]\n[rlog]\n[-d]\n[>-s]\n[--]\n[--help]\n");
+  EXPECT_EQ(Arguments("-s", "-e", "/repo", "-"), "[-d]\n[/repo]\n[rlog]\n[-d]\n[-e>-s]\n[--]\n[-]\n");
+  EXPECT_EQ(Arguments("", "", "/repo", "m-x -N"), "[-d]\n[/repo]\n[rlog]\n[m-x -N]\n");
+}
+
 TEST_F(LogGenerationTest, NoShellSeesTheCommand) {
   EXPECT_EQ(Arguments("", "", "/repo;touch", "$(touch x) `y` *"),
             "[-d]\n[/repo;touch]\n[rlog]\n[$(touch x) `y` *]\n");

@@ -308,6 +308,28 @@ TEST(LogParserTest, BytesOfAnyEncodingComeThroughUnchanged) {
   std::setlocale(LC_CTYPE, "C");
 }
 
+/// An editor's or a shell's mark must not cost the file behind it.
+TEST(LogParserTest, ByteOrderMarkBeforeAnItemIsPassedOver) {
+  const std::string strMark = "\xef\xbb\xbf";
+  const std::string strFile = "RCS file: /repo/mod/a,v\n==========\n";
+  const std::string strItem = "file mod/a head= total=0 []\n";
+  for (const char* pszLocale : {"C", "C.UTF-8"}) {
+    std::setlocale(LC_CTYPE, pszLocale);
+    EXPECT_EQ(Items(strMark + strFile), strItem) << pszLocale;
+    EXPECT_EQ(Items(strMark + "\n" + strFile), strItem) << pszLocale;
+    EXPECT_EQ(Items(strMark + "\r\n\r\n" + strFile + strMark + "\n" + strFile), strItem + strItem)
+        << pszLocale;
+    EXPECT_EQ(Items(strMark), "") << pszLocale;
+    EXPECT_EQ(Items("\xef\xbb" + strFile), "unknown\n") << pszLocale;
+    // Anywhere else it is text.
+    EXPECT_EQ(Items("revision 1.5\ndate: 2005/01/02 10:11:12;  author: joe;  state: Exp;\n" + strMark +
+                    "revision 1.6\n==========\n"),
+              "revision 1.5 time=1104660672 author=joe state=0 [" + strMark + "revision 1.6]\n")
+        << pszLocale;
+  }
+  std::setlocale(LC_CTYPE, "C");
+}
+
 TEST(LogParserTest, RevisionFromStringAlwaysSucceeds) {
   wxMemoryInputStream oInput("", 0);
   CLogParser oParser(&oInput);

@@ -151,6 +151,24 @@ TEST_F(StreamRegistryTest, TreeIsPrintedDepthFirstAndIndentedByTwo) {
             "Main\n  B\n  A\n    A1\n      A1x\n");
 }
 
+// A level takes neither stack nor an indent of its own. With the log closed, because the text of the tree
+// grows with the square of its depth.
+TEST_F(StreamRegistryTest, TreeOfAnyDepthIsWalked) {
+  m_oProvider.OpenLog(false);
+  for (unsigned i = 1; i < 200000; ++i)
+    m_oProvider.m_atStreams.Add(
+        MCE::CProvider::TStreamInfo(i + 1, i, VCM::CFilePath(), VCM::CFilePath(), L"S"));
+  EXPECT_EQ(Logged([this] { m_oProvider.DumpStreamChildren(0, L""); }), "");
+}
+
+TEST_F(StreamRegistryTest, CircleIsPrintedOnceFromWithin) {
+  Add(Stream(3, L"A"));
+  Add(Stream(2, L"B"));
+  Add(Stream(4, L"C"));
+  EXPECT_EQ(Logged([this] { m_oProvider.DumpStreamChildren(2, L"  "); }), "  B\n    A\n");
+  EXPECT_EQ(Logged([this] { m_oProvider.DumpStreamChildren(4, L""); }), "C\n");
+}
+
 TEST_F(StreamRegistryTest, StreamWithoutChildrenPrintsNothing) {
   EXPECT_EQ(Logged([this] { m_oProvider.DumpStreamChildren(1, L"  "); }), "");
 }

@@ -191,6 +191,56 @@ TEST_F(StreamSearchTest, WalkUpwardsInACircleEnds) {
             "4 C below 1 [2001,0]\n5 D below 4 [2001,0]\n");
 }
 
+TEST_F(StreamSearchTest, WalkUpwardsIntoACircleFromOutsideEnds) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "B");
+  Nest(oLog, "b.c", "B", "C");
+  Nest(oLog, "c.c", "C", "A");  // a circle of three: A below C, C below B, B below A
+  Nest(oLog, "d.c", "C", "E");  // hangs below the circle
+  Nest(oLog, "e.c", "X", "Y");
+  Nest(oLog, "f.c", "E", "Y");  // from E the walk comes by no X, and never to an end
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n2 A below 4 [2001,0]\n3 B below 2 [2001,0]\n4 C below 3 [2001,0]\n"
+            "5 E below 4 [2001,0]\n6 X below 1 [2001,0]\n7 Y below 6 [2001,0]\n");
+  EXPECT_TRUE(Log().ends_with("Finished Parsing Log\nMain\n  X\n    Y\n")) << Log();
+}
+
+// Two names that differ in case are one stream: so a branch can sprout from itself.
+TEST_F(StreamSearchTest, BranchBelowItselfIsACircleOfOne) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "a");
+  Nest(oLog, "b.c", "B", "C");
+  Nest(oLog, "c.c", "A", "C");
+  EXPECT_EQ(Streams(oLog),
+            "1 Main below 0 [0,0]\n2 A below 2 [2001,0]\n3 B below 1 [2001,0]\n4 C below 3 [2001,0]\n");
+  EXPECT_TRUE(Log().ends_with("Finished Parsing Log\nMain\n  B\n    C\n")) << Log();
+}
+
+// A stream's name is looked up without regard to case, and the trunk is a stream like any other.
+TEST_F(StreamSearchTest, BranchCalledAsTheTrunkIsTheTrunk) {
+  for (const char* pszName : {"Main", "main", "MAIN"}) {
+    m_oProvider.ResetStreams();
+    CLogText oLog;
+    oLog.File("/repo/mod/a.c,v")
+        .Name(std::string(pszName) + ": 1.1.0.2")
+        .Name("HEAD: 1.1.0.4")
+        .At("1.1", 1000)
+        .At("1.1.2.1", 2000)
+        .At("1.1.4.1", 3000);
+    EXPECT_EQ(Streams(oLog), "1 Main below 0 [1001,0]\n2 HEAD below 1 [1001,0]\n");
+    EXPECT_EQ(m_oProvider.Items(),
+              "a.c 1.1 add on Main 1000..2000\na.c 1.1.2.1 edit on Main 2000..3000\n"
+              "a.c 1.1.4.1 edit on HEAD 3000..never\n");
+  }
+}
+
+TEST_F(StreamSearchTest, TrunkMovesBelowABranchLikeAnyOtherStream) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "main");
+  EXPECT_EQ(Streams(oLog), "1 Main below 2 [2001,0]\n2 A below 1 [1001,0]\n");
+  EXPECT_TRUE(Log().ends_with("Finished Parsing Log\n")) << Log();
+}
+
 TEST_F(StreamSearchTest, NamesEqualButForCaseAreOneStream) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v").Name("Rel: 1.1.0.2").At("1.1", 1000);

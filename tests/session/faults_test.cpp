@@ -156,14 +156,30 @@ TEST_F(FaultsTest, ARefusedLoginIsToldInTheClientsWords) {
   ExpectNothingLeft();
 }
 
+TEST_F(FaultsTest, ARefusalWithoutAWordIsTold) {
+  AnswerBy("while read -r line; do [ \"$line\" = valid-requests ] && printf 'error  \\n'; done\n");
+  EXPECT_EQ(Ask(), (TShellResult{1, "cvs [checkout aborted]: the server refuses and doesn't say why\n"}));
+  ExpectNothingLeft();
+}
+
 TEST_F(FaultsTest, APortWithoutListenerIsToldInTheClientsWords) {
   std::string strPort;
   { strPort = CListener("exit").Port(); }
-  const std::string strRoot = ":pserver:reader:x@127.0.0.1:" + strPort + "/cvs";
-  const TShellResult tClient = RunShell("cd " + Quoted("outer/work") + " && HOME=" + Quoted("") + " cvs -d " +
-                                        strRoot + " checkout -r 1.1 -d Main mod/a.c 2>&1");
-  EXPECT_EQ(tClient.nStatus, 1);
-  EXPECT_EQ(Ask(strRoot), tClient);
+  for (const std::string strHost : {"127.0.0.1", "localhost", "no-such-host.invalid"}) {
+    const std::string strRoot = ":pserver:reader:x@" + strHost + ":" + strPort + "/cvs";
+    const TShellResult tClient = RunShell("cd " + Quoted("outer/work") + " && HOME=" + Quoted("") +
+                                          " cvs -d " + strRoot + " checkout -r 1.1 -d Main mod/a.c 2>&1");
+    EXPECT_EQ(tClient.nStatus, 1);
+    EXPECT_EQ(Ask(strRoot), tClient) << strHost;
+  }
+}
+
+// Its time is over only when nothing at all comes.
+TEST_F(FaultsTest, AServerThatIsSlowerThanItsTimeIsHeardOut) {
+  AnswerCheckoutBy("printf '" + FILE_HEAD +
+                   "4\\n'; for byte in a b c d; do sleep 1; printf $byte; done; printf 'ok\\n'");
+  EXPECT_EQ(Ask(), (TShellResult{0, "U Main/a.c\n"}));
+  EXPECT_EQ(ReadFile(m_oFolder / "outer/work/Main/a.c"), "abcd");
 }
 
 TEST_F(FaultsTest, AnOddGreetingIsShown) {

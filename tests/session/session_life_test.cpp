@@ -112,6 +112,23 @@ TEST_F(SessionLifeTest, OtherCommandsAreTheClients) {
             (TShellResult{0, "1\n"}));
 }
 
+// On a disk that is most of what a file takes; a folder that the environment names is used all the same.
+TEST_F(SessionLifeTest, ServerOfALocalRootKeepsItsSmallFilesInMemory) {
+  WriteScript(m_oFolder / "client",
+              "echo \"${TMPDIR-none}\" >> " + Quoted("folders") + "; exec cvs \"$@\"\n");
+  const std::string strMemory = ShellOutput(
+      "[ \"$(stat -f -c %T /dev/shm 2>&1)\" = tmpfs ] && [ $(df --output=avail /dev/shm | tail -1) -ge "
+      "1048576 ] && "
+      "echo /dev/shm || echo none");
+  const std::string strGet = "export CVS_SESSION_CVS=" + Quoted("client") + "\n" + SESSION + " -d " +
+                             ShellQuote(TALVEK_EXAMPLE_REPOSITORY) + " checkout -r 1.1 -d ";
+  EXPECT_EQ(Run("unset TMPDIR\n" + strGet + "Main calculator/README\n"),
+            (TShellResult{0, "U Main/README\n"}));
+  EXPECT_EQ(Run("export TMPDIR=" + Quoted("") + "\n" + strGet + "Two calculator/README\n"),
+            (TShellResult{0, "U Two/README\n"}));
+  EXPECT_EQ(ReadFile(m_oFolder / "folders"), strMemory + (m_oFolder / "").string() + "\n");
+}
+
 TEST_F(SessionLifeTest, AMissingClientIsNamed) {
   EXPECT_EQ(Run(SESSION + " --version\n", "CVS_SESSION_CVS=/nowhere/cvs"),
             (TShellResult{127, "cvs-session: cannot run /nowhere/cvs: No such file or directory\n"}));

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "session/byte_source.h"
+#include "session/command_line.h"
+#include "session/reply.h"
+
+namespace TALVEK::FUZZ {
+
+/// Gives a text in pieces of at most some size, and then breaks.
+class CPieceSource : public SESSION::IByteSource {
+ public:
+  CPieceSource(std::string_view strText, std::size_t nPiece) : m_strRest(strText), m_nPiece(nPiece) {}
+  std::string Read() override;
+
+ private:
+  std::string_view m_strRest;
+  std::size_t m_nPiece;
+};
+
+/// What reading a reply came to.
+struct TOutcome {
+  SESSION::TReply tReply;
+  std::string strContent;
+  std::string strFailure;  ///< empty: none
+};
+
+/// The checkout of mod/src/a.c in revision 1.1 into Main/src, from this root.
+SESSION::TCheckout MakeCheckout(const std::string& strRoot, const std::string& strFile = "mod/src/a.c");
+
+/// Reads a reply to it, and checks what holds for every reply of `nBytes` bytes.
+TOutcome ReadOutcome(SESSION::IByteSource& oSource, const SESSION::TCheckout& tCheckout, std::size_t nBytes);
+
+/// One text for each different outcome.
+std::string TextOf(const TOutcome& tOutcome);
+
+}  // namespace TALVEK::FUZZ

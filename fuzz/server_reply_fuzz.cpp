@@ -1,0 +1,130 @@
+// A server's reply to a checkout, and what becomes of the working folder by it.
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+#include "core/file_system.h"
+#include "core/text_codec.h"
+#include "fuzz/check.h"
+#include "fuzz/fuzz_input.h"
+#include "fuzz/server_outcome.h"
+#include "fuzz/work_limits.h"
+#include "session/compression.h"
+#include "session/failure.h"
+#include "session/working_folder.h"
+#include "tests/support/temp_folder.h"
+
+namespace TALVEK::FUZZ {
+
+namespace {
+
+constexpr std::size_t BLOCK_BYTES = 65536;
+
+/// Everything below a folder, with a slash behind folders.
+std::set<std::string> Below(const std::filesystem::path& oFolder) {
+  std::set<std::string> astrNames;
+  for (const auto& oEntry : std::filesystem::recursive_directory_iterator(oFolder)) {
+    const std::string strName = std::filesystem::relative(oEntry.path(), oFolder).string();
+    astrNames.insert(oEntry.is_directory() ? strName + "/" : strName);
+  }
+  return astrNames;
+}
+
+std::set<std::string> Expected(bool bFile) {
+  if (!bFile) return {};
+  std::set<std::string> astrNames = {"Main/", "Main/src/", "Main/src/a.c"};
+  for (const std::string strFolder : {"Main/CVS/", "Main/src/CVS/"}) {
+    for (const char* pszName : {"", "Entries", "Entries.Static", "Repository", "Root"})
+      astrNames.insert(strFolder + pszName);
+  }
+  return astrNames;
+}
+
+void CheckFolder(const std::filesystem::path& oFolder, bool bFile, const std::string& strContent) {
+  std::set<std::string> astrNames = Below(oFolder);
+  astrNames.erase("Main/CVS/Entries.Log");  // the file system's order of names decides
+  Check(astrNames == Expected(bFile), "a reply makes the file and the client's own files, and nothing else");
+  if (!bFile) return;
+  Check(TEST::ReadFile(oFolder / "Main/src/a.c") == strContent, "the file holds what was sent");
+  const SESSION::TCheckout tOther = MakeCheckout(":fork:/cvs", "mod/src/b.c");
+  Check(SESSION::CWorkingFolder::Inspect(tOther).has_value(), "the next checkout finds the folder in order");
+}
+
+/// True when the reply was the file, and it was put in its place.
+bool Apply(SESSION::CWorkingFolder& oWorking, const TOutcome& tOutcome) {
+  const std::unique_ptr<SESSION::CStagedFile> poFile = oWorking.Stage();
+  poFile->Write(tOutcome.strContent);
+  if (!tOutcome.strFailure.empty() || !tOutcome.tReply.bIsFile) return false;
+  oWorking.Apply(tOutcome.tReply, *poFile);
+  return true;
+}
+
+void CheckWorkingFolder(const TOutcome& tOutcome) {
+  const TEST::CTempFolder oFolder;
+  const std::filesystem::path oWork = oFolder / "work";
+  std::filesystem::create_directory(oWork);
+  const VCM::CWorkingFolderScope oScope(VCM::FromBytes(oWork.string()));
+  const SESSION::TCheckout tCheckout = MakeCheckout(":fork:/cvs");
+  std::optional<SESSION::CWorkingFolder> oWorking = SESSION::CWorkingFolder::Inspect(tCheckout);
+  Check(oWorking.has_value(), "an empty folder is in order");
+  const bool bFile = Apply(*oWorking, tOutcome);
+  // A mode without the right to read is the server's to choose.
+  if (bFile) std::filesystem::permissions(oWork / "Main/src/a.c", std::filesystem::perms::owner_all);
+  CheckFolder(oWork, bFile, tOutcome.strContent);
+  for (const auto& oEntry : std::filesystem::directory_iterator(oFolder.Path()))
+    Check(oEntry.path() == oWork, "nothing is made beside the working folder");
+}
+
+/// Takes zlib's bytes apart, as they come in pieces; nothing when they are damaged.
+std::optional<std::string> Inflate(std::string_view strBytes, std::size_t nPiece) {
+  SESSION::CCompression oCompression(0);
+  std::string strText;
+  try {
+    for (; !strBytes.empty(); strBytes.remove_prefix(std::min(nPiece, strBytes.size())))
+      strText += oCompression.Inflate(strBytes.substr(0, nPiece));
+  } catch (const SESSION::EFailure&) {
+    return std::nullopt;
+  }
+  return strText;
+}
+
+TOutcome Read(std::string_view strReply, std::size_t nPiece, const std::string& strRoot) {
+  CPieceSource oSource(strReply, nPiece);
+  return ReadOutcome(oSource, MakeCheckout(strRoot), strReply.size());
+}
+
+/// Options: l  there is no server in between;  1, 7  the reply comes in pieces of that many bytes, too;
+/// z  it is compressed;  w  it is applied to a working folder.
+void Run(const CFuzzInput& oInput) {
+  // What zlib can make of a byte.
+  constexpr std::size_t MAX_INFLATION = 1100;
+  const std::string strRoot = oInput.Has('l') ? "/cvs" : ":fork:/cvs";
+  std::optional<std::string> strInflated;
+  if (oInput.Has('z')) strInflated = Inflate(oInput.Text(), BLOCK_BYTES);
+  const std::string strReply = oInput.Has('z') ? strInflated.value_or("") : std::string(oInput.Text());
+  Check(strReply.size() <= BLOCK_BYTES + oInput.Text().size() * MAX_INFLATION, "compression has its bounds");
+  const CWorkLimits oLimits(strReply.size());
+  const TOutcome tOutcome = Read(strReply, BLOCK_BYTES, strRoot);
+  oLimits.Check();
+  for (const std::size_t nPiece : {std::size_t{1}, std::size_t{7}}) {
+    if (!oInput.Has(static_cast<char>('0' + nPiece))) continue;
+    Check(TextOf(Read(strReply, nPiece, strRoot)) == TextOf(tOutcome),
+          "a reply is read in pieces of any size");
+    if (oInput.Has('z')) Check(Inflate(oInput.Text(), nPiece) == strInflated, "so is a compressed one");
+  }
+  if (oInput.Has('w')) CheckWorkingFolder(tOutcome);
+}
+
+}  // namespace
+
+}  // namespace TALVEK::FUZZ
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pBytes, std::size_t nBytes) {
+  TALVEK::FUZZ::Run(TALVEK::FUZZ::CFuzzInput(pBytes, nBytes));
+  return 0;
+}
