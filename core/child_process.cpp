@@ -17,6 +17,8 @@ namespace {
 /// The first descriptor behind the standard ones.
 constexpr int FIRST_FREE = 3;
 
+volatile std::sig_atomic_t s_bRefused = 0;
+
 /// What the child needs before it becomes the program. Made before there is a child, which may allocate
 /// nothing: another thread of the parent's may hold the allocator's lock.
 struct TChildPlan {
@@ -120,6 +122,11 @@ bool PlaceDescriptors(const TChildPlan& tPlan) {
 /// what it does to descriptors and signals is its own affair.
 pid_t StartChild(const TChildPlan& tPlan) {
   const CSignalsBlocked oBlocked;
+  // Asked here, where no handler can come in between: a child is refused, or there to be told.
+  if (s_bRefused) {
+    errno = ECANCELED;
+    return -1;
+  }
   const pid_t nChild = ::vfork();
   if (nChild == 0) BecomeProgram(tPlan);
   return nChild;
@@ -168,6 +175,10 @@ CDescriptor OpenReport(TChildPlan& tPlan) {
 }
 
 }  // namespace
+
+void RefuseChildren() {
+  s_bRefused = 1;
+}
 
 TChildResult RunChild(std::vector<std::string> astrArguments, int nStdOutput, int nStdError) {
   TChildPlan tPlan;

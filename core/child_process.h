@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "core/export.h"
+
 namespace TALVEK::VCM {
 
 /// How a child process came out.
@@ -25,5 +27,9 @@ struct TChildResult {
 /// Threads  Any. The child gets SIGTERM when the calling thread ends. While a program runs whose caller
 ///          ignores SIGCHLD, that signal is set to its default for the whole process.
 TChildResult RunChild(std::vector<std::string> astrArguments, int nStdOutput, int nStdError);
+
+/// From now on, and for good, RunChild starts nothing (ECANCELED). For the signal handler of a program that
+/// was asked to end: a caller that runs a failed command again would outlive the signal with it.
+TALVEK_CORE_API void RefuseChildren();
 
 }  // namespace TALVEK::VCM

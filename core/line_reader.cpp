@@ -28,8 +28,8 @@ std::size_t FindLineEnd(std::string_view strBytes) {
 
 }  // namespace
 
-CLineReader::CLineReader(wxInputStream* poInput)
-    : m_poInput(poInput), m_strBuffer(BLOCK_BYTES, '\0'), m_bInputEnded(!poInput) {}
+CLineReader::CLineReader(wxInputStream* poInput, std::size_t nMostBytes)
+    : m_poInput(poInput), m_nMostBytes(nMostBytes), m_strBuffer(BLOCK_BYTES, '\0'), m_bInputEnded(!poInput) {}
 
 bool CLineReader::IsAtEnd() {
   return m_nPosition == m_nFilled && !FillBuffer();
@@ -48,7 +48,7 @@ bool CLineReader::ReadLine(CString& strLine) {
     }
     m_strLineBytes += strRest;
     m_nPosition = m_nFilled;
-  } while (FillBuffer());
+  } while (m_strLineBytes.size() < m_nMostBytes && FillBuffer());
   DecodeBytes(m_strLineBytes, strLine);
   return true;
 }

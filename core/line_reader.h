@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -19,7 +20,8 @@ namespace TALVEK::VCM {
 ///          locale can't decode; this one reads blocks.
 class TALVEK_CORE_API CLineReader {
  public:
-  explicit CLineReader(wxInputStream* poInput);
+  /// A line of `nMostBytes` or more comes in pieces: what reads words for a log needn't hold a gigabyte of them.
+  explicit CLineReader(wxInputStream* poInput, std::size_t nMostBytes = std::string::npos);
 
   /// True when no further line will come: the stream is at its end (or failed) and nothing is left over.
   bool IsAtEnd();
@@ -31,6 +33,7 @@ class TALVEK_CORE_API CLineReader {
   void TakeLine(std::string_view strBytes, CString& strLine);
 
   wxInputStream* m_poInput;
+  std::size_t m_nMostBytes;
   std::string m_strBuffer;
   std::size_t m_nPosition = 0;  // of the first byte not handed out yet
   std::size_t m_nFilled = 0;    // bytes of the buffer that hold input

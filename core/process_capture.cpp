@@ -1,11 +1,16 @@
 #include "core/process_capture.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 #include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/child_process.h"
@@ -80,6 +85,40 @@ std::string DescribeError(int nError) {
   return pszText ? pszText : "error " + std::to_string(nError);
 }
 
+/// The errno that the next write to the file would meet, 0 when there is room, or nobody can tell.
+int LackOfRoom(int nDescriptor) {
+  constexpr off_t BLOCK_BYTES = 4096;
+  struct stat tStat {};
+  if (::fstat(nDescriptor, &tStat) != 0) return 0;
+  rlimit tLimit{};
+  ::getrlimit(RLIMIT_FSIZE, &tLimit);
+  if (static_cast<rlim_t>(tStat.st_size) >= tLimit.rlim_cur) return EFBIG;
+  const off_t nNextBlock = (tStat.st_size + BLOCK_BYTES - 1) / BLOCK_BYTES * BLOCK_BYTES;
+  if (::fallocate(nDescriptor, FALLOC_FL_KEEP_SIZE, nNextBlock, BLOCK_BYTES) == 0) return 0;
+  return errno == ENOSPC || errno == EDQUOT ? errno : 0;
+}
+
+/// Why what a program wrote may be incomplete, as an errno; 0 when it isn't. A program that doesn't look at
+/// its writes ends well on a full disk.
+int OutputLoss(int nStdOutput, int nStdError, int nResult) {
+  if (nResult == 128 + SIGXFSZ) return EFBIG;
+  const int nError = LackOfRoom(nStdOutput);
+  return nError != 0 ? nError : LackOfRoom(nStdError);
+}
+
+/// A stream over the beginning of the file and a line behind it. In memory: there is no room on the disk.
+std::unique_ptr<wxInputStream> ReadWithLine(const CDescriptor& oFile, const std::string& strLine) {
+  constexpr std::size_t MOST_BYTES = 32 * 1024;
+  std::string strText(MOST_BYTES, '\0');
+  const ssize_t nRead = ::pread(oFile.Get(), strText.data(), strText.size(), 0);
+  strText.resize(static_cast<std::size_t>(std::max<ssize_t>(nRead, 0)));
+  if (!strText.empty() && strText.back() != '\n') strText += '\n';
+  strText += strLine + "\n";
+  CDescriptor oMemory(::memfd_create("talvek output", MFD_CLOEXEC));
+  const ssize_t nWritten = ::write(oMemory.Get(), strText.data(), strText.size());
+  return nWritten == static_cast<ssize_t>(strText.size()) ? ReadFromStart(std::move(oMemory)) : nullptr;
+}
+
 /// Writes the line that stands for what the program would have written.
 int Refuse(int nStdError, const std::string& strReason) {
   const std::string strLine = strReason + "\n";
@@ -143,6 +182,10 @@ int CProcessCapture::Execute(const CString& strCommandLine) {
   CDescriptor oStdError = OpenTemporaryFile();
   if (!oStdOutput.IsOpen() || !oStdError.IsOpen()) return CANNOT_START;
   const int nResult = Run(strCommandLine, oStdOutput.Get(), oStdError.Get());
+  if (const int nLoss = OutputLoss(oStdOutput.Get(), oStdError.Get(), nResult)) {
+    m_poStdError = ReadWithLine(oStdError, "no room for the program's output: " + DescribeError(nLoss));
+    return nResult == 0 ? CANNOT_START : nResult;
+  }
   m_poStdOutput = ReadFromStart(std::move(oStdOutput));
   m_poStdError = ReadFromStart(std::move(oStdError));
   return nResult;

@@ -35,11 +35,12 @@ class TALVEK_CORE_API CProcessCapture {
   CProcessCapture& operator=(const CProcessCapture&) = delete;
 
   /// The program's exit status; 128 + the signal's number when a signal ended it; 127, with a line on the
-  /// captured standard error that says why, when it can't be started.
+  /// captured standard error that says why, when it can't be started or there is no room for what it writes.
   int Execute(const CString& strCommandLine);
 
   /// The last run's outputs, each read from its beginning; null before the first run, or when the run could
-  /// not even get a temporary file.
+  /// not even get a temporary file. Standard output is null too when a part of it may be missing for lack of
+  /// room, whatever the program thought of that.
   wxInputStream* GetStdOutputStream() const { return m_poStdOutput.get(); }
   wxInputStream* GetStdErrorStream() const { return m_poStdError.get(); }
 

@@ -121,13 +121,23 @@ void CGitImport::RetrieveChange(MCE::CProvider::TChangeInfo& tChange) {
     return CWorkFolder::HasPath(m_oFolder, strPath);
   });
   m_strChangeWords = m_tParts.oWatch.GetClientWords();
+  RequireRoom();
   m_tParts.oWatch.ForgetClientWords();
+}
+
+// A client that complains has perhaps left only a part of a file.
+void CGitImport::RequireRoom() const {
+  if (!m_tParts.oWatch.GetClientWords().IsEmpty()) m_tParts.oWork.RequireRoom();
 }
 
 void CGitImport::Item(const MCE::CProvider::TChangeItemInfo& tItem, std::uint32_t, bool bFailed) {
   ++m_nItems;
+  RequireRoom();
   TakeItem(VCM::ToBytes(PathText(tItem.oFilePath)), tItem, bFailed);
   m_tParts.oWatch.ForgetClientWords();
+  // A client may have pruned it, because we take the files away; the provider makes folders only below it.
+  std::error_code oIgnored;
+  std::filesystem::create_directories(m_oFolder, oIgnored);
 }
 
 void CGitImport::TakeItem(const std::string& strPath, const MCE::CProvider::TChangeItemInfo& tItem,
@@ -252,6 +262,7 @@ std::string CGitImport::Identity(const VCM::CString& strUser) {
 }
 
 void CGitImport::Lose(const std::string& strShownPath, const std::string& strReason) {
+  m_tParts.oWork.RequireRoom();
   m_tParts.oReport.Loss("stream " + Quoted(m_poStream->tInfo.strName) + ", file " + strShownPath + ", " +
                         ShowTime(m_nChangeTime) + ": " + strReason);
 }

@@ -75,6 +75,7 @@ class CGitImport : public CHistoryVisitor {
   bool WriteBlob(const std::string& strPath, CFastImportStream::TFileChange& tFile);
   void AddItemChange(TItemChange tItem, const std::string& strPath);
   void ApplyItems(std::vector<CFastImportStream::TFileChange>& atChanges);
+  void RequireRoom() const;
   void Lose(const std::string& strShownPath, const std::string& strReason);
   std::string ClientWords() const;
   void NameTrunk(const std::vector<TStream>& atStreams, const std::string& strTrunkBranch);

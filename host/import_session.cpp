@@ -104,7 +104,7 @@ void CImportSession::ReadHistory() {
   m_poWatch->SetStopping(true);
   EstablishStreams();
   if (GetProvider().EstablishChangesets(m_nChangeCount) != MCE::RESULT_OK) {
-    throw EHostError(STATUS_FAILED, "the provider can't keep its import database",
+    throw EHostError(STATUS_FAILED, "the provider can't keep its import database" + ComplaintText(),
                      "look for room and permissions in the temporary folder");
   }
   ThrowIfStopped();
@@ -120,13 +120,10 @@ void CImportSession::EstablishStreams() {
   ThrowIfStopped();
   RequireModule();
   if (nResult != MCE::RESULT_OK) {
-    VCM::CString strComplaint = m_poWatch->GetComplaint();
-    if (strComplaint.View().ends_with(L'.')) strComplaint = strComplaint.Left(strComplaint.GetLength() - 1);
-    throw EHostError(
-        STATUS_FAILED,
-        "the history can't be read" + (strComplaint.IsEmpty() ? "" : ": " + ShowText(strComplaint)),
-        m_tParts.oTable.ReadsSavedLog() ? "check the path of the saved log"
-                                        : "check the repository's path and the module's name");
+    throw EHostError(STATUS_FAILED,
+                     "the history can't be read" + ComplaintText() + (IsCutShort() ? CutShortText() : ""),
+                     m_tParts.oTable.ReadsSavedLog() ? "check the path of the saved log"
+                                                     : "check the repository's path and the module's name");
   }
 }
 
@@ -148,6 +145,12 @@ void CImportSession::RequireModule() const {
   throw EHostError(STATUS_FAILED, "the repository gives no history" + CutShortText(),
                    "check the repository's path and the module's name; the command was: " +
                        ShowText(m_poWatch->GetLastCommand()));
+}
+
+std::string CImportSession::ComplaintText() const {
+  VCM::CString strComplaint = m_poWatch->GetComplaint();
+  if (strComplaint.View().ends_with(L'.')) strComplaint = strComplaint.Left(strComplaint.GetLength() - 1);
+  return strComplaint.IsEmpty() ? "" : ": " + ShowText(strComplaint);
 }
 
 std::string CImportSession::CutShortText() const {

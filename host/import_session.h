@@ -57,6 +57,7 @@ class CImportSession {
 
  private:
   void RequireModule() const;
+  std::string ComplaintText() const;
   void EstablishStreams();
   void TakeStreams();
   void Close() noexcept;

@@ -1,11 +1,15 @@
 #include "host/spool_file.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
+#include "core/descriptor.h"
 #include "host/exit_status.h"
 
 namespace TALVEK::HOST {
@@ -18,9 +22,17 @@ namespace {
 
 }  // namespace
 
-CSpoolFile::CSpoolFile() : m_poFile(std::tmpfile()) {
+// Not tmpfile(), which knows nothing of TMPDIR.
+CSpoolFile::CSpoolFile() {
+  std::error_code oError;
+  const std::filesystem::path oTemp = std::filesystem::temp_directory_path(oError);
+  std::string strName = (oError ? std::filesystem::path("/tmp") : oTemp) / "talvek-spool-XXXXXX";
+  VCM::CDescriptor oFile(mkostemp(strName.data(), O_CLOEXEC));
+  if (!oFile.IsOpen()) ThrowSpoolError();
+  unlink(strName.c_str());
+  m_poFile.reset(fdopen(oFile.Get(), "w+"));
   if (!m_poFile) ThrowSpoolError();
-  fcntl(fileno(m_poFile.get()), F_SETFD, FD_CLOEXEC);
+  oFile.Release();
 }
 
 std::uint64_t CSpoolFile::Append(std::string_view strBytes) {

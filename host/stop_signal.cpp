@@ -1,43 +1,62 @@
 #include "host/stop_signal.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 
+#include "core/child_process.h"
 #include "host/exit_status.h"
+#include "host/process_tree.h"
 
 namespace TALVEK::HOST {
 namespace {
 
+/// What a child may take to put its affairs in order after a signal that asks it to end.
+constexpr unsigned GRACE_SECONDS = 10;
+
 volatile std::sig_atomic_t s_nStopSignal = 0;
 
-// Only calls that are safe in a signal handler.
+TProcesses s_tTold;
+
+// The functions up to OnAlarm run in signal handlers: only calls that are safe there.
+
+/// A terminal tells the children too, `kill` doesn't; and reading a history can take a child hours. With
+/// their descendants, because a client may be a script, and what it runs would go on alone.
 void TellChildren(int nSignal) {
-  const int nChildren = open("/proc/thread-self/children", O_RDONLY | O_CLOEXEC);
-  if (nChildren < 0) return;
-  char achPids[1024];
-  const ssize_t nSize = read(nChildren, achPids, sizeof achPids);
-  close(nChildren);
-  pid_t nPid = 0;
-  for (ssize_t nIndex = 0; nIndex < nSize; ++nIndex) {  // each number has a blank behind it
-    if (achPids[nIndex] >= '0' && achPids[nIndex] <= '9') {
-      nPid = nPid * 10 + (achPids[nIndex] - '0');
-    } else {
-      if (nPid > 0) kill(nPid, nSignal);
-      nPid = 0;
-    }
+  ReadOwnChildren(s_tTold);
+  for (std::size_t nIndex = 0; nIndex < s_tTold.nCount; ++nIndex)
+    SignalTree(s_tTold.anPids[nIndex], nSignal);
+  alarm(GRACE_SECONDS);
+}
+
+/// Ends those that didn't listen. What was started since then is our own and clears up.
+void KillTold() {
+  TProcesses tChildren;
+  ReadOwnChildren(tChildren);
+  for (std::size_t nIndex = 0; nIndex < tChildren.nCount; ++nIndex) {
+    if (s_tTold.Contains(tChildren.anPids[nIndex])) SignalTree(tChildren.anPids[nIndex], SIGKILL);
   }
 }
 
-// A terminal tells the children too, `kill` doesn't; and reading a history can take a child hours.
 void RememberSignal(int nSignal) {
   const int nError = errno;
-  s_nStopSignal = nSignal;
-  TellChildren(nSignal);
+  if (s_nStopSignal == 0) {
+    s_nStopSignal = nSignal;
+    VCM::RefuseChildren();
+    TellChildren(nSignal);
+  } else {
+    KillTold();
+  }
   errno = nError;
 }
+
+void OnAlarm(int) {
+  const int nError = errno;
+  KillTold();
+  errno = nError;
+}
+
 void DoNothing(int) {}
 
 void SetHandler(int nSignal, void (*pfnHandler)(int)) {
@@ -45,7 +64,7 @@ void SetHandler(int nSignal, void (*pfnHandler)(int)) {
   tAction.sa_handler = pfnHandler;
   // Calls go on where they were: neither the provider nor the toolkit expects to be interrupted.
   tAction.sa_flags = SA_RESTART;
-  sigemptyset(&tAction.sa_mask);
+  sigfillset(&tAction.sa_mask);
   sigaction(nSignal, &tAction, nullptr);
 }
 
@@ -61,8 +80,10 @@ void CatchStopSignals() {
   for (const int nSignal : {SIGINT, SIGTERM, SIGHUP}) {
     if (!IsIgnored(nSignal)) SetHandler(nSignal, RememberSignal);
   }
+  SetHandler(SIGALRM, OnAlarm);
   // A handler, not SIG_IGN: children start with the default action for it, as they expect.
   SetHandler(SIGPIPE, DoNothing);
+  SetHandler(SIGXFSZ, DoNothing);
 }
 
 bool IsStopRequested() {

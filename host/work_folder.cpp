@@ -2,8 +2,10 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <vector>
@@ -15,6 +17,9 @@ namespace fs = std::filesystem;
 
 namespace TALVEK::HOST {
 namespace {
+
+// Where less is free, what a client failed over is most likely that.
+constexpr off_t LEAST_ROOM_BYTES = 1 << 20;
 
 constexpr const char* MARKER = ".talvek-import-work";
 
@@ -113,6 +118,19 @@ void CWorkFolder::TakeOver() const {
     throw EHostError(STATUS_FAILED, "can't write to the work folder '" + ShowBytes(m_oPath.string()) + "'",
                      "give another folder with --work");
   }
+}
+
+void CWorkFolder::RequireRoom() const {
+  std::string strName = m_oPath / "room-XXXXXX";
+  const VCM::CDescriptor oFile(mkostemp(strName.data(), O_CLOEXEC));
+  const int nOpenError = oFile.IsOpen() ? 0 : errno;
+  if (oFile.IsOpen()) unlink(strName.c_str());
+  const int nError = oFile.IsOpen() ? posix_fallocate(oFile.Get(), 0, LEAST_ROOM_BYTES) : nOpenError;
+  if (nError != ENOSPC && nError != EDQUOT && nError != EFBIG) return;
+  throw EHostError(
+      STATUS_FAILED,
+      "no room in the work folder '" + ShowBytes(m_oPath.string()) + "': " + std::strerror(nError),
+      "make room, or give another folder with --work");
 }
 
 fs::path CWorkFolder::MakeStreamFolder(std::uint32_t nStreamID, const std::string& strName) const {

@@ -32,6 +32,9 @@ class CWorkFolder {
   explicit CWorkFolder(const std::filesystem::path& oFolder);
 
   const std::filesystem::path& GetPath() const { return m_oPath; }
+  /// EHostError when the folder's disk is full: then a file that is missing is no loss of the foreign
+  /// system's.
+  void RequireRoom() const;
   /// Makes the folder of a stream, where providers expect it: its name below the client folder ("a/b" is a
   /// folder in a folder). A name that would lead out of there ("../a", "/a"), or that is no clean path, gets
   /// "stream-ID"; the stream's files are then not found.

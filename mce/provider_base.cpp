@@ -74,7 +74,9 @@ bool CProviderBase::CreateDatabase() {
   m_strDatabasePath.Format(PSZ_DATABASE_PATH, static_cast<int>(getpid()));
   VCM::CString strConnection;
   strConnection.Format(PSZ_CONNECTION, m_strDatabasePath.c_str());
-  m_poDatabase = VDB::CDatabaseFactory::Create(strConnection);
+  m_poDatabase = VDB::CDatabaseFactory::Create(strConnection, &m_strCreateError);
+  // What stands at a path that was refused is somebody else's, and not for our destructor.
+  if (!m_poDatabase) m_strDatabasePath.Clear();
   return m_poDatabase != nullptr;
 }
 
@@ -111,6 +113,18 @@ void CProviderBase::CommitChanges() {
   CloseIterators();
   m_poTransaction->Commit(false);
   m_poTransaction.reset();
+}
+
+void CProviderBase::ReportLostChanges() {
+  if (m_bChangesLost) return;
+  m_bChangesLost = true;
+  const VCM::CString strReason = m_poDatabase ? m_poDatabase->GetLastErrorText() : m_strCreateError;
+  WriteLog(L"Failed to keep the changes in the import database: %s", strReason.c_str());
+}
+
+bool CProviderBase::HasLostChanges() {
+  if (!m_poDatabase->GetLastErrorText().IsEmpty()) ReportLostChanges();
+  return m_bChangesLost;
 }
 
 bool CProviderBase::UpdateChangeItemCount(unsigned int nChangeID, unsigned int nCount) {

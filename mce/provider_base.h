@@ -88,6 +88,9 @@ class CProviderBase : public CProvider {
   void CommitChanges();
   /// Sets "NextItem" of one change. False when there is no such change, or no transaction is open.
   bool UpdateChangeItemCount(unsigned int nChangeID, unsigned int nCount);
+  /// Says once in the log that the database can't take what was found. From then on EstablishChangesets
+  /// fails: a history with a gap must not pass for the whole one.
+  void ReportLostChanges();
 
   // Changes.
 
@@ -146,6 +149,7 @@ class CProviderBase : public CProvider {
   struct TWindow;
 
   bool CreateDatabase();
+  bool HasLostChanges();
   void OpenIterators();
   void CloseIterators();
   void CloseTables();
@@ -173,6 +177,8 @@ class CProviderBase : public CProvider {
 
   std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
   CGroupingIndex m_oGroupingIndex;
+  VCM::CString m_strCreateError;  // why there is no database
+  bool m_bChangesLost = false;
   TChangeRecord m_tCandidate;  // result of the iterator by ID
   TChangeRecord m_tInWindow;   // of a search by time
 

@@ -71,6 +71,7 @@ int CProviderBase::EstablishChangesets(unsigned int& nCount) {
     if (!m_poDatabase && !PrepareForChanges(false)) return RESULT_FAILED;
     if (!EnumerateChanges()) return RESULT_FAILED;
     CommitChanges();
+    if (HasLostChanges()) return RESULT_FAILED;
     m_bChangesetsEstablished = true;
   }
   nCount = m_nChangesAdded;

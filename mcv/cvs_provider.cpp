@@ -30,6 +30,8 @@ const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
 
 namespace {
 
+constexpr std::size_t MOST_LINE_BYTES = std::size_t{1} << 20;
+
 void SplitAtCommas(const VCM::CString& strText, VCM::CArray<VCM::CString>& astrTokens) {
   astrTokens.RemoveAll(true);
   wxStringTokenizer oTokens(wxString(std::wstring(strText.View())), ",");
@@ -126,7 +128,7 @@ bool CProvider::ExecuteCommand(const VCM::CString& strCommandLine) {
 void CProvider::LogErrorOutput() {
   wxInputStream* const poErrors = m_oProcess.GetStdErrorStream();
   if (!poErrors) return;
-  VCM::CLineReader oLines(poErrors);
+  VCM::CLineReader oLines(poErrors, MOST_LINE_BYTES);
   CErrorDecoder oDecoder;
   VCM::CString strLine;
   while (oLines.ReadLine(strLine)) {

@@ -101,7 +101,8 @@ class CProvider : public MCE::CProviderBase {
   VCM::CString GenerateLogCommand() const;
   /// The module, or a path in it that begins with "/", as the last word of a command line, in quotes.
   VCM::CString GetModuleArgument(const VCM::CString& strPathInModule = VCM::CString()) const;
-  void ExecuteInClientFolder(const VCM::CString& strCommandLine);
+  bool ExecuteInClientFolder(const VCM::CString& strCommandLine);
+  void RemoveUnfinished(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath) const;
   void CheckOutItem(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath);
   bool StaysInClientFolder(const VCM::CString& strOutputFolder) const;
   VCM::CString GetRevisionArgument(const MCE::TChangeItemRecord& tItem) const;
@@ -115,6 +116,7 @@ class CProvider : public MCE::CProviderBase {
   void AddFileChanges(const TFileInfo& tFile, TStreamInfo& tStream);
   void ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision, TStreamInfo& tStream) const;
 
+  bool m_bCheckoutFailed = false;       // the last one of the whole module
   mutable CStreamNames m_oStreamNames;  // follows the list of streams when it is asked
 };
 

@@ -4,6 +4,7 @@
 
 #include "core/file_stream.h"
 #include "core/file_system.h"
+#include "mcv/client_entries.h"
 #include "mcv/cvs_provider.h"
 
 namespace TALVEK::MCV {
@@ -57,15 +58,25 @@ bool CProvider::RetrieveFiles(unsigned int nTime) {
                       strRoot.c_str(), strStream.c_str(), strDate.c_str(), strStream.c_str(),
                       strModule.c_str());
   }
-  ExecuteInClientFolder(strCommand);
+  m_bCheckoutFailed = !ExecuteInClientFolder(strCommand);
   return true;
 }
 
 int CProvider::RetrieveChangeItemFile(const MCE::TChangeItemRecord& tItem,
                                       const VCM::CString& strTargetPath) {
-  if (m_bFileByFile) CheckOutItem(tItem, strTargetPath);
+  if (m_bFileByFile) {
+    CheckOutItem(tItem, strTargetPath);
+  } else if (m_bCheckoutFailed) {
+    RemoveUnfinished(tItem, strTargetPath);
+  }
   StampFile(strTargetPath, tItem.oTimestamp);
   return MCE::RESULT_OK;
+}
+
+// Half a file must not pass for the whole one. Most files of a checkout that failed are as they should be.
+void CProvider::RemoveUnfinished(const MCE::TChangeItemRecord& tItem,
+                                 const VCM::CString& strTargetPath) const {
+  if (FindEntry(strTargetPath, GetRevisionArgument(tItem)) == ENTRY_MISSING) VCM::RemoveFile(strTargetPath);
 }
 
 void CProvider::CheckOutItem(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath) {
@@ -79,7 +90,8 @@ void CProvider::CheckOutItem(const MCE::TChangeItemRecord& tItem, const VCM::CSt
   strCommand.Format(L"%s -d %s checkout -r %s -d \"%s\" %s", m_strCvsCommand.c_str(),
                     GetStringProperty(L"ReposPath").c_str(), GetRevisionArgument(tItem).c_str(),
                     VCM::EscapeQuoted(strOutputFolder).c_str(), GetModuleArgument(strFilePath).c_str());
-  ExecuteInClientFolder(strCommand);
+  // A client that fails half-way, on a full disk say, leaves the half behind.
+  if (!ExecuteInClientFolder(strCommand)) VCM::RemoveFile(strTargetPath);
 }
 
 VCM::CString CProvider::GetRevisionArgument(const MCE::TChangeItemRecord& tItem) const {
@@ -97,9 +109,9 @@ bool CProvider::StaysInClientFolder(const VCM::CString& strOutputFolder) const {
          oFolder.Parse(strOutputFolder, VCM::CFilePath::PARSE_REPOSITORY);
 }
 
-void CProvider::ExecuteInClientFolder(const VCM::CString& strCommandLine) {
+bool CProvider::ExecuteInClientFolder(const VCM::CString& strCommandLine) {
   const VCM::CWorkingFolderScope oScope(m_oClientPath.GeneratePath());
-  if (oScope.HasEntered()) ExecuteCommand(strCommandLine);
+  return oScope.HasEntered() && ExecuteCommand(strCommandLine);
 }
 
 }  // namespace TALVEK::MCV

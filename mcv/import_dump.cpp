@@ -2,6 +2,7 @@
 // import.
 
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -183,6 +184,8 @@ int Run(const std::vector<std::string>& astrSettings, const std::string& strImpo
 
 int main(int argc, char** argv) {
   TALVEK::VCM::OpenStandardDescriptors();
+  // A file that may not grow is a disk that is full. Children get the default back.
+  std::signal(SIGXFSZ, SIG_IGN);
   // Whatever the caller's locale and time zone: the same history must give the same database. A `cvs` client
   // prints dates in its caller's zone, of which only whole hours are read.
   std::setlocale(LC_CTYPE, "C.UTF-8");

@@ -93,7 +93,7 @@ bool CProvider::SearchForStreams() {
 
   GetTagFilters();
   AddTrunkStream();
-  PrepareForChanges(true);
+  if (!PrepareForChanges(true)) ReportLostChanges();
   WriteLog(L"Parsing Log");
   const VCM::CString strModule = GetStringProperty(L"ModuleName");
   const VCM::CString strReposDir = CutToDirectory(GetStringProperty(L"ReposPath"));
@@ -184,8 +184,10 @@ void CProvider::AddFileChanges(const TFileInfo& tFile, TStreamInfo& tStream) {
     ChooseStream(tFile, tRevision.oRevision, tStream);
     MCE::TChangeItemType nType{};
     if (tStream.nID == 0 || !oTypes.Next(tRevision.nState, nType)) continue;
-    AddChangeItem(tStream, tRevision.strAuthor, nType, oPath, static_cast<long>(tRevision.oTime.GetUTC()),
-                  tRevision.strMessage, tRevision.oRevision, GetEndTime(tFile.atRevisions, i));
+    const bool bStored =
+        AddChangeItem(tStream, tRevision.strAuthor, nType, oPath, static_cast<long>(tRevision.oTime.GetUTC()),
+                      tRevision.strMessage, tRevision.oRevision, GetEndTime(tFile.atRevisions, i));
+    if (!bStored) ReportLostChanges();
   }
 }
 

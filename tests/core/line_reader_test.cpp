@@ -235,5 +235,14 @@ TEST(LineReaderTest, AgreesWithTheSlowSplitterOnRandomInputInRandomPortions) {
   }
 }
 
+TEST(LineReaderTest, LongLineComesInPiecesWhenThatIsWanted) {
+  CPortionStream oStream(std::string(3 * BLOCK_BYTES, 'x') + "\nshort\n");
+  CLineReader oReader(&oStream, BLOCK_BYTES + 1);
+  std::vector<int> anLengths;
+  for (CString strLine; oReader.ReadLine(strLine);)
+    anLengths.push_back(strLine.GetLength());
+  EXPECT_EQ(anLengths, (std::vector<int>{2 * BLOCK_BYTES, BLOCK_BYTES, 5}));
+}
+
 }  // namespace
 }  // namespace TALVEK::VCM

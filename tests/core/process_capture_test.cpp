@@ -19,7 +19,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "core/child_process.h"
 #include "core/text_codec.h"
+#include "tests/support/child_process.h"
 #include "tests/support/temp_folder.h"
 
 namespace TALVEK::VCM {
@@ -487,6 +489,60 @@ TEST_F(ProcessCaptureTest, LackOfDescriptorsGives127AndALine) {
     EXPECT_EQ(ExecuteWithLimit(oProcess, static_cast<rlim_t>(nLowest + nRoom)), 127) << nRoom;
     EXPECT_EQ(ReadToEnd(oProcess.GetStdErrorStream()), "can't start 'true': Too many open files\n") << nRoom;
   }
+}
+
+/// Outcome in a process in which no file may grow beyond 64 KB, which plays a full disk: "-" for a null
+/// stream.
+std::string OutcomeWithoutRoom(const std::string& strScript) {
+  const CTempFolder oFolder;
+  TEST::RunInChild([&] {
+    const rlimit tLimit{65536, 65536};
+    if (::setrlimit(RLIMIT_FSIZE, &tLimit) != 0) return 1;
+    CProcessCapture oProcess;
+    const std::string strResult = std::to_string(oProcess.Execute(Shell(strScript)));
+    const bool bHasOutput = oProcess.GetStdOutputStream() != nullptr;
+    std::string strErrors = ReadToEnd(oProcess.GetStdErrorStream());
+    if (strErrors.size() > 1000) strErrors.erase(0, strErrors.size() - 1000);
+    TEST::WriteFile(oFolder / "outcome", strResult + (bHasOutput ? "|output|" : "|-|") + strErrors);
+    return 0;
+  });
+  return TEST::ReadFile(oFolder / "outcome");
+}
+
+// Half an output must not pass for the whole one.
+TEST_F(ProcessCaptureTest, OutputWithoutRoomIsNone) {
+  EXPECT_EQ(OutcomeWithoutRoom("echo first >&2; exec head -c 100000 /dev/zero"),
+            "153|-|first\nno room for the program's output: File too large\n");
+}
+
+TEST_F(ProcessCaptureTest, ProgramThatDoesNotLookAtItsWritesFailsWithoutRoom) {
+  EXPECT_EQ(OutcomeWithoutRoom("trap '' XFSZ; head -c 100000 /dev/zero 2> /dev/null; exit 0"),
+            "127|-|no room for the program's output: File too large\n");
+}
+
+TEST_F(ProcessCaptureTest, ErrorsWithoutRoomCostTheOutputToo) {
+  const std::string strOutcome = OutcomeWithoutRoom("echo x; exec head -c 100000 /dev/zero >&2");
+  EXPECT_EQ(strOutcome.substr(0, 6), "153|-|");
+  EXPECT_TRUE(strOutcome.ends_with("\nno room for the program's output: File too large\n"));
+}
+
+TEST_F(ProcessCaptureTest, OutputThatFitsIsWhole) {
+  EXPECT_EQ(OutcomeWithoutRoom("exec head -c 65535 /dev/zero"), "0|output|");
+}
+
+// A caller that tries again would start a program that nobody tells to end.
+TEST_F(ProcessCaptureTest, NothingStartsOnceChildrenAreRefused) {
+  const CTempFolder oFolder;
+  TEST::RunInChild([&] {
+    RefuseChildren();
+    CProcessCapture oProcess;
+    const int nResult = oProcess.Execute(L"touch " + FromBytes((oFolder / "started").string()));
+    TEST::WriteFile(oFolder / "outcome",
+                    std::to_string(nResult) + "|" + ReadToEnd(oProcess.GetStdErrorStream()));
+    return 0;
+  });
+  EXPECT_EQ(TEST::ReadFile(oFolder / "outcome"), "127|can't start 'touch': Operation canceled\n");
+  EXPECT_FALSE(std::filesystem::exists(oFolder / "started"));
 }
 
 }  // namespace

@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <string>
+#include <vector>
+
 #include "core/text_codec.h"
 #include "tests/mcv/provider_fixture.h"
 #include "tests/support/locale_scope.h"
@@ -140,6 +144,17 @@ TEST_F(CommandTest, ClosedLogTakesNothingAndTheCommandRunsAllTheSame) {
   EXPECT_TRUE(Execute());
   EXPECT_EQ(LogOfFake(), "");
   EXPECT_NE(Calls(), "");
+}
+
+TEST_F(CommandTest, EndlessErrorLineIsLoggedInPieces) {
+  FakeCvs("head -c 3000000 /dev/zero | tr '\\0' x >&2");
+  EXPECT_TRUE(Execute());
+  std::vector<std::size_t> anLengths;
+  std::istringstream oLines(LogOfFake());
+  for (std::string strLine; std::getline(oLines, strLine);)
+    anLengths.push_back(strLine.size());
+  const std::size_t nPiece = (1 << 20) + 7;  // with "    ** " in front
+  EXPECT_EQ(anLengths, (std::vector<std::size_t>{23, nPiece, nPiece, 3000000 - 2 * (1 << 20) + 7}));
 }
 
 }  // namespace

@@ -368,6 +368,29 @@ TEST_F(FileRetrievalTest, FileNamesOfAnyEncodingReachTheClient) {
   EXPECT_EQ(ReadFile(Target("caf\xe9/\xc3\xa9.c")), "new\n");
 }
 
+// A client on a full disk, or one that is killed, leaves a part of the file.
+TEST_F(FileRetrievalTest, HalfAFileOfAFailedCheckoutIsRemoved) {
+  FakeCvs("mkdir -p Main; echo half > Main/main.c; exit 1");
+  RetrieveChange(2);
+  EXPECT_EQ(RetrieveItem("main.c"), 0);
+  EXPECT_FALSE(fs::exists(Target("main.c")));
+}
+
+TEST_F(FileRetrievalTest, FailedCheckoutOfTheModuleKeepsOnlyFilesThatTheClientHasNoted) {
+  FakeCvs(
+      "mkdir -p Main/CVS Main/plain; cd Main; touch whole late old half plain/file\n"
+      "echo '/whole/1.4/Thu Jan  2 10:11:12 2003//' > CVS/Entries; echo '/old/1.3/now//' >> CVS/Entries\n"
+      "echo 'A /late/1.4/Thu Jan  2 10:11:12 2003//' > CVS/Entries.Log; exit 1");
+  RetrieveChange(31);
+  for (const char* pszName : {"whole", "late", "old", "half", "plain/file"})
+    EXPECT_EQ(RetrieveItem(pszName), 0);
+  EXPECT_EQ(ModificationTime(Target("whole")), ITEM_TIME);
+  EXPECT_EQ(ModificationTime(Target("late")), ITEM_TIME);
+  EXPECT_EQ(ModificationTime(Target("plain/file")), ITEM_TIME);  // of a client that takes no notes
+  EXPECT_FALSE(fs::exists(Target("old")));                       // the note is of the revision before
+  EXPECT_FALSE(fs::exists(Target("half")));
+}
+
 TEST_F(FileRetrievalTest, LargeChangesStampTheFilesOfTheModulesCheckout) {
   FakeCvs("mkdir -p Main/src && echo whole > Main/src/a.c");
   RetrieveChange(31);

@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
 
 #include "tests/mcv/provider_fixture.h"
 
@@ -498,6 +501,24 @@ TEST_F(StreamSearchTest, StreamsAreEstablishedOnceAndRecordedChangesAreCounted) 
   EXPECT_EQ(nStreams, 2u);
   EXPECT_EQ(nChanges, 2u);
   EXPECT_EQ(m_oProvider.Changes(), "Main 1000 joe [work] a.c 1.1\nBR 5000 joe [work] a.c 1.1.2.1\n");
+}
+
+// The search goes on, so that the log shows all there is; but what it found must not pass for a history.
+TEST_F(StreamSearchTest, ChangesThatCannotBeKeptFailTheChangesets) {
+  const std::filesystem::path oPlanted = "/tmp/talvek-em-" + std::to_string(getpid()) + ".tdf";
+  std::filesystem::create_directory(oPlanted);
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").At("1.1", 1000);
+  oLog.File("/repo/mod/b.c,v").At("1.1", 1000);
+  unsigned nCount = 0;
+  EXPECT_TRUE(Search(oLog));
+  std::filesystem::remove(oPlanted);
+  EXPECT_EQ(m_oProvider.EstablishChangesets(nCount), MCE::RESULT_FAILED);
+  EXPECT_NE(Log().find("Failed to keep the changes in the import database: " + oPlanted.string() +
+                       ": is no plain file\nParsing Log\nProcessing file 'mod/a.c' (count=0)\n"
+                       "Processing file 'mod/b.c' (count=1)\nFinished Parsing Log\n"),
+            std::string::npos)
+      << Log();
 }
 
 }  // namespace

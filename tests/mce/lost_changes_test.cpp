@@ -1,0 +1,91 @@
+// What becomes of an import whose database can't be made, or can't take what was found.
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+
+#include "tests/mce/engine_fixture.h"
+#include "tests/support/child_process.h"
+#include "tests/support/environment_scope.h"
+#include "tests/support/import_log.h"
+#include "tests/support/temp_folder.h"
+
+namespace TALVEK::TEST {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string DatabasePath() {
+  return "/tmp/talvek-em-" + std::to_string(getpid());
+}
+
+std::string LogOf(CEngine& oEngine) {
+  return WithoutSeconds(ReadFile(fs::path(VCM::ToUtf8(oEngine.GetLogPath()))));
+}
+
+// A full disk is played by a limit on the size of files.
+TEST(LostChangesTest, ChangesetsThatFoundNoRoomAreNotEstablished) {
+  const CTempFolder oFolder;
+  const CEnvironmentScope oTmpDir("TMPDIR", oFolder.Path().string());
+  const int nResult = RunInChild([] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit tLimit = {1 << 20, 1 << 20};
+    if (setrlimit(RLIMIT_FSIZE, &tLimit) != 0) return 10;
+    CEngine oEngine;
+    oEngine.OpenLog(true);
+    for (long nTime = 0; nTime < 10'000; ++nTime)
+      oEngine.Add("some/file.c").Saying("words to fill the disk with").At(nTime * 1000);
+    unsigned nCount = 0;
+    for (int nTry = 0; nTry < 2; ++nTry) {
+      if (oEngine.EstablishChangesets(nCount) != MCE::RESULT_FAILED) return 11;
+    }
+    const std::string strWanted =
+        "Beginning Import with Test\nFailed to keep the changes in the import database: " + DatabasePath() +
+        ".tdf: can't commit: ";
+    return LogOf(oEngine).starts_with(strWanted) ? 0 : 12;
+  });
+  EXPECT_EQ(nResult, 0);
+}
+
+// Whoever put it there, it isn't ours: a link may lead to anything.
+TEST(LostChangesTest, WhatStandsAtTheDatabasePathIsLeftThere) {
+  const CTempFolder oFolder;
+  for (const char* pszSuffix : {".tdf", ".tlf"}) {
+    const fs::path oPlanted = DatabasePath() + pszSuffix;
+    WriteFile(oFolder / "victim", "mine");
+    fs::create_symlink(oFolder / "victim", oPlanted);
+    {
+      CEngine oEngine;
+      EXPECT_FALSE(oEngine.PrepareForChanges(false));
+    }
+    EXPECT_TRUE(fs::is_symlink(fs::symlink_status(oPlanted)));
+    EXPECT_EQ(ReadFile(oFolder / "victim"), "mine");
+    fs::remove(oPlanted);
+    EXPECT_FALSE(fs::exists(DatabasePath() + ".tdf") || fs::exists(DatabasePath() + ".tlf"));
+  }
+}
+
+TEST(LostChangesTest, OneReportIsEnough) {
+  const CTempFolder oFolder;
+  const CEnvironmentScope oTmpDir("TMPDIR", oFolder.Path().string());
+  const fs::path oPlanted = DatabasePath() + ".tdf";
+  fs::create_directory(oPlanted);
+  CEngine oEngine;
+  oEngine.OpenLog(true);
+  EXPECT_FALSE(oEngine.PrepareForChanges(true));
+  oEngine.ReportLostChanges();
+  oEngine.ReportLostChanges();
+  fs::remove(oPlanted);
+  unsigned nCount = 0;
+  EXPECT_EQ(oEngine.EstablishChangesets(nCount), MCE::RESULT_FAILED);  // though there is a database by now
+  EXPECT_EQ(LogOf(oEngine),
+            "Beginning Import with Test\nFailed to keep the changes in the import database: " +
+                oPlanted.string() + ": is no plain file\n");
+}
+
+}  // namespace
+}  // namespace TALVEK::TEST
