@@ -124,6 +124,9 @@ class CProviderBase : public CProvider {
   static void AddToComment(VCM::CString& strComment, const VCM::CString& strAddition);
 
  protected:
+  /// Null when no stream has the ID.
+  const TStreamInfo* FindStream(unsigned int nStreamID) const;
+
   VCM::CArray<TStreamInfo> m_atStreams;  // the stream with ID n stands at n - 1
   TStreamInfo m_tCurrentStream;
   VCM::CFilePath m_oWorkFolder;
@@ -150,7 +153,6 @@ class CProviderBase : public CProvider {
   void CloseIterators();
   void CloseTables();
 
-  const TStreamInfo* FindStream(unsigned int nStreamID) const;
   int FillChangeInfo(bool bFound, TChangeInfo& tChange) const;
   bool FillChangeItemInfo(bool bFound, TChangeItemInfo& tItem) const;
   int RetrieveCurrentItem();

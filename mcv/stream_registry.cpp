@@ -100,9 +100,9 @@ int CProvider::ResolveStreamLinkage() {
   for (int i = 0; i < m_atStreams.GetCount(); ++i) {
     TStreamInfo& tStream = m_atStreams[i];
     if (tStream.nParentID == 0) continue;
-    TStreamInfo tParent;
-    if (!GetStreamByID(tStream.nParentID, tParent)) continue;
-    tStream.nBaseChangeID = FindNearestChange(tParent, tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0));
+    const TStreamInfo* const ptParent = FindStream(tStream.nParentID);
+    if (!ptParent) continue;
+    tStream.nBaseChangeID = FindNearestChange(*ptParent, tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0));
   }
   return 0;
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "tests/mcv/provider_fixture.h"
 
 namespace TALVEK::TEST {
@@ -234,6 +236,30 @@ TEST_F(StreamLinkageTest, BranchWithoutCreationTimeIsLinkedAtTimeZero) {
   Change(1, 0);
   m_oProvider.ResolveStreamLinkage();
   EXPECT_EQ(BaseChanges(), "Main=0 A=2 ");
+}
+
+TEST_F(StreamLinkageTest, ParentIsTheStreamWithThatIdWhereverItStands) {
+  m_oProvider.ResetStreams();
+  for (const auto& [nID, nParentID, pszName] :
+       {std::tuple{5U, 0U, L"root"}, {9U, 5U, L"child"}, {2U, 9U, L"inner"}, {7U, 1U, L"lost"}}) {
+    TStreamInfo tStream = Stream(nParentID, pszName, 3000);
+    tStream.nID = nID;
+    tStream.nBaseChangeID = 42;
+    m_oProvider.m_atStreams.Add(tStream);
+  }
+  EXPECT_EQ(Change(5, 1000), 1u);
+  EXPECT_EQ(Change(9, 2000), 2u);
+  m_oProvider.ResolveStreamLinkage();
+  EXPECT_EQ(BaseChanges(), "root=42 child=1 inner=2 lost=42 ");
+}
+
+TEST_F(StreamLinkageTest, BranchThatStartsBeforeEveryChangeLosesItsBaseChange) {
+  TStreamInfo tStream = Stream(1, L"A", 999);
+  tStream.nBaseChangeID = 42;
+  Add(tStream);
+  Change(1, 1000);
+  m_oProvider.ResolveStreamLinkage();
+  EXPECT_EQ(BaseChanges(), "Main=0 A=0 ");
 }
 
 TEST_F(StreamLinkageTest, BranchOfUnknownParentKeepsItsBaseChange) {
