@@ -126,6 +126,8 @@ class CProviderBase : public CProvider {
  protected:
   /// Null when no stream has the ID.
   const TStreamInfo* FindStream(unsigned int nStreamID) const;
+  /// How often the stream list has been emptied: what was derived from it holds as long as this is the same.
+  std::uint32_t GetStreamListVersion() const { return m_nStreamListVersion; }
 
   VCM::CArray<TStreamInfo> m_atStreams;  // the stream with ID n stands at n - 1
   TStreamInfo m_tCurrentStream;
@@ -170,6 +172,7 @@ class CProviderBase : public CProvider {
   void LogChangesOfStream(const TStreamInfo& tStream);
   void CloseLogFile();
 
+  std::uint32_t m_nStreamListVersion = 0;
   std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
   CGroupingIndex m_oGroupingIndex;
   TChangeRecord m_tCandidate;  // result of the iterator by ID

@@ -75,13 +75,8 @@ void CProvider::UpdateStream(const TStreamInfo& tStream) {
   tListed = tStream;
 }
 
-void CProvider::ResetStreams() {
-  CProviderBase::ResetStreams();
-  m_oStreamNames.Forget();
-}
-
 int CProvider::FindStreamByName(const VCM::CString& strName) const {
-  return m_oStreamNames.Find(m_atStreams, strName.View());
+  return m_oStreamNames.Find(m_atStreams, GetStreamListVersion(), strName.View());
 }
 
 bool CProvider::GetStreamByName(const VCM::CString& strName, TStreamInfo& tStream) const {

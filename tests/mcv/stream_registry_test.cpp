@@ -75,6 +75,44 @@ TEST_F(StreamRegistryTest, FirstOfTwoNamesEqualButForCaseIsFound) {
   EXPECT_EQ(tStream.nID, 2u);
 }
 
+TEST_F(StreamRegistryTest, NamesAreFoundInTheListThatIsThereNow) {
+  const auto IdOf = [this](const wchar_t* pszName) {
+    TStreamInfo tStream;
+    return m_oProvider.GetStreamByName(pszName, tStream) ? tStream.nID : 0U;
+  };
+  Add(Stream(1, L"A"));
+  TStreamInfo tB = Stream(1, L"B");
+  m_oProvider.AddStream(tB);
+  EXPECT_EQ(IdOf(L"a"), 2u);
+  tB.strName = L"B2";
+  m_oProvider.UpdateStream(tB);
+  EXPECT_EQ(IdOf(L"b"), 0u);
+  EXPECT_EQ(IdOf(L"b2"), 3u);
+  // As many streams as before, so that the count alone doesn't tell.
+  m_oProvider.ResetStreams();
+  EXPECT_EQ(IdOf(L"main"), 0u);
+  m_oProvider.ResetStreams();
+  Add(Stream(0, L"X"));
+  Add(Stream(0, L"B2"));
+  Add(Stream(0, L"A"));
+  EXPECT_EQ(IdOf(L"main"), 0u);
+  EXPECT_EQ(IdOf(L"b2"), 2u);
+  EXPECT_EQ(IdOf(L"a"), 3u);
+}
+
+// The base's ResetStreams is what hosts reach, and nobody looks for a name between it and the new streams.
+TEST_F(StreamRegistryTest, NamesOfAnEmptiedListAreForgottenWithoutALookInBetween) {
+  Add(Stream(1, L"A"));
+  TStreamInfo tStream;
+  EXPECT_TRUE(m_oProvider.GetStreamByName(L"A", tStream));
+  m_oProvider.CProviderBase::ResetStreams();
+  Add(Stream(0, L"X"));
+  Add(Stream(0, L"Y"));
+  EXPECT_FALSE(m_oProvider.GetStreamByName(L"A", tStream));
+  EXPECT_TRUE(m_oProvider.GetStreamByName(L"Y", tStream));
+  EXPECT_EQ(tStream.nID, 2u);
+}
+
 TEST_F(StreamRegistryTest, IdBeyondTheListIsNotFoundAndLeavesTheRecordAlone) {
   Add(Stream(1, L"A"));
   TStreamInfo tStream = Stream(7, L"kept");
