@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/capacity.h"
 #include "core/exceptions.h"
 #include "core/merge_sort.h"
 
@@ -11,7 +12,8 @@ namespace TALVEK::VCM {
 
 /// A dynamic array with a signed 32-bit count.
 ///
-/// Shape    The first element makes room for 16; a full array doubles.
+/// Shape    The first element makes room for 16; a full array doubles. A copy has the room that its elements
+///          would have made if added to it.
 /// Errors   GetAt and operator[] throw EArrayIndexOutOfRange unless 0 <= index < count. Allocation may throw.
 /// Owns     Its elements, by value. A reference to an element is good until the next Add, RemoveAt, RemoveAll
 ///          or Sort.
@@ -19,9 +21,20 @@ namespace TALVEK::VCM {
 template <class T>
 class CArray {
  public:
-  static constexpr int FIRST_CAPACITY = 16;
-
   CArray() = default;
+  CArray(const CArray& oOther) : m_bUnsorted(oOther.m_bUnsorted) {
+    m_atItems.reserve(GrownCapacity(oOther.m_atItems.size()));
+    m_atItems = oOther.m_atItems;
+  }
+  CArray(CArray&&) noexcept = default;
+  CArray& operator=(const CArray& oOther) {
+    if (oOther.m_atItems.size() > m_atItems.capacity()) return *this = CArray(oOther);
+    m_atItems = oOther.m_atItems;
+    m_bUnsorted = oOther.m_bUnsorted;
+    return *this;
+  }
+  CArray& operator=(CArray&&) noexcept = default;
+  ~CArray() = default;
 
   int GetCount() const { return static_cast<int>(m_atItems.size()); }
   int GetCapacity() const { return static_cast<int>(m_atItems.capacity()); }
@@ -33,7 +46,7 @@ class CArray {
   /// Appends and returns the new element's index.
   int Add(T item) {
     if (m_atItems.size() == m_atItems.capacity()) {
-      m_atItems.reserve(m_atItems.empty() ? FIRST_CAPACITY : m_atItems.size() * 2);
+      m_atItems.reserve(GrownCapacity(m_atItems.size() + 1));
     }
     m_atItems.push_back(std::move(item));
     m_bUnsorted = true;
@@ -49,11 +62,11 @@ class CArray {
     m_atItems.erase(m_atItems.begin() + static_cast<std::ptrdiff_t>(CheckIndex(nIndex)));
   }
 
-  /// Removes every element; `bFreeStorage` false keeps the room they took for the next ones.
+  /// Removes every element; `bFreeStorage` false keeps the room they took for the next ones. What Add has
+  /// marked as unsorted stays so.
   void RemoveAll(bool bFreeStorage) {
     m_atItems.clear();
     if (bFreeStorage) m_atItems.shrink_to_fit();
-    m_bUnsorted = false;
   }
 
   /// Sorts by `pfnCompare(const T* a, const T* b)`, which returns an int: at most 0 when a may stand before

@@ -57,6 +57,11 @@ std::size_t CFileReadStream::OnSysRead(void* pBuffer, std::size_t nBytes) {
   return nRead > 0 ? static_cast<std::size_t>(nRead) : 0;
 }
 
+wxFileOffset CFileReadStream::OnSysTell() const {
+  const off_t nPosition = ::lseek(m_nDescriptor, 0, SEEK_CUR);
+  return nPosition < 0 ? wxInvalidOffset : nPosition;
+}
+
 CFileWriteStream::~CFileWriteStream() {
   Close();
 }

@@ -23,6 +23,7 @@ class TALVEK_CORE_API CFileReadStream : public wxInputStream {
 
  protected:
   std::size_t OnSysRead(void* pBuffer, std::size_t nBytes) override;
+  wxFileOffset OnSysTell() const override;
 
  private:
   int m_nDescriptor = -1;

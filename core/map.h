@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 #include <vector>
 
+#include "core/capacity.h"
 #include "core/exceptions.h"
 
 namespace TALVEK::VCM {
@@ -11,15 +13,26 @@ namespace TALVEK::VCM {
 /// Key/value pairs kept sorted by key and searched by bisection.
 ///
 /// Shape    Keys are unique and ordered by their `<` (for CString: ordinal, with regard to case).
-///          Room for 16 pairs at first; a full map doubles.
+///          Room for 16 pairs at first; a full map doubles. A copy has 16, doubled as often as its pairs
+///          need.
 /// Errors   GetKeyAt, GetValueAt and RemoveAt throw EMapIndexOutOfRange unless 0 <= index < count.
 /// Owns     Keys and values, by value.
 template <class K, class V>
 class CMap {
  public:
-  static constexpr int FIRST_CAPACITY = 16;
-
   explicit CMap(int nCapacity = FIRST_CAPACITY) { m_atPairs.reserve(static_cast<std::size_t>(nCapacity)); }
+  CMap(const CMap& oOther) {
+    m_atPairs.reserve(std::max<std::size_t>(GrownCapacity(oOther.m_atPairs.size()), FIRST_CAPACITY));
+    m_atPairs = oOther.m_atPairs;
+  }
+  CMap(CMap&&) noexcept = default;
+  CMap& operator=(const CMap& oOther) {
+    if (oOther.m_atPairs.size() > m_atPairs.capacity()) return *this = CMap(oOther);
+    m_atPairs = oOther.m_atPairs;
+    return *this;
+  }
+  CMap& operator=(CMap&&) noexcept = default;
+  ~CMap() = default;
 
   int GetCount() const { return static_cast<int>(m_atPairs.size()); }
   int GetCapacity() const { return static_cast<int>(m_atPairs.capacity()); }

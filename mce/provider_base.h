@@ -127,6 +127,11 @@ class CProviderBase : public CProvider {
   static void AddToComment(VCM::CString& strComment, const VCM::CString& strAddition);
 
  protected:
+  /// Null when no stream has the ID.
+  const TStreamInfo* FindStream(unsigned int nStreamID) const;
+  /// How often the stream list has been emptied: what was derived from it holds as long as this is the same.
+  std::uint32_t GetStreamListVersion() const { return m_nStreamListVersion; }
+
   VCM::CArray<TStreamInfo> m_atStreams;  // the stream with ID n stands at n - 1
   TStreamInfo m_tCurrentStream;
   VCM::CFilePath m_oWorkFolder;
@@ -154,7 +159,6 @@ class CProviderBase : public CProvider {
   void CloseIterators();
   void CloseTables();
 
-  const TStreamInfo* FindStream(unsigned int nStreamID) const;
   int FillChangeInfo(bool bFound, TChangeInfo& tChange) const;
   bool FillChangeItemInfo(bool bFound, TChangeItemInfo& tItem) const;
   int RetrieveCurrentItem();
@@ -175,6 +179,7 @@ class CProviderBase : public CProvider {
   void LogChangesOfStream(const TStreamInfo& tStream);
   void CloseLogFile();
 
+  std::uint32_t m_nStreamListVersion = 0;
   std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
   CGroupingIndex m_oGroupingIndex;
   VCM::CString m_strCreateError;  // why there is no database

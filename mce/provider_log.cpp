@@ -43,7 +43,7 @@ void CProviderBase::OpenLog(bool bOpen) {
   oFile.AssignTempFileName("Talvek");
   const wxString strPath = oFile.GetFullPath();
   m_strLogPath = VCM::CString(strPath.ToStdWstring());
-  // The streams of an earlier file are let go as they are: what they hold has been flushed line by line.
+  // A log that was only paused has its file open still. It ends here: each of its lines has been flushed.
   CloseLogFile();
   m_poLogFile = std::make_unique<wxFFileOutputStream>(strPath, "wb");
   // The toolkit's checks speak up when a file is written that isn't open; without a stream the lines are lost
@@ -88,7 +88,8 @@ void CProviderBase::WriteLog(const wchar_t* pszFormat, ...) {
 
 void CProviderBase::LogStreamsAndChanges() {
   PrepareForChanges(false);
-  if (!m_bLogOpen || !m_poChangeIterator) return;
+  // The iterator doesn't open when another transaction is.
+  if (!m_bLogOpen || !m_poChangeIterator || !m_poChangeIterator->IsOpen()) return;
   for (const TStreamInfo& tStream : m_atStreams) {
     WriteLog(L"Processing stream '%s' (id=%d,parentid=%d,destpath=%s,srcpath=%s,basechangeid=%d)",
              tStream.strName.c_str(), static_cast<int>(tStream.nID), static_cast<int>(tStream.nParentID),

@@ -13,6 +13,7 @@ constexpr unsigned FOLDER_MODE = 0777;
 
 void CProviderBase::ResetStreams() {
   m_atStreams.RemoveAll(true);
+  ++m_nStreamListVersion;
   m_bStreamsEstablished = false;
 }
 

@@ -5,9 +5,9 @@
 #include <wx/tokenzr.h>
 
 #include "core/file_system.h"
-#include "core/line_reader.h"
 #include "core/text_codec.h"
 #include "core/timestamp.h"
+#include "mcv/error_lines.h"
 
 namespace TALVEK::MCV {
 
@@ -30,35 +30,12 @@ const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
 
 namespace {
 
-constexpr std::size_t MOST_LINE_BYTES = std::size_t{1} << 20;
-
 void SplitAtCommas(const VCM::CString& strText, VCM::CArray<VCM::CString>& astrTokens) {
   astrTokens.RemoveAll(true);
   wxStringTokenizer oTokens(wxString(std::wstring(strText.View())), ",");
   while (oTokens.HasMoreTokens())
     astrTokens.Add(VCM::CString(oTokens.GetNextToken().ToStdWstring()));
 }
-
-/// Decodes what a client writes to its standard error, whatever the process's locale: UTF-8, and from the
-/// first line that isn't, Latin-1, in which every byte means something.
-class CErrorDecoder {
- public:
-  VCM::CString Decode(const VCM::CString& strLine) {
-    std::string strBytes = VCM::ToBytes(strLine);
-    if (m_bFirstLine && strBytes.starts_with("\xEF\xBB\xBF")) strBytes.erase(0, 3);
-    m_bFirstLine = false;
-    if (m_bUtf8) {
-      const wxString strText = wxString::FromUTF8(strBytes.data(), strBytes.size());
-      if (!strText.empty() || strBytes.empty()) return VCM::CString(strText.ToStdWstring());
-      m_bUtf8 = false;
-    }
-    return VCM::CString(wxString(strBytes.data(), wxConvISO8859_1, strBytes.size()).ToStdWstring());
-  }
-
- private:
-  bool m_bFirstLine = true;
-  bool m_bUtf8 = true;
-};
 
 }  // namespace
 
@@ -128,12 +105,10 @@ bool CProvider::ExecuteCommand(const VCM::CString& strCommandLine) {
 void CProvider::LogErrorOutput() {
   wxInputStream* const poErrors = m_oProcess.GetStdErrorStream();
   if (!poErrors) return;
-  VCM::CLineReader oLines(poErrors, MOST_LINE_BYTES);
-  CErrorDecoder oDecoder;
+  CErrorLines oLines(*poErrors);
   VCM::CString strLine;
-  while (oLines.ReadLine(strLine)) {
-    if (!strLine.IsEmpty()) WriteLog(L"    ** %s", oDecoder.Decode(strLine).c_str());
-  }
+  while (oLines.ReadLine(strLine))
+    WriteLog(L"    ** %s", strLine.c_str());
 }
 
 }  // namespace TALVEK::MCV

@@ -32,7 +32,6 @@ class CProvider : public MCE::CProviderBase {
   CProvider();
   ~CProvider() override;
 
-  void ResetStreams() override;
   int CheckEnvironment(VCM::CString& strMessage) override;
   int ResolveStreamLinkage() override;
   const MCE::TPropertyInfo* GetPropertyInfo() override { return s_atPropertyInfo; }

@@ -42,7 +42,7 @@ int CompareTags(const TTagInfo* ptLeft, const TTagInfo* ptRight);
 /// Puts the items of a log together into whole files, one at a time.
 ///
 /// Owns     The parser and at most one item that it has read too far. The stream is lent.
-/// Lifetime A file's texts are good until the call of GetNextFile after the next one.
+/// Lifetime A file's texts are good until the next call of GetNextFile.
 class CFileEnum {
  public:
   explicit CFileEnum(wxInputStream* poInput);

@@ -6,8 +6,10 @@
 
 namespace TALVEK::MCV {
 
-int CStreamNames::Find(const VCM::CArray<MCE::CProvider::TStreamInfo>& atStreams, std::wstring_view strName) {
-  if (m_nKnown > atStreams.GetCount()) Forget();
+int CStreamNames::Find(const VCM::CArray<MCE::CProvider::TStreamInfo>& atStreams, std::uint32_t nListVersion,
+                       std::wstring_view strName) {
+  if (m_nListVersion != nListVersion || m_nKnown > atStreams.GetCount()) Forget();
+  m_nListVersion = nListVersion;
   for (; m_nKnown < atStreams.GetCount(); ++m_nKnown) {
     m_oIndexes.emplace(ToKey(atStreams[m_nKnown].strName.View()), m_nKnown);  // the first one stays
   }

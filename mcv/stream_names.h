@@ -15,7 +15,8 @@ namespace TALVEK::MCV {
 /// have thousands of streams.
 ///
 /// Shape    Of streams with the same name the first in the list counts. Streams added to the list are taken
-///          up by themselves; whoever empties the list or changes a name in it calls Forget.
+///          up by themselves, and a list of another version is read anew; whoever changes a name in the list
+///          calls Forget.
 class CStreamNames {
  public:
   CStreamNames() = default;
@@ -23,7 +24,8 @@ class CStreamNames {
   CStreamNames& operator=(const CStreamNames&) = delete;
 
   /// Index of the stream in the list, or -1.
-  int Find(const VCM::CArray<MCE::CProvider::TStreamInfo>& atStreams, std::wstring_view strName);
+  int Find(const VCM::CArray<MCE::CProvider::TStreamInfo>& atStreams, std::uint32_t nListVersion,
+           std::wstring_view strName);
   void Forget();
   /// Names compared so far.
   std::uint64_t GetCompared() const { return m_nCompared; }
@@ -51,7 +53,8 @@ class CStreamNames {
   std::unordered_map<std::wstring, int, THash, TEqual> m_oIndexes{
       0, THash{}, TEqual{&m_nCompared}};  // by lower-case name
   int m_nKnown = 0;                       // streams of the list that are in the map
-  std::wstring m_strKey;                  // kept for its storage
+  std::uint32_t m_nListVersion = 0;
+  std::wstring m_strKey;  // kept for its storage
 };
 
 }  // namespace TALVEK::MCV

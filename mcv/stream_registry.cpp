@@ -75,13 +75,8 @@ void CProvider::UpdateStream(const TStreamInfo& tStream) {
   tListed = tStream;
 }
 
-void CProvider::ResetStreams() {
-  CProviderBase::ResetStreams();
-  m_oStreamNames.Forget();
-}
-
 int CProvider::FindStreamByName(const VCM::CString& strName) const {
-  return m_oStreamNames.Find(m_atStreams, strName.View());
+  return m_oStreamNames.Find(m_atStreams, GetStreamListVersion(), strName.View());
 }
 
 bool CProvider::GetStreamByName(const VCM::CString& strName, TStreamInfo& tStream) const {
@@ -100,9 +95,9 @@ int CProvider::ResolveStreamLinkage() {
   for (int i = 0; i < m_atStreams.GetCount(); ++i) {
     TStreamInfo& tStream = m_atStreams[i];
     if (tStream.nParentID == 0) continue;
-    TStreamInfo tParent;
-    if (!GetStreamByID(tStream.nParentID, tParent)) continue;
-    tStream.nBaseChangeID = FindNearestChange(tParent, tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0));
+    const TStreamInfo* const ptParent = FindStream(tStream.nParentID);
+    if (!ptParent) continue;
+    tStream.nBaseChangeID = FindNearestChange(*ptParent, tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0));
   }
   return 0;
 }

@@ -104,6 +104,60 @@ TEST(ArrayTest, AddMarksAsUnsortedAndSortClearsTheMark) {
   EXPECT_TRUE(anItems.IsUnsorted());
 }
 
+// An emptied array may still be handed over as unsorted; whoever searches it only takes the longer way.
+TEST(ArrayTest, OnlySortClearsTheMark) {
+  for (const bool bFreeStorage : {false, true}) {
+    CArray<int> anItems = Numbers(3);
+    anItems.RemoveAt(0);
+    EXPECT_TRUE(anItems.IsUnsorted());
+    anItems.RemoveAll(bFreeStorage);
+    EXPECT_TRUE(anItems.IsUnsorted());
+    anItems.Sort(CompareNumbers);
+    EXPECT_FALSE(anItems.IsUnsorted());
+  }
+}
+
+TEST(ArrayTest, CopyCarriesTheMark) {
+  CArray<int> anSorted = Numbers(3);
+  anSorted.Sort(CompareNumbers);
+  EXPECT_FALSE(CArray<int>(anSorted).IsUnsorted());
+  EXPECT_TRUE(CArray<int>(Numbers(3)).IsUnsorted());
+  CArray<int> anAssigned = Numbers(3);
+  anAssigned = anSorted;
+  EXPECT_FALSE(anAssigned.IsUnsorted());
+}
+
+TEST(ArrayTest, CopyHasRoomAsIfItsElementsHadBeenAdded) {
+  const struct {
+    int nCount, nCapacity;
+  } atCases[] = {{0, 0}, {1, 16}, {16, 16}, {17, 32}, {33, 64}, {100, 128}};
+  for (const auto& tCase : atCases) {
+    const CArray<int> anItems = Numbers(tCase.nCount);
+    const CArray<int> anCopy = anItems;
+    EXPECT_EQ(anCopy.GetCapacity(), tCase.nCapacity);
+    EXPECT_EQ(Items(anCopy), Items(anItems));
+    CArray<int> anAssigned;
+    anAssigned = anItems;
+    EXPECT_EQ(anAssigned.GetCapacity(), tCase.nCapacity);
+    EXPECT_EQ(Items(anAssigned), Items(anItems));
+  }
+}
+
+TEST(ArrayTest, AssignmentKeepsRoomThatIsLargeEnough) {
+  CArray<int> anItems = Numbers(20);
+  const CArray<int>& anSame = anItems;
+  anItems = anSame;
+  EXPECT_EQ(Items(anItems), Items(Numbers(20)));
+  anItems = Numbers(0);
+  const CArray<int> anTwo = Numbers(2);
+  anItems = anTwo;
+  EXPECT_EQ(anItems.GetCapacity(), 16);
+  anItems = Numbers(20);
+  anItems = anTwo;
+  EXPECT_EQ(anItems.GetCapacity(), 32);
+  EXPECT_EQ(Items(anItems), Items(anTwo));
+}
+
 TEST(ArrayTest, SortKeepsTheCapacity) {
   CArray<int> anItems = Numbers(17);
   anItems.Sort(CompareNumbers);

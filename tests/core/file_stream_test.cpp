@@ -73,6 +73,20 @@ TEST(FileReadStreamTest, BytesAreReadOneByOneToo) {
   EXPECT_EQ(oStream.GetC(), wxEOF);
 }
 
+TEST(FileReadStreamTest, TellsHowFarItHasRead) {
+  const CTempFolder oFolder;
+  TEST::WriteFile(oFolder / "a", "abcdef");
+  CFileReadStream oStream(Wide(oFolder / "a"));
+  EXPECT_EQ(oStream.TellI(), 0);
+  EXPECT_EQ(ReadSome(oStream, 4), "abcd");
+  EXPECT_EQ(oStream.TellI(), 4);
+  oStream.Ungetch("cd", 2);
+  EXPECT_EQ(oStream.TellI(), 2);
+  EXPECT_EQ(ReadSome(oStream, 9), "cdef");
+  EXPECT_EQ(oStream.TellI(), 6);
+  EXPECT_EQ(CFileReadStream(Wide(oFolder / "none")).TellI(), wxInvalidOffset);
+}
+
 TEST(FileReadStreamTest, MissingFileIsNotOk) {
   const CTempFolder oFolder;
   CFileReadStream oStream(Wide(oFolder / "none"));

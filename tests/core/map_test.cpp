@@ -64,6 +64,22 @@ TEST(MapTest, SeventeenthKeyGrowsTheMapToThirtyTwoAndKeepsItSorted) {
   EXPECT_EQ(Dump(oMap), strExpected);
 }
 
+TEST(MapTest, CopyHasRoomForSixteenDoubledAsOftenAsItsPairsNeed) {
+  const struct { int nCount, nCapacity; } atCases[] = {{0, 16}, {1, 16}, {16, 16}, {17, 32}, {65, 128}};
+  for (const auto& tCase : atCases) {
+    CNumberMap oMap;
+    for (int nKey = 0; nKey < tCase.nCount; ++nKey)
+      oMap.SetAt(nKey, -nKey);
+    const CNumberMap oCopy = oMap;
+    EXPECT_EQ(oCopy.GetCapacity(), tCase.nCapacity);
+    EXPECT_EQ(Dump(oCopy), Dump(oMap));
+    CNumberMap oAssigned;
+    oAssigned = oMap;
+    EXPECT_EQ(oAssigned.GetCapacity(), tCase.nCapacity);
+    EXPECT_EQ(Dump(oAssigned), Dump(oMap));
+  }
+}
+
 TEST(MapTest, TextKeysAreOrdinalAndCaseSensitive) {
   CMap<CString, int> oMap;
   for (const wchar_t* pszKey : {L"b", L"B", L"a", L"\xE9", L"ab", L""})

@@ -276,6 +276,18 @@ TEST_F(ImportLogTest, WithoutADatabaseNoStreamIsWritten) {
   EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n");
 }
 
+// The engine's own transaction can't begin while another one is open.
+TEST_F(ImportLogTest, WithoutAnOpenWalkNoStreamIsWritten) {
+  m_oEngine.m_atStreams.Add(Stream(1, 0, L"Main"));
+  m_oEngine.AddChange(0, 1, L"joe", L"work", 1000);
+  m_oEngine.CommitChanges();
+  const VDB::CTransaction oOther(*m_oEngine.m_poDatabase, 0);
+  Open();
+  m_oEngine.LogStreamsAndChanges();
+  EXPECT_FALSE(m_oEngine.m_poChangeIterator->IsOpen());
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n");
+}
+
 TEST_F(ImportLogTest, ClosedLogGetsNoStreamsButTheDatabaseIsMade) {
   EXPECT_EQ(m_oEngine.m_poDatabase, nullptr);
   m_oEngine.LogStreamsAndChanges();

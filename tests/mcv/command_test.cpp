@@ -6,6 +6,7 @@
 
 #include "core/text_codec.h"
 #include "tests/mcv/provider_fixture.h"
+#include "tests/support/import_log.h"
 #include "tests/support/locale_scope.h"
 
 namespace TALVEK::TEST {
@@ -74,6 +75,35 @@ TEST_F(CommandTest, BlankErrorLinesAreNotLogged) {
   EXPECT_EQ(LogOfFake(), "Performing command FAKE\n    ** first\n    **   \n    ** last\n");
 }
 
+TEST_F(CommandTest, LastAttemptCountsLikeAnyOther) {
+  FakeCvs("record \"$@\"; n=$(count); echo error $n >&2; [ $n -ge 4 ]");
+  EXPECT_TRUE(Execute(" -d /root rlog \"a b\""));
+  EXPECT_EQ(LogOfFake(),
+            "Performing command FAKE -d /root rlog \"a b\"\n    ** error 0\n    ** error 1\n    ** error 2\n"
+            "    ** error 3\n    ** error 4\n");
+  std::string strCalls;
+  for (int i = 0; i < 5; ++i)
+    strCalls += "in " + std::filesystem::current_path().string() + "\n[-d]\n[/root]\n[rlog]\n[a b]\n";
+  EXPECT_EQ(Calls(), strCalls);
+}
+
+TEST_F(CommandTest, CommandIsLoggedBeforeItRuns) {
+  FakeCvs("cat \"" + m_oTemporaryFiles.Path().string() + "\"/Talvek* > \"$folder/log\"");
+  EXPECT_TRUE(Execute(" rlog"));
+  EXPECT_EQ(WithoutSeconds(ReadFile(m_oFolder / "log")),
+            "Beginning Import with CVS\nPerforming command \"" + CvsPath().string() + "\" rlog\n");
+}
+
+// It says who deletes a stream; running a command deletes none.
+TEST_F(CommandTest, MarkOfAnOwnStreamStaysAsItIs) {
+  FakeCvs("echo out");
+  for (const bool bOwn : {true, false}) {
+    m_oProvider.m_bOwnInputStream = bOwn;
+    EXPECT_TRUE(Execute());
+    EXPECT_EQ(m_oProvider.m_bOwnInputStream, bOwn);
+  }
+}
+
 TEST_F(CommandTest, OutputOfTheLastFailedAttemptIsLeft) {
   m_oProvider.m_nCmdRepeatCount = 2;
   FakeCvs("echo out $(count); exit 1");
@@ -109,8 +139,7 @@ TEST_F(CommandTest, ProgramThatCannotBeStartedFailsLikeAnyOther) {
   EXPECT_NE(strLog.find("/nonexistent/cvs", 40), std::string::npos) << strLog;
 }
 
-// As the toolkit's automatic detection does it: a byte-order mark, else UTF-8, else Latin-1 from then on. The
-// log itself is always in UTF-8.
+// A byte-order mark, else UTF-8, else Latin-1 from then on. The log itself is always in UTF-8.
 TEST_F(CommandTest, ErrorEncodingTable) {
   const struct {
     const char *pszBytes, *pszExpected;
@@ -119,6 +148,12 @@ TEST_F(CommandTest, ErrorEncodingTable) {
       {"caf\\351", "caf\xC3\xA9"},
       {"\\357\\273\\277caf\\303\\251", "caf\xC3\xA9"},
       {"\\342\\202\\254 100%%s", "\xE2\x82\xAC 100%s"},
+      {"\\357\\273\\277\\nfirst", "first"},
+      {"caf\\303\\251 J\\366rg\\nJ\\303\\266rg", "caf\xC3\xA9 J\xC3\xB6rg\n    ** J\xC3\x83\xC2\xB6rg"},
+      {"one\\000two", "one\n    ** two"},
+      {"\\377\\376o\\000k\\000\\n\\000\\351\\000", "ok\n    ** \xC3\xA9"},
+      {"\\376\\377\\000o\\000k\\000", "ok"},
+      {"\\355\\240\\200", "\xEF\xBF\xBD"},
   };
   for (const char* pszLocale : {"C", "C.UTF-8"}) {
     const CLocaleScope oLocale(pszLocale);

@@ -87,15 +87,26 @@ TEST(StreamNamesTest, FirstOfEqualNamesIsFound) {
   };
   fnAdd(L"Main");
   fnAdd(L"Øle");
-  EXPECT_EQ(oNames.Find(atStreams, L"øLE"), 1);
-  EXPECT_EQ(oNames.Find(atStreams, L"rel"), -1);
+  EXPECT_EQ(oNames.Find(atStreams, 0, L"øLE"), 1);
+  EXPECT_EQ(oNames.Find(atStreams, 0, L"rel"), -1);
   fnAdd(L"REL");
   fnAdd(L"rel");
-  EXPECT_EQ(oNames.Find(atStreams, L"Rel"), 2);
+  EXPECT_EQ(oNames.Find(atStreams, 0, L"Rel"), 2);
   atStreams.RemoveAll(true);
   fnAdd(L"rel");
-  EXPECT_EQ(oNames.Find(atStreams, L"Rel"), 0);
-  EXPECT_EQ(oNames.Find(atStreams, L"main"), -1);
+  EXPECT_EQ(oNames.Find(atStreams, 0, L"Rel"), 0);
+  EXPECT_EQ(oNames.Find(atStreams, 0, L"main"), -1);
+}
+
+// A list emptied and filled again is as long as before; its version tells.
+TEST(StreamNamesTest, ListOfAnotherVersionIsReadAnew) {
+  VCM::CArray<MCE::CProvider::TStreamInfo> atBefore, atAfter;
+  atBefore.Add({0, 0, VCM::CFilePath(), VCM::CFilePath(), L"A"});
+  atAfter.Add({0, 0, VCM::CFilePath(), VCM::CFilePath(), L"B"});
+  MCV::CStreamNames oNames;
+  EXPECT_EQ(oNames.Find(atBefore, 7, L"a"), 0);
+  EXPECT_EQ(oNames.Find(atAfter, 8, L"a"), -1);
+  EXPECT_EQ(oNames.Find(atAfter, 8, L"b"), 0);
 }
 
 }  // namespace

@@ -94,9 +94,9 @@ TEST(LookupGrowthTest, StreamIsFoundByNameInAFewComparisons) {
   MCV::CStreamNames oNames;
   for (int i = 0; i < MANY; ++i) {
     const VCM::CString strName = VCM::FromBytes("BRANCH_" + Text(i));
-    EXPECT_EQ(oNames.Find(atStreams, strName.View()), -1);
+    EXPECT_EQ(oNames.Find(atStreams, 0, strName.View()), -1);
     atStreams.Add({static_cast<unsigned>(i) + 1, 1, {}, {}, strName.c_str()});
-    EXPECT_EQ(oNames.Find(atStreams, strName.View()), i);
+    EXPECT_EQ(oNames.Find(atStreams, 0, strName.View()), i);
   }
   EXPECT_GE(oNames.GetCompared(), static_cast<unsigned>(MANY));
   EXPECT_LE(oNames.GetCompared(), 3U * 2U * MANY);

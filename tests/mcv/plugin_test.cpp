@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <sstream>
@@ -436,6 +437,66 @@ TEST_F(PluginSlotTest, Slot30EnumeratesNothing) {
   unsigned nCount = 77;
   EXPECT_EQ((Call<int, unsigned&>(12, nCount)), 0);
   EXPECT_EQ(nCount, 0u);
+}
+
+/// The functions of the plug-in, "ADDRESS type name" a line, sorted.
+std::string FunctionsOfThePlugin() {
+  return ShellOutput("nm -C --defined-only " + ShellQuote(PLUGIN) + " | grep -i ' [tw] ' | sort");
+}
+
+// What a class doesn't bring along it has from the one below it, and hosts may rely on that.
+TEST_F(PluginSlotTest, EverySlotHoldsTheFunctionOfTheClassThatItComesFrom) {
+  const char* const apszFunctions[] = {
+      "MCE::CProviderBase::Destroy()",
+      "MCE::CProviderBase::ResetStreams()",
+      "MCE::CProviderBase::GetNextStream(",
+      "MCV::CProvider::CheckEnvironment(",
+      "MCE::CProviderBase::EstablishStreams(",
+      "MCV::CProvider::ResolveStreamLinkage()",
+      "MCE::CProviderBase::OnBeginStream(",
+      "MCE::CProviderBase::OnFirstChangeset(",
+      "MCE::CProviderBase::OnNextChangeset(",
+      "MCE::CProviderBase::OnProcessChange(",
+      "MCE::CProviderBase::OnFirstChangeItem(",
+      "MCE::CProviderBase::OnNextChangeItem(",
+      "MCE::CProviderBase::EstablishChangesets(",
+      "MCE::CProviderBase::SetProperty(",
+      "MCV::CProvider::GetPropertyInfo()",
+      "MCE::CProvider::ValidateStringProperty(",
+      "MCV::CProvider::InitialiseClients(",
+      "MCV::CProvider::RemoveClients()",
+      "MCV::CProvider::RetrieveFiles(",
+      "MCE::CProviderBase::LogToConnection()",
+      "MCE::CProviderBase::OpenLog(",
+      "MCE::CProviderBase::IsLogOpen() const",
+      "MCE::CProviderBase::GetLogPath()",
+      "MCE::CProviderBase::WriteLog(",
+      "MCE::CProviderBase::LogStreamsAndChanges()",
+      "MCV::CProvider::~CProvider()",
+      "MCV::CProvider::~CProvider()",
+      "MCV::CProvider::RetrieveChangeFiles(",
+      "MCV::CProvider::RetrieveChangeItemFile(",
+      "MCV::CProvider::SearchForStreams()",
+      "MCV::CProvider::EnumerateChanges()",
+  };
+  const std::string strFunctions = "\n" + FunctionsOfThePlugin();
+  int nSlot = 0;
+  for (const char* pszFunction : apszFunctions) {
+    Dl_info tInfo{};
+    ASSERT_NE(dladdr(Table()[nSlot], &tInfo), 0) << nSlot;
+    char szAddress[32];
+    std::snprintf(
+        szAddress, sizeof szAddress, "\n%016zx ",
+        static_cast<std::size_t>(static_cast<char*>(Table()[nSlot]) - static_cast<char*>(tInfo.dli_fbase)));
+    // Functions with the same code may share their address: one of the lines must name the one expected.
+    const std::size_t nFirst = strFunctions.find(szAddress);
+    ASSERT_NE(nFirst, std::string::npos) << nSlot;
+    const std::size_t nEnd = strFunctions.find('\n', strFunctions.rfind(szAddress) + 1);
+    const std::string strNames = strFunctions.substr(nFirst, nEnd - nFirst);
+    EXPECT_NE(strNames.find(std::string(" TALVEK::") + pszFunction), std::string::npos)
+        << "slot " << nSlot << " is" << strNames;
+    ++nSlot;
+  }
 }
 
 // The engine and the provider are the plug-in's own; only the table's shape is the host's business.

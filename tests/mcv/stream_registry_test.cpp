@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "tests/mcv/provider_fixture.h"
 
 namespace TALVEK::TEST {
@@ -70,6 +72,44 @@ TEST_F(StreamRegistryTest, FirstOfTwoNamesEqualButForCaseIsFound) {
   Add(Stream(1, L"REL", 200));
   TStreamInfo tStream;
   ASSERT_TRUE(m_oProvider.GetStreamByName(L"REL", tStream));
+  EXPECT_EQ(tStream.nID, 2u);
+}
+
+TEST_F(StreamRegistryTest, NamesAreFoundInTheListThatIsThereNow) {
+  const auto IdOf = [this](const wchar_t* pszName) {
+    TStreamInfo tStream;
+    return m_oProvider.GetStreamByName(pszName, tStream) ? tStream.nID : 0U;
+  };
+  Add(Stream(1, L"A"));
+  TStreamInfo tB = Stream(1, L"B");
+  m_oProvider.AddStream(tB);
+  EXPECT_EQ(IdOf(L"a"), 2u);
+  tB.strName = L"B2";
+  m_oProvider.UpdateStream(tB);
+  EXPECT_EQ(IdOf(L"b"), 0u);
+  EXPECT_EQ(IdOf(L"b2"), 3u);
+  // As many streams as before, so that the count alone doesn't tell.
+  m_oProvider.ResetStreams();
+  EXPECT_EQ(IdOf(L"main"), 0u);
+  m_oProvider.ResetStreams();
+  Add(Stream(0, L"X"));
+  Add(Stream(0, L"B2"));
+  Add(Stream(0, L"A"));
+  EXPECT_EQ(IdOf(L"main"), 0u);
+  EXPECT_EQ(IdOf(L"b2"), 2u);
+  EXPECT_EQ(IdOf(L"a"), 3u);
+}
+
+// The base's ResetStreams is what hosts reach, and nobody looks for a name between it and the new streams.
+TEST_F(StreamRegistryTest, NamesOfAnEmptiedListAreForgottenWithoutALookInBetween) {
+  Add(Stream(1, L"A"));
+  TStreamInfo tStream;
+  EXPECT_TRUE(m_oProvider.GetStreamByName(L"A", tStream));
+  m_oProvider.CProviderBase::ResetStreams();
+  Add(Stream(0, L"X"));
+  Add(Stream(0, L"Y"));
+  EXPECT_FALSE(m_oProvider.GetStreamByName(L"A", tStream));
+  EXPECT_TRUE(m_oProvider.GetStreamByName(L"Y", tStream));
   EXPECT_EQ(tStream.nID, 2u);
 }
 
@@ -234,6 +274,30 @@ TEST_F(StreamLinkageTest, BranchWithoutCreationTimeIsLinkedAtTimeZero) {
   Change(1, 0);
   m_oProvider.ResolveStreamLinkage();
   EXPECT_EQ(BaseChanges(), "Main=0 A=2 ");
+}
+
+TEST_F(StreamLinkageTest, ParentIsTheStreamWithThatIdWhereverItStands) {
+  m_oProvider.ResetStreams();
+  for (const auto& [nID, nParentID, pszName] :
+       {std::tuple{5U, 0U, L"root"}, {9U, 5U, L"child"}, {2U, 9U, L"inner"}, {7U, 1U, L"lost"}}) {
+    TStreamInfo tStream = Stream(nParentID, pszName, 3000);
+    tStream.nID = nID;
+    tStream.nBaseChangeID = 42;
+    m_oProvider.m_atStreams.Add(tStream);
+  }
+  EXPECT_EQ(Change(5, 1000), 1u);
+  EXPECT_EQ(Change(9, 2000), 2u);
+  m_oProvider.ResolveStreamLinkage();
+  EXPECT_EQ(BaseChanges(), "root=42 child=1 inner=2 lost=42 ");
+}
+
+TEST_F(StreamLinkageTest, BranchThatStartsBeforeEveryChangeLosesItsBaseChange) {
+  TStreamInfo tStream = Stream(1, L"A", 999);
+  tStream.nBaseChangeID = 42;
+  Add(tStream);
+  Change(1, 1000);
+  m_oProvider.ResolveStreamLinkage();
+  EXPECT_EQ(BaseChanges(), "Main=0 A=0 ");
 }
 
 TEST_F(StreamLinkageTest, BranchOfUnknownParentKeepsItsBaseChange) {
