@@ -75,9 +75,11 @@ VCM::CString CGitImport::BeginStream(const TStream& tStream) {
   m_bHasCommits = false;
   m_nParent.reset();
   m_oTree = CLiveTree();
+  m_nDepth = 0;
   if (const TBase* ptBase = FindBase(tStream)) {
     m_nParent = ptBase->nCommit;
     m_oTree = ptBase->oTree;
+    m_nDepth = ptBase->nDepth;
   }
   ReportBase(tStream);
   return VCM::FromBytes(m_oFolder.string());
@@ -198,7 +200,8 @@ void CGitImport::EndChange(const MCE::CProvider::TChangeInfo& tChange) {
   ApplyItems(tCommit.atChanges);
   const TMark nCommit = m_tParts.oStream.Commit(tCommit);
   m_bHasCommits = true;
-  if (m_anBaseChanges.contains(tChange.nID)) m_aBases[tChange.nID] = {nCommit, m_oTree};
+  m_anDepths[tCommit.strRef] = ++m_nDepth;
+  if (m_anBaseChanges.contains(tChange.nID)) m_aBases[tChange.nID] = {nCommit, m_oTree, m_nDepth};
 }
 
 void CGitImport::ApplyItems(std::vector<CFastImportStream::TFileChange>& atChanges) {

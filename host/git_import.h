@@ -46,6 +46,8 @@ class CGitImport : public CHistoryVisitor {
   void EndStream(const TStream& tStream) override;
 
   std::uint64_t GetItemCount() const { return m_nItems; }
+  /// How many commits lead to each branch, that one counted.
+  const std::map<std::string, std::uint64_t>& GetDepths() const { return m_anDepths; }
 
  private:
   using TMark = CFastImportStream::TMark;
@@ -54,6 +56,7 @@ class CGitImport : public CHistoryVisitor {
   struct TBase {
     TMark nCommit = 0;
     CLiveTree oTree;
+    std::uint64_t nDepth = 0;
   };
 
   /// What an item does to the tree.
@@ -86,7 +89,8 @@ class CGitImport : public CHistoryVisitor {
   std::unordered_map<std::uint32_t, std::string> m_astrBranchRefs;  // by stream
   std::set<std::uint32_t> m_anBaseChanges;                          // from which some stream branches
   std::unordered_map<std::uint32_t, TBase> m_aBases;                // those written so far
-  std::set<std::string> m_astrChangedPaths;                         // reported once each
+  std::map<std::string, std::uint64_t> m_anDepths;
+  std::set<std::string> m_astrChangedPaths;  // reported once each
   std::set<VCM::CString> m_astrChangedUsers;
 
   const TStream* m_poStream = nullptr;
@@ -95,6 +99,7 @@ class CGitImport : public CHistoryVisitor {
   CLiveTree m_oTree;
   std::optional<TMark> m_nParent;  // of the stream's first commit
   bool m_bHasCommits = false;
+  std::uint64_t m_nDepth = 0;  // of the stream's last commit
 
   long long m_nChangeTime = 0;
   bool m_bChangeFailed = false;

@@ -123,8 +123,9 @@ std::string CGitRepository::Run(const std::vector<std::string>& astrArguments) c
   return tResult.strOutput;
 }
 
-std::uint64_t CGitRepository::CountCommits() const {
-  return std::stoull(Run({"rev-list", "--count", "--all"}));
+std::uint64_t CGitRepository::CountCommits(const std::string& strFrom) const {
+  const TProcessResult tResult = RunGit(Command({"rev-list", "--count", strFrom}));
+  return tResult.nStatus == 0 ? std::stoull(tResult.strOutput) : 0;
 }
 
 std::optional<std::string> CGitRepository::CheckOut() const {

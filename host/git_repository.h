@@ -31,8 +31,8 @@ class CGitRepository {
   void Prepare();
   /// Arguments for `git` that work on this repository: its place, then `astrArguments`.
   std::vector<std::string> Command(const std::vector<std::string>& astrArguments) const;
-  /// How many commits its references lead to.
-  std::uint64_t CountCommits() const;
+  /// How many commits lead to a reference, or to any of them ("--all"); 0 when git can't tell.
+  std::uint64_t CountCommits(const std::string& strFrom) const;
   void Keep() { m_bKept = true; }
   /// Fills the folder with the trunk's files; why it can't be done, if so. Nothing to do when bare.
   std::optional<std::string> CheckOut() const;

@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <chrono>
+#include <map>
 #include <optional>
+#include <string>
 
 #include "core/text_codec.h"
 #include "host/bundled_client.h"
@@ -154,12 +157,19 @@ class CRun {
 
   // Every commit hangs on a branch, so all of them can be found again.
   void RequireCommits(std::uint64_t nExpected) const {
-    const std::uint64_t nCommits = m_oRepository->CountCommits();
-    if (nCommits == nExpected) return;
+    const std::uint64_t nCommits = m_oRepository->CountCommits("--all");
+    if (nCommits == nExpected || (nCommits < nExpected && HasEveryDepth())) return;
     throw EHostError(STATUS_FAILED,
                      "history lost in Git: " + ShowCount(nExpected, "commit") + " written, " +
                          std::to_string(nCommits) + " are there",
                      "see that git works and that there is room for the repository");
+  }
+
+  // Two branches that say and do the same at the same time are one commit for Git.
+  bool HasEveryDepth() const {
+    return std::all_of(m_anDepths.begin(), m_anDepths.end(), [this](const auto& tBranch) {
+      return m_oRepository->CountCommits(tBranch.first) == tBranch.second;
+    });
   }
 
   [[noreturn]] static void ThrowGitFailure(const TProcessResult& tResult) {
@@ -191,6 +201,7 @@ class CRun {
     oStream.End();
     m_oProgress.EndPhase();
     m_nItems = oImport.GetItemCount();
+    m_anDepths = oImport.GetDepths();
   }
 
   void ShowSummary(const CImportSession& oSession) {
@@ -209,6 +220,7 @@ class CRun {
   CReport m_oReport;
   std::optional<CGitRepository> m_oRepository;  // this or the other
   std::optional<CExportTarget> m_oExport;
+  std::map<std::string, std::uint64_t> m_anDepths;  // of the branches
   std::uint64_t m_nItems = 0;
 };
 

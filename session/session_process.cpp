@@ -45,11 +45,13 @@ class CSession {
 
   /// Whoever has come by now came for this connection. The next command gets a new session.
   void TellWaiting(const std::string& strFailure) {
-    const TPatience tShort{std::chrono::seconds(1), m_tPatience.nCallerDescriptor};
+    TPatience tShort{std::chrono::seconds(1), m_tPatience.nCallerDescriptor};
     while (WaitToRead({m_oListener.Get()}, tShort) == WAIT_READY) {
       if (!Accept()) continue;
       SendFrame(m_oCommand.Get(), FRAME_FAILED, strFailure, m_tPatience);
       WaitUntilCommandLeaves();
+      // Commands that follow each other closely would all be told of the one failure, and for ever.
+      tShort.nLimit = std::chrono::milliseconds(0);
     }
   }
 

@@ -315,5 +315,18 @@ TEST_F(CRunTest, StreamNameNeverLeadsOutOfTheWorkFolder) {
   EXPECT_EQ(Git("target", "for-each-ref --format='%(refname)'"), "refs/heads/_./_./x\nrefs/heads/main\n");
 }
 
+// Git makes one commit of what is the same in all that it counts.
+TEST_F(CRunTest, BranchesThatDoTheSameShareTheirCommits) {
+  Script(
+      "stream|1|0|Main\nstream|2|1|A|1\nstream|3|1|B|1\n"
+      "change|1|1|joe|100|x\nitem|1|0|a|file|1\n"
+      "change|2|2|joe|200|y\nitem|2|1|a|file|2\nchange|3|3|joe|200|y\nitem|3|1|a|file|2\n"
+      "change|4|3|joe|300|z\nitem|4|1|a|file|3\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 0) << tRun.strError;
+  EXPECT_EQ(Git("target", "rev-parse A"), Git("target", "rev-parse B~1"));
+  EXPECT_EQ(Git("target", "rev-list --count --all"), "3\n");
+}
+
 }  // namespace
 }  // namespace TALVEK::TEST
