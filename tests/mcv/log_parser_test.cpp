@@ -90,12 +90,12 @@ TEST(LogParserTest, EveryItemStartsAfresh) {
                   "symbolic names:\n\tT: 1.1\ndescription:\nwhat\n----------\n"
                   "revision 1.3\ndate: 2003/01/02 10:11:12;  author: joe;  state: dead;\nwhy\n----------\n"
                   "revision 1.2\nstray\n==========\n"
-                  "RCS file: /repo/mod/b,v\nstray\n\tU: 1.1\n==========\n"
+                  "RCS file: /repo/mod/b,v\nstray\n\tU: 1.1\nsymbolic names:\n\tV: 1.2\n==========\n"
                   "RCS file:\n==========\n"),
             "file mod/a head=1.3 total=3 [\nwhat] T=1.1\n"
             "revision 1.3 time=1041502272 author=joe state=1 [why]\n"
             "revision 1.2 time=0 author= state=0 []\n"
-            "file mod/b head= total=0 []\n"
+            "file mod/b head= total=0 [] V=1.2\n"
             "file  head= total=0 []\n"
             "unknown\n");
 }
