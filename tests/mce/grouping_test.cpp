@@ -328,9 +328,60 @@ TEST(GroupingTest, ItemWithoutGroupingKeepsTheNumbersGiven) {
   CEngine oEngine;
   VCM::CFilePath oPath;
   oPath.Parse(L"a.c");
+  oEngine.Add("before.c").At(1000);  // leaves a revision number in the record
   ASSERT_TRUE(oEngine.AddChangeItem(7u, 4u, MCE::CHANGE_ITEM_DELETE, oPath, 2u));
+  MCE::TChangeItemRecord tItem;
+  tItem.nID = 7;
+  tItem.nItem = 4;
+  ASSERT_TRUE(oEngine.m_poChangeItemIterator->GetEqual(tItem));
+  EXPECT_EQ(tItem.nType, MCE::CHANGE_ITEM_DELETE);
+  EXPECT_TRUE(tItem.oFilePath.GeneratePath() == L"a.c");
+  EXPECT_EQ(tItem.nRevision, 2);
+  EXPECT_TRUE(tItem.oProps.IsEmpty());
+  EXPECT_EQ(tItem.oTimestamp.GetUTC(), 1000);
+}
+
+TEST(GroupingTest, ItemWhoseNumberIsTakenIsNotStored) {
+  CEngine oEngine;
+  VCM::CFilePath oFirst, oSecond;
+  oFirst.Parse(L"a.c");
+  oSecond.Parse(L"b.c");
+  EXPECT_TRUE(oEngine.AddChangeItem(7u, 4u, MCE::CHANGE_ITEM_ADD, oFirst, 1u));
+  EXPECT_FALSE(oEngine.AddChangeItem(7u, 4u, MCE::CHANGE_ITEM_ADD, oSecond, 1u));
   EXPECT_EQ(oEngine.Paths(7), std::vector<std::string>{"a.c"});
-  EXPECT_TRUE(oEngine.m_tChangeItem.oProps.IsEmpty());
+}
+
+// A change without grouping has no base time, which counts as the latest time there is.
+TEST(GroupingTest, ItemAtTheEndOfTimeJoinsAChangeWithoutBaseTime) {
+  for (const auto& [nTime, pszExpected] : {std::pair{4294966995L, "4294966995 joe: a.c\n"},
+                                           {4294966994L, "4294966994 joe: a.c\n4294966995 joe:\n"}}) {
+    CEngine oEngine;
+    oEngine.AddChange(0, 1, L"joe", L"work", 4294966995L);
+    oEngine.Add("a.c").At(nTime);
+    EXPECT_EQ(oEngine.Changes(), pszExpected);
+  }
+}
+
+// Long changes are searched in another way than short ones.
+TEST(GroupingTest, FirstOfTwoItemsOfAPathIsFoundInALongChangeToo) {
+  CEngine oEngine;
+  const auto Path = [](const std::string& strPath) {
+    VCM::CFilePath oPath;
+    oPath.Parse(VCM::FromBytes(strPath));
+    return oPath;
+  };
+  oEngine.AddChangeItem(1u, 30u, MCE::CHANGE_ITEM_ADD, Path("twice"), 30u);
+  oEngine.AddChangeItem(1u, 20u, MCE::CHANGE_ITEM_ADD, Path("twice"), 20u);
+  for (unsigned nItem = 1; nItem < 20; ++nItem)
+    oEngine.AddChangeItem(1u, nItem, MCE::CHANGE_ITEM_ADD, Path("f" + std::to_string(nItem)), nItem);
+  MCE::TChangeRecord tChange;
+  tChange.nID = 1;
+  int nRevision = -1;
+  EXPECT_TRUE(oEngine.CheckForExistingItem(tChange, Path("twice"), nRevision));
+  EXPECT_EQ(nRevision, 20);
+  EXPECT_TRUE(oEngine.CheckForExistingItem(tChange, Path("f19"), nRevision));
+  EXPECT_EQ(nRevision, 19);
+  EXPECT_FALSE(oEngine.CheckForExistingItem(tChange, Path("F19"), nRevision));
 }
 
 TEST(GroupingTest, CommentMergeTable) {

@@ -3,10 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 #include "mce/change_item_table.h"
 #include "mce/change_table.h"
@@ -66,6 +69,31 @@ TEST(RecordTest, DefaultRecordIsEmpty) {
   EXPECT_EQ(tItem.nRevision, 0);
   EXPECT_EQ(tItem.oTimestamp.GetUTC(), 0);
   EXPECT_EQ(tItem.oFilePath.GetCount(), 0);
+}
+
+/// Addresses as they are in the record, so that two members of one type can't be mistaken for each other.
+template <class TRecord>
+std::vector<const void*> FieldAddresses(TRecord& tRecord) {
+  const auto apFields = tRecord.GetFieldAddresses();
+  return std::vector<const void*>(apFields.begin(), apFields.end());
+}
+
+TEST(RecordTest, FieldsAreTheMembersInTheirOrder) {
+  using TAddresses = std::vector<const void*>;
+  MCE::TChangeRecord c;
+  EXPECT_EQ(FieldAddresses(c), (TAddresses{&c.nID, &c.nProviderID, &c.nStreamID, &c.strUser, &c.nTime,
+                                           &c.strComment, &c.nNextItem, &c.oProps}));
+  MCE::TChangeItemRecord i;
+  EXPECT_EQ(FieldAddresses(i),
+            (TAddresses{&i.nID, &i.nItem, &i.nType, &i.oFilePath, &i.nRevision, &i.oProps, &i.oTimestamp}));
+  MCE::TFileRecord f;
+  EXPECT_EQ(FieldAddresses(f), (TAddresses{&f.nID, &f.oPath, &f.oProps}));
+  MCE::TFolderRecord o;
+  EXPECT_EQ(FieldAddresses(o), TAddresses{&o.nID});
+  for (const TAddresses& apFields : {FieldAddresses(c), FieldAddresses(i), FieldAddresses(f)})
+    EXPECT_TRUE(std::is_sorted(apFields.begin(), apFields.end()));
+  static_assert(std::is_polymorphic_v<MCE::TChangeRecord> && std::is_polymorphic_v<MCE::TChangeItemRecord>);
+  static_assert(!std::is_polymorphic_v<MCE::TFileRecord> && !std::is_polymorphic_v<MCE::TFolderRecord>);
 }
 
 TEST(RecordTest, CloneAndCopyFromTakeEveryField) {
@@ -300,6 +328,61 @@ TEST(ImportDatabaseTest, NothingIsFoundOrChangedWithoutATransaction) {
   EXPECT_FALSE(oEngine.CheckForExistingItem(tChange, oPath, nRevision));
   EXPECT_EQ(nRevision, 77);
   oEngine.VisitChanges(1, [](const MCE::TChangeRecord& tFound) { EXPECT_EQ(tFound.nNextItem, 2u); });
+}
+
+// The server's own tools open them by these names.
+TEST(ImportDatabaseTest, TablesAreCalledChangeAndCitems) {
+  CEngine oEngine;
+  oEngine.Add("a.c").At(1000);
+  oEngine.CommitChanges();
+  VDB::CTransaction oTransaction(*oEngine.m_poDatabase, 0);
+  MCE::CChangeTable oChanges;
+  MCE::CChangeItemTable oItems;
+  ASSERT_TRUE(oChanges.Open(*oEngine.m_poDatabase, L"change", oTransaction, true));
+  ASSERT_TRUE(oItems.Open(*oEngine.m_poDatabase, L"citems", oTransaction, true));
+  MCE::TChangeRecord tChange;
+  tChange.nID = 1;
+  EXPECT_TRUE(VDB::CIterator<MCE::TChangeRecord>(oChanges, 0, oTransaction).GetEqual(tChange));
+  EXPECT_EQ(tChange.nTime, 1000u);
+  MCE::TChangeItemRecord tItem;
+  tItem.nID = tItem.nItem = 1;
+  EXPECT_TRUE(VDB::CIterator<MCE::TChangeItemRecord>(oItems, 0, oTransaction).GetEqual(tItem));
+  EXPECT_TRUE(tItem.oFilePath.GeneratePath() == L"a.c");
+}
+
+TEST(ImportDatabaseTest, ItemTableIsOpenedAlongWithTheOtherOnly) {
+  CEngine oEngine;
+  ASSERT_TRUE(oEngine.PrepareForChanges(false));
+  oEngine.CommitChanges();
+  oEngine.m_oChangeItemTable.Close();
+  EXPECT_TRUE(oEngine.PrepareForChanges(false));
+  EXPECT_FALSE(oEngine.m_oChangeItemTable.IsOpen());
+  oEngine.CommitChanges();
+  oEngine.m_oChangeTable.Close();
+  EXPECT_TRUE(oEngine.PrepareForChanges(false));
+  EXPECT_TRUE(oEngine.m_oChangeTable.IsOpen() && oEngine.m_oChangeItemTable.IsOpen());
+}
+
+TEST(ImportDatabaseTest, FilesThatAreGoneAlreadyAreNoMatter) {
+  testing::internal::CaptureStderr();
+  {
+    CEngine oEngine;
+    oEngine.Add("a.c").At(1000);
+    std::filesystem::remove(DatabaseFile(".tdf"));
+    std::filesystem::remove(DatabaseFile(".tlf"));
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_FALSE(DatabaseFilesExist());
+}
+
+// One import per process at a time: this is what happens to a host that runs two.
+TEST(ImportDatabaseTest, SecondProvidersEndTakesTheFilesOfTheFirst) {
+  CEngine oFirst;
+  oFirst.Add("a.c").At(1000);
+  EXPECT_TRUE(DatabaseFilesExist());
+  { EXPECT_FALSE(CEngine().PrepareForChanges(false)); }
+  EXPECT_FALSE(DatabaseFilesExist());
+  EXPECT_EQ(oFirst.Changes(), "1000 joe: a.c\n");
 }
 
 TEST(ImportDatabaseTest, WithoutDatabaseNothingSucceeds) {

@@ -79,6 +79,11 @@ class ImportLogTest : public ::testing::Test {
     return astrTexts;
   }
 
+  /// The only file in the temporary folder.
+  VCM::CString LogFile() const {
+    return VCM::FromBytes(std::filesystem::directory_iterator(m_oTemp.Path())->path().string());
+  }
+
   CTempFolder m_oTemp;
   CEnvironmentScope m_oTempVariable{"TMPDIR", m_oTemp.Path().string()};
   CEngine m_oEngine;
@@ -149,6 +154,24 @@ TEST_F(ImportLogTest, PausedLogKeepsItsFileAndReopensAnother) {
             (std::vector<std::string>{"Beginning Import with Test\n", "Beginning Import with Test\nkept\n"}));
 }
 
+// Only the lines cease; the file is there for whatever opens the log in another way.
+TEST_F(ImportLogTest, PausedLogsFileTakesTheLinesThatGoToTheConnection) {
+  Open();
+  m_oEngine.OpenLog(false);
+  m_oEngine.LogToConnection();
+  m_oEngine.WriteLog(L"both");
+  EXPECT_EQ(Files(), std::vector<std::string>{"Beginning Import with Test\nboth\n"});
+}
+
+TEST_F(ImportLogTest, FileThatTheHostHasTakenGetsNoFurtherLines) {
+  Open();
+  Close();
+  m_oEngine.LogToConnection();
+  m_oEngine.WriteLog(L"lost");
+  EXPECT_TRUE(m_oEngine.IsLogOpen());
+  EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n");
+}
+
 TEST_F(ImportLogTest, OpeningAnOpenLogDoesNothing) {
   Open();
   Open();
@@ -197,6 +220,20 @@ TEST_F(ImportLogTest, ConnectionGetsEveryLineAndNoFileIsOpened) {
   EXPECT_TRUE(m_oEngine.GetLogPath().IsEmpty());
   m_oEngine.WriteLog(L"lost");
   EXPECT_EQ(WithoutSeconds(oConnection.m_strReceived), "100% of it\n");
+}
+
+TEST_F(ImportLogTest, ConnectionGetsTheLineAsTheFileDoes) {
+  CRecordingConnection oConnection;
+  m_oEngine.SetRepositoryView(
+      VRW::TObjectInvokeRef<VRO::CReposView>(std::make_shared<CConnectedView>(&oConnection)));
+  Open();
+  m_oEngine.LogToConnection();
+  const std::size_t nBefore = ReadFile(VCM::ToBytes(LogFile())).size();
+  m_oEngine.WriteLog(L"two\n%s", L"lines");
+  const std::string strLine = ReadFile(VCM::ToBytes(LogFile())).substr(nBefore);
+  EXPECT_EQ(oConnection.m_strReceived, strLine);
+  EXPECT_EQ(WithoutSeconds(strLine), "two\nlines\n");
+  EXPECT_TRUE(strLine.starts_with(std::to_string(std::atoi(strLine.c_str())) + ": two\n")) << strLine;
 }
 
 TEST_F(ImportLogTest, ConnectionAndFileCanBothBeServed) {
@@ -267,6 +304,25 @@ TEST_F(ImportLogTest, StreamsAndChangesAreWrittenOut) {
       "basetime=2106-02-07 06:28:15 UTC(-1),maxtime=2106-02-07 06:28:15 UTC(-1))\n");
 }
 
+// Whatever the numbers of the changes and the server's zone are.
+TEST_F(ImportLogTest, ChangesOfAStreamComeInOrderOfTimeFromTimeZeroOnAndInUtc) {
+  const CEnvironmentScope oZone("TZ", "America/New_York");
+  tzset();
+  m_oEngine.m_atStreams.Add(Stream(1, 0, L"Main"));
+  m_oEngine.AddChange(7, 1, L"ann", L"late", 7200);
+  m_oEngine.AddChange(8, 1, L"joe", L"early", 0);
+  Open();
+  m_oEngine.LogStreamsAndChanges();
+  const std::string strRest = "basetime=2106-02-07 06:28:15 UTC(-1),maxtime=2106-02-07 06:28:15 UTC(-1))\n";
+  EXPECT_EQ(WithoutSeconds(Close()),
+            "Beginning Import with Test\n"
+            "Processing stream 'Main' (id=1,parentid=0,destpath=,srcpath=,basechangeid=0)\n"
+            "\tChange (count=1,id=2,providerid=8,user=joe,time=1970-01-01 00:00:00 UTC,comment=early," +
+                strRest +
+                "\tChange (count=2,id=1,providerid=7,user=ann,time=1970-01-01 02:00:00 UTC,comment=late," +
+                strRest);
+}
+
 TEST_F(ImportLogTest, WithoutADatabaseNoStreamIsWritten) {
   m_oEngine.m_atStreams.Add(Stream(1, 0, L"Main"));
   CEngine oOwner;
@@ -318,12 +374,16 @@ TEST_F(ImportLogTest, LinesThatTheDiskRefusesAreLostWithoutAMessage) {
 }
 
 TEST_F(ImportLogTest, LogOutlivesTheProvider) {
-  {
-    CEngine oEngine;
-    oEngine.OpenLog(true);
-    m_oLastPath = VCM::ToBytes(oEngine.GetLogPath());
+  for (const bool bClosed : {true, false}) {
+    {
+      CEngine oEngine;
+      oEngine.OpenLog(true);
+      if (bClosed) m_oLastPath = VCM::ToBytes(oEngine.GetLogPath());
+    }
   }
   EXPECT_TRUE(std::filesystem::exists(m_oLastPath));
+  EXPECT_EQ(Files(),
+            (std::vector<std::string>{"Beginning Import with Test\n", "Beginning Import with Test\n"}));
 }
 
 }  // namespace

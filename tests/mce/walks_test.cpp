@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <utility>
+#include <vector>
 
 #include "tests/mce/engine_fixture.h"
 #include "tests/support/environment_scope.h"
+#include "tests/support/import_log.h"
 #include "tests/support/temp_folder.h"
 
 namespace TALVEK::TEST {
@@ -34,7 +38,13 @@ class WalkTest : public ::testing::Test {
     m_oEngine.OpenLog(true);
   }
 
-  std::string Log() { return ReadFile(VCM::ToBytes(m_oEngine.GetLogPath())); }
+  /// All that has been logged, without the line with which each log begins; closes the log.
+  std::string Log() {
+    const std::string strLog = WithoutSeconds(ReadFile(VCM::ToBytes(m_oEngine.GetLogPath())));
+    const std::string strFirst = "Beginning Import with Test\n";
+    EXPECT_TRUE(strLog.starts_with(strFirst)) << strLog;
+    return strLog.substr(std::min(strFirst.size(), strLog.size()));
+  }
   void Begin(unsigned nStream) {
     m_oEngine.OnBeginStream(nStream, VCM::FromBytes(m_oFolder.Path().string()).c_str());
   }
@@ -90,6 +100,20 @@ TEST_F(WalkTest, FailedSearchIsTriedAgain) {
   EXPECT_EQ(nCount, 77u);
   m_oEngine.m_bSearchSucceeds = true;
   EXPECT_EQ(m_oEngine.EstablishStreams(nCount), MCE::RESULT_OK);
+  EXPECT_EQ(Log(), "");
+}
+
+// The numbers are the provider's; only where they count from 1 is a stream's number its place.
+TEST_F(WalkTest, ParentIsFoundByItsNumberWhereverItStands) {
+  m_oEngine.m_atFound = {Stream(5, 0, L"R"), Stream(9, 5, L"A"), Stream(4, 9, L"B"), Stream(7, 2, L"lost")};
+  EXPECT_EQ(Children(m_oEngine, 5), "A ");
+  EXPECT_EQ(Children(m_oEngine, 9), "B ");
+  EXPECT_EQ(Children(m_oEngine, 2), "R ");
+  EXPECT_EQ(Children(m_oEngine, 1), "R ");
+  EXPECT_EQ(m_oEngine.OnBeginStream(4, L"/work"), 0);
+  EXPECT_TRUE(m_oEngine.m_tCurrentStream.strName == L"B");
+  EXPECT_EQ(m_oEngine.OnBeginStream(1, L"/work"), 0);
+  EXPECT_TRUE(m_oEngine.m_tCurrentStream.strName == L"B");
 }
 
 TEST_F(WalkTest, SearchBeginsWithAnEmptyList) {
@@ -126,10 +150,7 @@ TEST_F(WalkTest, NoStreamsIsAFailureEveryTime) {
   EXPECT_EQ(m_oEngine.EstablishStreams(nCount), MCE::RESULT_FAILED);
   EXPECT_EQ(m_oEngine.EstablishStreams(nCount), MCE::RESULT_FAILED);
   EXPECT_EQ(m_oEngine.m_nSearches, 1);
-  const std::string strLog = Log();
-  const std::size_t nFirst = strLog.find("No streams were found.\n");
-  ASSERT_NE(nFirst, std::string::npos);
-  EXPECT_NE(strLog.find("No streams were found.\n", nFirst + 1), std::string::npos);
+  EXPECT_EQ(Log(), "No streams were found.\nNo streams were found.\n");
 }
 
 TEST_F(WalkTest, UnknownStreamKeepsTheCurrentOneAndMovesTheWorkFolder) {
@@ -158,9 +179,36 @@ TEST_F(WalkTest, ChangesetsAreEnumeratedOnceAndCounted) {
 TEST_F(WalkTest, FailedEnumerationIsTriedAgain) {
   m_oEngine.m_bEnumerationSucceeds = false;
   unsigned nCount = 0;
+  m_oEngine.Add("a.c").At(1000);
   EXPECT_EQ(m_oEngine.EstablishChangesets(nCount), MCE::RESULT_FAILED);
+  EXPECT_NE(m_oEngine.m_poTransaction, nullptr);  // nothing is committed
+  EXPECT_EQ(nCount, 0u);
   m_oEngine.m_bEnumerationSucceeds = true;
   EXPECT_EQ(m_oEngine.EstablishChangesets(nCount), MCE::RESULT_OK);
+  EXPECT_EQ(nCount, 1u);
+  EXPECT_EQ(Log(), "");
+}
+
+// Each changeset whole, in order of time and not of number.
+TEST_F(WalkTest, ChangesetsCarryWhatWasAdded) {
+  unsigned nCount = 0;
+  m_oEngine.EstablishStreams(nCount);
+  m_oEngine.AddChange(7, 1, L"ann", L"later", 5000);
+  m_oEngine.AddChange(7, 2, L"ann", L"elsewhere", 10);
+  m_oEngine.Add("a.c").By("joe").Saying("first").At(0);
+  m_oEngine.AddChange(7, 1, L"ann", L"again", 5000);
+  Begin(1);
+  std::string strChanges;
+  TChangeInfo tChange;
+  for (int nResult = m_oEngine.OnFirstChangeset(tChange); nResult == MCE::RESULT_OK;
+       nResult = m_oEngine.OnNextChangeset(tChange)) {
+    strChanges += std::to_string(tChange.nID) + " " + VCM::ToUtf8(tChange.strUser) + " " +
+                  std::to_string(tChange.nTime) + " " + VCM::ToUtf8(tChange.strComment) + " " +
+                  std::to_string(tChange.nItemCount) + "\n";
+  }
+  EXPECT_EQ(strChanges, "3 joe 0 first 2\n1 ann 5000 later 0\n4 ann 5000 again 0\n");
+  EXPECT_EQ(m_oEngine.OnNextChangeset(tChange), MCE::RESULT_END);
+  EXPECT_EQ(Log(), "");
 }
 
 TEST_F(WalkTest, ChangesetsOfTheStreamComeInOrderOfTime) {
@@ -300,19 +348,47 @@ TEST_F(ItemWalkTest, FirstItemThatFailsIsReportedMoreQuietlyThanTheOthers) {
   EXPECT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_FAILED);
   EXPECT_EQ(m_oEngine.OnNextChangeItem(m_tItem), MCE::RESULT_FAILED);
   EXPECT_TRUE(m_tItem.oFilePath.GeneratePath() == L"dir/sub/deep.c");
-  const std::string strLog = Log();
-  EXPECT_EQ(strLog.find("'top.c'"), std::string::npos);
-  EXPECT_NE(strLog.find(": Failed to retrieve change item file 'dir/sub/deep.c'\n"), std::string::npos);
+  EXPECT_EQ(Log(), "Failed to retrieve change item file 'dir/sub/deep.c'\n");
+}
+
+TEST_F(ItemWalkTest, AnyResultOtherThanSuccessIsAFailure) {
+  for (const int nResult : {2, 5, -1}) {
+    m_oEngine.m_nRetrieveItemResult = nResult;
+    EXPECT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_FAILED) << nResult;
+    EXPECT_EQ(m_oEngine.OnNextChangeItem(m_tItem), MCE::RESULT_FAILED) << nResult;
+  }
+}
+
+TEST_F(ItemWalkTest, ItemsCarryWhatWasAdded) {
+  const unsigned nChange = m_oEngine.AddChange(0, 1, L"joe", L"all kinds", 50000);
+  VCM::CFilePath oPath;
+  for (unsigned nItem = 4; nItem > 0; --nItem) {
+    oPath.Parse(VCM::FromBytes("f" + std::to_string(nItem)));
+    ASSERT_TRUE(m_oEngine.AddChangeItem(nChange, nItem, static_cast<MCE::TChangeItemType>(nItem - 1), oPath,
+                                        4294967290u + nItem));
+  }
+  Begin(1);
+  m_oEngine.OnFirstChangeset(m_tChange);
+  ASSERT_EQ(m_oEngine.OnNextChangeset(m_tChange), MCE::RESULT_OK);
+  std::string strItems;
+  for (int nResult = m_oEngine.OnFirstChangeItem(m_tItem); nResult == MCE::RESULT_OK;
+       nResult = m_oEngine.OnNextChangeItem(m_tItem)) {
+    strItems += std::to_string(m_tItem.nChangeID) + " " + std::to_string(m_tItem.nType) + " " +
+                VCM::ToUtf8(m_tItem.oFilePath.GeneratePath()) + " " + std::to_string(m_tItem.nRevision) +
+                "\n";
+  }
+  EXPECT_EQ(strItems, "3 0 f1 -5\n3 1 f2 -4\n3 2 f3 -3\n3 3 f4 -2\n");
+  EXPECT_EQ(m_oEngine.OnNextChangeItem(m_tItem), MCE::RESULT_END);
+  EXPECT_EQ(Log(), "");
 }
 
 TEST_F(ItemWalkTest, FolderThatCannotBeMadeFailsTheItem) {
   WriteFile(m_oFolder / "dir", "in the way");
   ASSERT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_OK);
   EXPECT_EQ(m_oEngine.OnNextChangeItem(m_tItem), MCE::RESULT_FAILED);
-  const std::string strLog = Log();
-  EXPECT_NE(strLog.find(": Failed to create directory '" + m_oFolder.Path().string() + "/dir'\n"),
-            std::string::npos);
-  EXPECT_NE(strLog.find(": Failed to create folder for change item 'dir/sub/deep.c'\n"), std::string::npos);
+  EXPECT_EQ(m_oEngine.m_astrTargets, std::vector<std::string>{m_oFolder.Path().string() + "/top.c"});
+  EXPECT_EQ(Log(), "Failed to create directory '" + m_oFolder.Path().string() +
+                       "/dir'\nFailed to create folder for change item 'dir/sub/deep.c'\n");
 }
 
 TEST_F(ItemWalkTest, FirstItemsFolderThatCannotBeMadeFailsWithoutNamingTheItem) {
@@ -323,9 +399,8 @@ TEST_F(ItemWalkTest, FirstItemsFolderThatCannotBeMadeFailsWithoutNamingTheItem) 
   m_oEngine.OnNextChangeset(m_tChange);
   EXPECT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_FAILED);
   EXPECT_TRUE(m_tItem.oFilePath.GeneratePath() == L"lib/x.c");
-  const std::string strLog = Log();
-  EXPECT_NE(strLog.find("/lib'\n"), std::string::npos);
-  EXPECT_EQ(strLog.find("Failed to create folder for change item"), std::string::npos);
+  EXPECT_EQ(m_oEngine.m_astrTargets, std::vector<std::string>());
+  EXPECT_EQ(Log(), "Failed to create directory '" + m_oFolder.Path().string() + "/lib'\n");
 }
 
 TEST_F(WalkTest, FileAtTheTopNeedsNoFolder) {
@@ -338,15 +413,72 @@ TEST_F(WalkTest, FileAtTheTopNeedsNoFolder) {
 }
 
 TEST_F(WalkTest, FoldersAreMadeWithThePermissionsThatTheMaskLeaves) {
-  const mode_t nMask = umask(027);
   Begin(1);
+  for (const auto& [nMask, pszFolder] : {std::pair{027, "private"}, {0, "public"}, {0777, "none"}}) {
+    VCM::CFilePath oPath;
+    oPath.Parse(VCM::FromBytes(std::string(pszFolder) + "/a.c"));
+    const mode_t nBefore = umask(static_cast<mode_t>(nMask));
+    EXPECT_TRUE(m_oEngine.EnsureFolderExists(oPath));
+    umask(nBefore);
+    struct stat tStat {};
+    ASSERT_EQ(stat((m_oFolder / pszFolder).c_str(), &tStat), 0);
+    EXPECT_EQ(tStat.st_mode & 0777, 0777u & ~static_cast<unsigned>(nMask)) << pszFolder;
+  }
+}
+
+TEST_F(WalkTest, WorkFolderItselfIsNotMade) {
+  const std::string strAbsent = (m_oFolder / "absent").string();
+  m_oEngine.OnBeginStream(1, VCM::FromBytes(strAbsent).c_str());
   VCM::CFilePath oPath;
-  oPath.Parse(L"dir/a.c");
-  EXPECT_TRUE(m_oEngine.EnsureFolderExists(oPath));
-  umask(nMask);
-  struct stat tStat {};
-  ASSERT_EQ(stat((m_oFolder / "dir").c_str(), &tStat), 0);
-  EXPECT_EQ(tStat.st_mode & 0777, 0750u);
+  oPath.Parse(L"dir/sub/a.c");
+  EXPECT_FALSE(m_oEngine.EnsureFolderExists(oPath));
+  EXPECT_FALSE(std::filesystem::exists(strAbsent));
+  EXPECT_EQ(Log(), "Failed to create directory '" + strAbsent + "/dir'\n");
+}
+
+/// Whether the members stand one behind the other, the first at the beginning of the record.
+bool AreInOrder(const void* pRecord, const std::vector<const void*>& apMembers) {
+  return apMembers[0] == pRecord && std::is_sorted(apMembers.begin(), apMembers.end());
+}
+
+// Hosts read the records in place.
+TEST(RecordLayoutTest, MembersStandInTheOrderOfTheInterface) {
+  const TStreamInfo s;
+  EXPECT_TRUE(AreInOrder(
+      &s, {&s.nID, &s.nParentID, &s.oDestPath, &s.oSrcPath, &s.nBaseChangeID, &s.oProps, &s.strName}));
+  const TChangeInfo c;
+  EXPECT_TRUE(AreInOrder(&c, {&c.nID, &c.strUser, &c.nTime, &c.strComment, &c.nItemCount}));
+  const TChangeItemInfo i;
+  EXPECT_TRUE(AreInOrder(&i, {&i.nChangeID, &i.nType, &i.oFilePath, &i.nRevision}));
+}
+
+std::string Describe(const TStreamInfo& tStream) {
+  return std::to_string(tStream.nID) + " below " + std::to_string(tStream.nParentID) + " to '" +
+         VCM::ToUtf8(tStream.oDestPath.GeneratePath()) + "' from '" +
+         VCM::ToUtf8(tStream.oSrcPath.GeneratePath()) + "' at " + std::to_string(tStream.nBaseChangeID) +
+         " " + (tStream.oProps.IsEmpty() ? "[]" : std::to_string(tStream.oProps.GetNumber(7, 0))) + " '" +
+         VCM::ToUtf8(tStream.strName) + "'";
+}
+
+TEST(StreamInfoTest, DefaultStreamIsEmpty) {
+  EXPECT_EQ(Describe(TStreamInfo()), "0 below 0 to '' from '' at 0 [] ''");
+}
+
+TEST(StreamInfoTest, CopiesTakeEveryMember) {
+  VCM::CFilePath oDest, oSource;
+  oDest.Parse(L"imported/B");
+  oSource.Parse(L"cvs/branch");
+  TStreamInfo tStream(3, 1, oDest, oSource, L"B");
+  EXPECT_EQ(Describe(tStream), "3 below 1 to 'imported/B' from 'cvs/branch' at 0 [] 'B'");
+  tStream.nBaseChangeID = 9;
+  tStream.oProps.SetProperty(7, 77u);
+  const std::string strAll = "3 below 1 to 'imported/B' from 'cvs/branch' at 9 77 'B'";
+  EXPECT_EQ(Describe(tStream), strAll);
+  const TStreamInfo tCopy = tStream;
+  EXPECT_EQ(Describe(tCopy), strAll);
+  TStreamInfo tAssigned(8, 8, VCM::CFilePath(), VCM::CFilePath(), L"other");
+  tAssigned = tCopy;
+  EXPECT_EQ(Describe(tAssigned), strAll);
 }
 
 TEST(StreamInfoTest, NullNameLeavesTheNameEmpty) {

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+#include <vector>
+
 #include "tests/mcv/provider_fixture.h"
 
 namespace TALVEK::TEST {
@@ -86,6 +89,34 @@ TEST_F(ChangeItemsTest, OnlyTheVendorsFirstRevisionIsSkipped) {
             "a.c 1.2 edit on Main 3000..never\n"
             "b.c 1.1 add on Main 11000..12000\n"
             "b.c 1.2 edit on Main 13000..never\n");
+}
+
+// It is passed over once, whatever stands before it; numbers that only begin as it does are not.
+TEST_F(ChangeItemsTest, EndTimeTable) {
+  const struct {
+    std::vector<std::pair<const char*, long>> atRevisions;
+    const char* pszExpected;
+  } atCases[] = {
+      {{{"1.1", 1000}, {"1.1.1.1.2.1", 2000}, {"1.2", 3000}},
+       "a.c 1.1 add on Main 1000..2000\na.c 1.2 edit on Main 3000..never\n"},
+      {{{"1.1", 1000}, {"1.1.1", 2000}, {"1.2", 3000}},
+       "a.c 1.1 add on Main 1000..2000\na.c 1.2 edit on Main 3000..never\n"},
+      {{{"1.1", 1000}, {"1.1.1.1", 1500}, {"1.1.1.1", 1500}, {"1.2", 3000}},
+       "a.c 1.1 add on Main 1000..1500\na.c 1.2 edit on Main 3000..never\n"},
+      {{{"1.0", 1000}, {"1.1.1.1", 1500}, {"1.2", 3000}},
+       "a.c 1.0 add on Main 1000..3000\na.c 1.2 edit on Main 3000..never\n"},
+      {{{"0.9", 1000}, {"1.1.1.1", 1500}}, "a.c 0.9 add on Main 1000..never\n"},
+      {{{"1.1", 1000}, {"1.1.1.1", 1500}, {"1.1.1.1.2.1", 2000}, {"1.2", 3000}},
+       "a.c 1.1 add on Main 1000..2000\na.c 1.2 edit on Main 3000..never\n"},
+  };
+  for (const auto& tCase : atCases) {
+    m_oProvider.ResetStreams();
+    CLogText oLog;
+    oLog.File("/repo/mod/a.c,v");
+    for (const auto& [pszNumber, nTime] : tCase.atRevisions)
+      oLog.At(pszNumber, nTime);
+    EXPECT_EQ(Items(oLog), tCase.pszExpected);
+  }
 }
 
 TEST_F(ChangeItemsTest, BranchThatWasFilteredOutGivesNoItems) {

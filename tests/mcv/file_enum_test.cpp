@@ -139,6 +139,14 @@ TEST(FileEnumTest, CompareTagsNeverFindsEqual) {
   EXPECT_EQ(MCV::CompareTags(&tShort, &tShort), 1);
 }
 
+TEST(FileEnumTest, CompareRevsNeverFindsEqual) {
+  const TRevInfo tShort{MCE::TCVSRevision(L"1.2"), VCM::CTimestamp(2), 0, {}, {}};
+  const TRevInfo tLong{MCE::TCVSRevision(L"1.2.2.1"), VCM::CTimestamp(1), 0, {}, {}};
+  EXPECT_EQ(MCV::CompareRevs(&tShort, &tLong), -1);
+  EXPECT_EQ(MCV::CompareRevs(&tLong, &tShort), 1);
+  EXPECT_EQ(MCV::CompareRevs(&tShort, &tShort), 1);
+}
+
 TEST(FileEnumTest, LogOfUnknownItemsGivesOneEmptyFile) {
   EXPECT_EQ(Files("? stray\n==========\nmore\n----------\n", KEEP_TAGS), ": |\n");
 }

@@ -86,6 +86,33 @@ TEST_F(FileRetrievalTest, ChangeOf30ItemsIsCheckedOutAsAWhole) {
             "in @/client\n[-d]\n[/repo]\n[checkout]\n[-D]\n[2009/03/14 00:25:09 UTC]\n[-d]\n[Main]\n[mod]\n");
 }
 
+/// A provider that can't check out a module.
+class CFailingProvider : public COpenProvider {
+ public:
+  bool RetrieveFiles(unsigned) override { return false; }
+};
+
+TEST_F(FileRetrievalTest, ChangeFailsWhenTheModuleCannotBeCheckedOut) {
+  MCE::TChangeRecord tChange;
+  tChange.nNextItem = 31;
+  CFailingProvider oProvider;
+  for (const bool bFileByFile : {true, false}) {
+    oProvider.m_bFileByFile = bFileByFile;
+    EXPECT_EQ(oProvider.RetrieveChangeFiles(tChange), 1);
+    EXPECT_EQ(oProvider.m_bFileByFile, bFileByFile);
+  }
+  tChange.nNextItem = 30;
+  EXPECT_EQ(oProvider.RetrieveChangeFiles(tChange), 0);
+}
+
+TEST_F(FileRetrievalTest, TimeOfTheLastChangeRetrievedFileByFileIsKept) {
+  m_oProvider.m_nChangeTime = 77;
+  EXPECT_EQ(RetrieveChange(31), 0);
+  EXPECT_EQ(m_oProvider.m_nChangeTime, 77u);
+  EXPECT_EQ(RetrieveChange(30), 0);
+  EXPECT_EQ(m_oProvider.m_nChangeTime, CHANGE_TIME);
+}
+
 TEST_F(FileRetrievalTest, CountOfItemsIsComparedUnsigned) {
   EXPECT_EQ(RetrieveChange(0x80000000), 0);
   EXPECT_FALSE(m_oProvider.m_bFileByFile);
@@ -126,6 +153,28 @@ TEST_F(FileRetrievalTest, BranchIsCheckedOutByItsTag) {
   EXPECT_EQ(strLog.substr(strLog.find("Performing")),
             "Performing command \"" + CvsPath().string() +
                 "\" -d /repo checkout -r \"B\" -D \"2009/03/14 00:25:09 UTC\" -d \"B\" \"mod\"\n");
+}
+
+// A stream without a parent, whatever its name is; and no other one.
+TEST_F(FileRetrievalTest, OnlyTheTrunkIsCheckedOutWithoutATag) {
+  const struct {
+    const wchar_t* pszName;
+    unsigned nParentID;
+    const char* pszExpected;
+  } atCases[] = {
+      {L"Main", 0, "-D \"2009/03/14 00:25:09 UTC\" -d \"Main\" \"mod\""},
+      {L"Root", 0, "-D \"2009/03/14 00:25:09 UTC\" -d \"Root\" \"mod\""},
+      {L"Main", 1, "-r \"Main\" -D \"2009/03/14 00:25:09 UTC\" -d \"Main\" \"mod\""},
+      {L"B", 7, "-r \"B\" -D \"2009/03/14 00:25:09 UTC\" -d \"B\" \"mod\""},
+  };
+  std::string strLog;
+  for (const auto& tCase : atCases) {
+    OnStream(tCase.pszName, tCase.nParentID);
+    EXPECT_TRUE(m_oProvider.RetrieveFiles(CHANGE_TIME));
+    strLog +=
+        "Performing command \"" + CvsPath().string() + "\" -d /repo checkout " + tCase.pszExpected + "\n";
+  }
+  EXPECT_EQ(Log(), strLog);
 }
 
 TEST_F(FileRetrievalTest, TimeZeroMeansNow) {
@@ -171,8 +220,9 @@ TEST_F(FileRetrievalTest, RevisionIsPutInCanonicalForm) {
   const struct {
     const wchar_t* pszRevision;
     const char* pszExpected;
-  } atCases[] = {{L"1.4", "1.4"},   {L"1.04", "1.4"},   {L"1.x", "1.0"},      {L"1.2.2.1", "1.2.2.1"},
-                 {L" 1. 7", "1.7"}, {L"1..3", "1.0.3"}, {L"1.5z.6", "1.5.6"}, {L"1.", "1"}};
+  } atCases[] = {{L"1.4", "1.4"},         {L"1.04", "1.4"},  {L"1.x", "1.0"},
+                 {L"1.2.2.1", "1.2.2.1"}, {L" 1. 7", "1.7"}, {L"1..3", "1.0.3"},
+                 {L"1.5z.6", "1.5.6"},    {L"1.", "1"},      {L"4294967295.2", "-1.2"}};
   for (const auto& tCase : atCases) {
     fs::remove(m_oFolder / "calls");
     RetrieveItem("a.c", tCase.pszRevision);
@@ -180,6 +230,14 @@ TEST_F(FileRetrievalTest, RevisionIsPutInCanonicalForm) {
                            "]\n[-d]\n[Main]\n[mod/a.c]\n")
         << Narrow(tCase.pszRevision);
   }
+}
+
+TEST_F(FileRetrievalTest, EmptyRevisionPutsNothing) {
+  RetrieveChange(2);
+  EXPECT_EQ(RetrieveItem("a.c", L""), 0);
+  EXPECT_EQ(Calls(), "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[-d]\n[Main]\n[mod/a.c]\n");
+  EXPECT_EQ(Log(), "Performing command \"" + CvsPath().string() +
+                       "\" -d /repo checkout -r  -d \"Main\" \"mod/a.c\"\n");
 }
 
 TEST_F(FileRetrievalTest, ItemWithoutRevisionPutsTheChangesDateUnquoted) {

@@ -4,6 +4,8 @@
 
 #include <clocale>
 
+#include <wx/filefn.h>
+
 #include "tests/mcv/log_text.h"
 
 namespace TALVEK::TEST {
@@ -83,6 +85,86 @@ TEST(LogParserTest, TypicalEntryGivesAHeaderAndItsRevisions) {
             "revision 1.2 time=1041379200 author=ann state=1 [*** empty log message ***]\n");
 }
 
+TEST(LogParserTest, EveryItemStartsAfresh) {
+  EXPECT_EQ(Items("RCS file: /repo/mod/a,v\nhead: 1.3\ntotal revisions: 3;\tselected revisions: 3\n"
+                  "symbolic names:\n\tT: 1.1\ndescription:\nwhat\n----------\n"
+                  "revision 1.3\ndate: 2003/01/02 10:11:12;  author: joe;  state: dead;\nwhy\n----------\n"
+                  "revision 1.2\nstray\n==========\n"
+                  "RCS file: /repo/mod/b,v\nstray\n\tU: 1.1\nsymbolic names:\n\tV: 1.2\n==========\n"
+                  "RCS file:\n==========\n"),
+            "file mod/a head=1.3 total=3 [\nwhat] T=1.1\n"
+            "revision 1.3 time=1041502272 author=joe state=1 [why]\n"
+            "revision 1.2 time=0 author= state=0 []\n"
+            "file mod/b head= total=0 [] V=1.2\n"
+            "file  head= total=0 []\n"
+            "unknown\n");
+}
+
+// The next item's kind hangs on nine characters, that of a line within a revision on eight.
+TEST(LogParserTest, ItemKindTable) {
+  const struct {
+    const char *pszLine, *pszExpected;
+  } atCases[] = {
+      {"RCS file: /repo/mod/a,v", "file mod/a head= total=0 []"},
+      {"rcs FILE:/repo/mod/a,v", "file mod/a head= total=0 []"},
+      {"RCS file /repo/mod/a,v", "unknown"},
+      {"RCS files: /repo/mod/a,v", "unknown"},
+      {" RCS file: /repo/mod/a,v", "unknown"},
+      {"revision 1.7", "revision 1.7 time=0 author= state=0 []"},
+      {"REVISION 1.7", "revision 1.7 time=0 author= state=0 []"},
+      {"revision ", "revision  time=0 author= state=0 []"},
+      {"revision", "unknown"},
+      {"revision\t1.7", "unknown"},
+      {"revisions 1.7", "unknown"},
+      {"head: 1.7", "unknown"},
+  };
+  for (const auto& tCase : atCases) {
+    EXPECT_EQ(Items(std::string(tCase.pszLine) + "\n==========\n"), std::string(tCase.pszExpected) + "\n")
+        << tCase.pszLine;
+  }
+}
+
+TEST(LogParserTest, HeaderLineTable) {
+  const struct {
+    const char *pszLines, *pszExpected;
+  } atCases[] = {
+      {"head: 1.3\n", "head=1.3 total=0 []"},
+      {"HEAD: 1.3\n", "head=1.3 total=0 []"},
+      {"head:1.3\n", "head=0.3 total=0 []"},  // what stands right behind the colon is not looked at
+      {"head\n", "head= total=0 []"},
+      {"head: 1.3\nhead:\n", "head= total=0 []"},
+      {"Total Revisions: 7;\n", "head= total=7 []"},
+      {"total revisions:12;\n", "head= total=2 []"},
+      {"total revisions: 7;\ntotal revisions:3;\n", "head= total=7 []"},
+      {"total revisions: 7;\ntotal revisions: ;\n", "head= total=7 []"},
+      {"total revisions: 7;\ntotal revisions:  ;\n", "head= total=0 []"},
+      {"total revisions 7;;;;\n", "head= total=0 []"},
+      {"symbolic names:\n\tT: 1.1\n", "head= total=0 [] T=1.1"},
+      {"Symbolic NAMES: all\n\tT: 1.1\n", "head= total=0 [] T=1.1"},
+      {"symbolic names: T: 1.1\n", "head= total=0 []"},
+      {"symbolic names\n\tT: 1.1\n", "head= total=0 []"},
+      {"description:\nx\n", "head= total=0 [\nx]"},
+      {"DESCRIPTION:\nx\n", "head= total=0 [\nx]"},
+      {"description: dropped\nx\n", "head= total=0 [\nx]"},
+      {"description\nx\n", "head= total=0 []"},
+      {"description:\n\n", "head= total=0 [\n]"},
+      {"description:\n\nx\n", "head= total=0 [\nx]"},
+      {"description:\nx\n\ny\n", "head= total=0 [\nxy]"},
+      // Keywords are keywords in a description and among the names, too.
+      {"description:\nx\nhead: 1.7\ntotal revisions: 7;\ny\n", "head=1.7 total=7 [\nxy]"},
+      {"description:\nx\nsymbolic names:\n\tT: 1.1\ndescription:\ny\n", "head= total=0 [\nxy] T=1.1"},
+      {"symbolic names:\nhead: 1.7\nsymbolic names: 1.2\n\tT: 1.1\n", "head=1.7 total=0 [] T=1.1"},
+      {"symbolic names:\n\thead: 1.7\n", "head= total=0 [] head=1.7"},
+  };
+  for (const auto& tCase : atCases) {
+    EXPECT_EQ(Items(std::string("RCS file: /repo/mod/a,v\n") + tCase.pszLines + "==========\n"),
+              std::string("file mod/a ") + tCase.pszExpected + "\n")
+        << tCase.pszLines;
+  }
+  EXPECT_EQ(Items("RCS file: /repo/mod/a,v\ndescription:\nx\nRCS file: /repo/mod/b,v\ny\n==========\n"),
+            "file mod/b head= total=0 [\nxy]\n");
+}
+
 TEST(LogParserTest, BlankLinesBetweenItemsAreSkipped) {
   EXPECT_EQ(Items("\n\n\n==========\n\n"), "unknown\n");
   EXPECT_EQ(Items("\n\nRCS file: /repo/mod/a,v\n==========\n\n\nRCS file: /repo/mod/b,v\n==========\n"),
@@ -131,6 +213,18 @@ TEST(LogParserTest, PathTable) {
       {"RCS file: /repo/mod/a.c", L"mod", L"/repo", ""},
       {"RCS file: /other/x.c,v", L"mod", L"/repo", ""},
       {"RCS file:", L"mod", L"/repo", ""},
+      {"RCS file: /repo/Attic/a.c,v", L"mod", L"/repo", "a.c"},
+      {"RCS file: /repo/mod/Attic/Attic/a.c,v", L"mod", L"/repo", "mod/Attic/a.c"},
+      // The folder is looked for anywhere in the line, with regard to case, and counts before the module; of
+      // several places the first does.
+      {"RCS file: /mirror/repo/x/mod/a.c,v", L"mod", L"/repo", "x/mod/a.c"},
+      {"RCS file: /REPO/x/mod/a.c,v", L"mod", L"/repo", "mod/a.c"},
+      {"RCS file: /REPO/x/MOD/a.c,v", L"mod", L"/repo", ""},
+      {"RCS file: /repo/repo/a.c,v", L"mod", L"/repo", "repo/a.c"},
+      {"RCS file: /x/mod/mod/a.c,v", L"mod", L"", "mod/mod/a.c"},
+      {"RCS file: /x/mod/file/a.c,v", L"file", L"", " file: /x/mod/file/a.c"},
+      {"RCS file: /re,po/mod/a.c,v", L"mod", L"/re,po", "mod/a.c"},
+      {"RCS file: /re,po/mod/a.c", L"mod", L"/re,po", ""},
   };
   for (const auto& tCase : atCases) {
     const std::string strItems = Path(tCase.pszLine, tCase.pszModule, tCase.pszReposDir);
@@ -152,6 +246,34 @@ TEST(LogParserTest, IncludePatternsMustAllMatch) {
             "file mod/a head= total=0 [] REL_1=1.1\n");
   EXPECT_EQ(Items(strLog, {L"mod", L"/repo", {L"rel*"}, {}}), "file mod/a head= total=0 []\n");
   EXPECT_EQ(Items(strLog, {L"mod", L"/repo", {L"???_2"}, {}}), "file mod/a head= total=0 [] REL_2=1.2\n");
+}
+
+// The toolkit's matching, to which an empty name matches an empty pattern and not "*".
+TEST(LogParserTest, FilterTable) {
+  EXPECT_FALSE(wxMatchWild("*", "", true));
+  const struct {
+    std::vector<const wchar_t*> apszInclude, apszExclude;
+    const char* pszExpected;
+  } atCases[] = {
+      {{}, {}, " =1.1 REL_1=1.2 rel_1=1.3"},
+      {{L"*"}, {}, " REL_1=1.2 rel_1=1.3"},
+      {{L"?*"}, {}, " REL_1=1.2 rel_1=1.3"},
+      {{L"rel*"}, {}, " rel_1=1.3"},
+      {{}, {L"rel*"}, " =1.1 REL_1=1.2"},
+      {{}, {L"REL_?"}, " =1.1 rel_1=1.3"},
+      {{}, {L"REL"}, " =1.1 REL_1=1.2 rel_1=1.3"},
+      {{}, {L"*"}, " =1.1"},
+      {{L""}, {}, " =1.1"},
+      // The end of the names is told before the filters are asked, whatever they say of it.
+      {{L"REL*"}, {}, " REL_1=1.2"},
+      {{}, {L"keyword*"}, " =1.1 REL_1=1.2 rel_1=1.3"},
+  };
+  for (const auto& tCase : atCases) {
+    EXPECT_EQ(Items("RCS file: /repo/mod/a,v\nsymbolic names:\n: 1.1\n\tREL_1: 1.2\n\trel_1: 1.3\n"
+                    "keyword substitution: kv\n\tREL_2: 1.4\n\trel_2: 1.5\n==========\n",
+                    {L"mod", L"/repo", tCase.apszInclude, tCase.apszExclude}),
+              std::string("file mod/a head= total=0 []") + tCase.pszExpected + "\n");
+  }
 }
 
 TEST(LogParserTest, ExcludingEverythingKeepsNoName) {
@@ -189,6 +311,13 @@ TEST(LogParserTest, NamesSectionTable) {
       {"\tTRAILING : 1.2\n", " TRAILING =1.2"},
       {"\tA: 1.2\nkeyword substitution: kv\n\tB: 1.3\n", " A=1.2"},
       {"\tA: 1.2\nKEYWORD SUBSTITUTION\n\tB: 1.3\n", " A=1.2"},
+      {"\tA: 1.2\n \tkeyword substitution : kv\n\tB: 1.3\n", " A=1.2"},
+      {"\tA: 1.2\nkeyword substitutions are names: 1.3\n\tB: 1.3\n", " A=1.2"},
+      {"\tkeyword substitut: 1.2\n\tkeyword: 1.3\n", " keyword substitut=1.2 keyword=1.3"},
+      {"\tthe keyword substitution: 1.2\n", " the keyword substitution=1.2"},
+      {"\tA: 1.2 \n", " A=1.2"},
+      {" \t A: \t 1.2\n", " A=1.2"},
+      {": 1.2\n", " =1.2"},
       {"\tA:B: 1.2\n", " A=0.2"},
       {"A:1.2\n", " A=1.2"},
   };
@@ -231,6 +360,20 @@ TEST(LogParserTest, DateLineTable) {
       {"date: 2005/01/02 10:11:12;  author: joe;  state: Rel;", "time=1104660672 author=joe state=2"},
       {"date: 2005/01/02 10:11:12;  author: joe", "time=1104660672 author= state=0"},
       {"date: nonsense;  author: joe;", "time=0 author=joe state=0"},
+      // Beginnings of lines are compared without regard to case, the names of fields with it.
+      {"DATE: 2005/01/02 10:11:12;  author: joe;  state: Exp;", "time=0 author=joe state=0"},
+      {"date: 2005/01/02 10:11:12;  Author: joe;  STATE: dead;", "time=1104660672 author= state=0"},
+      {"date: 2005/01/02 10:11:12;  author: \t joe \t;  state:dead;",
+       "time=1104660672 author=joe \t state=1"},
+      {"date: 2005/01/02 10:11:12;  author: joe;  state: dead ;", "time=1104660672 author=joe state=2"},
+      {"date: 2005/01/02 10:11:12;  author: joe;  author: ann;  state: dead;  state: Exp;",
+       "time=1104660672 author=joe state=1"},
+      {"date: 2005/01/02 10:11:12;  state: dead;  author: joe;", "time=1104660672 author=joe state=1"},
+      {"date: 2005/01/02 10:11:12;  author: ;  state: ;", "time=1104660672 author= state=2"},
+      // A second line replaces what it holds, even by nothing.
+      {"date: 2005/01/02 10:11:12;  author: joe;  state: dead;\ndate: x;  author: ;",
+       "time=0 author= state=1"},
+      {"date: 2005/01/02 10:11:12;  author: joe;  state: dead;\ndate:", "time=1104660672 author=joe state=1"},
       {"date:", "time=0 author= state=0"},
   };
   for (const auto& tCase : atCases) {
@@ -249,6 +392,36 @@ TEST(LogParserTest, MessageLineThatBeginsWithAKeywordIsTakenForIt) {
   EXPECT_EQ(Items("revision 1.5\ndate: 2005/01/02 10:11:12;  author: joe;  state: Exp;\nfirst\n"
                   "revision 1.9 was bad\nbranches: none\nlast\n==========\n"),
             "revision 1.9 time=1104660672 author=joe state=0 [first\nlast]\n");
+}
+
+TEST(LogParserTest, MessageTable) {
+  const struct {
+    const char *pszLines, *pszExpected;
+  } atCases[] = {
+      {"\nfoo\n", "1.5 [foo]"},
+      {"\n\nfoo\n\n", "1.5 [foo\n]"},
+      {"foo \n\tbar\n", "1.5 [foo \n\tbar]"},
+      {"---------\n=========\n-=-=-=-=-=\nfoo\n", "1.5 [---------\n=========\n-=-=-=-=-=\nfoo]"},
+      {" ----------\n", "1.5 [ ----------]"},
+      {"branches are fun\nbranches: are not\nBRANCHES:\nfoo\n", "1.5 [branches are fun\nfoo]"},
+      {"revisionx1.7\nfoo\n", "1.7 [foo]"},
+      {"Revisions are bad\nfoo\n", "0 [foo]"},
+      {"revision\nfoo\n", " [foo]"},
+      {"revisio 1.7\n", "1.5 [revisio 1.7]"},
+      {"the revision 1.7\n", "1.5 [the revision 1.7]"},
+      {"dates: none\nup to date: yes;\n", "1.5 [dates: none\nup to date: yes;]"},
+      {"head: 1.9\ndescription:\nRCS file: /repo/mod/b,v\n",
+       "1.5 [head: 1.9\ndescription:\nRCS file: /repo/mod/b,v]"},
+  };
+  for (const auto& tCase : atCases) {
+    const std::string strExpected = tCase.pszExpected;
+    const std::size_t nText = strExpected.find('[');
+    EXPECT_EQ(Items(std::string("revision 1.5\ndate: 2005/01/02 10:11:12;  author: joe;  state: Exp;\n") +
+                    tCase.pszLines + "==========\n"),
+              "revision " + strExpected.substr(0, nText) + "time=1104660672 author=joe state=0 " +
+                  strExpected.substr(nText) + "\n")
+        << tCase.pszLines;
+  }
 }
 
 TEST(LogParserTest, MessageLineOfTenDashesEndsTheRevision) {
@@ -338,6 +511,58 @@ TEST(LogParserTest, RevisionFromStringAlwaysSucceeds) {
   EXPECT_TRUE(oRevision.GetText() == L"1.2.0.4");
   EXPECT_TRUE(oParser.GetRevisionFromString(L"", oRevision));
   EXPECT_TRUE(oRevision.IsEmpty());
+}
+
+/// The places at which the parser keeps the author and the message of each revision. A message is interned
+/// when its file is put together.
+std::vector<const VCM::CString*> Places(MCV::CFileEnum& oFiles) {
+  MCV::TFileInfo tFile;
+  std::vector<const VCM::CString*> apstrPlaces;
+  if (!oFiles.GetNextFile(tFile, {}, {}, true)) return apstrPlaces;
+  for (const MCV::TRevInfo& tRevision : tFile.atRevisions) {
+    apstrPlaces.push_back(&tRevision.strAuthor.GetText());
+    apstrPlaces.push_back(&tRevision.strMessage.GetText());
+  }
+  return apstrPlaces;
+}
+
+TEST(LogParserTest, EqualTextsAreKeptOnce) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").At("1.1", 1000, "Exp", "joe", "work").At("1.2", 2000, "Exp", "joe", "work");
+  oLog.File("/repo/mod/b.c,v").At("1.1", 1000, "Exp", "work", "joe");
+  const std::string strLog = oLog.Text();
+  wxMemoryInputStream oInput(strLog.data(), strLog.size());
+  MCV::CFileEnum oFiles(&oInput, L"mod", L"/repo");
+  const auto apstrFirst = Places(oFiles), apstrSecond = Places(oFiles);
+  ASSERT_EQ(apstrFirst.size(), 4u);
+  ASSERT_EQ(apstrSecond.size(), 2u);
+  EXPECT_NE(apstrFirst[0], apstrFirst[1]);
+  EXPECT_EQ(apstrFirst[2], apstrFirst[0]);
+  EXPECT_EQ(apstrFirst[3], apstrFirst[1]);
+  EXPECT_EQ(apstrSecond[0], apstrFirst[1]);
+  EXPECT_EQ(apstrSecond[1], apstrFirst[0]);
+}
+
+// With 262144 texts a pool goes on; with one more the next file's header gets another.
+TEST(LogParserTest, PoolIsReplacedBehindTheFileThatMadeItTooLarge) {
+  for (const int nNames : {262142, 262143}) {
+    std::string strLog = "RCS file: /repo/mod/a.c,v\nsymbolic names:\n";
+    for (int i = 0; i < nNames; ++i)
+      strLog += "\tT" + std::to_string(i) + ": 1.1\n";
+    const char* const pszRevision = "----------\nrevision 1.1\ndate: x; author: joe; state: Exp;\nwork\n";
+    strLog += std::string(pszRevision) + "==========\nRCS file: /repo/mod/b.c,v\n" + pszRevision;
+    wxMemoryInputStream oInput(strLog.data(), strLog.size());
+    CLogParser oParser(&oInput, L"mod", L"/repo");
+    std::vector<const VCM::CString*> apstrPlaces;
+    TLogItem tItem;
+    while (oParser.GetNextItem(tItem, {}, {}, true)) {
+      if (tItem.nKind != TLogItem::KIND_REVISION) continue;
+      apstrPlaces.push_back(&tItem.strAuthor.GetText());
+      oParser.Intern(tItem.strComment.View());
+    }
+    ASSERT_EQ(apstrPlaces.size(), 2u);
+    EXPECT_EQ(apstrPlaces[0] == apstrPlaces[1], nNames == 262142) << nNames;
+  }
 }
 
 // More distinct texts than a pool holds before it is replaced; those of the file before stay good.

@@ -81,6 +81,12 @@ TEST(PluginTest, CreatesAProviderThatNamesItself) {
   poProvider->Destroy();
 }
 
+TEST(PluginTest, StartsNoThread) {
+  EXPECT_EQ(ShellOutput("nm -D -C --undefined-only " + ShellQuote(PLUGIN) +
+                        " | grep -E 'pthread_create|std::thread|wxThread::(Create|Run)' || true"),
+            "");
+}
+
 TEST(PluginTest, ProviderDestroyedUnusedLeavesNoFiles) {
   const CPlugin oPlugin;
   oPlugin.CreateProvider()->Destroy();

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "core/file_system.h"
 #include "core/text_codec.h"
 #include "tests/mcv/provider_fixture.h"
 
@@ -133,11 +134,24 @@ TEST_F(ProviderSetupTest, ExecutableIsAlwaysQuoted) {
 }
 
 TEST_F(ProviderSetupTest, MissingExecutableIsAWarning) {
-  Set(L"CVSPath", "cvs");
+  for (const std::string& strPath :
+       {std::string("cvs"), std::string(), m_oFolder.Path().string(), (m_oFolder / "none").string()}) {
+    Set(L"CVSPath", strPath);
+    VCM::CString strMessage = L"untouched";
+    EXPECT_EQ(m_oProvider.CheckEnvironment(strMessage), 1) << strPath;
+    EXPECT_EQ(Narrow(strMessage), "The file '" + strPath +
+                                      "' doesn't seem to exist (ignore if cvs/cvs.exe is somewhere on your "
+                                      "PATH)");
+  }
+}
+
+TEST_F(ProviderSetupTest, ExecutableInTheWorkingFolderIsNoWarning) {
+  WriteFile(m_oFolder / "my-cvs", "");
+  const VCM::CWorkingFolderScope oScope(VCM::FromBytes(m_oFolder.Path().string()));
+  Set(L"CVSPath", "my-cvs");
   VCM::CString strMessage = L"untouched";
-  EXPECT_EQ(m_oProvider.CheckEnvironment(strMessage), 1);
-  EXPECT_EQ(Narrow(strMessage),
-            "The file 'cvs' doesn't seem to exist (ignore if cvs/cvs.exe is somewhere on your PATH)");
+  EXPECT_EQ(m_oProvider.CheckEnvironment(strMessage), 0);
+  EXPECT_EQ(Narrow(strMessage), "untouched");
 }
 
 TEST_F(ProviderSetupTest, ExistingExecutableIsNoWarning) {
@@ -208,7 +222,18 @@ TEST_F(ProviderSetupTest, InitialisingTakesTheFolderAndThePolicy) {
 }
 
 TEST_F(ProviderSetupTest, InitialisingFailsWhenTheFolderIsNoPath) {
-  EXPECT_FALSE(m_oProvider.InitialiseClients(VCM::CString(std::wstring_view(L"/a\0b", 4))));
+  // The policy is read all the same.
+  for (const bool bForce : {true, false}) {
+    Set(L"ForceFileByFile", bForce ? "1" : "0");
+    EXPECT_FALSE(m_oProvider.InitialiseClients(VCM::CString(std::wstring_view(L"/a\0b", 4))));
+    EXPECT_EQ(m_oProvider.m_bForceFileByFile, bForce);
+  }
+}
+
+TEST_F(ProviderSetupTest, EmptyClientFolderIsAPath) {
+  EXPECT_TRUE(m_oProvider.InitialiseClients(L"/some/folder"));
+  EXPECT_TRUE(m_oProvider.InitialiseClients(L""));
+  EXPECT_EQ(m_oProvider.m_oClientPath.GetCount(), 0);
 }
 
 TEST_F(ProviderSetupTest, NothingIsLeftToEnumerateOrToRemove) {

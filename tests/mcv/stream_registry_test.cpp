@@ -154,6 +154,22 @@ TEST_F(StreamRegistryTest, UpdatingIsLogged) {
             "Max creation time is 1970-01-01 00:00:00 UTC\n");
 }
 
+// Seen by a stream that is its own parent: when it is logged, it is in the list already.
+TEST_F(StreamRegistryTest, AddingIsLoggedOnceTheStreamIsThere) {
+  EXPECT_EQ(Logged([this] { Add(Stream(2, L"A")); }),
+            "Adding stream 'A'. Parent is 'A'. Creation time is 1970-01-01 00:00:00 UTC. "
+            "Max creation time is 1970-01-01 00:00:00 UTC\n");
+}
+
+TEST_F(StreamRegistryTest, UpdatingIsLoggedBeforeTheStreamIsOverwritten) {
+  TStreamInfo tStream = Stream(2, L"A");
+  m_oProvider.AddStream(tStream);
+  tStream.strName = L"B";
+  EXPECT_EQ(Logged([&] { m_oProvider.UpdateStream(tStream); }),
+            "Updating stream 'B'. Parent is 'A'. Creation time is 1970-01-01 00:00:00 UTC. "
+            "Max creation time is 1970-01-01 00:00:00 UTC\n");
+}
+
 TEST_F(StreamRegistryTest, ParentThatIsNoStreamShowsAsAnEmptyName) {
   EXPECT_EQ(Logged([this] { Add(Stream(99, L"A")); }),
             "Adding stream 'A'. Parent is ''. Creation time is 1970-01-01 00:00:00 UTC. "

@@ -161,12 +161,25 @@ TEST_F(StreamSearchTest, ProposingAStreamsOwnDescendantKeepsItsParentAndNamesThe
   Nest(oLog, "bad.c", "C", "B");
   EXPECT_EQ(Streams(oLog),
             "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 2 [2001,0]\n4 C below 3 [2001,0]\n");
-  const std::string strLog = Log();
-  EXPECT_NE(strLog.find("\nUnable to set use stream hierarchy proposed by file 'mod/bad.c'. "
-                        "This will create an infinite loop!\n"),
-            std::string::npos)
-      << strLog;
-  EXPECT_EQ(strLog.find("infinite loop!"), strLog.rfind("infinite loop!")) << strLog;
+  const std::string strTimes =
+      "Creation time is 1970-01-01 00:33:21 UTC. Max creation time is 1970-01-01 00:00:00 UTC\n";
+  EXPECT_EQ(LogOfFiles(),
+            "Processing file 'mod/a.c' (count=0)\n"
+            "Adding stream 'A'. Parent is 'Main'. Creation time is 1970-01-01 00:16:41 UTC. "
+            "Max creation time is 1970-01-01 00:00:00 UTC\n"
+            "Adding stream 'B'. Parent is 'A'. " +
+                strTimes +
+                "Processing file 'mod/b.c' (count=1)\n"
+                "Adding stream 'C'. Parent is 'B'. " +
+                strTimes +
+                "Processing file 'mod/bad.c' (count=2)\n"
+                "Unable to set use stream hierarchy proposed by file 'mod/bad.c'. "
+                "This will create an infinite loop!\n"
+                "Finished Parsing Log\n"
+                "Main\n"
+                "  A\n"
+                "    B\n"
+                "      C\n");
 }
 
 // Below the trunk a proposal is taken without a look at the tree.
@@ -251,8 +264,9 @@ TEST_F(StreamSearchTest, NamesEqualButForCaseAreOneStream) {
             "2500..never\n");
 }
 
-// One record serves every name: a stream seen for the first time narrows the times of the one before.
-TEST_F(StreamSearchTest, NewStreamInheritsTheTimesOfTheOneBefore) {
+// One record serves every name and every revision. The last revision of a file is mostly one of the trunk, and
+// the record then is the trunk's, which has no times to inherit.
+TEST_F(StreamSearchTest, NewStreamOfTheNextFileStartsFromTheTrunksRecord) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").At("1.1", 1000).At("1.2", 5000);
   oLog.File("/repo/mod/b.c,v").Name("B: 1.1.0.2").At("1.1", 500).At("1.2", 9000);
@@ -280,6 +294,80 @@ TEST_F(StreamSearchTest, RevisionWithoutStreamLeavesTheRestOfTheRecord) {
   oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").At("1.1.2.1", 3000).At("1.1.4.1", 4000).At("1.1", 1000);
   oLog.File("/repo/mod/b.c,v").Name("B: 1.9.0.2").At("1.1", 500);
   EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 1 [1001,0]\n");
+}
+
+// A tag names one state and never changes; whoever writes the streams out has to know.
+TEST_F(StreamSearchTest, TagsAndOnlyTagsAreMarkedAsTags) {
+  Set(L"StreamsForTags", "1");
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v")
+      .Name("REL: 1.1")
+      .Name("BR: 1.1.0.2")
+      .Name("BR_REL: 1.1.2.1")
+      .Name("VENDOR: 1.1.1")
+      .Name("V1: 1.1.1.1")
+      .Name("PLAIN: 1.1.4")  // a branch's number without the magic 0 is a tag's
+      .Name("INNER: 1.1.2.1.0.2")
+      .At("1.1", 1000)
+      .At("1.1.2.1", 2000);
+  // A name is what it is in the first file that has it.
+  oLog.File("/repo/mod/b.c,v").Name("REL: 1.1.0.2").Name("BR: 1.1").Name("LAST: 1.1.0.4").At("1.1", 1000);
+  ASSERT_TRUE(Search(oLog));
+  std::string strTags, strOthers;
+  for (const auto& tStream : m_oProvider.m_atStreams) {
+    const std::uint32_t nIsTag = tStream.oProps.GetNumber(MCE::STREAM_IS_TAG, 0);
+    ASSERT_LE(nIsTag, 1u);
+    (nIsTag == 1 ? strTags : strOthers) += Narrow(tStream.strName) + " ";
+    EXPECT_EQ(tStream.oDestPath.GetCount(), 0);
+    EXPECT_EQ(tStream.oSrcPath.GetCount(), 0);
+  }
+  EXPECT_EQ(strTags, "V1 REL BR_REL PLAIN ");
+  EXPECT_EQ(strOthers, "Main VENDOR BR INNER LAST ");
+}
+
+// The parent is changed first: so a file that has no revision of the branch's start takes the new one's time.
+TEST_F(StreamSearchTest, MovedBranchTakesItsTimeFromItsNewParent) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("B: 1.9.0.2").At("1.1", 1000);
+  oLog.File("/repo/mod/b.c,v").Name("A: 1.1.0.2").Name("B: 1.1.2.1.0.2").At("1.1", 5000);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 B below 3 [5002,0]\n3 A below 1 [5001,0]\n");
+}
+
+TEST_F(StreamSearchTest, StreamThatStaysAsItIsIsNotLogged) {
+  CLogText oLog;
+  Nest(oLog, "a.c", "A", "B");
+  Nest(oLog, "b.c", "A", "B");
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 2 [2001,0]\n");
+  EXPECT_EQ(LogOfFiles(),
+            "Processing file 'mod/a.c' (count=0)\n"
+            "Adding stream 'A'. Parent is 'Main'. Creation time is 1970-01-01 00:16:41 UTC. "
+            "Max creation time is 1970-01-01 00:00:00 UTC\n"
+            "Adding stream 'B'. Parent is 'A'. Creation time is 1970-01-01 00:33:21 UTC. "
+            "Max creation time is 1970-01-01 00:00:00 UTC\n"
+            "Processing file 'mod/b.c' (count=1)\n"
+            "Finished Parsing Log\n"
+            "Main\n"
+            "  A\n"
+            "    B\n");
+}
+
+// Times are looked for in names that become no streams, too: here the second inherits what the first left.
+TEST_F(StreamSearchTest, InconsistentNameIsLoggedWithoutCreateBranchesToo) {
+  Set(L"CreateBranches", "0");
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v")
+      .Name("A: 1.1.0.2")
+      .Name("B: 1.3.0.2")
+      .At("1.1", 1000)
+      .At("1.2", 2000)
+      .At("1.3", 3000);
+  EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n");
+  EXPECT_EQ(LogOfFiles(),
+            "Processing file 'mod/a.c' (count=0)\n"
+            "Ignoring file 'mod/a.c' tag 'B' for establishing branch creation time. "
+            "The branch is inconsistent with other branches.\n"
+            "Finished Parsing Log\n"
+            "Main\n");
 }
 
 TEST_F(StreamSearchTest, InconsistentFileIsNamedInTheLog) {
@@ -409,6 +497,15 @@ TEST_F(StreamSearchTest, MissingLogEndsTheSearchAtOnce) {
             "Generated Log\n"
             "Failed to get input stream after generating log.\n");
   EXPECT_EQ(m_oProvider.Streams(), "");
+}
+
+// A process's own memory opens as a file does, and can't be read at its beginning.
+TEST_F(StreamSearchTest, LogThatBreaksOffFailsTheSearch) {
+  Set(L"LogFile", "/proc/self/mem");
+  Set(L"ModuleName", "mod");
+  EXPECT_FALSE(m_oProvider.SearchForStreams());
+  EXPECT_EQ(LogOfFiles(), "Failed to parse any files from rlog.\nFinished Parsing Log\nMain\n");
+  EXPECT_EQ(m_oProvider.m_poInputStream, nullptr);
 }
 
 TEST_F(StreamSearchTest, EmptyLogIsReportedAndLeavesMain) {

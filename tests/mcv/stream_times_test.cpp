@@ -173,6 +173,39 @@ TEST_F(StreamTimesTest, TimesAreComparedUnsigned) {
   EXPECT_EQ(Times(), "[2147483649,4026531840]");
 }
 
+TEST_F(StreamTimesTest, UnsignedComparisonTable) {
+  constexpr std::uint32_t BEFORE_2038 = 0x7FFFFFFF, AFTER_2038 = 0xF0000000;
+  const struct {
+    std::uint32_t nCreated, nMaxCreated;  // before
+    TRevisions atRevisions;
+    const char* pszTimes;
+    const char* pszLogged;
+  } atCases[] = {
+      {0, BEFORE_2038, {{L"1.2", 100}, {L"1.3", AFTER_2038}}, "[101,2147483647]", ""},
+      {0, AFTER_2038, {{L"1.2", 100}, {L"1.3", BEFORE_2038}}, "[101,2147483647]", ""},
+      {BEFORE_2038, 0, {{L"1.2", 100}, {L"1.3", AFTER_2038}}, "[2147483647,4026531840]", ""},
+      {AFTER_2038, 0, {{L"1.2", 100}, {L"1.3", BEFORE_2038}}, "[101,2147483647]", ""},
+      {0, AFTER_2038, {{L"1.2", 100}}, "[101,4026531840]", ""},
+      {0, 1000, {{L"1.2", AFTER_2038}}, "[0,1000]", PSZ_IGNORED},
+      {BEFORE_2038, 0, {{L"1.2", AFTER_2038}}, "[4026531841,0]", ""},
+      {AFTER_2038, 0, {{L"1.2", 100}}, "[4026531840,0]", ""},
+  };
+  for (const auto& tCase : atCases) {
+    m_strLogBefore = Log();
+    SetTimes(tCase.nCreated, tCase.nMaxCreated);
+    const std::string strBefore = Times();
+    EXPECT_EQ(Narrow(Branch(L"1.2.4"), tCase.atRevisions), strBefore != tCase.pszTimes) << strBefore;
+    EXPECT_EQ(Times(), tCase.pszTimes) << strBefore;
+    EXPECT_EQ(Logged(), tCase.pszLogged) << strBefore;
+  }
+}
+
+TEST_F(StreamTimesTest, SameMaxAgainIsNoChange) {
+  SetTimes(201, 300);
+  EXPECT_FALSE(Narrow(Branch(L"1.2.4"), {{L"1.2", 150}, {L"1.3", 300}}));
+  EXPECT_EQ(Times(), "[201,300]");
+}
+
 TEST_F(StreamTimesTest, OnlyTheCallersRecordChanges) {
   m_tStream.nID = 1;
   EXPECT_TRUE(Narrow(Branch(L"1.2.4"), {{L"1.2", 200}, {L"1.3", 300}}));
