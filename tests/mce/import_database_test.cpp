@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -69,6 +70,7 @@ TEST(RecordTest, DefaultRecordIsEmpty) {
   EXPECT_EQ(tItem.nRevision, 0);
   EXPECT_EQ(tItem.oTimestamp.GetUTC(), 0);
   EXPECT_EQ(tItem.oFilePath.GetCount(), 0);
+  EXPECT_TRUE(tItem.oProps.IsEmpty());
 }
 
 /// Addresses as they are in the record, so that two members of one type can't be mistaken for each other.
@@ -312,6 +314,14 @@ TEST(ImportDatabaseTest, ItemCountOfUnknownChangeIsNotWritten) {
   EXPECT_TRUE(oEngine.UpdateChangeItemCount(1, 7));
   EXPECT_EQ(oEngine.m_tChange.nID, 1u);
   oEngine.VisitChanges(1, [](const MCE::TChangeRecord& tChange) { EXPECT_EQ(tChange.nNextItem, 7u); });
+  // The record holds the change that was read, whatever it held before.
+  oEngine.AddChange(5, 2, L"ann", L"other", 9000);
+  EXPECT_TRUE(oEngine.UpdateChangeItemCount(1, 8));
+  const MCE::TChangeRecord& tRead = oEngine.m_tChange;
+  EXPECT_EQ(std::tuple(tRead.nID, tRead.nProviderID, tRead.nStreamID, tRead.nTime, tRead.nNextItem),
+            std::tuple(1u, 0u, 1u, 1000u, 8u));
+  EXPECT_TRUE(tRead.strUser == L"joe" && tRead.strComment == L"work");
+  EXPECT_EQ(tRead.oProps.GetNumber(MCE::CHANGE_BASE_TIME, 0), 1000u);
 }
 
 TEST(ImportDatabaseTest, NothingIsFoundOrChangedWithoutATransaction) {

@@ -2,9 +2,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 
@@ -12,6 +14,7 @@
 #include "mcv/cvs_provider.h"
 #include "tests/mcv/log_text.h"
 #include "tests/support/environment_scope.h"
+#include "tests/support/import_log.h"
 #include "tests/support/shell.h"
 #include "tests/support/temp_folder.h"
 
@@ -179,13 +182,16 @@ class PluginSlotTest : public ::testing::Test {
     EXPECT_EQ((Call<int, unsigned, const wchar_t*>(6, nStreamID, WorkFolder().c_str())), 0);
   }
   CString WorkFolder() const { return VCM::FromBytes((m_oFolder / "client/Main").string()); }
+  static std::string DescribeResult(int nResult, const CProvider::TChangeInfo& tChange) {
+    return nResult == 0 ? std::to_string(tChange.nTime) : "result " + std::to_string(nResult);
+  }
   std::string FirstChange() {
     CProvider::TChangeInfo tChange;
-    return Call<int, CProvider::TChangeInfo&>(7, tChange) == 0 ? std::to_string(tChange.nTime) : "none";
+    return DescribeResult(Call<int, CProvider::TChangeInfo&>(7, tChange), tChange);
   }
   std::string NextChange() {
     CProvider::TChangeInfo tChange;
-    return Call<int, CProvider::TChangeInfo&>(8, tChange) == 0 ? std::to_string(tChange.nTime) : "none";
+    return DescribeResult(Call<int, CProvider::TChangeInfo&>(8, tChange), tChange);
   }
   void InitialiseClients() {
     const CString strFolder = VCM::FromBytes((m_oFolder / "client").string());
@@ -279,7 +285,7 @@ TEST_F(PluginSlotTest, Slots7And8WalkTheChangesets) {
   BeginStream(1);
   EXPECT_EQ(FirstChange(), "1001");
   EXPECT_EQ(NextChange(), "9000");
-  EXPECT_EQ(NextChange(), "none");
+  EXPECT_EQ(NextChange(), "result 2");
   EXPECT_EQ(FirstChange(), "1001");
 }
 
@@ -352,6 +358,36 @@ TEST_F(PluginSlotTest, Slot18ChecksOutTheModule) {
   EXPECT_EQ(Calls(), "-d /repo checkout -r BR -D 1970/01/01 01:23:20 UTC -d BR mod\n");
 }
 
+/// Keeps what it is told.
+class CListener : public VRM::CConnection, public VRO::CReposView {
+ public:
+  void Message(const wchar_t* pszFormat, ...) override {
+    va_list args;
+    va_start(args, pszFormat);
+    CString strMessage;
+    strMessage.FormatV(pszFormat, args);
+    va_end(args);
+    m_strReceived += Narrow(strMessage);
+  }
+  VRM::CConnection* GetConnection() const override { return const_cast<CListener*>(this); }
+
+  std::string m_strReceived;
+};
+
+TEST_F(PluginSlotTest, Slot19SendsTheLogToTheConnection) {
+  const auto poListener = std::make_shared<CListener>();
+  m_poProvider->SetRepositoryView(VRW::TObjectInvokeRef<VRO::CReposView>(poListener));
+  Call<void>(19);
+  Set(L"LogFile", "/nonexistent/log");
+  EXPECT_FALSE(Call<bool>(29));
+  EXPECT_EQ(WithoutSeconds(poListener->m_strReceived),
+            "Generating Log\n"
+            "Using log file '/nonexistent/log'.\n"
+            "Failed to create file input stream.\n"
+            "Generated Log\n"
+            "Failed to get input stream after generating log.\n");
+}
+
 TEST_F(PluginSlotTest, Slot19OpensTheLogWithoutAFile) {
   Call<void>(19);
   EXPECT_TRUE(Call<bool>(21));
@@ -384,15 +420,16 @@ TEST_F(PluginSlotTest, Slot24LogsStreamsAndChanges) {
   EstablishStreams();
   Call<void, bool>(20, true);
   Call<void>(24);
-  const std::string strLog = Log();
-  EXPECT_NE(strLog.find(": Processing stream 'Main' (id=1,parentid=0,destpath=,srcpath=,basechangeid=0)\n"),
-            std::string::npos)
-      << strLog;
-  EXPECT_NE(
-      strLog.find(": \tChange (count=1,id=1,providerid=0,user=joe,time=1970-01-01 00:16:41 UTC,comment=work,"
-                  "basetime=1970-01-01 00:16:40 UTC(1000),maxtime=1970-01-01 01:23:20 UTC(5000))\n"),
-      std::string::npos)
-      << strLog;
+  EXPECT_EQ(WithoutSeconds(Log()),
+            "Beginning Import with CVS\n"
+            "Processing stream 'Main' (id=1,parentid=0,destpath=,srcpath=,basechangeid=0)\n"
+            "\tChange (count=1,id=1,providerid=0,user=joe,time=1970-01-01 00:16:41 UTC,comment=work,"
+            "basetime=1970-01-01 00:16:40 UTC(1000),maxtime=1970-01-01 01:23:20 UTC(5000))\n"
+            "\tChange (count=2,id=3,providerid=0,user=joe,time=1970-01-01 02:30:00 UTC,comment=work,"
+            "basetime=1970-01-01 02:30:00 UTC(9000),maxtime=2106-02-07 06:28:15 UTC(-1))\n"
+            "Processing stream 'BR' (id=2,parentid=1,destpath=,srcpath=,basechangeid=0)\n"
+            "\tChange (count=1,id=2,providerid=0,user=joe,time=1970-01-01 01:23:20 UTC,comment=work,"
+            "basetime=1970-01-01 01:23:20 UTC(5000),maxtime=1970-01-01 02:30:00 UTC(9000))\n");
 }
 
 TEST_F(PluginSlotTest, Slot25DestroysWithoutFreeing) {
