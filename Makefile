@@ -22,7 +22,7 @@ ifndef INTO
   endif
 endif
 
-.PHONY: help deps build import test bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format tidy check-import-arguments
+.PHONY: help deps build import test faults bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format tidy check-import-arguments
 
 help:
 	@echo 'make import    import the example repository into Git and show its history'
@@ -34,6 +34,7 @@ help:
 	@echo 'make bench     run the benchmarks'
 	@echo 'make bench-history    how fast histories of any size are read (HISTORY=options of bench/history.py)'
 	@echo 'make bench-retrieve   how fast file revisions come out of a repository (RETRIEVE=options)'
+	@echo 'make faults    play faults to the programs, print a table  (FAULTS=options of tests/faults/run)'
 	@echo 'make fuzz-smoke       let fuzzers look for faults, 30 seconds for each target'
 	@echo 'make fuzz             the same for longer                 (SECONDS=1200, TARGETS=all)'
 	@echo 'make deps      install the Debian packages that are missing (NO_DEPS=1: never install any)'
@@ -69,6 +70,12 @@ $(EXAMPLE)/repository: examples/make-repository | deps
 
 test: build
 	ctest --preset $(PRESET) -j$(JOBS)
+
+# Minutes. Needs the right to mount: root, or user namespaces.
+faults: PRESET = release
+faults: build
+	$(call need,peers)
+	tests/faults/run --bin '$(CURDIR)'/build/$(PRESET)/bin $(FAULTS)
 
 bench: PRESET = release
 bench: deps
