@@ -22,7 +22,7 @@ ifndef INTO
   endif
 endif
 
-.PHONY: help deps build import test bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format tidy check-import-arguments
+.PHONY: help deps build import test faults bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format tidy check-import-arguments
 
 help:
 	@echo 'make import    import the example repository into Git and show its history'
@@ -35,6 +35,7 @@ help:
 	@echo 'make bench-history    how fast histories of any size are read (HISTORY=options of bench/history.py);'
 	@echo '               its table is what bench/RESULTS.md holds'
 	@echo 'make bench-retrieve   how fast file revisions come out of a repository (RETRIEVE=options)'
+	@echo 'make faults    play faults to the programs, print a table  (FAULTS=options of tests/faults/run)'
 	@echo 'make fuzz-smoke       let fuzzers look for faults, 30 seconds for each target'
 	@echo 'make fuzz             the same for longer                 (SECONDS=1200, TARGETS=all)'
 	@echo 'make deps      install the Debian packages that are missing (NO_DEPS=1: never install any)'
@@ -70,6 +71,12 @@ $(EXAMPLE)/repository: examples/make-repository | deps
 
 test: build
 	ctest --preset $(PRESET) -j$(JOBS)
+
+# Minutes. Needs the right to mount: root, or user namespaces.
+faults: PRESET = release
+faults: build
+	$(call need,peers)
+	tests/faults/run --bin '$(CURDIR)'/build/$(PRESET)/bin $(FAULTS)
 
 bench: PRESET = release
 bench: deps
