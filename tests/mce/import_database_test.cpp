@@ -17,7 +17,10 @@
 #include "mce/file_table.h"
 #include "mce/folder_table.h"
 #include "tests/mce/engine_fixture.h"
+#include "tests/support/environment_scope.h"
+#include "tests/support/import_log.h"
 #include "tests/support/slots.h"
+#include "tests/support/temp_folder.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -398,7 +401,10 @@ TEST(ImportDatabaseTest, SecondProvidersEndTakesTheFilesOfTheFirst) {
 TEST(ImportDatabaseTest, WithoutDatabaseNothingSucceeds) {
   CEngine oOwner;
   ASSERT_TRUE(oOwner.PrepareForChanges(false));
+  const CTempFolder oTemp;
+  const CEnvironmentScope oTempVariable("TMPDIR", oTemp.Path().string());
   CEngine oSecond;  // the same process, so the same path
+  oSecond.OpenLog(true);
   oSecond.m_atFound = {Stream(1, 0, L"Main")};
   unsigned nCount = 0;
   MCE::CProvider::TChangeInfo tChange;
@@ -407,6 +413,7 @@ TEST(ImportDatabaseTest, WithoutDatabaseNothingSucceeds) {
   EXPECT_EQ(oSecond.OnFirstChangeset(tChange), MCE::RESULT_FAILED);
   EXPECT_FALSE(oSecond.Add("a.c").At(1000));
   EXPECT_EQ(oSecond.FindNearestChange(Stream(1, 0, L"Main"), 1000), 0u);
+  EXPECT_EQ(WithoutSeconds(ReadFile(VCM::ToBytes(oSecond.GetLogPath()))), "Beginning Import with Test\n");
 }
 
 }  // namespace

@@ -3,6 +3,9 @@
 
 #include <filesystem>
 
+#include <cstdarg>
+#include <memory>
+
 #include "tests/mcv/provider_fixture.h"
 
 namespace TALVEK::TEST {
@@ -375,6 +378,48 @@ TEST_F(StreamSearchTest, InconsistentNameIsLoggedWithoutCreateBranchesToo) {
             "The branch is inconsistent with other branches.\n"
             "Finished Parsing Log\n"
             "Main\n");
+}
+
+/// A host that switches "CreateBranches" off when it hears of the second file, and on again when it hears
+/// that a file is inconsistent.
+class CSwitchingHost : public VRM::CConnection, public VRO::CReposView {
+ public:
+  explicit CSwitchingHost(MCE::CProvider& oProvider) : m_oProvider(oProvider) {}
+  void Message(const wchar_t* pszFormat, ...) override {
+    va_list args;
+    va_start(args, pszFormat);
+    VCM::CString strMessage;
+    strMessage.FormatV(pszFormat, args);
+    va_end(args);
+    if (strMessage.Find(VCM::CString(L"(count=1)")) >= 0) m_oProvider.SetProperty(L"CreateBranches", L"0");
+    if (strMessage.Find(VCM::CString(L"inconsistent")) >= 0) m_oProvider.SetProperty(L"CreateBranches", L"1");
+  }
+  VRM::CConnection* GetConnection() const override { return const_cast<CSwitchingHost*>(this); }
+
+ private:
+  MCE::CProvider& m_oProvider;
+};
+
+// The property is read for each name: so A becomes no stream, and X does. X and B would fit below A, and if
+// not there, then not below VENDOR either.
+TEST_F(StreamSearchTest, NameWhoseParentHasNoStreamHangsBelowMain) {
+  Set(L"StreamsForTags", "1");
+  m_oProvider.SetRepositoryView(
+      VRW::TObjectInvokeRef<VRO::CReposView>(std::make_shared<CSwitchingHost>(m_oProvider)));
+  m_oProvider.LogToConnection();
+  CLogText oLog;
+  oLog.File("/repo/mod/a.c,v").Name("VENDOR: 1.1.1").At("1.1", 1000);
+  oLog.File("/repo/mod/b.c,v")
+      .Name("VENDOR: 1.1.1")
+      .Name("A: 1.1.0.2")
+      .Name("X: 1.1.2.1")
+      .Name("B: 1.1.2.1.0.2")
+      .At("1.1", 1000)
+      .At("1.2", 1500)
+      .At("1.1.2.1", 2000);
+  EXPECT_EQ(
+      Streams(oLog),
+      "1 Main below 0 [0,0]\n2 VENDOR below 1 [0,0]\n3 X below 1 [1001,1500]\n4 B below 1 [1001,1500]\n");
 }
 
 TEST_F(StreamSearchTest, InconsistentFileIsNamedInTheLog) {
