@@ -75,8 +75,6 @@ bool CProviderBase::CreateDatabase() {
   VCM::CString strConnection;
   strConnection.Format(PSZ_CONNECTION, m_strDatabasePath.c_str());
   m_poDatabase = VDB::CDatabaseFactory::Create(strConnection, &m_strCreateError);
-  // What stands at a path that was refused is somebody else's, and not for our destructor.
-  if (!m_poDatabase) m_strDatabasePath.Clear();
   return m_poDatabase != nullptr;
 }
 

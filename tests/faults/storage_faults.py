@@ -177,7 +177,8 @@ def planted(world, plant, *, kept=True):
     path = f"/tmp/talvek-em-{world.pids[-1]}"
     if kept:
         require(result.status == 1 and path.encode() in result.errors, result.told())
-        require(os.path.lexists(path + ".tdf") or os.path.lexists(path + ".tlf"), "it was removed")
+        if os.path.exists(path + ".own"):
+            require(open(path + ".own").read() == "mine\n", "the file of that name was changed")
         require(not os.path.lexists(world.path("target")), "the target is left")
     subprocess.run(["rm", "-rf", path + ".tdf", path + ".tlf", path + ".own"], check=True)
     return result
@@ -208,7 +209,7 @@ def _(world):
     return planted(world, "mkfifo $path.tdf").told()
 
 
-@fault("another user's file at the database path", "status 1, the file untouched")
+@fault("another user's file at the database path", "status 1, not written to")
 def _(world):
     if os.geteuid() != 0:
         return planted(world, "mkdir $path.tdf").told()  # only root can make one
