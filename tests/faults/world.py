@@ -121,7 +121,9 @@ class World:
         check = " ".join(f"'{folder}'" for folder, _ in mounts)
         program = os.path.join(self.programs, arguments[0])
         words = " ".join("'" + word.replace("'", "'\\''") + "'" for word in [program] + arguments[1:])
-        script += f"{{ {words}; status=$?; ls -A {check} > left; exit $status; }}"
+        # A session learns of its caller's end a moment later, and so does the server behind it.
+        script += (f"{{ {words}; status=$?; n=0; while ls -A {check} > left; grep -q ^cvs-serv left && "
+                   "[ $((n += 1)) -lt 100 ]; do sleep 0.1; done; exit $status; }")
         owner = [] if os.geteuid() == 0 else ["-r"]
         return self.run(["/usr/bin/unshare", "-m"] + owner + ["sh", "-c", script], environment, limit=limit)
 
