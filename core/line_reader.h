@@ -20,7 +20,8 @@ namespace TALVEK::VCM {
 ///          locale can't decode; this one reads blocks.
 class TALVEK_CORE_API CLineReader {
  public:
-  /// A line of `nMostBytes` or more comes in pieces: what reads words for a log needn't hold a gigabyte of them.
+  /// A line of `nMostBytes` or more comes in pieces: what reads words for a log needn't hold a gigabyte of
+  /// them.
   explicit CLineReader(wxInputStream* poInput, std::size_t nMostBytes = std::string::npos);
 
   /// True when no further line will come: the stream is at its end (or failed) and nothing is left over.

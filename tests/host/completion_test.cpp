@@ -14,7 +14,8 @@ class CompletionTest : public CHostTest {
         "source " + ShellQuote(TALVEK_SOURCE_DIR "/host/completion/talvek-import") +
         "; compopt() { :; }; COMP_WORDS=(" + ShellQuote(TALVEK_BIN_DIR "/talvek-import") + " " + strWords +
         "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _talvek_import; " + "echo \"${COMPREPLY[*]}\"";
-    return ShellOutput("cd " + ShellQuote(Folder().string()) + " && bash -c " + ShellQuote(strScript) + " 2>&1");
+    return ShellOutput("cd " + ShellQuote(Folder().string()) + " && bash -c " + ShellQuote(strScript) +
+                       " 2>&1");
   }
 };
 
