@@ -21,7 +21,9 @@ struct TProviderChoice {
 ///          folder (the build tree, or the folder it is installed in) and in the folder that the build
 ///          was set up to install to.
 /// Errors   EHostError: STATUS_WRONG_USE when there is no such plug-in, STATUS_FAILED when it can't be
-/// loaded. Owns     Both; the provider is ended with Destroy, whatever happens.
+/// loaded.
+///
+/// Owns     Both; the provider is ended with Destroy, whatever happens.
 class CProviderLibrary {
  public:
   explicit CProviderLibrary(const TProviderChoice& tChoice);

@@ -12,8 +12,9 @@
 namespace TALVEK::SESSION {
 
 /// An open folder. Everything is reached by a plain name inside it and nothing through a symbolic link, so
-/// that nobody can lead a write elsewhere by exchanging a folder for a link meanwhile. Errors   What fails
-/// throws EFailure with the name and the reason, unless said otherwise.
+/// that nobody can lead a write elsewhere by exchanging a folder for a link meanwhile.
+///
+/// Errors   What fails throws EFailure with the name and the reason, unless said otherwise.
 class CFolder {
  public:
   static CFolder Working();

@@ -11,10 +11,10 @@ namespace TALVEK::SESSION {
 /// What commands and the session process say to each other: a letter, the length of the text in four bytes
 /// (the highest first), the text.
 ///
-/// command -> session   KEY, then REQUEST, each when it has read the whole reply to the last, and at last
-/// RELEASE session -> command   REFUSED (another key), or READY; then any of REPLY and ERRORS; at last
-/// nothing, or
-///                      BROKEN or FAILED
+/// Command  Sends KEY, then REQUEST, each when it has read the whole reply to the last, and at last RELEASE.
+///
+/// Session  Sends REFUSED (another key), or READY; then any of REPLY and ERRORS; at last nothing, or BROKEN,
+///          or FAILED.
 enum EFrame : char {
   FRAME_KEY = 'K',      ///< what the session must be for; one that is for something else refuses
   FRAME_REQUEST = 'Q',  ///< goes to the server
