@@ -17,6 +17,9 @@ namespace TALVEK::SESSION {
 
 namespace {
 
+/// As much of a long reply as is handed on while the rest is still under way.
+constexpr std::size_t PIECE = 1 << 16;
+
 /// One session, from its first connection to its last.
 class CSession {
  public:
@@ -115,7 +118,7 @@ class CSession {
       strReply += strRead;
       if (!PassErrors()) return false;
       if (bEnded) return PassReply(strReply) && Break();
-      const bool bPass = MayBeWhole(strReply) || strReply.size() >= MAX_FRAME;
+      const bool bPass = MayBeWhole(strReply) || strReply.size() >= PIECE;
       if (bPass && !PassReply(std::exchange(strReply, std::string()))) return false;
       if (!strRead.empty()) continue;
       char chByte;
@@ -142,8 +145,8 @@ class CSession {
   EWait AwaitEither(bool bHasPiece) {
     const TPatience tPatience{bHasPiece ? std::chrono::milliseconds(50) : std::chrono::hours(24),
                               m_tPatience.nCallerDescriptor};
-    return WaitToRead({m_poServer->ReadDescriptor(), m_poServer->ErrorDescriptor(), m_oCommand.Get()},
-                      tPatience);
+    return WaitLightly({m_poServer->ReadDescriptor(), m_poServer->ErrorDescriptor(), m_oCommand.Get()},
+                       tPatience);
   }
 
   bool PassReply(std::string_view strReply) {

@@ -18,12 +18,15 @@
 #include <unistd.h>
 
 #include "session/failure.h"
+#include "session/processor.h"
 
 namespace TALVEK::SESSION {
 
 namespace {
 
 constexpr int GRACE_MILLISECONDS = 2000;
+/// The most that the kernel gives everybody.
+constexpr int MAX_PIPE = 1 << 20;
 
 struct TPipe {
   TPipe() {
@@ -51,6 +54,7 @@ void MakeAbsolute(std::string& strProgram) {
   ::dup2(nErrors, STDERR_FILENO);
   ::signal(SIGPIPE, SIG_DFL);
   if (!strTemporary.empty()) ::setenv("TMPDIR", strTemporary.c_str(), 1);
+  TakeShortTurns();
   if (::chdir("/") == 0) ::execvp(apszArguments[0], apszArguments.data());
   const std::string strLine = std::string("cvs [checkout aborted]: cannot exec ") + apszArguments[0] + ": " +
                               std::strerror(errno) + "\n";
@@ -172,6 +176,9 @@ CTransport CTransport::Start(std::vector<std::string> astrArguments, const std::
   oTransport.m_oRead = std::move(oOutput.oRead);
   oTransport.m_oWrite = std::move(oInput.oWrite);
   oTransport.m_oErrors = std::move(oErrors.oRead);
+  // A server that finds no room for a large file waits for its reader, and its reader for it. No matter if
+  // it can't be had.
+  ::fcntl(oTransport.m_oRead.Get(), F_SETPIPE_SZ, MAX_PIPE);
   for (const int nEnd : {oTransport.m_oRead.Get(), oTransport.m_oWrite.Get(), oTransport.m_oErrors.Get()})
     MakeNonBlocking(nEnd);
   return oTransport;

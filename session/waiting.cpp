@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace TALVEK::SESSION {
@@ -34,15 +35,32 @@ EWait WaitToWrite(int nDescriptor, const TPatience& tPatience) {
   return Wait(atPolls, 2, tPatience);
 }
 
+/// Descriptors to read from, and the caller's behind them.
+struct TPolls {
+  TPolls(std::initializer_list<int> anDescriptors, int nCallerDescriptor) {
+    for (const int nDescriptor : anDescriptors)
+      atPolls[nCount++] = {nDescriptor, POLLIN, 0};
+    atPolls[nCount++] = {nCallerDescriptor, POLLIN, 0};
+  }
+  pollfd atPolls[5];
+  nfds_t nCount = 0;
+};
+
 }  // namespace
 
 EWait WaitToRead(std::initializer_list<int> anDescriptors, const TPatience& tPatience) {
-  pollfd atPolls[5];
-  nfds_t nCount = 0;
-  for (const int nDescriptor : anDescriptors)
-    atPolls[nCount++] = {nDescriptor, POLLIN, 0};
-  atPolls[nCount++] = {tPatience.nCallerDescriptor, POLLIN, 0};
-  return Wait(atPolls, nCount, tPatience);
+  TPolls oPolls(anDescriptors, tPatience.nCallerDescriptor);
+  return Wait(oPolls.atPolls, oPolls.nCount, tPatience);
+}
+
+EWait WaitLightly(std::initializer_list<int> anDescriptors, const TPatience& tPatience) {
+  constexpr timespec NAP{0, 100'000};
+  constexpr int NAPS = 50;
+  TPolls oPolls(anDescriptors, tPatience.nCallerDescriptor);
+  int nReady = 0;
+  for (int nNap = 0; nNap < NAPS && nReady == 0; ++nNap)
+    nReady = ::ppoll(oPolls.atPolls, oPolls.nCount, &NAP, nullptr);
+  return Wait(oPolls.atPolls, oPolls.nCount, tPatience);
 }
 
 bool WriteAll(int nDescriptor, std::string_view strBytes, const TPatience& tPatience) {
