@@ -1,0 +1,37 @@
+#include "session/processor.h"
+
+#include <gtest/gtest.h>
+
+#include <sched.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace TALVEK::SESSION {
+namespace {
+
+/// What a process that was told to yield to others is after it has asked for short turns: 0 when it still
+/// yields.
+int AskAs(int nPolicy, int nNice) {
+  const pid_t nChild = ::fork();
+  if (nChild == 0) {
+    const sched_param tParameters{};
+    if (::sched_setscheduler(0, nPolicy, &tParameters) != 0 || ::setpriority(PRIO_PROCESS, 0, nNice) != 0)
+      ::_exit(2);
+    TakeShortTurns();
+    ::_exit(::sched_getscheduler(0) == nPolicy && ::getpriority(PRIO_PROCESS, 0) == nNice ? 0 : 1);
+  }
+  int nStatus = 0;
+  ::waitpid(nChild, &nStatus, 0);
+  return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
+}
+
+TEST(ProcessorTest, ShortTurnsDontRaiseAProcessAboveOthers) {
+  EXPECT_EQ(AskAs(SCHED_OTHER, 0), 0);
+  EXPECT_EQ(AskAs(SCHED_OTHER, 7), 0);
+  EXPECT_EQ(AskAs(SCHED_BATCH, 7), 0);
+  EXPECT_EQ(AskAs(SCHED_IDLE, 19), 0);
+}
+
+}  // namespace
+}  // namespace TALVEK::SESSION
