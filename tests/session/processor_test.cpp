@@ -27,9 +27,9 @@ int AskAs(int nPolicy, int nNice) {
 }
 
 TEST(ProcessorTest, ShortTurnsDontRaiseAProcessAboveOthers) {
-  EXPECT_EQ(AskAs(SCHED_OTHER, 0), 0);
-  EXPECT_EQ(AskAs(SCHED_OTHER, 7), 0);
-  EXPECT_EQ(AskAs(SCHED_BATCH, 7), 0);
+  EXPECT_EQ(AskAs(SCHED_OTHER, ::getpriority(PRIO_PROCESS, 0)), 0);
+  EXPECT_EQ(AskAs(SCHED_OTHER, 19), 0);
+  EXPECT_EQ(AskAs(SCHED_BATCH, 19), 0);
   EXPECT_EQ(AskAs(SCHED_IDLE, 19), 0);
 }
 
