@@ -382,6 +382,21 @@ TEST_F(ItemWalkTest, ItemsCarryWhatWasAdded) {
   EXPECT_EQ(Log(), "");
 }
 
+TEST_F(ItemWalkTest, WalkBeginsWithItemZeroWhereThereIsOne) {
+  const unsigned nChange = m_oEngine.AddChange(0, 1, L"joe", L"from zero on", 50000);
+  for (const auto& [nItem, pszPath] : {std::pair{1u, L"b.c"}, {0u, L"a.c"}}) {
+    VCM::CFilePath oPath;
+    oPath.Parse(pszPath);
+    ASSERT_TRUE(m_oEngine.AddChangeItem(nChange, nItem, MCE::CHANGE_ITEM_ADD, oPath, 0u));
+  }
+  m_oEngine.OnFirstChangeset(m_tChange);
+  ASSERT_EQ(m_oEngine.OnNextChangeset(m_tChange), MCE::RESULT_OK);
+  ASSERT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_OK);
+  EXPECT_EQ(VCM::ToUtf8(m_tItem.oFilePath.GeneratePath()), "a.c");
+  ASSERT_EQ(m_oEngine.OnNextChangeItem(m_tItem), MCE::RESULT_OK);
+  EXPECT_EQ(VCM::ToUtf8(m_tItem.oFilePath.GeneratePath()), "b.c");
+}
+
 TEST_F(ItemWalkTest, FolderThatCannotBeMadeFailsTheItem) {
   WriteFile(m_oFolder / "dir", "in the way");
   ASSERT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_OK);
@@ -410,6 +425,16 @@ TEST_F(WalkTest, FileAtTheTopNeedsNoFolder) {
   EXPECT_TRUE(m_oEngine.EnsureFolderExists(oPath));
   EXPECT_TRUE(m_oEngine.EnsureFolderExists(VCM::CFilePath()));
   EXPECT_TRUE(std::filesystem::is_empty(m_oFolder.Path()));
+}
+
+TEST_F(WalkTest, OnlyTheFoldersThatAreMissingAreMade) {
+  Begin(1);
+  std::filesystem::create_directory(m_oFolder / "dir");
+  VCM::CFilePath oPath;
+  oPath.Parse(L"dir/sub/a.c");
+  EXPECT_TRUE(m_oEngine.EnsureFolderExists(oPath));
+  EXPECT_TRUE(std::filesystem::is_directory(m_oFolder / "dir/sub"));
+  EXPECT_EQ(Log(), "");
 }
 
 TEST_F(WalkTest, FoldersAreMadeWithThePermissionsThatTheMaskLeaves) {
