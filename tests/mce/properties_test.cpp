@@ -33,6 +33,7 @@ TEST(PropertyStoreTest, KeysDifferByCase) {
   oEngine.SetProperty(L"cvspath", L"other");
   EXPECT_EQ(oEngine.m_oProperties.GetCount(), 2);
   EXPECT_TRUE(oEngine.GetStringProperty(L"CVSPath") == L"/usr/bin/cvs");
+  EXPECT_TRUE(oEngine.GetStringProperty(L"cvspath") == L"other");
 }
 
 TEST(PropertyStoreTest, SeventeenthKeyDoublesTheStoreAndKeepsItSorted) {
@@ -105,6 +106,29 @@ TEST(ProviderBaseTest, ConstructorHandsOverTheIdentity) {
   EXPECT_TRUE(oEngine.GetDescription() == L"Streams of a test");
   EXPECT_FALSE(oEngine.m_bFirstCapability);
   EXPECT_TRUE(oEngine.m_bSecondCapability);
+}
+
+TEST(ProviderBaseTest, FreshProviderHasNothing) {
+  CEngine oEngine;
+  EXPECT_EQ(oEngine.m_atStreams.GetCount(), 0);
+  const MCE::CProvider::TStreamInfo& tStream = oEngine.m_tCurrentStream;
+  EXPECT_EQ(tStream.nID + tStream.nParentID + tStream.nBaseChangeID, 0u);
+  EXPECT_EQ(tStream.oDestPath.GetCount() + tStream.oSrcPath.GetCount(), 0);
+  EXPECT_TRUE(tStream.strName.IsEmpty() && tStream.oProps.IsEmpty());
+  EXPECT_EQ(oEngine.m_oWorkFolder.GetCount(), 0);
+  EXPECT_EQ(oEngine.m_oProperties.GetCount(), 0);
+  EXPECT_EQ(oEngine.m_oProperties.GetCapacity(), 16);
+  EXPECT_TRUE(oEngine.m_strDatabasePath.IsEmpty());
+  EXPECT_EQ(oEngine.m_poDatabase, nullptr);
+  EXPECT_FALSE(oEngine.m_oChangeTable.IsOpen() || oEngine.m_oChangeItemTable.IsOpen());
+  EXPECT_EQ(oEngine.m_poTransaction, nullptr);
+  EXPECT_EQ(oEngine.m_poChangeIterator, nullptr);
+  EXPECT_EQ(oEngine.m_poChangeItemIterator, nullptr);
+  EXPECT_EQ(oEngine.m_tChange.nID + oEngine.m_tChangeItem.nID, 0u);
+  EXPECT_EQ(oEngine.m_nChangesAdded, 0u);
+  EXPECT_FALSE(oEngine.m_bStreamsEstablished || oEngine.m_bChangesetsEstablished);
+  EXPECT_FALSE(oEngine.IsLogOpen());
+  EXPECT_TRUE(oEngine.GetLogPath().IsEmpty());
 }
 
 TEST(ProviderBaseTest, AnyPropertyValueIsValid) {
