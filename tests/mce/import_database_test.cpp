@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -22,6 +21,7 @@
 #include "tests/support/child_process.h"
 #include "tests/support/environment_scope.h"
 #include "tests/support/import_log.h"
+#include "tests/support/layout.h"
 #include "tests/support/slots.h"
 #include "tests/support/temp_folder.h"
 
@@ -160,7 +160,8 @@ TEST(RecordTest, FieldsAreTheMembersInTheirOrder) {
   MCE::TFolderRecord o;
   EXPECT_EQ(FieldAddresses(o), TAddresses{&o.nID});
   for (const TAddresses& apFields : {FieldAddresses(c), FieldAddresses(i), FieldAddresses(f)})
-    EXPECT_TRUE(std::is_sorted(apFields.begin(), apFields.end()));
+    EXPECT_TRUE(AreInOrder(apFields));
+  EXPECT_TRUE(AreInOrder(&o, {&o.nID, &o.oFolders, &o.oFiles}));
   static_assert(std::is_polymorphic_v<MCE::TChangeRecord> && std::is_polymorphic_v<MCE::TChangeItemRecord>);
   static_assert(!std::is_polymorphic_v<MCE::TFileRecord> && !std::is_polymorphic_v<MCE::TFolderRecord>);
 }

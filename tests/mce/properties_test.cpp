@@ -1,13 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 #include "core/file_system.h"
 #include "core/text_codec.h"
 #include "tests/mce/engine_fixture.h"
+#include "tests/support/layout.h"
 #include "tests/support/slots.h"
 
 namespace TALVEK::TEST {
@@ -94,7 +93,7 @@ TEST(ProviderBaseTest, IdentityFollowsTheRepositoryView) {
   const std::vector<const void*> apMembers = {&oEngine.m_oReposView,       &oEngine.m_strName,
                                               &oEngine.m_strDisplayName,   &oEngine.m_strDescription,
                                               &oEngine.m_bFirstCapability, &oEngine.m_bSecondCapability};
-  EXPECT_TRUE(std::is_sorted(apMembers.begin(), apMembers.end(), std::less<>()));
+  EXPECT_TRUE(AreInOrder(apMembers));
   EXPECT_EQ(apMembers[0], reinterpret_cast<const char*>(&oEngine) + sizeof(void*));
   EXPECT_TRUE(oEngine.m_oReposView.IsEmpty());
 }

@@ -11,6 +11,7 @@
 #include "tests/mce/engine_fixture.h"
 #include "tests/support/environment_scope.h"
 #include "tests/support/import_log.h"
+#include "tests/support/layout.h"
 #include "tests/support/temp_folder.h"
 
 namespace TALVEK::TEST {
@@ -459,11 +460,6 @@ TEST_F(WalkTest, WorkFolderItselfIsNotMade) {
   EXPECT_FALSE(m_oEngine.EnsureFolderExists(oPath));
   EXPECT_FALSE(std::filesystem::exists(strAbsent));
   EXPECT_EQ(Log(), "Failed to create directory '" + strAbsent + "/dir'\n");
-}
-
-/// Whether the members stand one behind the other, the first at the beginning of the record.
-bool AreInOrder(const void* pRecord, const std::vector<const void*>& apMembers) {
-  return apMembers[0] == pRecord && std::is_sorted(apMembers.begin(), apMembers.end());
 }
 
 // Hosts read the records in place.
