@@ -202,9 +202,8 @@ class TALVEK_CORE_API CIteratorBase {
 ///          Remove is false when index 0 has no such row.
 ///          A write that the store refuses (disk full) is false too, and CDatabase::GetLastErrorText then
 ///          tells why. That spoils the transaction: everything else in it is false, and so is its Commit.
-/// Writes   Add gives the record its "ID" where the table's flag says so: one more than the last row's; the
-/// ID
-///          of a removed row isn't given again in the same transaction.
+/// Writes   Add gives the record its "ID" where the table's flag says so: one more than the last row's;
+///          the ID of a removed row isn't given again in the same transaction.
 ///          No write moves this or any other cursor: GetNext goes on from the key that the cursor was last
 ///          placed on, so it meets a row again that Update has moved ahead.
 /// Owns     Nothing. Table and transaction must outlive the cursor.

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 namespace {
@@ -12,13 +13,14 @@ namespace {
 std::atomic<std::size_t> s_nLive{0};
 std::atomic<std::size_t> s_nPeak{0};
 std::atomic<std::uint64_t> s_nAllocations{0};
+std::atomic<std::uint64_t> s_nFailing{std::numeric_limits<std::uint64_t>::max()};
 
 void* Allocate(std::size_t nBytes) noexcept {
+  if (s_nAllocations++ == s_nFailing) return nullptr;
   void* const pBlock = std::malloc(nBytes == 0 ? 1 : nBytes);
   if (!pBlock) return nullptr;
   const std::size_t nLive = s_nLive += malloc_usable_size(pBlock);
   if (nLive > s_nPeak) s_nPeak = nLive;
-  ++s_nAllocations;
   return pBlock;
 }
 
@@ -77,6 +79,10 @@ THeapUse GetHeapUse() {
 
 void ResetHeapPeak() {
   s_nPeak = s_nLive.load();
+}
+
+void FailAllocationAfter(std::uint64_t nAllocations) {
+  s_nFailing = s_nAllocations + nAllocations;
 }
 
 }  // namespace TALVEK::FUZZ

@@ -15,5 +15,7 @@ struct THeapUse {
 THeapUse GetHeapUse();
 /// The peak is what is live now.
 void ResetHeapPeak();
+/// The allocation after the next `nAllocations` fails, once.
+void FailAllocationAfter(std::uint64_t nAllocations);
 
 }  // namespace TALVEK::FUZZ

@@ -121,8 +121,10 @@ class CEngine : public MCE::CProviderBase {
 
   // What tests look at or set.
   using CProviderBase::m_atStreams;
+  using CProviderBase::m_bChangesetsEstablished;
   using CProviderBase::m_bFirstCapability;
   using CProviderBase::m_bSecondCapability;
+  using CProviderBase::m_bStreamsEstablished;
   using CProviderBase::m_nChangesAdded;
   using CProviderBase::m_oChangeItemTable;
   using CProviderBase::m_oChangeTable;

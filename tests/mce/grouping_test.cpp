@@ -324,6 +324,18 @@ TEST(GroupingTest, ExistingItemIsTheFirstOfItsPathInThatChange) {
   EXPECT_EQ(nRevision, 7);
 }
 
+TEST(GroupingTest, ExistingItemMayHaveTheNumberZero) {
+  CEngine oEngine;
+  VCM::CFilePath oPath;
+  oPath.Parse(L"a.c");
+  oEngine.AddChangeItem(1u, 0u, MCE::CHANGE_ITEM_ADD, oPath, 7u);
+  MCE::TChangeRecord tChange;
+  tChange.nID = 1;
+  int nRevision = -1;
+  EXPECT_TRUE(oEngine.CheckForExistingItem(tChange, oPath, nRevision));
+  EXPECT_EQ(nRevision, 7);
+}
+
 TEST(GroupingTest, ItemWithoutGroupingKeepsTheNumbersGiven) {
   CEngine oEngine;
   VCM::CFilePath oPath;
@@ -395,6 +407,8 @@ TEST(GroupingTest, CommentMergeTable) {
       {L"", L"", L""},
       {L"x", L"", L"x"},
       {L"x", L". . .", L"x"},
+      {L"x", L"One..Two", L"x\nOne\nTwo"},
+      {L"x", L".One", L"x\nOne"},
       {L"Fix the bugs", L"the bug.", L"Fix the bugs"},
       {L"x", L"  new \t. new", L"x\nnew"},
       {L"x", L"No stop at all", L"x\nNo stop at all"},

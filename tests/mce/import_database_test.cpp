@@ -3,8 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -17,8 +18,10 @@
 #include "mce/file_table.h"
 #include "mce/folder_table.h"
 #include "tests/mce/engine_fixture.h"
+#include "tests/support/child_process.h"
 #include "tests/support/environment_scope.h"
 #include "tests/support/import_log.h"
+#include "tests/support/layout.h"
 #include "tests/support/slots.h"
 #include "tests/support/temp_folder.h"
 
@@ -64,6 +67,67 @@ TEST(SchemaTest, DefinitionsHaveTheSizesThatTheEngineReads) {
   EXPECT_EQ(sizeof(MCE::TPropertyInfo), 4 * sizeof(void*));
 }
 
+/// A definition's two words as an engine reads them that knows no names of members: "TEXT NUMBER", with "-"
+/// for no text.
+template <class TDefinition>
+std::string Words(const TDefinition& tDefinition) {
+  constexpr std::uintptr_t LARGEST_CODE = 13;
+  std::uintptr_t anWords[2];
+  static_assert(sizeof anWords == sizeof tDefinition);
+  std::memcpy(anWords, &tDefinition, sizeof anWords);
+  if (anWords[1] > LARGEST_CODE) return "no number";  // then the first word is hardly a text
+  const auto* const pszText = reinterpret_cast<const wchar_t*>(anWords[0]);
+  return (pszText ? VCM::ToUtf8(pszText) : "-") + " " + std::to_string(anWords[1]);
+}
+
+/// The list of fields up to and with the entry that ends it.
+std::string FieldWords(const VDB::TFieldDef* ptFields, std::size_t nCount) {
+  std::string strText;
+  for (std::size_t i = 0; i < nCount; ++i)
+    strText += (i > 0 ? ", " : "") + Words(ptFields[i]);
+  return strText;
+}
+
+TEST(SchemaTest, FileDefinitionIsTheNameAndThenTheFlag) {
+  EXPECT_EQ(Words(MCE::CChangeTable::s_tFileDef), "change 1");
+  EXPECT_EQ(Words(MCE::CChangeItemTable::s_tFileDef), "citems 0");
+  EXPECT_EQ(Words(MCE::CFileTable::s_tFileDef), "file 1");
+  EXPECT_EQ(Words(MCE::CFolderTable::s_tFileDef), "folder 1");
+}
+
+TEST(SchemaTest, FieldIsTheNameAndThenTheTypeAndZerosEndTheList) {
+  EXPECT_EQ(FieldWords(MCE::CChangeTable::s_atFieldDefs, 9),
+            "ID 3, ProviderID 3, StreamID 3, User 4, Time 3, Comment 5, NextItem 3, Props 13, - 0");
+  EXPECT_EQ(FieldWords(MCE::CChangeItemTable::s_atFieldDefs, 8),
+            "ID 3, Item 3, Type 3, FilePath 12, Revision 3, Props 13, Timestamp 11, - 0");
+  EXPECT_EQ(FieldWords(MCE::CFileTable::s_atFieldDefs, 4), "ID 3, Path 12, Path 13, - 0");
+  EXPECT_EQ(FieldWords(MCE::CFolderTable::s_atFieldDefs, 2), "ID 3, - 0");
+}
+
+/// All words of the list's first records.
+std::vector<std::uint16_t> IndexWords(const VDB::TIndexDef* ptIndexes, std::size_t nCount) {
+  std::vector<std::uint16_t> anWords(nCount * sizeof *ptIndexes / sizeof(std::uint16_t));
+  std::memcpy(anWords.data(), ptIndexes, nCount * sizeof *ptIndexes);
+  return anWords;
+}
+
+// Flags, number of fields, fields; the rest of the 24 words is zero, and so is the record that ends the list.
+TEST(SchemaTest, IndexesAreRecordsOf24WordsAndZerosEndTheList) {
+  std::vector<std::uint16_t> anTwo(72), anOne(48);
+  anTwo[1] = 1;  // unique, by field 0
+  anTwo[24] = 1;
+  anTwo[25] = 2;
+  anTwo[26] = 2;
+  anTwo[27] = 4;
+  EXPECT_EQ(IndexWords(MCE::CChangeTable::s_atIndexDefs, 3), anTwo);
+  anOne[1] = 1;
+  EXPECT_EQ(IndexWords(MCE::CFileTable::s_atIndexDefs, 2), anOne);
+  EXPECT_EQ(IndexWords(MCE::CFolderTable::s_atIndexDefs, 2), anOne);
+  anOne[1] = 2;
+  anOne[3] = 1;
+  EXPECT_EQ(IndexWords(MCE::CChangeItemTable::s_atIndexDefs, 2), anOne);
+}
+
 TEST(RecordTest, DefaultRecordIsEmpty) {
   const MCE::TChangeRecord tChange;
   EXPECT_EQ(tChange.nID + tChange.nProviderID + tChange.nStreamID + tChange.nTime + tChange.nNextItem, 0u);
@@ -96,7 +160,8 @@ TEST(RecordTest, FieldsAreTheMembersInTheirOrder) {
   MCE::TFolderRecord o;
   EXPECT_EQ(FieldAddresses(o), TAddresses{&o.nID});
   for (const TAddresses& apFields : {FieldAddresses(c), FieldAddresses(i), FieldAddresses(f)})
-    EXPECT_TRUE(std::is_sorted(apFields.begin(), apFields.end()));
+    EXPECT_TRUE(AreInOrder(apFields));
+  EXPECT_TRUE(AreInOrder(&o, {&o.nID, &o.oFolders, &o.oFiles}));
   static_assert(std::is_polymorphic_v<MCE::TChangeRecord> && std::is_polymorphic_v<MCE::TChangeItemRecord>);
   static_assert(!std::is_polymorphic_v<MCE::TFileRecord> && !std::is_polymorphic_v<MCE::TFolderRecord>);
 }
@@ -181,6 +246,24 @@ TEST(RecordTest, NullRecordCanBeDeleted) {
   Slot<void(void*)>(&tItem, SLOT_DELETE)(nullptr);
 }
 
+/// Slots 2 and 4: a copy that has the record's ID, and the record that has been assigned to.
+template <class TRecord>
+void ExpectCloneAndCopyFromInTheirSlots() {
+  TRecord tRecord, tOther;
+  tRecord.nID = 7;
+  auto* const ptClone = static_cast<TRecord*>(Slot<VDB::TRecordBase*(const void*)>(&tRecord, 2)(&tRecord));
+  ASSERT_NE(ptClone, &tRecord);
+  EXPECT_EQ(ptClone->nID, 7u);
+  ptClone->Delete();
+  EXPECT_EQ(Slot<VDB::TRecordBase*(void*, const void*)>(&tOther, 4)(&tOther, &tRecord), &tOther);
+  EXPECT_EQ(tOther.nID, 7u);
+}
+
+TEST(RecordTest, CloneStandsInSlotTwoAndCopyFromInSlotFour) {
+  ExpectCloneAndCopyFromInTheirSlots<MCE::TChangeRecord>();
+  ExpectCloneAndCopyFromInTheirSlots<MCE::TChangeItemRecord>();
+}
+
 TEST(SchemaTest, DefinitionsStandInSlotsTwoToFour) {
   using TGetDefinition = const void*(const void*);
   const MCE::CChangeTable oTable;
@@ -192,6 +275,20 @@ TEST(SchemaTest, DefinitionsStandInSlotsTwoToFour) {
 TEST(ImportDatabaseTest, ProviderWithoutChangesLeavesNoFiles) {
   { CEngine oEngine; }
   EXPECT_FALSE(DatabaseFilesExist());
+}
+
+// Without a database there is no path, and the suffixes alone are names of files, too.
+TEST(ImportDatabaseTest, ProviderWithoutChangesRemovesNoFileOfTheWorkingFolder) {
+  const CTempFolder oFolder;
+  WriteFile(oFolder / ".tdf", "data");
+  WriteFile(oFolder / ".tlf", "lock");
+  const int nResult = RunInChild([&] {
+    if (chdir(oFolder.Path().c_str()) != 0) return 1;
+    { CEngine oEngine; }
+    return 0;
+  });
+  EXPECT_EQ(nResult, 0);
+  EXPECT_EQ(ReadFile(oFolder / ".tdf") + ReadFile(oFolder / ".tlf"), "datalock");
 }
 
 TEST(ImportDatabaseTest, FilesLiveAsLongAsTheProvider) {
@@ -376,6 +473,14 @@ TEST(ImportDatabaseTest, ItemTableIsOpenedAlongWithTheOtherOnly) {
   EXPECT_TRUE(oEngine.m_oChangeTable.IsOpen() && oEngine.m_oChangeItemTable.IsOpen());
 }
 
+TEST(ImportDatabaseTest, ResetOpensBothTablesAnew) {
+  CEngine oEngine;
+  ASSERT_TRUE(oEngine.PrepareForChanges(false));
+  oEngine.m_oChangeItemTable.Close();
+  EXPECT_TRUE(oEngine.PrepareForChanges(true));
+  EXPECT_TRUE(oEngine.m_oChangeTable.IsOpen() && oEngine.m_oChangeItemTable.IsOpen());
+}
+
 TEST(ImportDatabaseTest, FilesThatAreGoneAlreadyAreNoMatter) {
   testing::internal::CaptureStderr();
   {
@@ -410,6 +515,7 @@ TEST(ImportDatabaseTest, WithoutDatabaseNothingSucceeds) {
   MCE::CProvider::TChangeInfo tChange;
   EXPECT_FALSE(oSecond.PrepareForChanges(false));
   EXPECT_EQ(oSecond.EstablishChangesets(nCount), MCE::RESULT_FAILED);
+  EXPECT_EQ(oSecond.m_nEnumerations, 0);  // what could not be kept is not asked for
   EXPECT_EQ(oSecond.OnFirstChangeset(tChange), MCE::RESULT_FAILED);
   EXPECT_FALSE(oSecond.Add("a.c").At(1000));
   EXPECT_EQ(oSecond.FindNearestChange(Stream(1, 0, L"Main"), 1000), 0u);

@@ -1,13 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <vector>
 
 #include "core/file_system.h"
 #include "core/text_codec.h"
 #include "tests/mce/engine_fixture.h"
+#include "tests/support/layout.h"
 #include "tests/support/slots.h"
 
 namespace TALVEK::TEST {
@@ -33,6 +32,7 @@ TEST(PropertyStoreTest, KeysDifferByCase) {
   oEngine.SetProperty(L"cvspath", L"other");
   EXPECT_EQ(oEngine.m_oProperties.GetCount(), 2);
   EXPECT_TRUE(oEngine.GetStringProperty(L"CVSPath") == L"/usr/bin/cvs");
+  EXPECT_TRUE(oEngine.GetStringProperty(L"cvspath") == L"other");
 }
 
 TEST(PropertyStoreTest, SeventeenthKeyDoublesTheStoreAndKeepsItSorted) {
@@ -93,7 +93,7 @@ TEST(ProviderBaseTest, IdentityFollowsTheRepositoryView) {
   const std::vector<const void*> apMembers = {&oEngine.m_oReposView,       &oEngine.m_strName,
                                               &oEngine.m_strDisplayName,   &oEngine.m_strDescription,
                                               &oEngine.m_bFirstCapability, &oEngine.m_bSecondCapability};
-  EXPECT_TRUE(std::is_sorted(apMembers.begin(), apMembers.end(), std::less<>()));
+  EXPECT_TRUE(AreInOrder(apMembers));
   EXPECT_EQ(apMembers[0], reinterpret_cast<const char*>(&oEngine) + sizeof(void*));
   EXPECT_TRUE(oEngine.m_oReposView.IsEmpty());
 }
@@ -105,6 +105,29 @@ TEST(ProviderBaseTest, ConstructorHandsOverTheIdentity) {
   EXPECT_TRUE(oEngine.GetDescription() == L"Streams of a test");
   EXPECT_FALSE(oEngine.m_bFirstCapability);
   EXPECT_TRUE(oEngine.m_bSecondCapability);
+}
+
+TEST(ProviderBaseTest, FreshProviderHasNothing) {
+  CEngine oEngine;
+  EXPECT_EQ(oEngine.m_atStreams.GetCount(), 0);
+  const MCE::CProvider::TStreamInfo& tStream = oEngine.m_tCurrentStream;
+  EXPECT_EQ(tStream.nID + tStream.nParentID + tStream.nBaseChangeID, 0u);
+  EXPECT_EQ(tStream.oDestPath.GetCount() + tStream.oSrcPath.GetCount(), 0);
+  EXPECT_TRUE(tStream.strName.IsEmpty() && tStream.oProps.IsEmpty());
+  EXPECT_EQ(oEngine.m_oWorkFolder.GetCount(), 0);
+  EXPECT_EQ(oEngine.m_oProperties.GetCount(), 0);
+  EXPECT_EQ(oEngine.m_oProperties.GetCapacity(), 16);
+  EXPECT_TRUE(oEngine.m_strDatabasePath.IsEmpty());
+  EXPECT_EQ(oEngine.m_poDatabase, nullptr);
+  EXPECT_FALSE(oEngine.m_oChangeTable.IsOpen() || oEngine.m_oChangeItemTable.IsOpen());
+  EXPECT_EQ(oEngine.m_poTransaction, nullptr);
+  EXPECT_EQ(oEngine.m_poChangeIterator, nullptr);
+  EXPECT_EQ(oEngine.m_poChangeItemIterator, nullptr);
+  EXPECT_EQ(oEngine.m_tChange.nID + oEngine.m_tChangeItem.nID, 0u);
+  EXPECT_EQ(oEngine.m_nChangesAdded, 0u);
+  EXPECT_FALSE(oEngine.m_bStreamsEstablished || oEngine.m_bChangesetsEstablished);
+  EXPECT_FALSE(oEngine.IsLogOpen());
+  EXPECT_TRUE(oEngine.GetLogPath().IsEmpty());
 }
 
 TEST(ProviderBaseTest, AnyPropertyValueIsValid) {

@@ -11,6 +11,7 @@
 #include "tests/mce/engine_fixture.h"
 #include "tests/support/environment_scope.h"
 #include "tests/support/import_log.h"
+#include "tests/support/layout.h"
 #include "tests/support/temp_folder.h"
 
 namespace TALVEK::TEST {
@@ -382,6 +383,21 @@ TEST_F(ItemWalkTest, ItemsCarryWhatWasAdded) {
   EXPECT_EQ(Log(), "");
 }
 
+TEST_F(ItemWalkTest, WalkBeginsWithItemZeroWhereThereIsOne) {
+  const unsigned nChange = m_oEngine.AddChange(0, 1, L"joe", L"from zero on", 50000);
+  for (const auto& [nItem, pszPath] : {std::pair{1u, L"b.c"}, {0u, L"a.c"}}) {
+    VCM::CFilePath oPath;
+    oPath.Parse(pszPath);
+    ASSERT_TRUE(m_oEngine.AddChangeItem(nChange, nItem, MCE::CHANGE_ITEM_ADD, oPath, 0u));
+  }
+  m_oEngine.OnFirstChangeset(m_tChange);
+  ASSERT_EQ(m_oEngine.OnNextChangeset(m_tChange), MCE::RESULT_OK);
+  ASSERT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_OK);
+  EXPECT_EQ(VCM::ToUtf8(m_tItem.oFilePath.GeneratePath()), "a.c");
+  ASSERT_EQ(m_oEngine.OnNextChangeItem(m_tItem), MCE::RESULT_OK);
+  EXPECT_EQ(VCM::ToUtf8(m_tItem.oFilePath.GeneratePath()), "b.c");
+}
+
 TEST_F(ItemWalkTest, FolderThatCannotBeMadeFailsTheItem) {
   WriteFile(m_oFolder / "dir", "in the way");
   ASSERT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_OK);
@@ -412,6 +428,16 @@ TEST_F(WalkTest, FileAtTheTopNeedsNoFolder) {
   EXPECT_TRUE(std::filesystem::is_empty(m_oFolder.Path()));
 }
 
+TEST_F(WalkTest, OnlyTheFoldersThatAreMissingAreMade) {
+  Begin(1);
+  std::filesystem::create_directory(m_oFolder / "dir");
+  VCM::CFilePath oPath;
+  oPath.Parse(L"dir/sub/a.c");
+  EXPECT_TRUE(m_oEngine.EnsureFolderExists(oPath));
+  EXPECT_TRUE(std::filesystem::is_directory(m_oFolder / "dir/sub"));
+  EXPECT_EQ(Log(), "");
+}
+
 TEST_F(WalkTest, FoldersAreMadeWithThePermissionsThatTheMaskLeaves) {
   Begin(1);
   for (const auto& [nMask, pszFolder] : {std::pair{027, "private"}, {0, "public"}, {0777, "none"}}) {
@@ -434,11 +460,6 @@ TEST_F(WalkTest, WorkFolderItselfIsNotMade) {
   EXPECT_FALSE(m_oEngine.EnsureFolderExists(oPath));
   EXPECT_FALSE(std::filesystem::exists(strAbsent));
   EXPECT_EQ(Log(), "Failed to create directory '" + strAbsent + "/dir'\n");
-}
-
-/// Whether the members stand one behind the other, the first at the beginning of the record.
-bool AreInOrder(const void* pRecord, const std::vector<const void*>& apMembers) {
-  return apMembers[0] == pRecord && std::is_sorted(apMembers.begin(), apMembers.end());
 }
 
 // Hosts read the records in place.

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <sstream>
 #include <string>
@@ -137,6 +138,35 @@ TEST_F(CommandTest, ProgramThatCannotBeStartedFailsLikeAnyOther) {
   EXPECT_EQ(Log(),
             "Performing command \"/nonexistent/cvs\" rlog\n"
             "    ** can't start '/nonexistent/cvs': No such file or directory\n");
+}
+
+/// For its own lifetime no file can be opened.
+class CNoDescriptorsScope {
+ public:
+  CNoDescriptorsScope() {
+    getrlimit(RLIMIT_NOFILE, &m_tBefore);
+    const rlimit tNone{0, m_tBefore.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &tNone);
+  }
+  ~CNoDescriptorsScope() { setrlimit(RLIMIT_NOFILE, &m_tBefore); }
+  CNoDescriptorsScope(const CNoDescriptorsScope&) = delete;
+  CNoDescriptorsScope& operator=(const CNoDescriptorsScope&) = delete;
+
+ private:
+  rlimit m_tBefore{};
+};
+
+TEST_F(CommandTest, CommandWithoutStreamsFailsAndLogsNoErrorLine) {
+  FakeCvs("record; echo out; echo error >&2");
+  EXPECT_TRUE(Execute());  // leaves streams behind, which must not pass for those of the next command
+  const std::string strLog = LogOfFake(), strCalls = Calls();
+  {
+    const CNoDescriptorsScope oNoDescriptors;
+    EXPECT_FALSE(Execute(" rlog"));
+  }
+  EXPECT_EQ(m_oProvider.m_poInputStream, nullptr);
+  EXPECT_EQ(LogOfFake(), strLog + "Performing command FAKE rlog\n");
+  EXPECT_EQ(Calls(), strCalls);
 }
 
 // A byte-order mark, else UTF-8, else Latin-1 from then on. The log itself is always in UTF-8.

@@ -5,6 +5,7 @@
 #include <wx/mstream.h>
 
 #include "tests/mcv/log_text.h"
+#include "tests/support/layout.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -210,6 +211,15 @@ TEST(FileEnumTest, WithoutModuleAndFolderNoFileIsPlaced) {
   TFileInfo tFile;
   ASSERT_TRUE(oFiles.GetNextFile(tFile, {}, {}, KEEP_TAGS));
   EXPECT_EQ(Describe(tFile), ": |");
+}
+
+TEST(FileLayoutTest, MembersStandInTheOrderInWhichTheyAreDescribed) {
+  const TFileInfo f;
+  EXPECT_TRUE(AreInOrder(&f, {&f.oPath, &f.atTags, &f.atRevisions}));
+  const TTagInfo t;
+  EXPECT_TRUE(AreInOrder(&t, {&t.strName, &t.oRevision, &t.bIsBranch}));
+  const TRevInfo r;
+  EXPECT_TRUE(AreInOrder(&r, {&r.oRevision, &r.oTime, &r.nState, &r.strAuthor, &r.strMessage}));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <wx/filefn.h>
 
 #include "tests/mcv/log_text.h"
+#include "tests/support/layout.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -169,6 +170,14 @@ TEST(LogParserTest, BlankLinesBetweenItemsAreSkipped) {
   EXPECT_EQ(Items("\n\n\n==========\n\n"), "unknown\n");
   EXPECT_EQ(Items("\n\nRCS file: /repo/mod/a,v\n==========\n\n\nRCS file: /repo/mod/b,v\n==========\n"),
             "file mod/a head= total=0 []\nfile mod/b head= total=0 []\n");
+}
+
+// Only an empty line is none; with a blank in it, it begins an item that takes the header behind it along.
+TEST(LogParserTest, LineOfBlanksBeginsAnItem) {
+  for (const char* const pszLine : {" ", "\t", " \t "}) {
+    EXPECT_EQ(Items(std::string(pszLine) + "\nRCS file: /repo/mod/a,v\n==========\n"), "unknown\n")
+        << "'" << pszLine << "'";
+  }
 }
 
 TEST(LogParserTest, HeadersAloneGiveFilesWithoutRevisions) {
@@ -541,6 +550,12 @@ TEST(LogParserTest, EqualTextsAreKeptOnce) {
   EXPECT_EQ(apstrFirst[3], apstrFirst[1]);
   EXPECT_EQ(apstrSecond[0], apstrFirst[1]);
   EXPECT_EQ(apstrSecond[1], apstrFirst[0]);
+}
+
+TEST(LogParserTest, ItemsMembersStandInTheOrderInWhichTheyAreDescribed) {
+  const TLogItem i;
+  EXPECT_TRUE(AreInOrder(&i, {&i.nKind, &i.oPath, &i.oRevision, &i.nTotalRevisions, &i.oTime, &i.strAuthor,
+                              &i.nState, &i.strComment, &i.astrTagNames, &i.aoTagRevisions}));
 }
 
 // With 262144 texts a pool goes on; with one more the next file's header gets another.

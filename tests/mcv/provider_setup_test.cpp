@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "core/file_system.h"
 #include "core/text_codec.h"
 #include "tests/mcv/provider_fixture.h"
+#include "tests/support/layout.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -50,6 +53,13 @@ TEST_F(ProviderSetupTest, MembersHaveTheirDefaults) {
   EXPECT_EQ(m_oProvider.m_nCmdRepeatCount, 5);
   EXPECT_FALSE(m_oProvider.m_bFileByFile);
   EXPECT_FALSE(m_oProvider.m_bForceFileByFile);
+}
+
+TEST_F(ProviderSetupTest, MembersStandInTheOrderOfTheirDeclaration) {
+  const COpenProvider& o = m_oProvider;
+  EXPECT_TRUE(AreInOrder({&o.m_oClientPath, &o.m_poInputStream, &o.m_bOwnInputStream, &o.m_oProcess,
+                          &o.m_astrExcludeTags, &o.m_astrIncludeTags, &o.m_strCvsCommand, &o.m_nChangeTime,
+                          &o.m_nCmdRepeatCount, &o.m_bFileByFile, &o.m_bForceFileByFile}));
 }
 
 TEST_F(ProviderSetupTest, ProviderConstructedLastIsTheLiveInstance) {
@@ -246,6 +256,7 @@ TEST_F(ProviderSetupTest, NothingIsLeftToEnumerateOrToRemove) {
 TEST_F(ProviderSetupTest, PropertyTableHoldsThirteenEntriesInOrder) {
   std::string strTable;
   for (const MCE::TPropertyInfo* ptInfo = m_oProvider.GetPropertyInfo(); ptInfo->pszLabel; ++ptInfo) {
+    ASSERT_NE(ptInfo->pszDefault, nullptr) << VCM::ToUtf8(ptInfo->pszKey);
     strTable += VCM::ToUtf8(ptInfo->pszLabel) + "|" + VCM::ToUtf8(ptInfo->pszKey) + "|" +
                 VCM::ToUtf8(ptInfo->pszDefault) + "|" + std::to_string(ptInfo->nType) + "\n";
   }
@@ -263,6 +274,19 @@ TEST_F(ProviderSetupTest, PropertyTableHoldsThirteenEntriesInOrder) {
             "Exclude Tag Filters (comma separated)|ExcludeTags||0\n"
             "CVS command error repeat count|CmdRepeatCount|5|0\n"
             "Log File (optional)|LogFile||0\n");
+}
+
+// A host knows the words and not the names of the members.
+TEST_F(ProviderSetupTest, PropertyIsFourWordsLabelKeyDefaultAndType) {
+  struct {
+    const wchar_t* apszTexts[3];
+    std::uintptr_t nType;
+  } tWords;
+  static_assert(sizeof tWords == sizeof(MCE::TPropertyInfo));
+  std::memcpy(&tWords, m_oProvider.GetPropertyInfo(), sizeof tWords);
+  EXPECT_EQ(VCM::ToUtf8(tWords.apszTexts[0]) + "|" + VCM::ToUtf8(tWords.apszTexts[1]) + "|" +
+                VCM::ToUtf8(tWords.apszTexts[2]) + "|" + std::to_string(tWords.nType),
+            "CVS Executable Path|CVSPath|cvs|3");
 }
 
 TEST_F(ProviderSetupTest, PropertyTableEndsWithAnEntryOfZeros) {

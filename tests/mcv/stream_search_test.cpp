@@ -6,6 +6,8 @@
 #include <cstdarg>
 #include <memory>
 
+#include "mce/file_table.h"
+#include "mce/folder_table.h"
 #include "tests/mcv/provider_fixture.h"
 
 namespace TALVEK::TEST {
@@ -50,6 +52,22 @@ CLogText NestedLog() {
       .At("1.2.4.4", 6000)
       .At("1.2.4.3.2.1", 7000);
   return oLog;
+}
+
+TEST_F(StreamSearchTest, OfTheEnginesFourTablesOnlyThoseOfChangesAndItemsAreMade) {
+  CLogText oLog = NestedLog();
+  EXPECT_TRUE(Search(oLog));
+  m_oProvider.CommitChanges();
+  VDB::CDatabase& oDatabase = *m_oProvider.m_poDatabase;
+  VDB::CTransaction oTransaction(oDatabase, 0);
+  // A table opened for reading is not made.
+  const auto Exists = [&](VDB::CTable&& oTable) {
+    return oTable.Open(oDatabase, nullptr, oTransaction, true);
+  };
+  EXPECT_TRUE(Exists(MCE::CChangeTable()));
+  EXPECT_TRUE(Exists(MCE::CChangeItemTable()));
+  EXPECT_FALSE(Exists(MCE::CFileTable()));
+  EXPECT_FALSE(Exists(MCE::CFolderTable()));
 }
 
 TEST_F(StreamSearchTest, BranchOnABranchIsNestedInIt) {
