@@ -1,5 +1,6 @@
 #include "session/transport.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -24,7 +25,7 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-constexpr int GRACE_MILLISECONDS = 2000;
+constexpr std::chrono::milliseconds GRACE{2000};
 /// The most that the kernel gives everybody.
 constexpr int MAX_PIPE = 1 << 20;
 
@@ -62,18 +63,18 @@ void MakeAbsolute(std::string& strProgram) {
   ::_exit(1);
 }
 
-bool HasEnded(pid_t nChild, int nMilliseconds) {
+bool EndsInTime(pid_t nChild) {
   const VCM::CDescriptor oChild = OpenProcess(nChild);
   pollfd tPoll = {oChild.Get(), POLLIN, 0};
   // Without a pidfd the poll is only a pause, and waitpid tells.
-  ::poll(&tPoll, 1, nMilliseconds);
+  ::poll(&tPoll, 1, static_cast<int>(GRACE.count()));
   return ::waitpid(nChild, nullptr, WNOHANG) != 0;
 }
 
 void EndChild(pid_t nChild) {
-  if (HasEnded(nChild, GRACE_MILLISECONDS)) return;
+  if (EndsInTime(nChild)) return;
   ::kill(nChild, SIGTERM);
-  if (HasEnded(nChild, GRACE_MILLISECONDS)) return;
+  if (EndsInTime(nChild)) return;
   ::kill(nChild, SIGKILL);
   ::waitpid(nChild, nullptr, 0);
 }
@@ -199,9 +200,23 @@ CTransport CTransport::Connect(const std::string& strHost, unsigned nPort, const
 
 CTransport::~CTransport() {
   m_oWrite.Close();
+  if (m_tChild.nId > 0) HearOut();
   m_oRead.Close();
   m_oErrors.Close();
   if (m_tChild.nId > 0) EndChild(m_tChild.nId);
+}
+
+/// A server that can't end its reply has no time to take its temporary files away.
+void CTransport::HearOut() {
+  const auto nEnd = std::chrono::steady_clock::now() + GRACE;
+  char achBlock[1 << 16];
+  while (m_oRead.IsOpen()) {
+    const auto nLeft =
+        std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - std::chrono::steady_clock::now());
+    if (WaitToRead({m_oRead.Get(), m_oErrors.Get()}, TPatience{nLeft, -1}) != WAIT_READY) return;
+    if (ReadSome(m_oErrors.Get(), achBlock, sizeof achBlock) == 0) m_oErrors.Close();
+    if (ReadSome(m_oRead.Get(), achBlock, sizeof achBlock) == 0) m_oRead.Close();
+  }
 }
 
 }  // namespace TALVEK::SESSION

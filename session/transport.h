@@ -34,6 +34,7 @@ class CTransport {
 
  private:
   CTransport() = default;
+  void HearOut();
 
   /// A process number that a moved-from object no longer has.
   struct TChild {

@@ -62,6 +62,22 @@ TEST_F(FaultsTest, AServerThatAnswersIsBelieved) {
   EXPECT_EQ(AwaitProcesses(m_oFolder.Path().string(), 0), 0);
 }
 
+TEST_F(FaultsTest, AServerInTheMiddleOfAReplyCanCleanUp) {
+  AnswerBy(
+      "while read -r line; do\n case $line in\n valid-requests) printf 'Valid-requests Root co\\nok\\n' ;;\n"
+      " co) echo > " +
+      Quoted("asked") + "; sleep 0.5; printf '" + FILE_HEAD +
+      "3\\nhi\\nok\\n' ;;\n esac\ndone\n"
+      "echo done > " +
+      Quoted("cleaned"));
+  RunShell("cd " + Quoted("outer/work") + " && export HOME=" + Quoted("") + " CVS_RSH=" + Quoted("rsh") +
+           "; " + SESSION +
+           " -d :ext:me@host:/cvs checkout -r 1.1 -d Main mod/a.c & command=$!; until [ -e " +
+           Quoted("asked") + " ]; do sleep 0.02; done; kill -9 $command");
+  ExpectNothingLeft();
+  EXPECT_EQ(ReadFile(m_oFolder / "cleaned"), "done\n");
+}
+
 TEST_F(FaultsTest, AServerKilledInTheMiddleOfAFileIsAskedOnceMore) {
   AnswerCheckoutBy("printf '" + FILE_HEAD + "1000\\nhalf of it'; kill -9 $$");
   EXPECT_EQ(Ask(), (TShellResult{1, END}));
