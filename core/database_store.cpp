@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <string>
+#include <utility>
 
 #include "core/database_transaction.h"
 #include "core/text_codec.h"
@@ -37,12 +38,17 @@ TEnvironmentPtr TryOpen(const std::string& strPath, std::size_t nBytes, int& nEr
   return nError == 0 ? std::move(poEnvironment) : nullptr;
 }
 
+/// A system has no addresses left for the map; a checking tool that stands in for it calls the size invalid.
+bool IsLackOfAddresses(int nError) {
+  return nError == ENOMEM || nError == EINVAL;
+}
+
 /// Reserves `nBytes` of addresses or, where they are scarce (a resource limit, a checking tool), what can be
 /// had.
 TEnvironmentPtr OpenLargest(const std::string& strPath, std::size_t nBytes, int& nError) {
   TEnvironmentPtr poEnvironment = TryOpen(strPath, nBytes, nError);
-  if (poEnvironment || nError != ENOMEM) return poEnvironment;
-  while (!poEnvironment && nError == ENOMEM && nBytes > LEAST_BYTES) {
+  if (poEnvironment || !IsLackOfAddresses(nError)) return poEnvironment;
+  while (!poEnvironment && IsLackOfAddresses(nError) && nBytes > LEAST_BYTES) {
     poEnvironment = TryOpen(strPath, nBytes /= 2, nError);
   }
   // The rest of the process needs addresses too: leave it as many.

@@ -10,6 +10,7 @@ namespace TALVEK::VCM {
 namespace {
 
 constexpr std::size_t BLOCK_BYTES = 64 * 1024;
+constexpr std::size_t MOST_KEPT_BYTES = 1024 * 1024;
 
 // Both searches are memchr. In windows, because an input whose lines all end in \r would otherwise be
 // searched for \n up to the end of the block once a line.
@@ -39,6 +40,12 @@ bool CLineReader::ReadLine(CString& strLine) {
   strLine.Clear();
   if (IsAtEnd()) return false;
   m_strLineBytes.clear();
+  // A line that is far longer than others would else hold its memory, four bytes for each of its characters
+  // and two more, as long as there are lines.
+  if (m_strLineBytes.capacity() > MOST_KEPT_BYTES) {
+    m_strLineBytes.shrink_to_fit();
+    strLine.Release();
+  }
   do {
     const std::string_view strRest(m_strBuffer.data() + m_nPosition, m_nFilled - m_nPosition);
     const std::size_t nLineEnd = FindLineEnd(strRest);

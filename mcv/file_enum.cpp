@@ -59,7 +59,7 @@ bool CFileEnum::GetNextFile(TFileInfo& tFile, const VCM::CArray<VCM::CString>& a
     }
   }
 
-  tFile.oPath = m_tCurrentItem.oPath;
+  std::swap(tFile.oPath, m_tCurrentItem.oPath);  // a path may be as long as the log
   for (int i = 0; i < m_tCurrentItem.astrTagNames.GetCount(); ++i) {
     TTagInfo tTag{m_tCurrentItem.astrTagNames[i], m_tCurrentItem.aoTagRevisions[i], false};
     NormaliseTag(tTag);

@@ -1,10 +1,18 @@
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "core/database.h"
@@ -39,6 +47,27 @@ std::string CommitSome(CDatabase& oDatabase) {
   tEvents.Add(1, 1, L"kept");
   tEvents.Add(1, 0, L"kept too");
   return tEvents.Commit() ? "1:1/1 kept\n2:1/0 kept too\n" : "not committed";
+}
+
+/// From now on the calling process can't map so much of a file, counted in units of 4 GB, and is told this
+/// error.
+bool RefuseFileMaps(std::uint32_t nLeastUnits, std::uint32_t nError) {
+  constexpr std::uint32_t ARGUMENTS = offsetof(seccomp_data, args);
+  constexpr std::uint32_t UPPER_HALF_OF_SIZE = ARGUMENTS + 1 * sizeof(std::uint64_t) + 4;
+  constexpr std::uint32_t FLAGS = ARGUMENTS + 3 * sizeof(std::uint64_t);
+  sock_filter atFilter[] = {
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_mmap, 0, 5),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, FLAGS),
+      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, MAP_ANONYMOUS, 3, 0),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, UPPER_HALF_OF_SIZE),
+      BPF_JUMP(BPF_JMP | BPF_JGE | BPF_K, nLeastUnits, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | nError),
+      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+  };
+  const sock_fprog tProgram = {std::size(atFilter), atFilter};
+  return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+         prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &tProgram) == 0;
 }
 
 }  // namespace
@@ -150,6 +179,31 @@ TEST(DatabaseFullTest, ScarceAddressesStillGiveADatabase) {
     return tEvents.Commit() ? 0 : 4;
   };
   EXPECT_EQ(RunInChild(fnUse), 0);
+}
+
+// As valgrind does.
+TEST(DatabaseFullTest, LargeMapThatIsCalledInvalidGivesASmallerDatabase) {
+  CTempFolder oFolder;
+  const auto fnUse = [&] {
+    if (!RefuseFileMaps(1, EINVAL)) return 1;
+    const auto poDatabase = CDatabaseFactory::Create(NewDatabase(oFolder / "db"));
+    if (!poDatabase) return 2;
+    const std::string strKept = CommitSome(*poDatabase);
+    return ListEvents(*poDatabase) == strKept ? 0 : 3;
+  };
+  EXPECT_EQ(RunInChild(fnUse), 0);
+}
+
+TEST(DatabaseFullTest, WithoutAMapOfAnySizeThereIsTheReason) {
+  CTempFolder oFolder;
+  const auto fnFail = [&] {
+    if (!RefuseFileMaps(0, ENOMEM)) return 1;
+    CString strError;
+    if (CDatabaseFactory::Create(NewDatabase(oFolder / "db"), &strError)) return 2;
+    const std::string strWanted = (oFolder / "db.tdf").string() + ": Cannot allocate memory";
+    return VCM::ToUtf8(strError) == strWanted ? 0 : 3;
+  };
+  EXPECT_EQ(RunInChild(fnFail), 0);
 }
 
 }  // namespace TALVEK::TEST

@@ -166,6 +166,16 @@ TEST(LineReaderTest, LineOfAMegabyteComesWhole) {
   EXPECT_EQ(ReadLines(strLong), TLines{FromBytes(strLong)});
 }
 
+TEST(LineReaderTest, MemoryOfALongLineGoesWithTheNextOne) {
+  CPortionStream oStream(std::string(4 << 20, 'y') + "\nshort\n");
+  CLineReader oReader(&oStream);
+  CString strLine;
+  ASSERT_TRUE(oReader.ReadLine(strLine));
+  ASSERT_TRUE(oReader.ReadLine(strLine));
+  EXPECT_EQ(strLine, L"short");
+  EXPECT_LT(strLine.Release().capacity(), 100U);
+}
+
 TEST(LineReaderTest, ReadErrorEndsTheInputAndKeepsWhatCameBefore) {
   for (const std::string strBytes : {"a\nb", "a\nb\r"}) {
     CPortionStream oStream(strBytes, nullptr, true);

@@ -103,13 +103,30 @@ class LargeLogTest : public ::testing::Test {
 };
 
 // A line is read whole, and its text kept in the import database: nothing is cut. So memory goes with the
-// longest line, at 16 bytes for each of its characters and some more.
+// longest line, at four bytes for each character of a text, of which there are three or four at once.
 TEST_F(LargeLogTest, MessageLineOf64MegabytesIsKeptWhole) {
   WriteLog([](std::ostream& oLog) {
     oLog << Header("a", "") << PSZ_REVISION << "1.1\n" << PSZ_DATE << TLong{'~', 64} << "\n" << PSZ_END;
   });
-  EXPECT_LT(Dump(), MEMORY_FACTOR * 24 * 64 * 1024) << "KiB";
+  EXPECT_LT(Dump(), MEMORY_FACTOR * 16 * 64 * 1024) << "KiB";
   EXPECT_EQ(ShellOutput("tr -cd '~' < " + Output() + " | wc -c"), std::to_string(64 * MEGABYTE) + "\n");
+  EXPECT_TRUE(HasGoodFile());
+}
+
+TEST_F(LargeLogTest, NameAndPathOf64MegabytesCostAFewTimesTheirLength) {
+  WriteLog([](std::ostream& oLog) {
+    oLog << "\nRCS file: /repo/mod/a,v\nsymbolic names:\n\t" << TLong{'x', 64} << ": 1.1.0.2\n"
+         << "keyword substitution: kv\ndescription:\n"
+         << Revision("1.1", "work") << PSZ_END;
+  });
+  EXPECT_LT(Dump(), MEMORY_FACTOR * 19 * 64 * 1024) << "KiB";
+  EXPECT_TRUE(HasGoodFile());
+  WriteLog([](std::ostream& oLog) {
+    oLog << "\nRCS file: /repo/mod/" << TLong{'x', 64} << ",v\nsymbolic names:\n"
+         << "keyword substitution: kv\ndescription:\n"
+         << Revision("1.1", "work") << PSZ_END;
+  });
+  EXPECT_LT(Dump(), MEMORY_FACTOR * 22 * 64 * 1024) << "KiB";
   EXPECT_TRUE(HasGoodFile());
 }
 
