@@ -16,6 +16,7 @@
 #include "mce/grouping_index.h"
 #include "mce/log_stream.h"
 #include "mce/provider.h"
+#include "mce/stream_children.h"
 
 namespace TALVEK::MCE {
 
@@ -131,6 +132,10 @@ class CProviderBase : public CProvider {
   const TStreamInfo* FindStream(unsigned int nStreamID) const;
   /// How often the stream list has been emptied: what was derived from it holds as long as this is the same.
   std::uint32_t GetStreamListVersion() const { return m_nStreamListVersion; }
+  /// To be called by who gives a listed stream another parent.
+  void ForgetStreamTree() { m_oStreamChildren.Forget(); }
+  /// Streams that GetNextStream has looked at so far.
+  std::uint64_t GetStreamsLookedAt() const { return m_oStreamChildren.GetLookedAt(); }
 
   VCM::CArray<TStreamInfo> m_atStreams;  // the stream with ID n stands at n - 1
   TStreamInfo m_tCurrentStream;
@@ -180,6 +185,7 @@ class CProviderBase : public CProvider {
   void CloseLogFile();
 
   std::uint32_t m_nStreamListVersion = 0;
+  CStreamChildren m_oStreamChildren;
   std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
   CGroupingIndex m_oGroupingIndex;
   VCM::CString m_strCreateError;  // why there is no database

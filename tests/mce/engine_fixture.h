@@ -120,6 +120,8 @@ class CEngine : public MCE::CProviderBase {
   }
 
   // What tests look at or set.
+  using CProviderBase::ForgetStreamTree;
+  using CProviderBase::GetStreamsLookedAt;
   using CProviderBase::m_atStreams;
   using CProviderBase::m_bFirstCapability;
   using CProviderBase::m_bSecondCapability;
