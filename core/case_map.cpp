@@ -20,6 +20,8 @@ constexpr TCaseRange CASE_RANGES[] = {
 #include "core/case_map_table.inc"
 };
 
+}  // namespace
+
 wchar_t ToLowerByTable(wchar_t ch) {
   const auto nCode = static_cast<std::uint32_t>(ch);
   const auto* pRange = std::lower_bound(
@@ -28,13 +30,6 @@ wchar_t ToLowerByTable(wchar_t ch) {
   if (pRange == std::end(CASE_RANGES) || nCode < pRange->nFirst) return ch;
   if ((nCode - pRange->nFirst) % pRange->nStep != 0) return ch;
   return ch + pRange->nDelta;
-}
-
-}  // namespace
-
-wchar_t ToLower(wchar_t ch) {
-  if (ch >= 0 && ch < 0x80) return ch >= L'A' && ch <= L'Z' ? ch + (L'a' - L'A') : ch;
-  return ToLowerByTable(ch);
 }
 
 }  // namespace TALVEK::VCM

@@ -7,6 +7,14 @@ namespace TALVEK::VCM {
 /// The lower-case form of one character, or the character itself: what towlower gives in a UTF-8 locale of
 /// Debian 12. The mapping is compiled in, so it is the same in every locale and with every C library: names
 /// that differ in case only must meet the same way wherever an import runs.
-TALVEK_CORE_API wchar_t ToLower(wchar_t ch);
+inline wchar_t ToLower(wchar_t ch);
+
+/// ToLower beyond ASCII. Nearly all text is ASCII, and not worth a call for each character.
+TALVEK_CORE_API wchar_t ToLowerByTable(wchar_t ch);
+
+inline wchar_t ToLower(wchar_t ch) {
+  if (ch >= 0 && ch < 0x80) return ch >= L'A' && ch <= L'Z' ? ch + (L'a' - L'A') : ch;
+  return ToLowerByTable(ch);
+}
 
 }  // namespace TALVEK::VCM

@@ -1,6 +1,6 @@
 #include "mce/grouping_index.h"
 
-#include <limits>
+#include <algorithm>
 
 #include "mce/text_hash.h"
 
@@ -10,24 +10,21 @@ namespace {
 
 constexpr unsigned INDEX_CHANGE_KEY = 0;
 constexpr unsigned INDEX_ITEM_PATH = 0;
-constexpr std::uint32_t NO_TIME_LIMIT = std::numeric_limits<std::uint32_t>::max();
 
-TChangeKeyRecord MakeChangeKey(std::uint32_t nStreamID, const VCM::CString& strUser,
-                               const VCM::CString& strComment) {
-  const CTextHash oHash = CTextHash().AddNoCase(strUser.View()).AddNoCase(strComment.View());
+TChangeKeyRecord MakeChangeKey(const TChangeGroupKey& tGroup) {
   TChangeKeyRecord tKey;
-  tKey.nStreamID = nStreamID;
-  tKey.nHashHigh = oHash.GetHigh();
-  tKey.nHashLow = oHash.GetLow();
+  tKey.nStreamID = tGroup.nStreamID;
+  tKey.nHashHigh = tGroup.nHashHigh;
+  tKey.nHashLow = tGroup.nHashLow;
+  tKey.nPeriod = tGroup.nPeriod;
   return tKey;
 }
 
 TChangeKeyRecord MakeChangeKey(const TChangeRecord& tChange) {
-  TChangeKeyRecord tKey = MakeChangeKey(tChange.nStreamID, tChange.strUser, tChange.strComment);
+  TChangeGroupKey tGroup(tChange.nStreamID, tChange.strUser.View(), tChange.strComment.View());
+  tGroup.nPeriod = tChange.oProps.GetNumber(CHANGE_BASE_TIME, 0) / TChangeGroupKey::PERIOD_SECONDS;
+  TChangeKeyRecord tKey = MakeChangeKey(tGroup);
   tKey.nChangeID = tChange.nID;
-  tKey.nBaseTime = tChange.oProps.GetNumber(CHANGE_BASE_TIME, tChange.nTime);
-  tKey.nPeriod = tKey.nBaseTime / CGroupingIndex::PERIOD_SECONDS;
-  tKey.nMaxTime = tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT);
   return tKey;
 }
 
@@ -37,6 +34,14 @@ TItemPathRecord MakeItemPath(std::uint32_t nChangeID, const VCM::CFilePath& oPat
   tPath.nChangeID = nChangeID;
   tPath.nHashHigh = oHash.GetHigh();
   tPath.nHashLow = oHash.GetLow();
+  if (tPath.nHashHigh == 0 && tPath.nHashLow == 0) tPath.nHashLow = 1;  // another path's hash is as good
+  return tPath;
+}
+
+TItemPathRecord MakeLastItem(std::uint32_t nChangeID, std::uint32_t nItem) {
+  TItemPathRecord tPath;
+  tPath.nChangeID = nChangeID;
+  tPath.nItem = nItem;
   return tPath;
 }
 
@@ -62,33 +67,19 @@ void CGroupingIndex::CloseTables() {
 }
 
 bool CGroupingIndex::AddChange(const TChangeRecord& tChange) {
+  if (!tChange.oProps.HasProperty(CHANGE_BASE_TIME)) return true;
   m_tChangeKey = MakeChangeKey(tChange);
   return m_poChangeKeys->Add(m_tChangeKey);
 }
 
 bool CGroupingIndex::RemoveChange(const TChangeRecord& tChange) {
+  if (!tChange.oProps.HasProperty(CHANGE_BASE_TIME)) return true;
   m_tChangeKey = MakeChangeKey(tChange);
   return m_poChangeKeys->Remove(m_tChangeKey);
 }
 
-bool CGroupingIndex::AddItem(const TChangeItemRecord& tItem) {
-  if (tItem.nItem <= FEW_ITEMS) return true;
-  m_tItemPath = MakeItemPath(tItem.nID, tItem.oFilePath);
-  m_tItemPath.nItem = tItem.nItem;
-  return m_poItemPaths->Add(m_tItemPath);
-}
-
-bool CGroupingIndex::FirstChange(std::uint32_t nStreamID, const VCM::CString& strUser,
-                                 const VCM::CString& strComment, std::uint32_t nTime, std::uint32_t nLowBase,
-                                 std::uint32_t nHighBase, std::uint32_t& nChangeID) {
-  if (nTime == NO_TIME_LIMIT) return false;  // no change takes an item of that time
-  m_tWantedKey = MakeChangeKey(nStreamID, strUser, strComment);
-  m_tWantedKey.nPeriod = nLowBase / PERIOD_SECONDS;
-  m_tWantedKey.nMaxTime = nTime + 1;
-  m_tWantedKey.nBaseTime = nLowBase;
-  m_nHighBase = nHighBase;
-  if (nLowBase > nHighBase) return false;
-  m_tChangeKey = m_tWantedKey;
+bool CGroupingIndex::FirstChange(const TChangeGroupKey& tKey, std::uint32_t& nChangeID) {
+  m_tChangeKey = m_tWantedKey = MakeChangeKey(tKey);
   return TakeChange(m_poChangeKeys->GetGTE(m_tChangeKey), nChangeID);
 }
 
@@ -96,26 +87,31 @@ bool CGroupingIndex::NextChange(std::uint32_t& nChangeID) {
   return TakeChange(m_poChangeKeys->GetNext(m_tChangeKey), nChangeID);
 }
 
-bool CGroupingIndex::TakeChange(bool bFound, std::uint32_t& nChangeID) {
-  while (true) {
-    if (bFound && IsOfWantedPeriod()) {
-      nChangeID = m_tChangeKey.nChangeID;
-      if (m_tChangeKey.nBaseTime >= m_tWantedKey.nBaseTime && m_tChangeKey.nBaseTime <= m_nHighBase)
-        return true;
-      bFound = m_poChangeKeys->GetNext(m_tChangeKey);
-      continue;
-    }
-    if (m_tWantedKey.nPeriod == m_nHighBase / PERIOD_SECONDS) return false;
-    ++m_tWantedKey.nPeriod;
-    m_tChangeKey = m_tWantedKey;
-    bFound = m_poChangeKeys->GetGTE(m_tChangeKey);
-  }
-}
-
-bool CGroupingIndex::IsOfWantedPeriod() const {
-  return m_tChangeKey.nStreamID == m_tWantedKey.nStreamID &&
+bool CGroupingIndex::TakeChange(bool bFound, std::uint32_t& nChangeID) const {
+  nChangeID = m_tChangeKey.nChangeID;
+  return bFound && m_tChangeKey.nStreamID == m_tWantedKey.nStreamID &&
          m_tChangeKey.nHashHigh == m_tWantedKey.nHashHigh && m_tChangeKey.nHashLow == m_tWantedKey.nHashLow &&
          m_tChangeKey.nPeriod == m_tWantedKey.nPeriod;
+}
+
+std::uint32_t CGroupingIndex::GetLastItem(std::uint32_t nChangeID) {
+  m_tItemPath = MakeLastItem(nChangeID, 0);
+  const bool bFound = m_poItemPaths->GetGTE(m_tItemPath) && m_tItemPath.nChangeID == nChangeID &&
+                      m_tItemPath.nHashHigh == 0 && m_tItemPath.nHashLow == 0;
+  return bFound ? m_tItemPath.nItem : FEW_ITEMS;
+}
+
+bool CGroupingIndex::SetLastItem(std::uint32_t nChangeID, std::uint32_t nItem) {
+  TItemPathRecord tFormer = MakeLastItem(nChangeID, GetLastItem(nChangeID));
+  if (tFormer.nItem != FEW_ITEMS && !m_poItemPaths->Remove(tFormer)) return false;
+  m_tItemPath = MakeLastItem(nChangeID, nItem);
+  return m_poItemPaths->Add(m_tItemPath);
+}
+
+bool CGroupingIndex::AddItem(const TChangeItemRecord& tItem) {
+  m_tItemPath = MakeItemPath(tItem.nID, tItem.oFilePath);
+  m_tItemPath.nItem = tItem.nItem;
+  return m_poItemPaths->Add(m_tItemPath);
 }
 
 bool CGroupingIndex::FirstItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath, std::uint32_t& nItem) {

@@ -7,9 +7,8 @@ namespace {
 constexpr VDB::TFileDef CHANGE_KEY_FILE = {L"chkeys", 0};
 constexpr VDB::TFieldDef CHANGE_KEY_FIELDS[] = {
     {L"StreamID", VDB::FIELD_UINT32}, {L"HashHigh", VDB::FIELD_UINT32}, {L"HashLow", VDB::FIELD_UINT32},
-    {L"Period", VDB::FIELD_UINT32},   {L"MaxTime", VDB::FIELD_UINT32},  {L"BaseTime", VDB::FIELD_UINT32},
-    {L"ChangeID", VDB::FIELD_UINT32}, {nullptr, VDB::FIELD_NONE}};
-constexpr VDB::TIndexDef CHANGE_KEY_INDEXES[] = {{0, 7, {0, 1, 2, 3, 4, 5, 6}}, {}};
+    {L"Period", VDB::FIELD_UINT32},   {L"ChangeID", VDB::FIELD_UINT32}, {nullptr, VDB::FIELD_NONE}};
+constexpr VDB::TIndexDef CHANGE_KEY_INDEXES[] = {{0, 5, {0, 1, 2, 3, 4}}, {}};
 
 constexpr VDB::TFileDef ITEM_PATH_FILE = {L"cipaths", 0};
 constexpr VDB::TFieldDef ITEM_PATH_FIELDS[] = {{L"ChangeID", VDB::FIELD_UINT32},

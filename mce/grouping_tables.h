@@ -12,18 +12,16 @@ namespace TALVEK::MCE {
 
 /// Where a change is found by what an item must have in common with it.
 struct TChangeKeyRecord {
-  static constexpr int FIELD_COUNT = 7;
+  static constexpr int FIELD_COUNT = 5;
 
   std::array<void*, FIELD_COUNT> GetFieldAddresses() {
-    return {&nStreamID, &nHashHigh, &nHashLow, &nPeriod, &nMaxTime, &nBaseTime, &nChangeID};
+    return {&nStreamID, &nHashHigh, &nHashLow, &nPeriod, &nChangeID};
   }
 
   std::uint32_t nStreamID = 0;
   std::uint32_t nHashHigh = 0;  ///< of user and comment, without regard to case
   std::uint32_t nHashLow = 0;
-  std::uint32_t nPeriod = 0;    ///< base time in units of CGroupingIndex::PERIOD_SECONDS
-  std::uint32_t nMaxTime = 0;   ///< CHANGE_MAX_TIME
-  std::uint32_t nBaseTime = 0;  ///< CHANGE_BASE_TIME; the time of a change that has none
+  std::uint32_t nPeriod = 0;  ///< CHANGE_BASE_TIME in units of TChangeGroupKey::PERIOD_SECONDS
   std::uint32_t nChangeID = 0;
 };
 
@@ -35,14 +33,15 @@ class CChangeKeyTable : public VDB::CTable {
   const VDB::TIndexDef* GetIndexDefs() const override;
 };
 
-/// Where an item of a large change is found by its path.
+/// Where an item of a large change is found by its path. A row whose hash is 0 tells up to which number the
+/// change's items are here.
 struct TItemPathRecord {
   static constexpr int FIELD_COUNT = 4;
 
   std::array<void*, FIELD_COUNT> GetFieldAddresses() { return {&nChangeID, &nHashHigh, &nHashLow, &nItem}; }
 
   std::uint32_t nChangeID = 0;
-  std::uint32_t nHashHigh = 0;  ///< of the path
+  std::uint32_t nHashHigh = 0;  ///< of the path, never 0 with the other
   std::uint32_t nHashLow = 0;
   std::uint32_t nItem = 0;
 };

@@ -85,6 +85,7 @@ bool CProviderBase::PrepareForChanges(bool bReset) {
     CloseTables();
     m_poTransaction.reset();
   }
+  if (m_poTransaction) WriteBackOpenChanges();
   if (!bHasDatabase || m_poTransaction) return bHasDatabase;
 
   m_poTransaction = std::make_unique<VDB::CTransaction>(*m_poDatabase, TRANSACTION_TIMEOUT);
@@ -108,6 +109,7 @@ void CProviderBase::OpenIterators() {
 
 void CProviderBase::CommitChanges() {
   if (!m_poTransaction) return;
+  WriteBackOpenChanges();
   CloseIterators();
   m_poTransaction->Commit(false);
   m_poTransaction.reset();
@@ -127,6 +129,7 @@ bool CProviderBase::HasLostChanges() {
 
 bool CProviderBase::UpdateChangeItemCount(unsigned int nChangeID, unsigned int nCount) {
   if (!m_poTransaction) return false;
+  WriteBackOpenChanges();
   VDB::CIterator<TChangeRecord> oIterator(m_oChangeTable, INDEX_CHANGE_ID, *m_poTransaction);
   m_tChange.nID = nChangeID;
   if (!oIterator.GetEqual(m_tChange)) return false;
@@ -140,6 +143,8 @@ void CProviderBase::CloseIterators() {
   m_poChangeItemIterator.reset();
   m_poChangeByIdIterator.reset();
   m_oGroupingIndex.CloseIterators();
+  m_oOpenChanges.TakeAll();
+  m_oPathHistory.Forget();
 }
 
 void CProviderBase::CloseTables() {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include <wx/wfstream.h>
 
@@ -15,7 +16,10 @@
 #include "mce/cvs_revision.h"
 #include "mce/grouping_index.h"
 #include "mce/log_stream.h"
+#include "mce/open_changes.h"
+#include "mce/path_history.h"
 #include "mce/provider.h"
+#include "mce/stream_children.h"
 
 namespace TALVEK::MCE {
 
@@ -131,6 +135,12 @@ class CProviderBase : public CProvider {
   const TStreamInfo* FindStream(unsigned int nStreamID) const;
   /// How often the stream list has been emptied: what was derived from it holds as long as this is the same.
   std::uint32_t GetStreamListVersion() const { return m_nStreamListVersion; }
+  /// To be called by who gives a listed stream another parent.
+  void ForgetStreamTree() { m_oStreamChildren.Forget(); }
+  /// Changes, of those that needn't be read for it, that have been looked at so far to find one for an item.
+  std::uint64_t GetChangesLookedAt() const { return m_nChangesLookedAt; }
+  /// Streams that GetNextStream has looked at so far.
+  std::uint64_t GetStreamsLookedAt() const { return m_oStreamChildren.GetLookedAt(); }
 
   VCM::CArray<TStreamInfo> m_atStreams;  // the stream with ID n stands at n - 1
   TStreamInfo m_tCurrentStream;
@@ -146,12 +156,17 @@ class CProviderBase : public CProvider {
   std::unique_ptr<VDB::CIterator<TChangeItemRecord>> m_poChangeItemIterator;  // "citems" index 0
   TChangeRecord m_tChange;          // search key and result of the change iterator
   TChangeItemRecord m_tChangeItem;  // of the item iterator
+  COpenChanges m_oOpenChanges;      // rows of these are behind until PrepareForChanges or CommitChanges
   std::uint32_t m_nChangesAdded = 0;
   bool m_bStreamsEstablished = false;
   bool m_bChangesetsEstablished = false;
 
  private:
-  struct TWindow;
+  /// Where a change stands in its group.
+  struct TPlace {
+    CChangeGroup* poGroup = nullptr;
+    int nChange = 0;
+  };
 
   bool CreateDatabase();
   bool HasLostChanges();
@@ -163,29 +178,34 @@ class CProviderBase : public CProvider {
   bool FillChangeItemInfo(bool bFound, TChangeItemInfo& tItem) const;
   int RetrieveCurrentItem();
 
-  bool FindChangeForItem(const TStreamInfo& tStream, const VCM::CString& strUser, std::uint32_t nTime,
-                         const VCM::CString& strComment, bool bMatchComment, std::uint32_t nEndTime);
-  static bool IsSought(const TChangeRecord& tChange, const VCM::CString& strUser,
-                       const VCM::CString& strComment, const TWindow& tWindow);
-  bool NextInWindow(bool bFirst, std::uint32_t nStreamID, const TWindow& tWindow);
-  bool FindChangeOfUser(std::uint32_t nStreamID, const VCM::CString& strUser, const TWindow& tWindow);
-  bool FindChangeWithComment(std::uint32_t nStreamID, const VCM::CString& strUser,
-                             const VCM::CString& strComment, const TWindow& tWindow);
+  bool FindOpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, const VCM::CString& strComment,
+                      const TGroupingWindow& tWindow, TPlace& tPlace);
+  CChangeGroup* FetchGroup(const TChangeGroupKey& tKey);
+  bool WriteBack(const std::vector<const CChangeGroup*>& apoGroups);
+  bool WriteBackOpenChanges();
+  bool WriteBackSurplus();
+  bool FindChangeByTime(std::uint32_t nStreamID, const VCM::CString& strUser, const VCM::CString* pstrComment,
+                        const TGroupingWindow& tWindow);
+  bool JoinOpenChange(const TPlace& tPlace, std::uint32_t nItemTime, std::uint32_t nItemEnd);
   bool JoinChange(std::uint32_t nItemTime, std::uint32_t nItemEnd, const VCM::CString& strComment);
   bool OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
                   std::uint32_t nItemEnd, const VCM::CString& strComment);
-  bool StoreChangeItem();
+  bool FindRank(std::uint32_t nChangeID, const VCM::CFilePath& oPath, std::int32_t& nRevision);
   bool FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath, VDB::TFieldSet nWanted);
+  bool IndexItems(std::uint32_t nChangeID);
   void LogChangesOfStream(const TStreamInfo& tStream);
   void CloseLogFile();
 
   std::uint32_t m_nStreamListVersion = 0;
+  CStreamChildren m_oStreamChildren;
   std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
   CGroupingIndex m_oGroupingIndex;
   VCM::CString m_strCreateError;  // why there is no database
   bool m_bChangesLost = false;
-  TChangeRecord m_tCandidate;  // result of the iterator by ID
-  TChangeRecord m_tInWindow;   // of a search by time
+  TChangeRecord m_tCandidate;    // result of the iterator by ID
+  TChangeItemRecord m_tNewItem;  // on its way to the index
+  CPathHistory m_oPathHistory;
+  std::uint64_t m_nChangesLookedAt = 0;
 
   std::unique_ptr<wxFFileOutputStream> m_poLogFile;
   std::unique_ptr<CLogStream> m_poLogStream;

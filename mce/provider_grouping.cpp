@@ -11,10 +11,17 @@ namespace TALVEK::MCE {
 
 namespace {
 
-constexpr std::uint32_t WINDOW_SECONDS = 300;
-/// So many changes with one user and comment in one window are a crowd.
-constexpr int CROWD = 32;
 constexpr std::uint32_t NO_TIME_LIMIT = std::numeric_limits<std::uint32_t>::max();
+
+TOpenChange ToOpenChange(const TChangeRecord& tChange) {
+  TOpenChange tOpen;
+  tOpen.nID = tChange.nID;
+  tOpen.nTime = tChange.nTime;
+  tOpen.nBaseTime = tChange.oProps.GetNumber(CHANGE_BASE_TIME, NO_TIME_LIMIT);
+  tOpen.nMaxTime = tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT);
+  tOpen.nNextItem = tChange.nNextItem;
+  return tOpen;
+}
 
 /// The time at which a file's second item of one change opens a change of its own: just beside the change
 /// that it couldn't join, on the side that keeps the file's revisions in order.
@@ -42,89 +49,104 @@ unsigned int CProviderBase::AddChange(unsigned int nProviderID, unsigned int nSt
   return m_tChange.nID;
 }
 
-/// What an item's times ask of a change. The times of a change wander with its items, but the window stays
-/// where its first item was: so its base time is tested as well.
-struct CProviderBase::TWindow {
-  std::uint32_t nTime;
-  std::uint32_t nEndTime;
-  std::uint32_t nLow = nTime - WINDOW_SECONDS;
-  std::uint32_t nHigh = nTime + WINDOW_SECONDS;
-
-  bool Admits(const TChangeRecord& tChange) const {
-    if (tChange.nTime < nLow || tChange.nTime > nHigh || nEndTime < tChange.nTime) return false;
-    if (nTime >= tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT)) return false;
-    const std::uint32_t nBaseTime = tChange.oProps.GetNumber(CHANGE_BASE_TIME, NO_TIME_LIMIT);
-    return nBaseTime >= nLow && nBaseTime <= nHigh;
+// A busy hour can hold thousands of changes: those with the same user and comment stand in groups, of which
+// the window touches two at most.
+bool CProviderBase::FindOpenChange(std::uint32_t nStreamID, const VCM::CString& strUser,
+                                   const VCM::CString& strComment, const TGroupingWindow& tWindow,
+                                   TPlace& tPlace) {
+  tPlace = {};
+  // A change is at no time before its base time, so an item that ends before that can't join it.
+  const std::uint32_t nHighBase = std::min(tWindow.nHigh, tWindow.nEndTime);
+  if (tWindow.nLow > nHighBase) return false;
+  TChangeGroupKey tKey(nStreamID, strUser.View(), strComment.View());
+  for (tKey.nPeriod = tWindow.nLow / TChangeGroupKey::PERIOD_SECONDS;
+       tKey.nPeriod <= nHighBase / TChangeGroupKey::PERIOD_SECONDS; ++tKey.nPeriod) {
+    CChangeGroup* const poGroup = FetchGroup(tKey);
+    if (!poGroup) return false;
+    const int nFound = poGroup->FindFirst(tWindow, m_nChangesLookedAt);
+    if (nFound < 0) continue;
+    const TOpenChange& tFound = poGroup->GetChanges()[static_cast<std::size_t>(nFound)];
+    const bool bEarlier =
+        !tPlace.poGroup || std::tie(tFound.nTime, tFound.nID) < std::tie(m_tChange.nTime, m_tChange.nID);
+    if (!bEarlier) continue;
+    tPlace = {poGroup, nFound};
+    m_tChange.nID = tFound.nID;
+    m_tChange.nTime = tFound.nTime;
+    m_tChange.nNextItem = tFound.nNextItem;
   }
-};
-
-bool CProviderBase::FindChangeForItem(const TStreamInfo& tStream, const VCM::CString& strUser,
-                                      std::uint32_t nTime, const VCM::CString& strComment, bool bMatchComment,
-                                      std::uint32_t nEndTime) {
-  const TWindow tWindow{nTime, nEndTime};
-  return bMatchComment ? FindChangeWithComment(tStream.nID, strUser, strComment, tWindow)
-                       : FindChangeOfUser(tStream.nID, strUser, tWindow);
+  return tPlace.poGroup != nullptr;
 }
 
-bool CProviderBase::FindChangeOfUser(std::uint32_t nStreamID, const VCM::CString& strUser,
-                                     const TWindow& tWindow) {
+/// The group, read from the database if need be; null when a group that leaves for it can't be written.
+CChangeGroup* CProviderBase::FetchGroup(const TChangeGroupKey& tKey) {
+  if (CChangeGroup* const poKnown = m_oOpenChanges.Find(tKey)) return poKnown;
+  auto poGroup = std::make_unique<CChangeGroup>(tKey);
+  std::uint32_t nID = 0;
+  for (bool bFound = m_oGroupingIndex.FirstChange(tKey, nID); bFound;
+       bFound = m_oGroupingIndex.NextChange(nID)) {
+    m_tCandidate.nID = nID;
+    if (!m_poChangeByIdIterator->GetEqual(m_tCandidate)) continue;
+    const bool bSame = m_tCandidate.strUser.EqualsNoCase(tKey.strUser) &&
+                       m_tCandidate.strComment.EqualsNoCase(tKey.strComment);
+    if (bSame) poGroup->Add(ToOpenChange(m_tCandidate));
+  }
+  CChangeGroup* const poFetched = poGroup.get();
+  const std::unique_ptr<CChangeGroup> poLeaving = m_oOpenChanges.Insert(tKey, std::move(poGroup));
+  return !poLeaving || WriteBack({poLeaving.get()}) ? poFetched : nullptr;
+}
+
+/// Updates the rows of the changes that the groups have altered, in the order in which they lie.
+bool CProviderBase::WriteBack(const std::vector<const CChangeGroup*>& apoGroups) {
+  std::vector<const TOpenChange*> aptAltered;
+  for (const CChangeGroup* const poGroup : apoGroups) {
+    for (const TOpenChange& tChange : poGroup->GetChanges()) {
+      if (tChange.bAltered) aptAltered.push_back(&tChange);
+    }
+  }
+  std::sort(aptAltered.begin(), aptAltered.end(),
+            [](const TOpenChange* ptLeft, const TOpenChange* ptRight) { return ptLeft->nID < ptRight->nID; });
+  return std::all_of(aptAltered.begin(), aptAltered.end(), [this](const TOpenChange* ptChange) {
+    m_tCandidate.nID = ptChange->nID;
+    if (!m_poChangeByIdIterator->GetEqual(m_tCandidate)) return false;
+    m_tCandidate.nTime = ptChange->nTime;
+    m_tCandidate.nNextItem = ptChange->nNextItem;
+    m_tCandidate.oProps.SetProperty(CHANGE_MAX_TIME, ptChange->nMaxTime);
+    return m_poChangeByIdIterator->Update(m_tCandidate);
+  });
+}
+
+bool CProviderBase::WriteBackOpenChanges() {
+  if (m_oOpenChanges.IsEmpty()) return true;
+  const std::vector<std::unique_ptr<CChangeGroup>> apoGroups = m_oOpenChanges.TakeAll();
+  std::vector<const CChangeGroup*> apoLeaving;
+  apoLeaving.reserve(apoGroups.size());
+  for (const std::unique_ptr<CChangeGroup>& poGroup : apoGroups)
+    apoLeaving.push_back(poGroup.get());
+  return WriteBack(apoLeaving);
+}
+
+bool CProviderBase::WriteBackSurplus() {
+  while (const std::unique_ptr<CChangeGroup> poLeaving = m_oOpenChanges.TakeSurplus()) {
+    if (!WriteBack({poLeaving.get()})) return false;
+  }
+  return true;
+}
+
+/// The rule as it reads, row by row. `pstrComment` may be null.
+bool CProviderBase::FindChangeByTime(std::uint32_t nStreamID, const VCM::CString& strUser,
+                                     const VCM::CString* pstrComment, const TGroupingWindow& tWindow) {
   m_tChange.nStreamID = nStreamID;
   m_tChange.nTime = tWindow.nLow;
   for (bool bFound = m_poChangeIterator->GetGTE(m_tChange); bFound;
        bFound = m_poChangeIterator->GetNext(m_tChange)) {
     if (m_tChange.nStreamID != nStreamID || m_tChange.nTime > tWindow.nHigh) return false;
-    if (tWindow.Admits(m_tChange) && m_tChange.strUser.EqualsNoCase(strUser.View())) return true;
+    const bool bAdmitted =
+        tWindow.Admits(m_tChange.nTime, m_tChange.oProps.GetNumber(CHANGE_BASE_TIME, NO_TIME_LIMIT),
+                       m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT));
+    if (!bAdmitted || !m_tChange.strUser.EqualsNoCase(strUser.View())) continue;
+    if (!pstrComment || m_tChange.strComment.EqualsNoCase(pstrComment->View())) return true;
   }
   return false;
-}
-
-// A busy hour can hold thousands of changes: those with the same user and comment are found by a hash. They
-// come in any order; the one wanted is the first by time and ID. When they are a crowd themselves (a file
-// committed over and over again by a clock that jumps about), the changes are at the same time gone through
-// by time, where the first that fits ends the search: whichever way is the shorter one.
-bool CProviderBase::FindChangeWithComment(std::uint32_t nStreamID, const VCM::CString& strUser,
-                                          const VCM::CString& strComment, const TWindow& tWindow) {
-  bool bMatched = false;
-  int nLookedAt = 0;
-  std::uint32_t nID = 0;
-  // A change is at no time before its base time, so an item that ends before that can't join it.
-  const std::uint32_t nHighBase = std::min(tWindow.nHigh, tWindow.nEndTime);
-  for (bool bFound = m_oGroupingIndex.FirstChange(nStreamID, strUser, strComment, tWindow.nTime, tWindow.nLow,
-                                                  nHighBase, nID);
-       bFound; bFound = m_oGroupingIndex.NextChange(nID)) {
-    if (++nLookedAt > CROWD) {
-      if (!NextInWindow(nLookedAt == CROWD + 1, nStreamID, tWindow)) return false;
-      if (IsSought(m_tInWindow, strUser, strComment, tWindow)) {
-        std::swap(m_tChange, m_tInWindow);
-        return true;
-      }
-    }
-    m_tCandidate.nID = nID;
-    if (!m_poChangeByIdIterator->GetEqual(m_tCandidate)) continue;
-    if (!IsSought(m_tCandidate, strUser, strComment, tWindow)) continue;
-    const bool bEarlier = !bMatched || std::tie(m_tCandidate.nTime, m_tCandidate.nID) <
-                                           std::tie(m_tChange.nTime, m_tChange.nID);
-    if (bEarlier) std::swap(m_tChange, m_tCandidate);
-    bMatched = true;
-  }
-  return bMatched;
-}
-
-bool CProviderBase::IsSought(const TChangeRecord& tChange, const VCM::CString& strUser,
-                             const VCM::CString& strComment, const TWindow& tWindow) {
-  return tWindow.Admits(tChange) && tChange.strUser.EqualsNoCase(strUser.View()) &&
-         tChange.strComment.EqualsNoCase(strComment.View());
-}
-
-/// Goes on to the next of the stream's changes of the window's time.
-bool CProviderBase::NextInWindow(bool bFirst, std::uint32_t nStreamID, const TWindow& tWindow) {
-  if (bFirst) {
-    m_tInWindow.nStreamID = nStreamID;
-    m_tInWindow.nTime = tWindow.nLow;
-  }
-  const bool bFound =
-      bFirst ? m_poChangeIterator->GetGTE(m_tInWindow) : m_poChangeIterator->GetNext(m_tInWindow);
-  return bFound && m_tInWindow.nStreamID == nStreamID && m_tInWindow.nTime <= tWindow.nHigh;
 }
 
 bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString& strUser,
@@ -135,14 +157,25 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
 
   auto nItemTime = static_cast<std::uint32_t>(nTime);
   const auto nItemEnd = static_cast<std::uint32_t>(nEndTime);
-  bool bJoins = FindChangeForItem(tStream, strUser, nItemTime, strComment, bMatchComment, nItemEnd);
-  if (bJoins && FindItem(m_tChange.nID, oPath, VDB::FieldBit(ITEM_FIELD_PATH))) {
+  const TGroupingWindow tWindow{nItemTime, nItemEnd};
+  // Changes that AddChange has made have no base time, which counts as the last second of all.
+  const bool bByTime = !bMatchComment || tWindow.nHigh == NO_TIME_LIMIT;
+  if (!(bByTime ? WriteBackOpenChanges() : WriteBackSurplus())) return false;
+  m_oPathHistory.Begin(oPath);
+
+  TPlace tPlace;
+  bool bJoins = bByTime
+                    ? FindChangeByTime(tStream.nID, strUser, bMatchComment ? &strComment : nullptr, tWindow)
+                    : FindOpenChange(tStream.nID, strUser, strComment, tWindow, tPlace);
+  std::int32_t nFormerRevision = 0;
+  if (bJoins && FindRank(m_tChange.nID, oPath, nFormerRevision)) {
     const std::uint32_t nChangeTime = std::max(nItemTime, m_tChange.nTime);
-    nItemTime = TimeBesideChange(nItemTime, nChangeTime, m_tChangeItem.nRevision < nRevision);
+    nItemTime = TimeBesideChange(nItemTime, nChangeTime, nFormerRevision < nRevision);
     bJoins = false;
   }
-  const bool bStored = bJoins ? JoinChange(nItemTime, nItemEnd, strComment)
-                              : OpenChange(tStream.nID, strUser, nItemTime, nItemEnd, strComment);
+  const bool bStored = !bJoins   ? OpenChange(tStream.nID, strUser, nItemTime, nItemEnd, strComment)
+                       : bByTime ? JoinChange(nItemTime, nItemEnd, strComment)
+                                 : JoinOpenChange(tPlace, nItemTime, nItemEnd);
   if (!bStored) return false;
 
   m_tChangeItem.nID = m_tChange.nID;
@@ -153,21 +186,27 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
   m_tChangeItem.oProps.RemoveAll();
   m_tChangeItem.oProps.SetProperty(ITEM_FOREIGN_REVISION, oCVSRevision.GetText());
   m_tChangeItem.oTimestamp.Set(nItemTime);
-  return StoreChangeItem();
+  m_oPathHistory.Add(m_tChangeItem.nID, nRevision);
+  return m_poChangeItemIterator->Add(m_tChangeItem);
+}
+
+bool CProviderBase::JoinOpenChange(const TPlace& tPlace, std::uint32_t nItemTime, std::uint32_t nItemEnd) {
+  tPlace.poGroup->Join(tPlace.nChange, nItemTime, nItemEnd);
+  ++m_tChange.nNextItem;
+  return true;
 }
 
 bool CProviderBase::JoinChange(std::uint32_t nItemTime, std::uint32_t nItemEnd,
                                const VCM::CString& strComment) {
+  const TChangeRecord tFormer = m_tChange;
   const bool bEndsEarlier = nItemEnd < m_tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT);
-  const bool bMovesOn = nItemTime > m_tChange.nTime;
-  const bool bOtherKey = bEndsEarlier || m_tChange.strComment != strComment ||
-                         (bMovesOn && !m_tChange.oProps.HasProperty(CHANGE_BASE_TIME));
-  if (bOtherKey && !m_oGroupingIndex.RemoveChange(m_tChange)) return false;
   if (bEndsEarlier) m_tChange.oProps.SetProperty(CHANGE_MAX_TIME, nItemEnd);
+  m_tChange.nTime = std::max(m_tChange.nTime, nItemTime);
   ++m_tChange.nNextItem;
   AddToComment(m_tChange.strComment, strComment);
-  if (bMovesOn) m_tChange.nTime = nItemTime;
-  return m_poChangeByIdIterator->Update(m_tChange) && (!bOtherKey || m_oGroupingIndex.AddChange(m_tChange));
+  if (!m_poChangeByIdIterator->Update(m_tChange)) return false;
+  if (m_tChange.strComment == tFormer.strComment) return true;
+  return m_oGroupingIndex.RemoveChange(tFormer) && m_oGroupingIndex.AddChange(m_tChange);
 }
 
 bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
@@ -184,11 +223,11 @@ bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strU
   m_tChange.oProps.AddProperty(CHANGE_MAX_TIME, nItemEnd);
   const bool bStored = m_poChangeByIdIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(m_tChange);
   ++m_nChangesAdded;
+  TChangeGroupKey tKey(nStreamID, strUser.View(), strComment.View());
+  tKey.nPeriod = nItemTime / TChangeGroupKey::PERIOD_SECONDS;
+  CChangeGroup* const poGroup = m_oOpenChanges.Find(tKey);
+  if (poGroup && bStored) m_oOpenChanges.Add(*poGroup, ToOpenChange(m_tChange));
   return bStored;
-}
-
-bool CProviderBase::StoreChangeItem() {
-  return m_poChangeItemIterator->Add(m_tChangeItem) && m_oGroupingIndex.AddItem(m_tChangeItem);
 }
 
 bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString& strUser,
@@ -214,7 +253,10 @@ bool CProviderBase::AddChangeItem(unsigned int nChangeID, unsigned int nItem, TC
   m_tChangeItem.oFilePath = oPath;
   m_tChangeItem.nRevision = static_cast<std::int32_t>(nRevision);
   m_tChangeItem.oProps.RemoveAll();
-  return StoreChangeItem();
+  m_oPathHistory.Begin(oPath);
+  m_oPathHistory.Forget();
+  const bool bBehind = nItem > m_oGroupingIndex.GetLastItem(nChangeID) || nItem <= CGroupingIndex::FEW_ITEMS;
+  return m_poChangeItemIterator->Add(m_tChangeItem) && (bBehind || m_oGroupingIndex.AddItem(m_tChangeItem));
 }
 
 // The item record and its iterator move as if every item of the change were looked at: to the item found,
@@ -237,6 +279,15 @@ bool CProviderBase::CheckForExistingItem(const TChangeRecord& tChange, const VCM
   return false;
 }
 
+/// The rank of the first item with this path, if the change has one.
+bool CProviderBase::FindRank(std::uint32_t nChangeID, const VCM::CFilePath& oPath, std::int32_t& nRevision) {
+  const CPathHistory::TAnswer nAnswer = m_oPathHistory.Find(nChangeID, nRevision);
+  if (nAnswer != CPathHistory::UNKNOWN) return nAnswer == CPathHistory::PRESENT;
+  if (!FindItem(nChangeID, oPath, VDB::FieldBit(ITEM_FIELD_PATH))) return false;
+  nRevision = m_tChangeItem.nRevision;
+  return true;
+}
+
 /// Puts the wanted fields of the first item with this path into the item record. A change can hold tens of
 /// thousands of items: so all but the first few are found by a hash.
 bool CProviderBase::FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath, VDB::TFieldSet nWanted) {
@@ -247,7 +298,7 @@ bool CProviderBase::FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPat
     if (m_tChangeItem.oFilePath.IsEqualTo(oPath, true)) return true;
     bFound = m_poChangeItemIterator->GetNext(m_tChangeItem, nWanted);
   }
-  if (!bFound || m_tChangeItem.nID != nChangeID) return false;
+  if (!bFound || m_tChangeItem.nID != nChangeID || !IndexItems(nChangeID)) return false;
   std::uint32_t nItem = 0;
   for (bFound = m_oGroupingIndex.FirstItem(nChangeID, oPath, nItem); bFound;
        bFound = m_oGroupingIndex.NextItem(nItem)) {
@@ -257,6 +308,21 @@ bool CProviderBase::FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPat
     if (m_tChangeItem.oFilePath.IsEqualTo(oPath, true)) return true;
   }
   return false;
+}
+
+/// Sees to it that all items of a change but the first few can be found by their paths.
+bool CProviderBase::IndexItems(std::uint32_t nChangeID) {
+  const std::uint32_t nKnown = m_oGroupingIndex.GetLastItem(nChangeID);
+  std::uint32_t nLast = nKnown;
+  m_tNewItem.nID = nChangeID;
+  m_tNewItem.nItem = nKnown + 1;
+  const VDB::TFieldSet nWanted = VDB::FieldBit(ITEM_FIELD_PATH);
+  for (bool bFound = m_poChangeItemIterator->GetGTE(m_tNewItem, nWanted);
+       bFound && m_tNewItem.nID == nChangeID; bFound = m_poChangeItemIterator->GetNext(m_tNewItem, nWanted)) {
+    if (!m_oGroupingIndex.AddItem(m_tNewItem)) return false;
+    nLast = m_tNewItem.nItem;
+  }
+  return nLast == nKnown || m_oGroupingIndex.SetLastItem(nChangeID, nLast);
 }
 
 unsigned int CProviderBase::FindNearestChange(const TStreamInfo& tStream, long nTime) {

@@ -52,13 +52,13 @@ int CProviderBase::GetNextStream(POSITION*& poPosition, TStreamInfo& tStream, un
   // The host's position is the index of the next stream to look at.
   auto nIndex = reinterpret_cast<std::intptr_t>(poPosition);
   if (nIndex < 0 || nIndex >= m_atStreams.GetCount()) return RESULT_END;
-  const TStreamInfo* ptStream = nullptr;
-  do {
-    ptStream = &m_atStreams[static_cast<int>(nIndex++)];
-  } while (ptStream->nParentID != nWantedParent && nIndex < m_atStreams.GetCount());
-  tStream = *ptStream;
-  poPosition = reinterpret_cast<POSITION*>(nIndex);
-  return ptStream->nParentID == nWantedParent ? RESULT_OK : RESULT_END;
+  if (nIndex == 0 && nWantedParent == 0) m_oStreamChildren.Forget();  // a walk over the whole tree begins
+  const int nFound = m_oStreamChildren.Next(m_atStreams, nWantedParent, static_cast<int>(nIndex));
+  // At the end it is as if each of the others had been looked at.
+  const int nLast = nFound < 0 ? m_atStreams.GetCount() - 1 : nFound;
+  tStream = m_atStreams[nLast];
+  poPosition = reinterpret_cast<POSITION*>(static_cast<std::intptr_t>(nLast) + 1);
+  return nFound < 0 ? RESULT_END : RESULT_OK;
 }
 
 int CProviderBase::OnBeginStream(unsigned int nStreamID, const wchar_t* pszFolder) {

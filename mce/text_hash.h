@@ -17,7 +17,9 @@ class CTextHash {
   std::uint32_t GetLow() const { return static_cast<std::uint32_t>(m_nHash); }
 
  private:
-  void Mix(std::uint32_t nValue);
+  void Mix(std::uint64_t nValue);
+  template <class TMap>
+  CTextHash& AddMapped(std::wstring_view strText, TMap fnMap);
 
   std::uint64_t m_nHash = 0x9E3779B97F4A7C15U;
 };

@@ -72,6 +72,7 @@ void CProvider::UpdateStream(const TStreamInfo& tStream) {
   if (IsLogOpen()) LogStreamUpdate(tStream, false);
   TStreamInfo& tListed = m_atStreams[static_cast<int>(tStream.nID) - 1];
   if (tListed.strName != tStream.strName) m_oStreamNames.Forget();
+  if (tListed.nParentID != tStream.nParentID) ForgetStreamTree();
   tListed = tStream;
 }
 

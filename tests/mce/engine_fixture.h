@@ -120,6 +120,9 @@ class CEngine : public MCE::CProviderBase {
   }
 
   // What tests look at or set.
+  using CProviderBase::ForgetStreamTree;
+  using CProviderBase::GetChangesLookedAt;
+  using CProviderBase::GetStreamsLookedAt;
   using CProviderBase::m_atStreams;
   using CProviderBase::m_bChangesetsEstablished;
   using CProviderBase::m_bFirstCapability;
@@ -128,6 +131,7 @@ class CEngine : public MCE::CProviderBase {
   using CProviderBase::m_nChangesAdded;
   using CProviderBase::m_oChangeItemTable;
   using CProviderBase::m_oChangeTable;
+  using CProviderBase::m_oOpenChanges;
   using CProviderBase::m_oProperties;
   using CProviderBase::m_oReposView;
   using CProviderBase::m_oWorkFolder;

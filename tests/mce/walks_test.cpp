@@ -66,6 +66,16 @@ TEST_F(WalkTest, StreamsComeByParent) {
   EXPECT_EQ(Children(m_oEngine, 3), "");
 }
 
+TEST_F(WalkTest, StreamComesBelowItsNewParent) {
+  EXPECT_EQ(Children(m_oEngine, 1), "B D ");
+  m_oEngine.m_atStreams[3].nParentID = 2;
+  EXPECT_EQ(Children(m_oEngine, 0), "Main ");  // where each walk over the tree begins
+  EXPECT_EQ(Children(m_oEngine, 2), "C D ");
+  m_oEngine.m_atStreams[3].nParentID = 3;
+  m_oEngine.ForgetStreamTree();
+  EXPECT_EQ(Children(m_oEngine, 3), "D ");
+}
+
 TEST_F(WalkTest, UnknownParentMeansTheRoots) {
   EXPECT_EQ(Children(m_oEngine, 99), "Main ");
 }

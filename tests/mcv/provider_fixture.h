@@ -35,6 +35,7 @@ class COpenProvider : public MCV::CProvider {
   using CProvider::m_oProcess;
   using CProvider::m_poInputStream;
   using CProvider::m_strCvsCommand;
+  using CProviderBase::GetChangesLookedAt;
   using CProviderBase::m_atStreams;
   using CProviderBase::m_bFirstCapability;
   using CProviderBase::m_bSecondCapability;

@@ -1,0 +1,201 @@
+#include "mce/open_changes.h"
+
+#include <algorithm>
+#include <tuple>
+#include <utility>
+
+#include "core/case_map.h"
+#include "mce/text_hash.h"
+
+namespace TALVEK::MCE {
+
+namespace {
+
+/// What a group takes beside its texts and changes, about: itself, and what the heap keeps for each piece.
+constexpr std::size_t GROUP_BYTES = sizeof(CChangeGroup) + 64;
+
+bool EqualsNoCase(std::wstring_view strLeft, std::wstring_view strRight) {
+  if (strLeft == strRight) return true;  // mostly; and that takes no time
+  return std::equal(
+      strLeft.begin(), strLeft.end(), strRight.begin(), strRight.end(),
+      [](wchar_t chLeft, wchar_t chRight) { return VCM::ToLower(chLeft) == VCM::ToLower(chRight); });
+}
+
+}  // namespace
+
+TChangeGroupKey::TChangeGroupKey(std::uint32_t nStream, std::wstring_view strUserName,
+                                 std::wstring_view strMessage)
+    : nStreamID(nStream), strUser(strUserName), strComment(strMessage) {
+  const CTextHash oHash = CTextHash().AddNoCase(strUser).AddNoCase(strComment);
+  nHashHigh = oHash.GetHigh();
+  nHashLow = oHash.GetLow();
+}
+
+std::size_t TChangeGroupKey::GetHash() const {
+  const std::uint64_t nTexts = std::uint64_t{nHashHigh} << 32U | nHashLow;
+  const std::uint64_t nNumbers = (std::uint64_t{nStreamID} << 32U | nPeriod) * 0x9E3779B97F4A7C15U;
+  return nTexts ^ nNumbers >> 16U;
+}
+
+CChangeGroup::CChangeGroup(const TChangeGroupKey& tKey)
+    : m_nStreamID(tKey.nStreamID), m_nPeriod(tKey.nPeriod), m_nUserLength(tKey.strUser.size()) {
+  m_strTexts.reserve(tKey.strUser.size() + tKey.strComment.size());
+  m_strTexts += tKey.strUser;
+  m_strTexts += tKey.strComment;
+}
+
+bool CChangeGroup::IsOf(const TChangeGroupKey& tKey) const {
+  const std::wstring_view strTexts = m_strTexts;
+  return m_nPeriod == tKey.nPeriod && m_nStreamID == tKey.nStreamID &&
+         EqualsNoCase(strTexts.substr(0, m_nUserLength), tKey.strUser) &&
+         EqualsNoCase(strTexts.substr(m_nUserLength), tKey.strComment);
+}
+
+std::size_t CChangeGroup::GetBytes() const {
+  return GROUP_BYTES + m_strTexts.size() * sizeof(wchar_t) + m_atChanges.size() * sizeof(TOpenChange);
+}
+
+void CChangeGroup::Add(const TOpenChange& tChange) {
+  m_atChanges.push_back(tChange);
+  if (m_atChanges.size() < CROWD) return;
+  const std::size_t nFirst = m_atChanges.size() == CROWD ? 0 : m_atChanges.size() - 1;
+  for (std::size_t i = nFirst; i < m_atChanges.size(); ++i)
+    AddToSecond(static_cast<std::uint32_t>(i));
+}
+
+int CChangeGroup::FindFirst(const TGroupingWindow& tWindow, std::uint64_t& nLookedAt) const {
+  return m_oSeconds.empty() ? FindFirstOfAll(tWindow, nLookedAt) : FindFirstOfCrowd(tWindow, nLookedAt);
+}
+
+int CChangeGroup::FindFirstOfAll(const TGroupingWindow& tWindow, std::uint64_t& nLookedAt) const {
+  int nFound = -1;
+  for (std::uint32_t i = 0; i < m_atChanges.size(); ++i) {
+    const bool bEarlier =
+        nFound < 0 || m_atChanges[i].nTime < m_atChanges[static_cast<std::size_t>(nFound)].nTime;
+    if (bEarlier && IsAdmitted(tWindow, i)) nFound = static_cast<int>(i);
+  }
+  nLookedAt += m_atChanges.size();
+  return nFound;
+}
+
+int CChangeGroup::FindFirstOfCrowd(const TGroupingWindow& tWindow, std::uint64_t& nLookedAt) const {
+  const std::uint32_t nHigh = std::min(tWindow.nHigh, tWindow.nEndTime);
+  for (auto it = m_oSeconds.lower_bound(tWindow.nLow); it != m_oSeconds.end() && it->first <= nHigh; ++it) {
+    ++nLookedAt;
+    if (it->second.back().nMaxTime <= tWindow.nTime) continue;
+    const int nFound = FindFirstOfSecond(it->second, tWindow, nLookedAt);
+    if (nFound >= 0) return nFound;
+  }
+  return -1;
+}
+
+int CChangeGroup::FindFirstOfSecond(const TSecond& atPlaces, const TGroupingWindow& tWindow,
+                                    std::uint64_t& nLookedAt) const {
+  auto it = std::partition_point(atPlaces.begin(), atPlaces.end(),
+                                 [&](const TPlace& tPlace) { return tPlace.nMaxTime <= tWindow.nTime; });
+  for (; it != atPlaces.end(); ++it) {
+    ++nLookedAt;
+    if (IsAdmitted(tWindow, it->nChange)) return static_cast<int>(it->nChange);
+  }
+  return -1;
+}
+
+bool CChangeGroup::IsAdmitted(const TGroupingWindow& tWindow, std::uint32_t nChange) const {
+  const TOpenChange& tChange = m_atChanges[nChange];
+  return tWindow.Admits(tChange.nTime, tChange.nBaseTime, tChange.nMaxTime);
+}
+
+void CChangeGroup::Join(int nPlace, std::uint32_t nItemTime, std::uint32_t nItemEnd) {
+  const auto nChange = static_cast<std::uint32_t>(nPlace);
+  TOpenChange& tChange = m_atChanges[nChange];
+  const bool bOther = nItemTime > tChange.nTime || nItemEnd < tChange.nMaxTime;
+  const bool bReorder = bOther && !m_oSeconds.empty();
+  if (bReorder) RemoveFromSecond(nChange);
+  tChange.nTime = std::max(tChange.nTime, nItemTime);
+  tChange.nMaxTime = std::min(tChange.nMaxTime, nItemEnd);
+  ++tChange.nNextItem;
+  tChange.bAltered = true;
+  if (bReorder) AddToSecond(nChange);
+}
+
+void CChangeGroup::AddToSecond(std::uint32_t nChange) {
+  TSecond& atPlaces = m_oSeconds[m_atChanges[nChange].nTime];
+  auto it = std::partition_point(atPlaces.begin(), atPlaces.end(),
+                                 [&](const TPlace& tPlace) { return tPlace.nChange < nChange; });
+  it = atPlaces.insert(it, {nChange, 0});
+  std::uint32_t nMaxTime = it == atPlaces.begin() ? 0 : std::prev(it)->nMaxTime;
+  for (; it != atPlaces.end(); ++it)
+    it->nMaxTime = nMaxTime = std::max(nMaxTime, m_atChanges[it->nChange].nMaxTime);
+}
+
+void CChangeGroup::RemoveFromSecond(std::uint32_t nChange) {
+  const auto itSecond = m_oSeconds.find(m_atChanges[nChange].nTime);
+  TSecond& atPlaces = itSecond->second;
+  auto it = std::partition_point(atPlaces.begin(), atPlaces.end(),
+                                 [&](const TPlace& tPlace) { return tPlace.nChange < nChange; });
+  it = atPlaces.erase(it);
+  std::uint32_t nMaxTime = it == atPlaces.begin() ? 0 : std::prev(it)->nMaxTime;
+  for (; it != atPlaces.end(); ++it)
+    it->nMaxTime = nMaxTime = std::max(nMaxTime, m_atChanges[it->nChange].nMaxTime);
+  if (atPlaces.empty()) m_oSeconds.erase(itSecond);
+}
+
+CChangeGroup* COpenChanges::Find(const TChangeGroupKey& tKey) {
+  if (m_nGroups == 0) return nullptr;
+  const std::size_t nHash = tKey.GetHash();
+  TSlot* const ptSet = SetOf(nHash);
+  for (TSlot* ptSlot = ptSet; ptSlot != ptSet + WAYS; ++ptSlot) {
+    if (ptSlot->nHash != static_cast<std::uint32_t>(nHash >> 32U) || !ptSlot->poGroup) continue;
+    if (!ptSlot->poGroup->IsOf(tKey)) continue;
+    ptSlot->nLastUse = ++m_nUses;
+    return ptSlot->poGroup.get();
+  }
+  return nullptr;
+}
+
+std::unique_ptr<CChangeGroup> COpenChanges::Insert(const TChangeGroupKey& tKey,
+                                                   std::unique_ptr<CChangeGroup> poGroup) {
+  if (m_atSlots.empty()) m_atSlots.resize(m_nSets * WAYS);
+  const std::size_t nHash = tKey.GetHash();
+  TSlot* const ptSet = SetOf(nHash);
+  TSlot& tSlot = *std::min_element(ptSet, ptSet + WAYS, [](const TSlot& tLeft, const TSlot& tRight) {
+    return std::make_tuple(tLeft.poGroup != nullptr, tLeft.nLastUse) <
+           std::make_tuple(tRight.poGroup != nullptr, tRight.nLastUse);
+  });
+  std::unique_ptr<CChangeGroup> poLeaving = Take(tSlot);
+  m_nBytes += poGroup->GetBytes();
+  ++m_nGroups;
+  tSlot = {static_cast<std::uint32_t>(nHash >> 32U), ++m_nUses, std::move(poGroup)};
+  return poLeaving;
+}
+
+void COpenChanges::Add(CChangeGroup& oGroup, const TOpenChange& tChange) {
+  oGroup.Add(tChange);
+  m_nBytes += sizeof(TOpenChange);
+}
+
+std::unique_ptr<CChangeGroup> COpenChanges::TakeSurplus() {
+  if (m_nBytes <= m_nMostBytes) return nullptr;
+  while (!m_atSlots[m_nHand %= m_atSlots.size()].poGroup)
+    ++m_nHand;
+  return Take(m_atSlots[m_nHand]);
+}
+
+std::vector<std::unique_ptr<CChangeGroup>> COpenChanges::TakeAll() {
+  std::vector<std::unique_ptr<CChangeGroup>> apoGroups;
+  if (m_nGroups == 0) return apoGroups;
+  apoGroups.reserve(m_nGroups);
+  for (TSlot& tSlot : m_atSlots) {
+    if (tSlot.poGroup) apoGroups.push_back(Take(tSlot));
+  }
+  return apoGroups;
+}
+
+std::unique_ptr<CChangeGroup> COpenChanges::Take(TSlot& tSlot) {
+  if (!tSlot.poGroup) return nullptr;
+  m_nBytes -= tSlot.poGroup->GetBytes();
+  --m_nGroups;
+  return std::move(tSlot.poGroup);
+}
+
+}  // namespace TALVEK::MCE

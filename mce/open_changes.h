@@ -1,0 +1,145 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace TALVEK::MCE {
+
+/// What an item's times ask of a change. The times of a change wander with its items, but the window stays
+/// where its first item was: so its base time is tested as well.
+struct TGroupingWindow {
+  static constexpr std::uint32_t SECONDS = 300;
+
+  std::uint32_t nTime;
+  std::uint32_t nEndTime;
+  std::uint32_t nLow = nTime - SECONDS;
+  std::uint32_t nHigh = nTime + SECONDS;
+
+  bool Admits(std::uint32_t nChangeTime, std::uint32_t nBaseTime, std::uint32_t nMaxTime) const {
+    return nChangeTime >= nLow && nChangeTime <= nHigh && nChangeTime <= nEndTime && nTime < nMaxTime &&
+           nBaseTime >= nLow && nBaseTime <= nHigh;
+  }
+};
+
+/// As much of a change as the grouping needs.
+struct TOpenChange {
+  std::uint32_t nID = 0;
+  std::uint32_t nTime = 0;
+  std::uint32_t nBaseTime = 0;
+  std::uint32_t nMaxTime = 0;
+  std::uint32_t nNextItem = 0;
+  bool bAltered = false;  ///< the row in the database isn't like this any more
+};
+
+/// What the changes of a group have in common. The texts are lent.
+struct TChangeGroupKey {
+  /// Longer than what one search spans, so that it looks into two periods at most, and mostly into one.
+  static constexpr std::uint32_t PERIOD_SECONDS = 4096;
+
+  TChangeGroupKey(std::uint32_t nStream, std::wstring_view strUserName, std::wstring_view strMessage);
+  std::size_t GetHash() const;
+
+  std::uint32_t nStreamID;
+  std::wstring_view strUser;     ///< case doesn't count
+  std::wstring_view strComment;  ///< case doesn't count
+  std::uint32_t nHashHigh;       ///< of user and comment
+  std::uint32_t nHashLow;
+  std::uint32_t nPeriod = 0;  ///< base time in units of PERIOD_SECONDS
+};
+
+/// All changes of one stream, user and comment whose base times lie in one period.
+class CChangeGroup {
+ public:
+  explicit CChangeGroup(const TChangeGroupKey& tKey);
+
+  bool IsOf(const TChangeGroupKey& tKey) const;
+  /// To be called in ascending order of the IDs.
+  void Add(const TOpenChange& tChange);
+  /// Place of the first change by time and ID that the window admits, or -1. `nLookedAt` grows by what had to
+  /// be looked at, which is never much more than the window has seconds.
+  int FindFirst(const TGroupingWindow& tWindow, std::uint64_t& nLookedAt) const;
+  /// Notes that a change has got one more item.
+  void Join(int nPlace, std::uint32_t nItemTime, std::uint32_t nItemEnd);
+
+  const std::vector<TOpenChange>& GetChanges() const { return m_atChanges; }
+  std::size_t GetBytes() const;
+
+ private:
+  /// So many changes are found by their seconds.
+  static constexpr std::size_t CROWD = 64;
+
+  /// A change with the largest maximum time of all up to it: so the first one beyond a time is found by
+  /// bisection.
+  struct TPlace {
+    std::uint32_t nChange;
+    std::uint32_t nMaxTime;
+  };
+  using TSecond = std::vector<TPlace>;
+
+  int FindFirstOfAll(const TGroupingWindow& tWindow, std::uint64_t& nLookedAt) const;
+  int FindFirstOfCrowd(const TGroupingWindow& tWindow, std::uint64_t& nLookedAt) const;
+  int FindFirstOfSecond(const TSecond& atPlaces, const TGroupingWindow& tWindow,
+                        std::uint64_t& nLookedAt) const;
+  bool IsAdmitted(const TGroupingWindow& tWindow, std::uint32_t nChange) const;
+  void AddToSecond(std::uint32_t nChange);
+  void RemoveFromSecond(std::uint32_t nChange);
+
+  std::uint32_t m_nStreamID;
+  std::uint32_t m_nPeriod;
+  std::size_t m_nUserLength;
+  std::wstring m_strTexts;  // user and comment, one allocation
+  std::vector<TOpenChange> m_atChanges;
+  std::map<std::uint32_t, TSecond> m_oSeconds;  // by time; empty as long as there is no crowd
+};
+
+/// The groups looked for last. An item mostly joins a change of late: neighbouring files have been changed
+/// together, so what one of them has asked the database for, the next one needs again.
+///
+/// Memory   No more than it is made for, however long the history is: groups that don't fit leave. Who takes
+///          them writes back what is altered.
+class COpenChanges {
+ public:
+  static constexpr std::size_t MANY_SETS = 32768;
+  static constexpr std::size_t MOST_BYTES = std::size_t{32} << 20;
+
+  explicit COpenChanges(std::size_t nSets = MANY_SETS, std::size_t nMostBytes = MOST_BYTES)
+      : m_nSets(nSets), m_nMostBytes(nMostBytes) {}
+
+  /// Null when the group isn't there. A group stays where it is until it leaves.
+  CChangeGroup* Find(const TChangeGroupKey& tKey);
+  /// Takes a group in that isn't there. Gives the group that leaves for it, or null; never the one that was
+  /// found or inserted last.
+  std::unique_ptr<CChangeGroup> Insert(const TChangeGroupKey& tKey, std::unique_ptr<CChangeGroup> poGroup);
+  void Add(CChangeGroup& oGroup, const TOpenChange& tChange);
+  /// A group that leaves because there is too much, or null.
+  std::unique_ptr<CChangeGroup> TakeSurplus();
+  std::vector<std::unique_ptr<CChangeGroup>> TakeAll();
+  bool IsEmpty() const { return m_nGroups == 0; }
+
+ private:
+  static constexpr std::size_t WAYS = 4;
+
+  struct TSlot {
+    std::uint32_t nHash = 0;
+    std::uint32_t nLastUse = 0;
+    std::unique_ptr<CChangeGroup> poGroup;
+  };
+
+  TSlot* SetOf(std::size_t nHash) { return &m_atSlots[nHash % m_nSets * WAYS]; }
+  std::unique_ptr<CChangeGroup> Take(TSlot& tSlot);
+
+  std::size_t m_nSets;
+  std::size_t m_nMostBytes;
+  std::vector<TSlot> m_atSlots;  // WAYS for each set; empty until one is needed
+  std::size_t m_nGroups = 0;
+  std::size_t m_nBytes = 0;
+  std::size_t m_nHand = 0;  // where TakeSurplus goes on
+  std::uint32_t m_nUses = 0;
+};
+
+}  // namespace TALVEK::MCE

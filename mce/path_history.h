@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include "core/path.h"
+
+namespace TALVEK::MCE {
+
+/// Tells, mostly without a look at the database, whether a change has an item of a file.
+///
+/// Shape    Histories come file by file. A path that comes for the first time is only in those changes to
+///          which it has been added since it began; they are noted here until the next path begins.
+/// Memory   1 MiB that tells which paths have come (a Bloom filter), and one entry for each change of the
+///          current path.
+class CPathHistory {
+ public:
+  enum TAnswer { ABSENT, PRESENT, UNKNOWN };
+
+  CPathHistory();
+
+  /// To be called with the path of each item, before what follows.
+  void Begin(const VCM::CFilePath& oPath);
+  /// Whether the change has an item of the current path, and the rank of the first one when it is PRESENT.
+  /// UNKNOWN when the path may have come before.
+  TAnswer Find(std::uint32_t nChangeID, std::int32_t& nRevision) const;
+  /// Notes an item of the current path.
+  void Add(std::uint32_t nChangeID, std::int32_t nRevision);
+  /// Ends the current path; when it comes again it has come before.
+  void Forget();
+
+ private:
+  bool NoteSeen(const VCM::CFilePath& oPath);
+
+  std::vector<std::uint64_t> m_anSeen;  // bits, some for each path
+  VCM::CFilePath m_oPath;
+  bool m_bBegun = false;
+  bool m_bNew = false;                                            // the current path has not come before
+  std::unordered_map<std::uint32_t, std::int32_t> m_anRevisions;  // by change
+};
+
+}  // namespace TALVEK::MCE
