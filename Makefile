@@ -22,13 +22,14 @@ ifndef INTO
   endif
 endif
 
-.PHONY: help deps build import test faults bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format tidy check-import-arguments
+.PHONY: help deps build import test memcheck faults bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format tidy check-import-arguments
 
 help:
 	@echo 'make import    import the example repository into Git and show its history'
 	@echo '               REPOS=ROOT MODULE=NAME INTO=FOLDER imports your own'
 	@echo '               IMPORT_OPTIONS=... for talvek-import run ($(IMPORT_OPTIONS))'
 	@echo 'make test      build and run every test                  (PRESET=release, debug, asan)'
+	@echo 'make memcheck  run the tests under valgrind, an hour      (PROGRAMS=core_tests: only these)'
 	@echo 'make build     build the plug-in and the programs        (PRESET=...)'
 	@echo 'make install   install them                              (PREFIX=/usr/local, DESTDIR=)'
 	@echo 'make bench     run the benchmarks'
@@ -71,6 +72,14 @@ $(EXAMPLE)/repository: examples/make-repository | deps
 
 test: build
 	ctest --preset $(PRESET) -j$(JOBS)
+
+# Exits with an error when a test failed or valgrind found something; it is in build/memcheck then.
+PROGRAMS =
+
+memcheck: PRESET = release
+memcheck: build
+	$(call need,memcheck)
+	tests/memcheck/run --bin '$(CURDIR)'/build/$(PRESET)/bin $(PROGRAMS)
 
 # Minutes. Needs the right to mount: root, or user namespaces.
 faults: PRESET = release

@@ -1,7 +1,9 @@
 #include "host/import_log_watch.h"
 
 #include <cstdarg>
+#include <fstream>
 
+#include "core/text_codec.h"
 #include "host/stop_signal.h"
 
 namespace TALVEK::HOST {
@@ -45,8 +47,21 @@ void CImportLogWatch::Message(const wchar_t* pszFormat, ...) {
   va_start(args, pszFormat);
   strLine.FormatV(pszFormat, args);
   va_end(args);
+  m_strLastLine = VCM::ToUtf8(strLine);
+  m_nLogBytes += m_strLastLine.size();
   TakeLine(TextOfLine(strLine.View()));
   if (m_bStopping) ThrowIfStopped();
+}
+
+// By its size, and by its end, because the lines that came before the first one here aren't counted. Reading
+// it all would take as long as writing it.
+bool CImportLogWatch::IsKeptIn(const std::filesystem::path& oLog) const {
+  std::ifstream oFile(oLog, std::ios::binary | std::ios::ate);
+  if (!oFile || static_cast<std::uint64_t>(oFile.tellg()) < m_nLogBytes) return false;
+  std::string strEnd(m_strLastLine.size(), '\0');
+  oFile.seekg(-static_cast<std::streamoff>(strEnd.size()), std::ios::end);
+  oFile.read(strEnd.data(), static_cast<std::streamsize>(strEnd.size()));
+  return oFile && strEnd == m_strLastLine;
 }
 
 void CImportLogWatch::TakeLine(std::wstring_view strText) {

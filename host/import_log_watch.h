@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
+#include <string>
 #include <string_view>
 
 #include "core/connection.h"
@@ -31,6 +33,8 @@ class CImportLogWatch : public VRM::CConnection {
   /// The last line that the foreign client wrote on its standard error since ForgetClientWords.
   const VCM::CString& GetClientWords() const { return m_strClientWords; }
   void ForgetClientWords() { m_strClientWords.Clear(); }
+  /// The file holds every line that came here. A provider says nothing of lines that found no room in it.
+  bool IsKeptIn(const std::filesystem::path& oLog) const;
 
  private:
   void TakeLine(std::wstring_view strText);
@@ -41,6 +45,8 @@ class CImportLogWatch : public VRM::CConnection {
   VCM::CString m_strComplaint;
   VCM::CString m_strCommand;
   VCM::CString m_strClientWords;
+  std::string m_strLastLine;
+  std::uint64_t m_nLogBytes = 0;
   std::uint64_t m_nFiles = 0;
   bool m_bCutShort = false;
   bool m_bReachedModule = false;

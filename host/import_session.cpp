@@ -173,14 +173,18 @@ void CImportSession::Close() noexcept {
 
 void CImportSession::SettleLog(const std::string& strLog) {
   std::error_code oIgnored;
+  const bool bWhole = m_poWatch->IsKeptIn(strLog);
   if (!m_strImportLog.empty()) {
+    if (!bWhole)
+      m_tParts.oReport.Warning("the import log lacks lines that found no room in " + ShowBytes(strLog));
     if (MoveFile(strLog, m_strImportLog)) return;
     m_tParts.oReport.Warning("can't write the import log to '" + ShowBytes(m_strImportLog) + "'");
   } else if (m_bSucceeded || IsStopRequested()) {
     fs::remove(strLog, oIgnored);
     return;
   }
-  const std::string strWhere = "the import log is " + ShowBytes(strLog);
+  const std::string strWhere =
+      "the import log is " + ShowBytes(strLog) + (bWhole ? "" : ", without lines that found no room");
   // On the way out of a failure: whoever catches it has one line for everything.
   if (std::uncaught_exceptions() > 0) {
     m_tParts.oConsole.SetPostscript("; " + strWhere);

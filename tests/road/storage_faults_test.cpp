@@ -50,6 +50,22 @@ TEST_F(StorageFaultsTest, FullDiskGivesTheWholeHistoryOrNone) {
   }
 }
 
+// The client says more than the log has room for, a little at each checkout.
+TEST_F(StorageFaultsTest, LinesThatFindNoRoomInTheImportLogAreToldOf) {
+  const std::string strClient = Client(
+      "case \"$*\" in *checkout*) head -c 400000 /dev/zero | tr '\\0' x | fold -w 99 >&2;; esac\n"
+      "exec " TALVEK_BIN_DIR "/cvs-session \"$@\"");
+  const std::vector<std::string> astrImport =
+      ExampleImport({"--cvs-path", strClient, "--force-file-by-file", "--import-log", "import.log"});
+  const TShellResult tRun = Run(astrImport, LimitFiles(4096));
+  EXPECT_EQ(tRun.nStatus, 0) << tRun.strOutput;
+  EXPECT_NE(tRun.strOutput.find("warning: the import log lacks lines that found no room in tmp/Talvek"),
+            std::string::npos)
+      << tRun.strOutput;
+  EXPECT_EQ(fs::file_size(Folder() / "import.log"), 4096U << 10);
+  EXPECT_EQ(References("target"), WholeReferences());
+}
+
 // What can be written nowhere else, not even by root.
 TEST_F(StorageFaultsTest, TemporaryFolderThatCannotBeWrittenIsNamed) {
   const TShellResult tRun = Run(ExampleImport(), [] { setenv("TMPDIR", "/proc", 1); });
