@@ -187,7 +187,7 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
   m_tChangeItem.oProps.SetProperty(ITEM_FOREIGN_REVISION, oCVSRevision.GetText());
   m_tChangeItem.oTimestamp.Set(nItemTime);
   m_oPathHistory.Add(m_tChangeItem.nID, nRevision);
-  return m_poChangeItemIterator->Add(m_tChangeItem);
+  return m_poChangeItemIterator->AddLater(m_tChangeItem);
 }
 
 bool CProviderBase::JoinOpenChange(const TPlace& tPlace, std::uint32_t nItemTime, std::uint32_t nItemEnd) {
