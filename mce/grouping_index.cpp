@@ -21,7 +21,7 @@ TChangeKeyRecord MakeChangeKey(const TChangeGroupKey& tGroup) {
 }
 
 TChangeGroupKey MakeGroupKey(const TChangeRecord& tChange) {
-  TChangeGroupKey tGroup(tChange.nStreamID, tChange.strUser.View(), tChange.strComment.View());
+  TChangeGroupKey tGroup(tChange.nStreamID, tChange.strUser, tChange.strComment);
   tGroup.nPeriod = tChange.oProps.GetNumber(CHANGE_BASE_TIME, 0) / TChangeGroupKey::PERIOD_SECONDS;
   return tGroup;
 }
