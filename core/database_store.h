@@ -67,7 +67,7 @@ class TALVEK_CORE_API CDatabaseStore : public CDatabase {
   void SetTransaction(CTransaction::CImpl* poTransaction) { m_poTransaction = poTransaction; }
 
  private:
-  static constexpr unsigned STEPS_BETWEEN_TRIMS = 4096;
+  static constexpr unsigned STEPS_BETWEEN_TRIMS = 512;  // each may bring in several times 64 KiB
 
   CDatabaseStore(std::unique_ptr<CDatabaseFiles> poFiles, MDB_env* poEnvironment, std::size_t nMaxBytes);
 
