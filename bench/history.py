@@ -19,8 +19,26 @@ import tempfile
 import threading
 import time
 
+# What real histories are like, counted in three saved logs (means; commits are files of one author and message
+# within ten minutes):
+#
+#                          "real log"   contrib of MirBSD   www of MirBSD
+#   files                     24,066              850               407
+#   revisions of a file          2.8              8.3              14.2   (on branches: 1.0, 0.8, 0.2)
+#   names of a file              2.3              8.3               0.1   (of these branches: 1.0, 0.7, 0)
+#   files of a commit            156              2.4               1.7   (of those below 1000 files: 22)
+#   items in larger ones         86 %               0                 0   (11 commits, of up to 11,694 files)
+#   characters of a message       60              101                63
+#   authors                        2                5                 6
+#
+# "like the real log" has the first column's figures. "size" has a large history's: as many revisions a file as
+# the logs that have grown for long, and more names than either.
+LIKE_REAL = " --revisions 2 --names 1 --branches 1 --imports 6 --commit-size 22 --message-length 60 --authors 2"
+
 # name: options of make-history. A group's figures are compared with those of its first member.
 GROUPS = {
+    "like the real log": {
+        "24 k files": "--files 24066" + LIKE_REAL, "120 k files": "--files 120330" + LIKE_REAL},
     "size": {
         "0.1 M revisions": "--files 8334", "0.4 M revisions": "--files 33334",
         "1.6 M revisions": "--files 133334", "6.4 M revisions": "--files 533334"},
@@ -102,6 +120,8 @@ stand in `bench/history.py`), but for the real log.
 - MB/s and the ratios are of processor time (s); "s passed" is the clock's.
 - peak MB: the largest resident memory of the whole process. disk / log: the import database against the log.
 - growth: time per revision against the first line of the group, or per name of a file where names grow.
+- "like the real log" has the real log's number of revisions, names, authors and files in a commit, and its length of
+  messages; the figures of three real logs stand in `bench/history.py`.
 """
 
 
@@ -142,7 +162,7 @@ def main():
             with tempfile.NamedTemporaryFile(suffix=".rlog") as log:
                 subprocess.run([args.bin + "/make-history"] + shape.split(), stdout=log, check=True)
                 options = ["--streams-for-tags"] if group in ("names", "streams") else []
-                with_cvsps = group == "size" and files <= args.cvsps_max_files
+                with_cvsps = group in ("like the real log", "size") and files <= args.cvsps_max_files
                 figures = measure_log(args, log.name, "/cvs", "bench", options, with_cvsps)
             each = figures["seconds"] / figures["names" if group == "names" else "revisions"]
             first = first or each

@@ -183,6 +183,7 @@ class TALVEK_CORE_API CIteratorBase {
   bool GetLTE(void* const* papFields, TFieldSet nWanted);
   bool GetNext(void* const* papFields, TFieldSet nWanted);
   bool Add(void* const* papFields);
+  bool AddLater(void* const* papFields);
   bool Update(void* const* papFields);
   bool Remove(void* const* papFields);
 
@@ -236,6 +237,11 @@ class CIterator : public CIteratorBase {
     return CIteratorBase::GetNext(tRecord.GetFieldAddresses().data(), nWanted);
   }
   bool Add(TRecord& tRecord) { return CIteratorBase::Add(tRecord.GetFieldAddresses().data()); }
+  /// As Add, for a row whose key is certainly free (a row with a key that is taken is lost). In a table with
+  /// one index and no assigned IDs it is written along with many others, in the order of their keys: that is
+  /// what makes it fast. It is there for whoever reads the table; that no room was left for it shows then, or
+  /// at the next write, or when the transaction is committed.
+  bool AddLater(TRecord& tRecord) { return CIteratorBase::AddLater(tRecord.GetFieldAddresses().data()); }
   /// Replaces the row that has this record's key in index 0; the other indexes follow.
   bool Update(TRecord& tRecord) { return CIteratorBase::Update(tRecord.GetFieldAddresses().data()); }
   /// Removes the row that has this record's key in index 0, whatever its other fields are.

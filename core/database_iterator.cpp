@@ -29,6 +29,7 @@ class CIteratorBase::CImpl : public CTransactionUser {
   bool GetLTE(void* const* papFields, TFieldSet nWanted);
   bool GetNext(void* const* papFields, TFieldSet nWanted);
   bool Add(void* const* papFields);
+  bool AddLater(void* const* papFields);
   bool Update(void* const* papFields);
   bool Remove(void* const* papFields);
 
@@ -37,6 +38,8 @@ class CIteratorBase::CImpl : public CTransactionUser {
         TOpenTable* poOpenTable);
 
   bool IsUsable() const { return m_poTransaction && m_poTransaction->IsUsable(); }
+  /// Usable, and all rows are in the trees.
+  bool IsReady() const { return IsUsable() && m_poTransaction->WriteLateRows(*m_poTable); }
   bool CanWrite();
   MDB_cursor* Shared(unsigned nIndex) const { return m_poTable->atTrees[nIndex].poCursor.get(); }
   /// The cursor by which rows are written. LMDB spares itself the descent of the tree when the row lies on
@@ -122,21 +125,21 @@ void CIteratorBase::CImpl::OnTransactionEnd() {
 }
 
 bool CIteratorBase::CImpl::GetEqual(void* const* papFields, TFieldSet nWanted) {
-  if (!IsUsable()) return false;
+  if (!IsReady()) return false;
   CKey oKey;
   m_poSchema->MakeKey(m_nIndex, papFields, oKey);
   return MoveTo(oKey) && m_strEntry.starts_with(oKey.View()) && Take(papFields, nWanted);
 }
 
 bool CIteratorBase::CImpl::GetGTE(void* const* papFields, TFieldSet nWanted) {
-  if (!IsUsable()) return false;
+  if (!IsReady()) return false;
   CKey oKey;
   m_poSchema->MakeKey(m_nIndex, papFields, oKey);
   return MoveTo(oKey) && Take(papFields, nWanted);
 }
 
 bool CIteratorBase::CImpl::GetLTE(void* const* papFields, TFieldSet nWanted) {
-  if (!IsUsable()) return false;
+  if (!IsReady()) return false;
   CKey oKey;
   m_poSchema->MakeKey(m_nIndex, papFields, oKey);
   oKey.AppendHighest(m_poSchema->GetSuffixSize(m_nIndex));
@@ -146,7 +149,7 @@ bool CIteratorBase::CImpl::GetLTE(void* const* papFields, TFieldSet nWanted) {
 }
 
 bool CIteratorBase::CImpl::GetNext(void* const* papFields, TFieldSet nWanted) {
-  if (!IsUsable() || m_oPlace.GetSize() == 0) return false;
+  if (!IsReady() || m_oPlace.GetSize() == 0) return false;
   const bool bShortCut = m_bCursorAtPlace && m_nWritesAtPlace == m_poTable->nWrites;
   // The row that the cursor was placed on may have moved to another key, and then its old place is empty.
   const bool bAtPlace = bShortCut || (MoveTo(m_oPlace) && m_strEntry == m_oPlace.View());
@@ -198,7 +201,7 @@ bool CIteratorBase::CImpl::FailDamaged() {
 }
 
 bool CIteratorBase::CImpl::CanWrite() {
-  if (!IsUsable()) return false;
+  if (!IsReady()) return false;
   return !m_bReadOnly ||
          m_poTransaction->GetStore()->Fail(L"can't write", L"the table is open for reading only");
 }
@@ -214,6 +217,14 @@ bool CIteratorBase::CImpl::Add(void* const* papFields) {
   const bool bAdded = Insert(papFields);
   if (!bAdded) std::memcpy(papFields[0], &nFormerId, sizeof nFormerId);
   return bAdded;
+}
+
+bool CIteratorBase::CImpl::AddLater(void* const* papFields) {
+  const bool bAlone = m_poSchema->GetIndexCount() == 1 && !m_poSchema->AssignsIds();
+  if (m_bReadOnly || !bAlone || !IsUsable()) return Add(papFields);
+  m_poSchema->MakeEntry(0, papFields, m_aoEntries[0]);
+  m_poTable->oLateRows.Add(m_aoEntries[0].View(), m_oCodec.Encode(papFields));
+  return !m_poTable->oLateRows.IsFull() || m_poTransaction->WriteLateRows(*m_poTable);
 }
 
 bool CIteratorBase::CImpl::NextId(std::uint32_t& nId) {
@@ -353,6 +364,9 @@ bool CIteratorBase::GetNext(void* const* papFields, TFieldSet nWanted) {
 }
 bool CIteratorBase::Add(void* const* papFields) {
   return m_poImpl && m_poImpl->Add(papFields);
+}
+bool CIteratorBase::AddLater(void* const* papFields) {
+  return m_poImpl && m_poImpl->AddLater(papFields);
 }
 bool CIteratorBase::Update(void* const* papFields) {
   return m_poImpl && m_poImpl->Update(papFields);

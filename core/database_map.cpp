@@ -17,12 +17,19 @@ struct TCloseFile {
 };
 using TFilePtr = std::unique_ptr<std::FILE, TCloseFile>;
 
-/// Bytes of mapped files that are in memory; 0 when the system doesn't tell.
-std::size_t ResidentFileBytes() {
+struct TResident {
+  std::size_t nBytes = 0;
+  std::size_t nFileBytes = 0;  ///< of mapped files
+};
+
+/// What of the process is in memory; nothing when the system doesn't tell.
+TResident AskResident() {
   const TFilePtr poFile(std::fopen("/proc/self/statm", "re"));
   std::size_t nPages = 0;
-  if (!poFile || std::fscanf(poFile.get(), "%*u %*u %zu", &nPages) != 1) return 0;
-  return nPages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  std::size_t nFilePages = 0;
+  if (!poFile || std::fscanf(poFile.get(), "%*u %zu %zu", &nPages, &nFilePages) != 2) return {};
+  const auto nPageBytes = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  return {nPages * nPageBytes, nFilePages * nPageBytes};
 }
 
 }  // namespace
@@ -45,8 +52,11 @@ CStoreMap::CStoreMap(int nDescriptor, std::size_t nBytes) {
   }
 }
 
-void CStoreMap::Trim() const {
-  if (m_pStart && ResidentFileBytes() > MAX_RESIDENT_BYTES) madvise(m_pStart, m_nBytes, MADV_DONTNEED);
+void CStoreMap::Trim(std::size_t nMostBytes) const {
+  if (!m_pStart) return;
+  const TResident tResident = AskResident();
+  if (tResident.nBytes <= nMostBytes || tResident.nFileBytes <= FEW_FILE_BYTES) return;
+  madvise(m_pStart, m_nBytes, MADV_DONTNEED);
 }
 
 }  // namespace TALVEK::VDB

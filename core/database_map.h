@@ -17,11 +17,13 @@ class TALVEK_CORE_API CStoreMap {
   /// Looks for the map of `nBytes` bytes of the open file in the process; without one nothing is ever let go.
   CStoreMap(int nDescriptor, std::size_t nBytes);
 
-  /// Lets go of all pages when the process has more than MAX_RESIDENT_BYTES of files in memory. A question to
-  /// the system (some 2 us), so not to be asked at every row.
-  void Trim() const;
+  /// Lets go of all pages when the process has more than `nMostBytes` in memory, and of them more than
+  /// FEW_FILE_BYTES of files: a walk when nothing else takes room may keep more. A question to the system
+  /// (some 2 us), so not to be asked at every row.
+  void Trim(std::size_t nMostBytes = MOST_BYTES) const;
 
-  static constexpr std::size_t MAX_RESIDENT_BYTES = std::size_t{128} << 20;
+  static constexpr std::size_t MOST_BYTES = std::size_t{512} << 20;
+  static constexpr std::size_t FEW_FILE_BYTES = std::size_t{128} << 20;
 
  private:
   void* m_pStart = nullptr;

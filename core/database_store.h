@@ -32,8 +32,8 @@ inline std::string_view FromStoreValue(const MDB_val& tValue) {
 ///          The file is written with write(2), never through the map, so a full disk is an error and no
 ///          signal.
 /// Memory   LMDB holds changed pages, at most 512 MB, until the transaction ends; then it keeps their memory,
-/// so
-///          Renew. Pages that are read are let go of in time (CStoreMap).
+///          so Renew. Pages that are read are let go of in time (CStoreMap), rows that are added later are
+///          written in time (CLateRows).
 /// Owns     The environment and the files; ends the open transaction when destroyed.
 class TALVEK_CORE_API CDatabaseStore : public CDatabase {
  public:
@@ -67,7 +67,7 @@ class TALVEK_CORE_API CDatabaseStore : public CDatabase {
   void SetTransaction(CTransaction::CImpl* poTransaction) { m_poTransaction = poTransaction; }
 
  private:
-  static constexpr unsigned STEPS_BETWEEN_TRIMS = 4096;
+  static constexpr unsigned STEPS_BETWEEN_TRIMS = 512;  // each may bring in several times 64 KiB
 
   CDatabaseStore(std::unique_ptr<CDatabaseFiles> poFiles, MDB_env* poEnvironment, std::size_t nMaxBytes);
 

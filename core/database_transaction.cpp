@@ -36,7 +36,7 @@ void CTransaction::CImpl::Abort() {
 
 bool CTransaction::CImpl::Commit() {
   if (!m_poTransaction) return false;
-  if (m_bFailed) {
+  if (!WriteAllLateRows()) {
     Abort();
     return false;
   }
@@ -45,6 +45,28 @@ bool CTransaction::CImpl::Commit() {
   if (nError != 0) return m_poStore->Fail(L"can't commit", StoreReason(nError));
   m_poStore->Renew();  // whether that works shows when the next transaction begins
   return true;
+}
+
+bool CTransaction::CImpl::WriteAllLateRows() {
+  for (auto& [strName, tTable] : m_atTables) {
+    if (!m_bFailed) WriteLateRows(tTable);
+  }
+  return !m_bFailed;
+}
+
+bool CTransaction::CImpl::WriteLateRows(TOpenTable& tTable) {
+  if (tTable.oLateRows.IsEmpty()) return true;
+  ++tTable.nWrites;
+  return tTable.oLateRows.Write([&](std::string_view strKey, std::string_view strRow) {
+    const bool bLast = strKey > tTable.oLastKey.View();
+    MDB_val tKey = ToStoreValue(strKey);
+    MDB_val tRow = ToStoreValue(strRow);
+    const int nError =
+        mdb_cursor_put(tTable.atTrees[0].poCursor.get(), &tKey, &tRow, bLast ? MDB_APPEND : MDB_NOOVERWRITE);
+    m_poStore->CountRowWritten();
+    if (nError == 0 && bLast) tTable.oLastKey.Assign(strKey);
+    return nError == 0 || nError == MDB_KEYEXIST || FailWrite(nError);
+  });
 }
 
 /// Closes everything that hangs on the transaction.

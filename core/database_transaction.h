@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/database.h"
+#include "core/database_late_rows.h"
 #include "core/database_schema.h"
 #include "core/database_store.h"
 
@@ -40,6 +41,7 @@ struct TOpenTable {
 
   std::vector<TTree> atTrees;  ///< by index number
   CKey oLastKey;               ///< the last key of index 0; its size is 0 when there is none
+  CLateRows oLateRows;         ///< not in the trees yet; written before anything is read
   std::uint64_t nWrites = 0;   ///< grows with every write, after which no cursor is sure of its place
 };
 
@@ -64,6 +66,8 @@ class CTransaction::CImpl {
   /// The table's trees, made with `bCreate` when they aren't there; null when that can't be done.
   TOpenTable* OpenTable(const std::string& strName, const CSchema& oSchema, bool bCreate);
 
+  bool WriteLateRows(TOpenTable& tTable);
+
   void AddUser(CTransactionUser* poUser) { m_apoUsers.push_back(poUser); }
   void RemoveUser(CTransactionUser* poUser);
 
@@ -76,6 +80,7 @@ class CTransaction::CImpl {
  private:
   bool OpenTree(const std::string& strName, unsigned nFlags, TOpenTable::TTree& tTree);
   bool ReadLastKey(TOpenTable& tTable, std::size_t nKeySize);
+  bool WriteAllLateRows();
   void LetGo();
 
   CDatabaseStore* m_poStore;

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -284,9 +285,26 @@ int CFormatter::Number(const TFormatNumber& tNumber, int nAbsent) const {
 
 }  // namespace
 
+// Formats are literals, a few of them used over and over again; taking one to pieces costs as much as filling
+// it in.
 std::wstring FormatText(const wchar_t* pszFormat, va_list args) {
-  const TParsedFormat tFormat = ParseFormat(pszFormat);
-  return CFormatter(tFormat, args).Run();
+  struct TKnown {
+    std::wstring strFormat;
+    TParsedFormat tParsed;  // points into the text
+  };
+  constexpr std::size_t MANY_KNOWN = 16;
+  constexpr std::size_t LONG_FORMAT = 512;
+  thread_local std::unique_ptr<TKnown> s_apoKnown[MANY_KNOWN];
+
+  const std::wstring_view strFormat = pszFormat;
+  if (strFormat.size() > LONG_FORMAT) return CFormatter(ParseFormat(strFormat), args).Run();
+  auto& poKnown = s_apoKnown[reinterpret_cast<std::uintptr_t>(pszFormat) / sizeof(wchar_t) % MANY_KNOWN];
+  if (!poKnown || poKnown->strFormat != strFormat) {
+    auto poNew = std::make_unique<TKnown>(TKnown{std::wstring(strFormat), {}});
+    poNew->tParsed = ParseFormat(poNew->strFormat);
+    poKnown = std::move(poNew);
+  }
+  return CFormatter(poKnown->tParsed, args).Run();
 }
 
 }  // namespace TALVEK::VCM

@@ -20,12 +20,17 @@ TChangeKeyRecord MakeChangeKey(const TChangeGroupKey& tGroup) {
   return tKey;
 }
 
-TChangeKeyRecord MakeChangeKey(const TChangeRecord& tChange) {
-  TChangeGroupKey tGroup(tChange.nStreamID, tChange.strUser.View(), tChange.strComment.View());
+TChangeGroupKey MakeGroupKey(const TChangeRecord& tChange) {
+  TChangeGroupKey tGroup(tChange.nStreamID, tChange.strUser, tChange.strComment);
   tGroup.nPeriod = tChange.oProps.GetNumber(CHANGE_BASE_TIME, 0) / TChangeGroupKey::PERIOD_SECONDS;
-  TChangeKeyRecord tKey = MakeChangeKey(tGroup);
-  tKey.nChangeID = tChange.nID;
-  return tKey;
+  return tGroup;
+}
+
+std::uint32_t High(std::size_t nHash) {
+  return static_cast<std::uint32_t>(nHash >> 32U);
+}
+std::uint32_t Low(std::size_t nHash) {
+  return static_cast<std::uint32_t>(nHash);
 }
 
 TItemPathRecord MakeItemPath(std::uint32_t nChangeID, const VCM::CFilePath& oPath) {
@@ -68,17 +73,22 @@ void CGroupingIndex::CloseTables() {
 
 bool CGroupingIndex::AddChange(const TChangeRecord& tChange) {
   if (!tChange.oProps.HasProperty(CHANGE_BASE_TIME)) return true;
-  m_tChangeKey = MakeChangeKey(tChange);
-  return m_poChangeKeys->Add(m_tChangeKey);
+  const TChangeGroupKey tGroup = MakeGroupKey(tChange);
+  m_oSeenGroups.Note(High(tGroup.GetHash()), Low(tGroup.GetHash()));
+  m_tChangeKey = MakeChangeKey(tGroup);
+  m_tChangeKey.nChangeID = tChange.nID;
+  return m_poChangeKeys->AddLater(m_tChangeKey);
 }
 
 bool CGroupingIndex::RemoveChange(const TChangeRecord& tChange) {
   if (!tChange.oProps.HasProperty(CHANGE_BASE_TIME)) return true;
-  m_tChangeKey = MakeChangeKey(tChange);
+  m_tChangeKey = MakeChangeKey(MakeGroupKey(tChange));
+  m_tChangeKey.nChangeID = tChange.nID;
   return m_poChangeKeys->Remove(m_tChangeKey);
 }
 
 bool CGroupingIndex::FirstChange(const TChangeGroupKey& tKey, std::uint32_t& nChangeID) {
+  if (!m_oSeenGroups.Has(High(tKey.GetHash()), Low(tKey.GetHash()))) return false;
   m_tChangeKey = m_tWantedKey = MakeChangeKey(tKey);
   return TakeChange(m_poChangeKeys->GetGTE(m_tChangeKey), nChangeID);
 }

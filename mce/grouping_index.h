@@ -9,6 +9,7 @@
 #include "mce/change_table.h"
 #include "mce/grouping_tables.h"
 #include "mce/open_changes.h"
+#include "mce/seen_hashes.h"
 
 namespace TALVEK::MCE {
 
@@ -56,6 +57,7 @@ class CGroupingIndex {
   CItemPathTable m_oItemPathTable;
   std::unique_ptr<VDB::CIterator<TChangeKeyRecord>> m_poChangeKeys;
   std::unique_ptr<VDB::CIterator<TItemPathRecord>> m_poItemPaths;
+  CSeenHashes m_oSeenGroups;  // most groups that are looked for aren't there: the first item of each change's
   TChangeKeyRecord m_tChangeKey;
   TChangeKeyRecord m_tWantedKey;  // of the walk over changes
   TItemPathRecord m_tItemPath;

@@ -1,10 +1,11 @@
 #include "mce/open_changes.h"
 
 #include <algorithm>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
-#include "core/case_map.h"
+#include "core/text_codec.h"
 #include "mce/text_hash.h"
 
 namespace TALVEK::MCE {
@@ -14,18 +15,18 @@ namespace {
 /// What a group takes beside its texts and changes, about: itself, and what the heap keeps for each piece.
 constexpr std::size_t GROUP_BYTES = sizeof(CChangeGroup) + 64;
 
-bool EqualsNoCase(std::wstring_view strLeft, std::wstring_view strRight) {
-  if (strLeft == strRight) return true;  // mostly; and that takes no time
-  return std::equal(
-      strLeft.begin(), strLeft.end(), strRight.begin(), strRight.end(),
-      [](wchar_t chLeft, wchar_t chRight) { return VCM::ToLower(chLeft) == VCM::ToLower(chRight); });
+bool EqualsNoCase(std::string_view strStored, std::wstring_view strText) {
+  return VCM::DecodeStored(strStored).EqualsNoCase(strText);
 }
 
 }  // namespace
 
-TChangeGroupKey::TChangeGroupKey(std::uint32_t nStream, std::wstring_view strUserName,
-                                 std::wstring_view strMessage)
-    : nStreamID(nStream), strUser(strUserName), strComment(strMessage) {
+TChangeGroupKey::TChangeGroupKey(std::uint32_t nStream, const VCM::CString& strUserName,
+                                 const VCM::CString& strMessage)
+    : nStreamID(nStream), strUser(strUserName.View()), strComment(strMessage.View()) {
+  VCM::EncodeStored(strUserName, strTexts);
+  nUserBytes = strTexts.size();
+  VCM::EncodeStored(strMessage, strTexts);
   const CTextHash oHash = CTextHash().AddNoCase(strUser).AddNoCase(strComment);
   nHashHigh = oHash.GetHigh();
   nHashLow = oHash.GetLow();
@@ -38,33 +39,34 @@ std::size_t TChangeGroupKey::GetHash() const {
 }
 
 CChangeGroup::CChangeGroup(const TChangeGroupKey& tKey)
-    : m_nStreamID(tKey.nStreamID), m_nPeriod(tKey.nPeriod), m_nUserLength(tKey.strUser.size()) {
-  m_strTexts.reserve(tKey.strUser.size() + tKey.strComment.size());
-  m_strTexts += tKey.strUser;
-  m_strTexts += tKey.strComment;
-}
+    : m_nStreamID(tKey.nStreamID),
+      m_nPeriod(tKey.nPeriod),
+      m_nUserBytes(tKey.nUserBytes),
+      m_strTexts(tKey.strTexts) {}
 
 bool CChangeGroup::IsOf(const TChangeGroupKey& tKey) const {
-  const std::wstring_view strTexts = m_strTexts;
-  return m_nPeriod == tKey.nPeriod && m_nStreamID == tKey.nStreamID &&
-         EqualsNoCase(strTexts.substr(0, m_nUserLength), tKey.strUser) &&
-         EqualsNoCase(strTexts.substr(m_nUserLength), tKey.strComment);
+  if (m_nPeriod != tKey.nPeriod || m_nStreamID != tKey.nStreamID) return false;
+  if (m_nUserBytes == tKey.nUserBytes && m_strTexts == tKey.strTexts) return true;  // mostly
+  const std::string_view strTexts = m_strTexts;
+  return EqualsNoCase(strTexts.substr(0, m_nUserBytes), tKey.strUser) &&
+         EqualsNoCase(strTexts.substr(m_nUserBytes), tKey.strComment);
 }
 
 std::size_t CChangeGroup::GetBytes() const {
-  return GROUP_BYTES + m_strTexts.size() * sizeof(wchar_t) + m_atChanges.size() * sizeof(TOpenChange);
+  return GROUP_BYTES + m_strTexts.size() + m_atChanges.size() * sizeof(TOpenChange);
 }
 
 void CChangeGroup::Add(const TOpenChange& tChange) {
   m_atChanges.push_back(tChange);
   if (m_atChanges.size() < CROWD) return;
+  if (!m_poSeconds) m_poSeconds = std::make_unique<std::map<std::uint32_t, TSecond>>();
   const std::size_t nFirst = m_atChanges.size() == CROWD ? 0 : m_atChanges.size() - 1;
   for (std::size_t i = nFirst; i < m_atChanges.size(); ++i)
     AddToSecond(static_cast<std::uint32_t>(i));
 }
 
 int CChangeGroup::FindFirst(const TGroupingWindow& tWindow, std::uint64_t& nLookedAt) const {
-  return m_oSeconds.empty() ? FindFirstOfAll(tWindow, nLookedAt) : FindFirstOfCrowd(tWindow, nLookedAt);
+  return m_poSeconds ? FindFirstOfCrowd(tWindow, nLookedAt) : FindFirstOfAll(tWindow, nLookedAt);
 }
 
 int CChangeGroup::FindFirstOfAll(const TGroupingWindow& tWindow, std::uint64_t& nLookedAt) const {
@@ -80,7 +82,8 @@ int CChangeGroup::FindFirstOfAll(const TGroupingWindow& tWindow, std::uint64_t& 
 
 int CChangeGroup::FindFirstOfCrowd(const TGroupingWindow& tWindow, std::uint64_t& nLookedAt) const {
   const std::uint32_t nHigh = std::min(tWindow.nHigh, tWindow.nEndTime);
-  for (auto it = m_oSeconds.lower_bound(tWindow.nLow); it != m_oSeconds.end() && it->first <= nHigh; ++it) {
+  for (auto it = m_poSeconds->lower_bound(tWindow.nLow); it != m_poSeconds->end() && it->first <= nHigh;
+       ++it) {
     ++nLookedAt;
     if (it->second.back().nMaxTime <= tWindow.nTime) continue;
     const int nFound = FindFirstOfSecond(it->second, tWindow, nLookedAt);
@@ -109,7 +112,7 @@ void CChangeGroup::Join(int nPlace, std::uint32_t nItemTime, std::uint32_t nItem
   const auto nChange = static_cast<std::uint32_t>(nPlace);
   TOpenChange& tChange = m_atChanges[nChange];
   const bool bOther = nItemTime > tChange.nTime || nItemEnd < tChange.nMaxTime;
-  const bool bReorder = bOther && !m_oSeconds.empty();
+  const bool bReorder = bOther && m_poSeconds;
   if (bReorder) RemoveFromSecond(nChange);
   tChange.nTime = std::max(tChange.nTime, nItemTime);
   tChange.nMaxTime = std::min(tChange.nMaxTime, nItemEnd);
@@ -119,7 +122,7 @@ void CChangeGroup::Join(int nPlace, std::uint32_t nItemTime, std::uint32_t nItem
 }
 
 void CChangeGroup::AddToSecond(std::uint32_t nChange) {
-  TSecond& atPlaces = m_oSeconds[m_atChanges[nChange].nTime];
+  TSecond& atPlaces = (*m_poSeconds)[m_atChanges[nChange].nTime];
   auto it = std::partition_point(atPlaces.begin(), atPlaces.end(),
                                  [&](const TPlace& tPlace) { return tPlace.nChange < nChange; });
   it = atPlaces.insert(it, {nChange, 0});
@@ -129,7 +132,7 @@ void CChangeGroup::AddToSecond(std::uint32_t nChange) {
 }
 
 void CChangeGroup::RemoveFromSecond(std::uint32_t nChange) {
-  const auto itSecond = m_oSeconds.find(m_atChanges[nChange].nTime);
+  const auto itSecond = m_poSeconds->find(m_atChanges[nChange].nTime);
   TSecond& atPlaces = itSecond->second;
   auto it = std::partition_point(atPlaces.begin(), atPlaces.end(),
                                  [&](const TPlace& tPlace) { return tPlace.nChange < nChange; });
@@ -137,7 +140,7 @@ void CChangeGroup::RemoveFromSecond(std::uint32_t nChange) {
   std::uint32_t nMaxTime = it == atPlaces.begin() ? 0 : std::prev(it)->nMaxTime;
   for (; it != atPlaces.end(); ++it)
     it->nMaxTime = nMaxTime = std::max(nMaxTime, m_atChanges[it->nChange].nMaxTime);
-  if (atPlaces.empty()) m_oSeconds.erase(itSecond);
+  if (atPlaces.empty()) m_poSeconds->erase(itSecond);
 }
 
 CChangeGroup* COpenChanges::Find(const TChangeGroupKey& tKey) {

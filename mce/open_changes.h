@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "core/string.h"
+
 namespace TALVEK::MCE {
 
 /// What an item's times ask of a change. The times of a change wander with its items, but the window stays
@@ -41,12 +43,14 @@ struct TChangeGroupKey {
   /// Longer than what one search spans, so that it looks into two periods at most, and mostly into one.
   static constexpr std::uint32_t PERIOD_SECONDS = 4096;
 
-  TChangeGroupKey(std::uint32_t nStream, std::wstring_view strUserName, std::wstring_view strMessage);
+  TChangeGroupKey(std::uint32_t nStream, const VCM::CString& strUserName, const VCM::CString& strMessage);
   std::size_t GetHash() const;
 
   std::uint32_t nStreamID;
   std::wstring_view strUser;     ///< case doesn't count
   std::wstring_view strComment;  ///< case doesn't count
+  std::string strTexts;          ///< user and comment as bytes
+  std::size_t nUserBytes;        ///< of them, the user's
   std::uint32_t nHashHigh;       ///< of user and comment
   std::uint32_t nHashLow;
   std::uint32_t nPeriod = 0;  ///< base time in units of PERIOD_SECONDS
@@ -91,10 +95,11 @@ class CChangeGroup {
 
   std::uint32_t m_nStreamID;
   std::uint32_t m_nPeriod;
-  std::size_t m_nUserLength;
-  std::wstring m_strTexts;  // user and comment, one allocation
+  std::size_t m_nUserBytes;
+  std::string m_strTexts;  // a quarter of what wide text takes; the more groups fit, and into the cache too
   std::vector<TOpenChange> m_atChanges;
-  std::map<std::uint32_t, TSecond> m_oSeconds;  // by time; empty as long as there is no crowd
+  std::unique_ptr<std::map<std::uint32_t, TSecond>>
+      m_poSeconds;  // by time; null as long as there is no crowd
 };
 
 /// The groups looked for last. An item mostly joins a change of late: neighbouring files have been changed

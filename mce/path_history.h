@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <unordered_map>
-#include <vector>
 
 #include "core/path.h"
+#include "mce/seen_hashes.h"
 
 namespace TALVEK::MCE {
 
@@ -12,13 +12,10 @@ namespace TALVEK::MCE {
 ///
 /// Shape    Histories come file by file. A path that comes for the first time is only in those changes to
 ///          which it has been added since it began; they are noted here until the next path begins.
-/// Memory   1 MiB that tells which paths have come (a Bloom filter), and one entry for each change of the
-///          current path.
+/// Memory   That of CSeenHashes, and one entry for each change of the current path.
 class CPathHistory {
  public:
   enum TAnswer { ABSENT, PRESENT, UNKNOWN };
-
-  CPathHistory();
 
   /// To be called with the path of each item, before what follows.
   void Begin(const VCM::CFilePath& oPath);
@@ -31,9 +28,7 @@ class CPathHistory {
   void Forget();
 
  private:
-  bool NoteSeen(const VCM::CFilePath& oPath);
-
-  std::vector<std::uint64_t> m_anSeen;  // bits, some for each path
+  CSeenHashes m_oSeen;
   VCM::CFilePath m_oPath;
   bool m_bBegun = false;
   bool m_bNew = false;                                            // the current path has not come before

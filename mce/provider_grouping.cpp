@@ -58,7 +58,7 @@ bool CProviderBase::FindOpenChange(std::uint32_t nStreamID, const VCM::CString& 
   // A change is at no time before its base time, so an item that ends before that can't join it.
   const std::uint32_t nHighBase = std::min(tWindow.nHigh, tWindow.nEndTime);
   if (tWindow.nLow > nHighBase) return false;
-  TChangeGroupKey tKey(nStreamID, strUser.View(), strComment.View());
+  TChangeGroupKey tKey(nStreamID, strUser, strComment);
   for (tKey.nPeriod = tWindow.nLow / TChangeGroupKey::PERIOD_SECONDS;
        tKey.nPeriod <= nHighBase / TChangeGroupKey::PERIOD_SECONDS; ++tKey.nPeriod) {
     CChangeGroup* const poGroup = FetchGroup(tKey);
@@ -187,7 +187,7 @@ bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString
   m_tChangeItem.oProps.SetProperty(ITEM_FOREIGN_REVISION, oCVSRevision.GetText());
   m_tChangeItem.oTimestamp.Set(nItemTime);
   m_oPathHistory.Add(m_tChangeItem.nID, nRevision);
-  return m_poChangeItemIterator->Add(m_tChangeItem);
+  return m_poChangeItemIterator->AddLater(m_tChangeItem);
 }
 
 bool CProviderBase::JoinOpenChange(const TPlace& tPlace, std::uint32_t nItemTime, std::uint32_t nItemEnd) {
@@ -223,7 +223,7 @@ bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strU
   m_tChange.oProps.AddProperty(CHANGE_MAX_TIME, nItemEnd);
   const bool bStored = m_poChangeByIdIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(m_tChange);
   ++m_nChangesAdded;
-  TChangeGroupKey tKey(nStreamID, strUser.View(), strComment.View());
+  TChangeGroupKey tKey(nStreamID, strUser, strComment);
   tKey.nPeriod = nItemTime / TChangeGroupKey::PERIOD_SECONDS;
   CChangeGroup* const poGroup = m_oOpenChanges.Find(tKey);
   if (poGroup && bStored) m_oOpenChanges.Add(*poGroup, ToOpenChange(m_tChange));

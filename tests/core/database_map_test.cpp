@@ -57,15 +57,18 @@ std::size_t ResidentFilePages() {
 
 TEST(DatabaseMapTest, PagesBeyondTheLimitAreLetGoOf) {
   const CTempFolder oFolder;
-  const std::size_t nBytes = CStoreMap::MAX_RESIDENT_BYTES + (std::size_t{16} << 20);
+  const std::size_t nBytes = CStoreMap::FEW_FILE_BYTES + (std::size_t{16} << 20);
   const CReadFile oFile((oFolder / "data").string(), nBytes);
   const std::size_t nBefore = ResidentFilePages();
   EXPECT_EQ(oFile.Sum(), 0);
   ASSERT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
   // Not the whole map: another one of the same file.
-  CStoreMap(oFile.GetDescriptor(), nBytes / 2).Trim();
+  CStoreMap(oFile.GetDescriptor(), nBytes / 2).Trim(0);
   EXPECT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
-  CStoreMap(oFile.GetDescriptor(), nBytes).Trim();
+  // There is room for them.
+  CStoreMap(oFile.GetDescriptor(), nBytes).Trim(std::size_t{1} << 40);
+  EXPECT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
+  CStoreMap(oFile.GetDescriptor(), nBytes).Trim(0);
   EXPECT_LT(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES / 2);
   EXPECT_EQ(oFile.Sum(), 0);
 }
@@ -76,7 +79,7 @@ TEST(DatabaseMapTest, FewPagesStay) {
   const CReadFile oFile((oFolder / "data").string(), nBytes);
   const std::size_t nBefore = ResidentFilePages();
   EXPECT_EQ(oFile.Sum(), 0);
-  CStoreMap(oFile.GetDescriptor(), nBytes).Trim();
+  CStoreMap(oFile.GetDescriptor(), nBytes).Trim(0);
   EXPECT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
 }
 

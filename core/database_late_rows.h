@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/export.h"
+
+namespace TALVEK::VDB {
+
+/// Rows that are to be written many at a time, in the order of their keys.
+///
+/// Memory   MOST_BYTES, about, until IsFull.
+class TALVEK_CORE_API CLateRows {
+ public:
+  static constexpr std::size_t MOST_BYTES = std::size_t{8} << 20;
+
+  void Add(std::string_view strKey, std::string_view strRow);
+  bool IsEmpty() const { return m_atRows.empty(); }
+  bool IsFull() const { return m_strBytes.size() + m_atRows.size() * sizeof(TRow) >= MOST_BYTES; }
+
+  /// Calls `fnWrite(strKey, strRow)` for each row by key, those with the same key as they were added, until
+  /// it returns false; then forgets all. Returns what the last call did.
+  template <class TWrite>
+  bool Write(TWrite fnWrite) {
+    Sort();
+    bool bWritten = true;
+    for (auto it = m_atRows.begin(); bWritten && it != m_atRows.end(); ++it)
+      bWritten = fnWrite(Key(*it), Row(*it));
+    m_atRows.clear();
+    m_strBytes.clear();
+    return bWritten;
+  }
+
+ private:
+  struct TRow {
+    std::uint64_t nBeginning;  // of the key, so that most comparisons needn't look at it
+    std::uint32_t nOffset;
+    std::uint32_t nKeySize;
+    std::size_t nRowSize;
+  };
+
+  std::string_view Key(const TRow& tRow) const {
+    return std::string_view(m_strBytes).substr(tRow.nOffset, tRow.nKeySize);
+  }
+  std::string_view Row(const TRow& tRow) const {
+    return std::string_view(m_strBytes).substr(tRow.nOffset + tRow.nKeySize, tRow.nRowSize);
+  }
+  void Sort();
+
+  std::string m_strBytes;  // keys and rows, one behind the other
+  std::vector<TRow> m_atRows;
+};
+
+}  // namespace TALVEK::VDB
