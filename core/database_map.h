@@ -23,7 +23,7 @@ class TALVEK_CORE_API CStoreMap {
   void Trim(std::size_t nMostBytes = MOST_BYTES) const;
 
   static constexpr std::size_t MOST_BYTES = std::size_t{512} << 20;
-  static constexpr std::size_t FEW_FILE_BYTES = std::size_t{128} << 20;
+  static constexpr std::size_t FEW_FILE_BYTES = std::size_t{64} << 20;
 
  private:
   void* m_pStart = nullptr;

@@ -109,8 +109,8 @@ class CChangeGroup {
 ///          them writes back what is altered.
 class COpenChanges {
  public:
-  static constexpr std::size_t MANY_SETS = 32768;
-  static constexpr std::size_t MOST_BYTES = std::size_t{32} << 20;
+  static constexpr std::size_t MANY_SETS = 65536;
+  static constexpr std::size_t MOST_BYTES = std::size_t{64} << 20;
 
   explicit COpenChanges(std::size_t nSets = MANY_SETS, std::size_t nMostBytes = MOST_BYTES)
       : m_nSets(nSets), m_nMostBytes(nMostBytes) {}
