@@ -222,8 +222,11 @@ bool CIteratorBase::CImpl::Add(void* const* papFields) {
 bool CIteratorBase::CImpl::AddLater(void* const* papFields) {
   const bool bAlone = m_poSchema->GetIndexCount() == 1 && !m_poSchema->AssignsIds();
   if (m_bReadOnly || !bAlone || !IsUsable()) return Add(papFields);
+  const std::string_view strRow = m_oCodec.Encode(papFields);
+  // Keeping a large row costs more memory than it saves time.
+  if (strRow.size() > CLateRows::LARGE_ROW) return Add(papFields);
   m_poSchema->MakeEntry(0, papFields, m_aoEntries[0]);
-  m_poTable->oLateRows.Add(m_aoEntries[0].View(), m_oCodec.Encode(papFields));
+  m_poTable->oLateRows.Add(m_aoEntries[0].View(), strRow);
   return !m_poTable->oLateRows.IsFull() || m_poTransaction->WriteLateRows(*m_poTable);
 }
 

@@ -16,6 +16,8 @@ namespace TALVEK::VDB {
 class TALVEK_CORE_API CLateRows {
  public:
   static constexpr std::size_t MOST_BYTES = std::size_t{8} << 20;
+  /// Larger ones had better be written at once.
+  static constexpr std::size_t LARGE_ROW = std::size_t{64} << 10;
 
   void Add(std::string_view strKey, std::string_view strRow);
   bool IsEmpty() const { return m_atRows.empty(); }

@@ -24,9 +24,11 @@ bool EqualsNoCase(std::string_view strStored, std::wstring_view strText) {
 TChangeGroupKey::TChangeGroupKey(std::uint32_t nStream, const VCM::CString& strUserName,
                                  const VCM::CString& strMessage)
     : nStreamID(nStream), strUser(strUserName.View()), strComment(strMessage.View()) {
+  std::string strTexts;
   VCM::EncodeStored(strUserName, strTexts);
   nUserBytes = strTexts.size();
   VCM::EncodeStored(strMessage, strTexts);
+  poTexts = std::make_shared<const std::string>(std::move(strTexts));
   const CTextHash oHash = CTextHash().AddNoCase(strUser).AddNoCase(strComment);
   nHashHigh = oHash.GetHigh();
   nHashLow = oHash.GetLow();
@@ -42,18 +44,18 @@ CChangeGroup::CChangeGroup(const TChangeGroupKey& tKey)
     : m_nStreamID(tKey.nStreamID),
       m_nPeriod(tKey.nPeriod),
       m_nUserBytes(tKey.nUserBytes),
-      m_strTexts(tKey.strTexts) {}
+      m_poTexts(tKey.poTexts) {}
 
 bool CChangeGroup::IsOf(const TChangeGroupKey& tKey) const {
   if (m_nPeriod != tKey.nPeriod || m_nStreamID != tKey.nStreamID) return false;
-  if (m_nUserBytes == tKey.nUserBytes && m_strTexts == tKey.strTexts) return true;  // mostly
-  const std::string_view strTexts = m_strTexts;
+  if (m_nUserBytes == tKey.nUserBytes && *m_poTexts == *tKey.poTexts) return true;  // mostly
+  const std::string_view strTexts = *m_poTexts;
   return EqualsNoCase(strTexts.substr(0, m_nUserBytes), tKey.strUser) &&
          EqualsNoCase(strTexts.substr(m_nUserBytes), tKey.strComment);
 }
 
 std::size_t CChangeGroup::GetBytes() const {
-  return GROUP_BYTES + m_strTexts.size() + m_atChanges.size() * sizeof(TOpenChange);
+  return GROUP_BYTES + m_poTexts->size() + m_atChanges.size() * sizeof(TOpenChange);
 }
 
 void CChangeGroup::Add(const TOpenChange& tChange) {

@@ -47,11 +47,11 @@ struct TChangeGroupKey {
   std::size_t GetHash() const;
 
   std::uint32_t nStreamID;
-  std::wstring_view strUser;     ///< case doesn't count
-  std::wstring_view strComment;  ///< case doesn't count
-  std::string strTexts;          ///< user and comment as bytes
-  std::size_t nUserBytes;        ///< of them, the user's
-  std::uint32_t nHashHigh;       ///< of user and comment
+  std::wstring_view strUser;                   ///< case doesn't count
+  std::wstring_view strComment;                ///< case doesn't count
+  std::shared_ptr<const std::string> poTexts;  ///< user and comment as bytes; a comment can be huge
+  std::size_t nUserBytes;                      ///< of them, the user's
+  std::uint32_t nHashHigh;                     ///< of user and comment
   std::uint32_t nHashLow;
   std::uint32_t nPeriod = 0;  ///< base time in units of PERIOD_SECONDS
 };
@@ -96,7 +96,7 @@ class CChangeGroup {
   std::uint32_t m_nStreamID;
   std::uint32_t m_nPeriod;
   std::size_t m_nUserBytes;
-  std::string m_strTexts;  // a quarter of what wide text takes; the more groups fit, and into the cache too
+  std::shared_ptr<const std::string> m_poTexts;  // as bytes: a quarter of wide text, so more groups fit
   std::vector<TOpenChange> m_atChanges;
   std::unique_ptr<std::map<std::uint32_t, TSecond>>
       m_poSeconds;  // by time; null as long as there is no crowd
