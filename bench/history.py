@@ -48,7 +48,10 @@ GROUPS = {
         "50 names": "--files 2000 --names 50 --branches 0", "800 names": "--files 2000 --names 800 --branches 0"},
     "streams": {
         "10 branches": "--files 2000 --branches 10 --names 0",
-        "160 branches": "--files 2000 --branches 160 --names 0"},
+        "160 branches": "--files 2000 --branches 160 --branches-of-file 10 --names 0"},
+    "branches of a file": {
+        "10 each": "--files 2000 --branches 10 --names 0",
+        "160 each": "--files 2000 --branches 160 --names 0"},
     "one changeset": {
         "of 2000 files": "--files 2000 --revisions 1 --branches 0 --imports 1",
         "of 32000 files": "--files 32000 --revisions 1 --branches 0 --imports 1"},
@@ -161,7 +164,7 @@ def main():
                 continue
             with tempfile.NamedTemporaryFile(suffix=".rlog") as log:
                 subprocess.run([args.bin + "/make-history"] + shape.split(), stdout=log, check=True)
-                options = ["--streams-for-tags"] if group in ("names", "streams") else []
+                options = ["--streams-for-tags"] if group in ("names", "streams", "branches of a file") else []
                 with_cvsps = group in ("like the real log", "size") and files <= args.cvsps_max_files
                 figures = measure_log(args, log.name, "/cvs", "bench", options, with_cvsps)
             each = figures["seconds"] / figures["names" if group == "names" else "revisions"]

@@ -41,7 +41,10 @@ std::string TrunkNumber(std::size_t nRevision) {
 CHistory::CHistory(const TShape& tShape)
     : m_tShape(tShape),
       m_nCommits(std::max<std::uint64_t>(
-          tShape.nRevisions, std::uint64_t{tShape.nFiles} * tShape.nRevisions / tShape.nCommitSize)) {}
+          tShape.nRevisions, std::uint64_t{tShape.nFiles} * tShape.nRevisions / tShape.nCommitSize)),
+      m_nBranchStep(tShape.nBranchesOfFile == 0
+                        ? 1
+                        : std::max<std::uint32_t>(1, tShape.nBranches / tShape.nBranchesOfFile)) {}
 
 std::string CHistory::Author(std::uint64_t nCommit) const {
   return "author" + std::to_string(Mix(m_tShape.nSeed, nCommit, 1) % m_tShape.nAuthors);
@@ -121,7 +124,7 @@ void CHistory::AddTags(const std::vector<std::uint64_t>& anCommits, TFile& tFile
 void CHistory::AddBranches(std::uint32_t nFile, const std::vector<std::uint64_t>& anCommits,
                            TFile& tFile) const {
   std::vector<std::uint32_t> anAtRevision(anCommits.size());
-  for (std::uint32_t i = 0; i < m_tShape.nBranches; ++i) {
+  for (std::uint32_t i = nFile % m_nBranchStep; i < m_tShape.nBranches; i += m_nBranchStep) {
     const std::uint64_t nAt = (i + 1) * m_nCommits / (m_tShape.nBranches + 1);
     const auto nBefore = static_cast<std::size_t>(std::lower_bound(anCommits.begin(), anCommits.end(), nAt) -
                                                   anCommits.begin());
@@ -149,7 +152,7 @@ void CHistory::AddBranch(std::uint32_t nFile, std::uint32_t nBranch, std::uint32
 
   std::vector<TRevision> atLine;
   const std::uint64_t nCommits =
-      std::max<std::uint64_t>(1, std::uint64_t{m_tShape.nFiles} / m_tShape.nCommitSize);
+      std::max<std::uint64_t>(1, std::uint64_t{FilesOfBranch()} / m_tShape.nCommitSize);
   for (std::uint64_t i = 0; i < m_tShape.nBranchRevisions; ++i) {
     const std::uint64_t nCommit = i * nCommits + Mix(m_tShape.nSeed, nFile + nBranch, i) % nCommits;
     const auto nJitter = static_cast<std::int64_t>(Mix(m_tShape.nSeed, nCommit, nFile) % SECONDS_OF_COMMIT);

@@ -17,7 +17,8 @@ struct TShape {
   std::uint32_t nFiles = 1000;
   std::uint32_t nRevisions = 10;       ///< of each file on the trunk
   std::uint32_t nNames = 20;           ///< tags, each on nearly every file
-  std::uint32_t nBranches = 2;         ///< from the trunk, each on nearly every file
+  std::uint32_t nBranches = 2;         ///< from the trunk
+  std::uint32_t nBranchesOfFile = 0;   ///< as many of them each file has, about; 0: all
   std::uint32_t nBranchRevisions = 1;  ///< of each file on each branch
   std::uint32_t nNested = 0;           ///< branches one below the other that start from each branch
   std::uint32_t nAuthors = 20;
@@ -56,6 +57,7 @@ class CHistory {
 
  private:
   std::vector<std::uint64_t> TrunkCommits(std::uint32_t nFile) const;
+  std::uint32_t FilesOfBranch() const { return m_tShape.nFiles / m_nBranchStep; }
   std::uint64_t PickCommit(std::uint32_t nFile, std::uint64_t nStretch, std::uint64_t nCommits) const;
   void AddTags(const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;
   void AddBranches(std::uint32_t nFile, const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;
@@ -64,6 +66,7 @@ class CHistory {
 
   TShape m_tShape;
   std::uint64_t m_nCommits;
+  std::uint32_t m_nBranchStep;  // from one branch of a file to the next
 };
 
 /// `cvs rlog`'s text of one file; `nTime` as "2001-02-03 04:05:06 +0000".

@@ -46,6 +46,8 @@ int Run(int argc, char** argv) {
       ->check(CLI::PositiveNumber);
   oApp.add_option("--names", tShape.nNames, "tags")->capture_default_str();
   oApp.add_option("--branches", tShape.nBranches)->capture_default_str();
+  oApp.add_option("--branches-of-file", tShape.nBranchesOfFile, "how many of them each has, about; 0: all")
+      ->capture_default_str();
   oApp.add_option("--branch-revisions", tShape.nBranchRevisions, "of each file, on each branch")
       ->capture_default_str();
   oApp.add_option("--nested", tShape.nNested, "branches below each branch, each below the one before")

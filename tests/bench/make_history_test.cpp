@@ -2,6 +2,7 @@
 #include <wx/mstream.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -65,6 +66,29 @@ TEST(MakeHistoryTest, FileHasWhatTheOptionsSay) {
       << astrFiles[0];
   for (const char* pszRevision : {"\n  1.2 ", "\n  1.1.2.1 ", "\n  1.1.2.1.2.1 ", "\n  1.1.2.1.2.1.2.1 "})
     EXPECT_NE(astrFiles[0].find(pszRevision), std::string::npos) << pszRevision;
+}
+
+TEST(MakeHistoryTest, BranchesCanBeOnSomeFilesOnly) {
+  const std::string strLog = MakeHistory(
+      "--files 8 --revisions 100 --commit-size 1 --names 0 --branches 8 --branches-of-file 2 --imports 1");
+  std::map<std::string, int> anFiles;
+  for (const std::string& strFile : Files(strLog, "/cvs")) {
+    int nBranches = 0;
+    for (std::size_t nAt = strFile.find("[BRANCH_"); nAt != std::string::npos;
+         nAt = strFile.find("[BRANCH_", nAt + 1)) {
+      ++nBranches;
+      ++anFiles[strFile.substr(nAt + 1, strFile.find(' ', nAt) - nAt - 1)];
+    }
+    EXPECT_EQ(nBranches, 2) << strFile;
+  }
+  EXPECT_EQ(anFiles, (std::map<std::string, int>{{"BRANCH_1", 2},
+                                                 {"BRANCH_2", 2},
+                                                 {"BRANCH_3", 2},
+                                                 {"BRANCH_4", 2},
+                                                 {"BRANCH_5", 2},
+                                                 {"BRANCH_6", 2},
+                                                 {"BRANCH_7", 2},
+                                                 {"BRANCH_8", 2}}));
 }
 
 // What `cvs` prints of the files is what the program prints itself.
