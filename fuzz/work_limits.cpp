@@ -9,8 +9,8 @@ namespace TALVEK::FUZZ {
 
 namespace {
 
-// What an empty input may cost: buffers, an open database, the places of the groups that are kept at hand.
-constexpr std::size_t FIXED_BYTES = 4 << 20;
+// What the smallest history may cost: buffers, an open database, and 5 MiB for what the engine keeps at hand.
+constexpr std::size_t FIXED_BYTES = 6 << 20;
 constexpr std::uint64_t FIXED_ALLOCATIONS = 10000;
 constexpr double FIXED_SECONDS = 2;
 
