@@ -9,17 +9,22 @@ namespace TALVEK::MCE {
 namespace {
 
 constexpr std::size_t MANY_CHANGES = 1024;
+constexpr int LONG_PATH = 1 << 16;
 
 }  // namespace
 
 void CPathHistory::Begin(const VCM::CFilePath& oPath) {
   if (m_bBegun && oPath == m_oPath) return;
   Forget();
-  m_bBegun = true;
-  m_oPath = oPath;
-  const CTextHash oHash = CTextHash().Add(oPath.GeneratePath().View());
-  m_bNew = !m_oSeen.Has(oHash.GetHigh(), oHash.GetLow());
+  const VCM::CString strPath = oPath.GeneratePath();
+  const CTextHash oHash = CTextHash().Add(strPath.View());
+  const bool bNew = !m_oSeen.Has(oHash.GetHigh(), oHash.GetLow());
   m_oSeen.Note(oHash.GetHigh(), oHash.GetLow());
+  // One that isn't worth a copy has perhaps come before.
+  if (strPath.GetLength() > LONG_PATH) return;
+  m_bBegun = true;
+  m_bNew = bNew;
+  m_oPath = oPath;
 }
 
 CPathHistory::TAnswer CPathHistory::Find(std::uint32_t nChangeID, std::int32_t& nRevision) const {

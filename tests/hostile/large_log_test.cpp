@@ -127,7 +127,7 @@ TEST_F(LargeLogTest, NameAndPathOf64MegabytesCostAFewTimesTheirLength) {
          << "keyword substitution: kv\ndescription:\n"
          << Revision("1.1", "work") << PSZ_END;
   });
-  EXPECT_LT(Dump(), MEMORY_FACTOR * 24 * 64 * 1024) << "KiB";
+  EXPECT_LT(Dump(), MEMORY_FACTOR * 22 * 64 * 1024) << "KiB";
   EXPECT_TRUE(HasGoodFile());
 }
 
