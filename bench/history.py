@@ -38,7 +38,7 @@ LIKE_REAL = " --revisions 2 --names 1 --branches 1 --imports 6 --commit-size 22 
 # name: options of make-history. A group's figures are compared with those of its first member.
 GROUPS = {
     "like the real log": {
-        "24 k files": "--files 24066" + LIKE_REAL, "120 k files": "--files 120330" + LIKE_REAL},
+        "24 k files": "--files 24066" + LIKE_REAL, "385 k files": "--files 385056" + LIKE_REAL},
     "size": {
         "0.1 M revisions": "--files 8334", "0.4 M revisions": "--files 33334",
         "1.6 M revisions": "--files 133334", "6.4 M revisions": "--files 533334"},
@@ -145,7 +145,7 @@ def main():
     parser.add_argument("--log-root", default="/cvs", help="the repository in that log")
     parser.add_argument("--log-module", default="src", help="the module in that log")
     parser.add_argument("--runs", type=int, default=3)
-    parser.add_argument("--max-files", type=int, default=140000, help="leave out histories with more files")
+    parser.add_argument("--max-files", type=int, default=400000, help="leave out histories with more files")
     parser.add_argument("--cvsps-max-files", type=int, default=140000, help="no cvsps on histories with more files")
     args = parser.parse_args()
 
