@@ -258,16 +258,9 @@ bool CIteratorBase::CImpl::IsFree(unsigned nIndex, const CKey& oEntry) {
   return nError == MDB_NOTFOUND || m_poTransaction->FailRead(nError);
 }
 
-// Rows mostly come in the order of their keys. Appending then fills each page before it begins the next;
-// without it every page would be split in halves and stay half empty.
 int CIteratorBase::CImpl::PutRow(const CKey& oKey, std::string_view strRow) {
-  const bool bLast = oKey.View() > m_poTable->oLastKey.View();
-  MDB_val tKey = ToStoreValue(oKey.View());
-  MDB_val tRow = ToStoreValue(strRow);
   m_bCursorAtPlace = false;
-  const int nError = mdb_cursor_put(ForRows(), &tKey, &tRow, bLast ? MDB_APPEND : MDB_NOOVERWRITE);
-  if (nError == 0 && bLast) m_poTable->oLastKey = oKey;
-  return nError;
+  return m_poTable->PutRow(ForRows(), oKey.View(), strRow);
 }
 
 int CIteratorBase::CImpl::PutEntry(unsigned nIndex, const CKey& oEntry) {

@@ -6,6 +6,17 @@
 
 namespace TALVEK::VDB {
 
+// Rows mostly come in the order of their keys. Appending then fills each page before it begins the next;
+// without it every page would be split in halves and stay half empty.
+int TOpenTable::PutRow(MDB_cursor* poCursor, std::string_view strKey, std::string_view strRow) {
+  const bool bLast = strKey > oLastKey.View();
+  MDB_val tKey = ToStoreValue(strKey);
+  MDB_val tRow = ToStoreValue(strRow);
+  const int nError = mdb_cursor_put(poCursor, &tKey, &tRow, bLast ? MDB_APPEND : MDB_NOOVERWRITE);
+  if (nError == 0 && bLast) oLastKey.Assign(strKey);
+  return nError;
+}
+
 CTransaction::CImpl::CImpl(CDatabaseStore* poStore) : m_poStore(poStore) {}
 
 CTransaction::CImpl::~CImpl() {
@@ -58,13 +69,8 @@ bool CTransaction::CImpl::WriteLateRows(TOpenTable& tTable) {
   if (tTable.oLateRows.IsEmpty()) return true;
   ++tTable.nWrites;
   return tTable.oLateRows.Write([&](std::string_view strKey, std::string_view strRow) {
-    const bool bLast = strKey > tTable.oLastKey.View();
-    MDB_val tKey = ToStoreValue(strKey);
-    MDB_val tRow = ToStoreValue(strRow);
-    const int nError =
-        mdb_cursor_put(tTable.atTrees[0].poCursor.get(), &tKey, &tRow, bLast ? MDB_APPEND : MDB_NOOVERWRITE);
+    const int nError = tTable.PutRow(tTable.atTrees[0].poCursor.get(), strKey, strRow);
     m_poStore->CountRowWritten();
-    if (nError == 0 && bLast) tTable.oLastKey.Assign(strKey);
     return nError == 0 || nError == MDB_KEYEXIST || FailWrite(nError);
   });
 }

@@ -43,6 +43,10 @@ struct TOpenTable {
   CKey oLastKey;               ///< the last key of index 0; its size is 0 when there is none
   CLateRows oLateRows;         ///< not in the trees yet; written before anything is read
   std::uint64_t nWrites = 0;   ///< grows with every write, after which no cursor is sure of its place
+
+  /// Puts a row into index 0 by one of its cursors. Returns LMDB's result, MDB_KEYEXIST when the key is
+  /// taken.
+  int PutRow(MDB_cursor* poCursor, std::string_view strKey, std::string_view strRow);
 };
 
 class CTransaction::CImpl {

@@ -72,11 +72,13 @@ void CGroupingIndex::CloseTables() {
 }
 
 bool CGroupingIndex::AddChange(const TChangeRecord& tChange) {
-  if (!tChange.oProps.HasProperty(CHANGE_BASE_TIME)) return true;
-  const TChangeGroupKey tGroup = MakeGroupKey(tChange);
+  return !tChange.oProps.HasProperty(CHANGE_BASE_TIME) || AddChange(MakeGroupKey(tChange), tChange.nID);
+}
+
+bool CGroupingIndex::AddChange(const TChangeGroupKey& tGroup, std::uint32_t nChangeID) {
   m_oSeenGroups.Note(High(tGroup.GetHash()), Low(tGroup.GetHash()));
   m_tChangeKey = MakeChangeKey(tGroup);
-  m_tChangeKey.nChangeID = tChange.nID;
+  m_tChangeKey.nChangeID = nChangeID;
   return m_poChangeKeys->AddLater(m_tChangeKey);
 }
 

@@ -5,10 +5,10 @@
 
 #include "core/database.h"
 #include "core/path.h"
+#include "mce/change_group.h"
 #include "mce/change_item_table.h"
 #include "mce/change_table.h"
 #include "mce/grouping_tables.h"
-#include "mce/open_changes.h"
 #include "mce/seen_hashes.h"
 
 namespace TALVEK::MCE {
@@ -30,6 +30,7 @@ class CGroupingIndex {
   void CloseIterators();
   void CloseTables();
 
+  bool AddChange(const TChangeGroupKey& tGroup, std::uint32_t nChangeID);
   /// Changes without CHANGE_BASE_TIME are left out.
   bool AddChange(const TChangeRecord& tChange);
   /// To be called before the change gets another comment; AddChange adds it again.

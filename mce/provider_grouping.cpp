@@ -221,10 +221,11 @@ bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strU
   m_tChange.oProps.RemoveAll();
   m_tChange.oProps.AddProperty(CHANGE_BASE_TIME, nItemTime);
   m_tChange.oProps.AddProperty(CHANGE_MAX_TIME, nItemEnd);
-  const bool bStored = m_poChangeByIdIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(m_tChange);
-  ++m_nChangesAdded;
   TChangeGroupKey tKey(nStreamID, strUser, strComment);
   tKey.nPeriod = nItemTime / TChangeGroupKey::PERIOD_SECONDS;
+  const bool bStored =
+      m_poChangeByIdIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(tKey, m_tChange.nID);
+  ++m_nChangesAdded;
   CChangeGroup* const poGroup = m_oOpenChanges.Find(tKey);
   if (poGroup && bStored) m_oOpenChanges.Add(*poGroup, ToOpenChange(m_tChange));
   return bStored;
@@ -253,6 +254,7 @@ bool CProviderBase::AddChangeItem(unsigned int nChangeID, unsigned int nItem, TC
   m_tChangeItem.oFilePath = oPath;
   m_tChangeItem.nRevision = static_cast<std::int32_t>(nRevision);
   m_tChangeItem.oProps.RemoveAll();
+  // The path has come now, but not as one of a history that comes file by file.
   m_oPathHistory.Begin(oPath);
   m_oPathHistory.Forget();
   const bool bBehind = nItem > m_oGroupingIndex.GetLastItem(nChangeID) || nItem <= CGroupingIndex::FEW_ITEMS;
