@@ -98,9 +98,9 @@ void CRecordCodec::EncodeSized(TFieldType nType, const void* pField) {
   if (nType == FIELD_PROPERTIES) {
     static_cast<const CProperties*>(pField)->Encode(m_strRow);
   } else if (nType == FIELD_FILE_PATH) {
-    VCM::EncodeStored(static_cast<const CFilePath*>(pField)->GeneratePath(), m_strRow);
+    VCM::EncodeStored(static_cast<const CFilePath*>(pField)->GeneratePath().View(), m_strRow);
   } else {
-    VCM::EncodeStored(*static_cast<const CString*>(pField), m_strRow);
+    VCM::EncodeStored(static_cast<const CString*>(pField)->View(), m_strRow);
   }
   // A length beyond four bytes makes a row that the store refuses for its size.
   PutBigEndian(m_strRow.size() - nStart, LENGTH_SIZE, m_strRow.data() + nStart - LENGTH_SIZE);
@@ -131,17 +131,11 @@ bool CRecordCodec::DecodeSized(TFieldType nType, std::string_view strBytes, TVal
 }
 
 bool CRecordCodec::DecodeText(std::string_view strBytes, CString& strText) {
-  if (VCM::IsAscii(strBytes)) {
-    std::wstring strWide = strText.Release();  // for its storage
-    strWide.resize(strBytes.size());
-    std::copy(strBytes.begin(), strBytes.end(), strWide.begin());
-    strText = CString(std::move(strWide));
-    return true;
-  }
-  strText = VCM::DecodeStored(strBytes);
+  VCM::DecodeStored(strBytes, strText);
+  if (VCM::IsAscii(strBytes)) return true;
   // Decoding takes any bytes. Those that the text doesn't turn into again were damaged.
   m_strAgain.clear();
-  VCM::EncodeStored(strText, m_strAgain);
+  VCM::EncodeStored(strText.View(), m_strAgain);
   return m_strAgain == strBytes;
 }
 

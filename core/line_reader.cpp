@@ -37,8 +37,10 @@ bool CLineReader::IsAtEnd() {
 }
 
 bool CLineReader::ReadLine(CString& strLine) {
-  strLine.Clear();
-  if (IsAtEnd()) return false;
+  if (IsAtEnd()) {
+    strLine.Clear();
+    return false;
+  }
   m_strLineBytes.clear();
   // A line that is far longer than others would else hold its memory, four bytes for each of its characters
   // and two more, as long as there are lines.

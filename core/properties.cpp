@@ -73,7 +73,7 @@ bool CProperties::ChangeProperty(std::uint16_t nProperty, std::uint32_t nValue) 
 
 void CProperties::SetProperty(std::uint16_t nProperty, const CString& strValue) {
   std::string strBytes;
-  EncodeStored(strValue, strBytes);
+  EncodeStored(strValue.View(), strBytes);
   Put(nProperty, std::move(strBytes));
 }
 

@@ -30,6 +30,15 @@ bool EqualNoCase(std::wstring_view strLeft, std::wstring_view strRight) {
 
 }  // namespace
 
+// Neither text lies in the other, so that many characters are copied at a time.
+void CString::AssignLatin1(std::string_view strBytes) {
+  m_strText.resize(strBytes.size());
+  const char* __restrict pFrom = strBytes.data();
+  wchar_t* __restrict pTo = m_strText.data();
+  for (std::size_t i = 0; i < strBytes.size(); ++i)
+    pTo[i] = static_cast<unsigned char>(pFrom[i]);
+}
+
 CString& CString::operator+=(const CString& strOther) {
   m_strText += strOther.m_strText;
   return *this;

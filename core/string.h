@@ -34,6 +34,8 @@ class TALVEK_CORE_API CString {
 
   void Clear() { m_strText.clear(); }
   void Assign(std::wstring_view strText) { m_strText.assign(strText); }
+  /// Each byte becomes the character of that number.
+  void AssignLatin1(std::string_view strBytes);
   /// Gives the text away with its storage, and leaves this one empty.
   std::wstring Release() { return std::exchange(m_strText, {}); }
   CString& operator+=(const CString& strOther);

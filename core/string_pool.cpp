@@ -1,7 +1,8 @@
 #include "core/string_pool.h"
 
-#include <functional>
 #include <utility>
+
+#include "core/text_hash.h"
 
 namespace TALVEK::VCM {
 
@@ -18,7 +19,7 @@ const CString& CStringRef::EmptyText() {
 
 CStringRef CStringPool::Intern(std::wstring_view strText) {
   if (m_atSlots.size() <= 2 * m_astrTexts.size()) Grow();
-  const std::size_t nHash = std::hash<std::wstring_view>{}(strText);
+  const std::size_t nHash = CTextHash().Add(strText).Get();
   TSlot& tSlot = FindSlot(strText, nHash);
   if (!tSlot.pText) tSlot = {nHash, &m_astrTexts.emplace_back(strText)};
   return CStringRef(tSlot.pText);

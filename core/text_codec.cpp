@@ -3,7 +3,6 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <utility>
 
 #include "core/locale_codec.h"
@@ -29,36 +28,44 @@ constexpr wchar_t Escape(char chByte) {
   return static_cast<wchar_t>(ESCAPE_BASE + static_cast<unsigned char>(chByte));
 }
 
-// Nearly all of what is decoded is ASCII, so eight bytes are looked at together.
-constexpr std::size_t BLOCK = 8;
-constexpr std::uint64_t HIGH_BITS = 0x8080808080808080U;
+constexpr bool IsAscii(char chByte) {
+  return static_cast<unsigned char>(chByte) < 0x80;
+}
 
-bool IsAsciiBlock(const char* pBytes) {
-  std::uint64_t nBlock = 0;
-  std::memcpy(&nBlock, pBytes, BLOCK);
-  return (nBlock & HIGH_BITS) == 0;
+/// Without a way out of the loop, so that the compiler looks at many characters at a time.
+template <class TChar>
+bool AreAllAscii(std::basic_string_view<TChar> strText) {
+  std::uint32_t nAll = 0;
+  for (const TChar ch : strText)
+    nAll |= static_cast<std::uint32_t>(ch);
+  return nAll < 0x80;
+}
+
+// Nearly all of what is decoded and encoded is ASCII.
+template <class TChar>
+std::size_t AsciiLength(std::basic_string_view<TChar> strText) {
+  constexpr std::size_t BLOCK = 64;
+  std::size_t nLength = 0;
+  while (nLength < strText.size() && AreAllAscii(strText.substr(nLength, BLOCK)))
+    nLength += BLOCK;
+  if (nLength >= strText.size()) return strText.size();
+  while (IsAscii(strText[nLength]))
+    ++nLength;
+  return nLength;
+}
+
+/// Copies each character as it is. `__restrict`: no text overlaps the other, so many are copied at a time.
+template <class TFrom, class TTo>
+void CopyAscii(std::basic_string_view<TFrom> strFrom, TTo* __restrict pTo) {
+  const TFrom* __restrict pFrom = strFrom.data();
+  for (std::size_t i = 0; i < strFrom.size(); ++i)
+    pTo[i] = static_cast<TTo>(pFrom[i]);
 }
 
 /// Widens the ASCII at the start of `strBytes`; returns how much there was.
 std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut) {
-  std::size_t nDone = 0;
-  while (nDone + BLOCK <= strBytes.size() && IsAsciiBlock(strBytes.data() + nDone)) {
-    for (std::size_t i = 0; i < BLOCK; ++i) {
-      pOut[nDone + i] = static_cast<unsigned char>(strBytes[nDone + i]);
-    }
-    nDone += BLOCK;
-  }
-  for (; nDone < strBytes.size() && static_cast<unsigned char>(strBytes[nDone]) < 0x80; ++nDone) {
-    pOut[nDone] = static_cast<unsigned char>(strBytes[nDone]);
-  }
-  return nDone;
-}
-
-std::size_t AsciiLength(std::wstring_view strText) {
-  std::size_t nLength = 0;
-  while (nLength < strText.size() && IsAscii(strText[nLength])) {
-    ++nLength;
-  }
+  const std::size_t nLength = AsciiLength(strBytes);
+  CopyAscii(strBytes.substr(0, nLength), pOut);
   return nLength;
 }
 
@@ -67,9 +74,7 @@ std::size_t AppendAscii(std::wstring_view strText, std::string& strOut) {
   const std::size_t nLength = AsciiLength(strText);
   const std::size_t nStart = strOut.size();
   strOut.resize(nStart + nLength);
-  for (std::size_t i = 0; i < nLength; ++i) {
-    strOut[nStart + i] = static_cast<char>(strText[i]);
-  }
+  CopyAscii(strText.substr(0, nLength), strOut.data() + nStart);
   return nLength;
 }
 
@@ -121,6 +126,10 @@ bool IsConvertible(std::wstring_view strText) {
 
 // The encodings that Debian's locales use extend ASCII, so only the bytes from 80 on are asked for.
 void DecodeBytes(std::string_view strBytes, CString& strOut) {
+  if (AreAllAscii(strBytes)) {
+    strOut.AssignLatin1(strBytes);
+    return;
+  }
   std::wstring strText = strOut.Release();
   const CLocaleCodec oCodec;
   DecodeInto(strBytes, strText,
@@ -161,31 +170,32 @@ std::string ToUtf8(const CString& strText) {
   return strBytes;
 }
 
-void EncodeStored(const CString& strText, std::string& strOut) {
-  EncodeInto(strText.View(), strOut,
-             [](wchar_t ch, std::string& strBytes) { AppendUtf8(strBytes, Code(ch)); });
+void EncodeStored(std::wstring_view strText, std::string& strOut) {
+  EncodeInto(strText, strOut, [](wchar_t ch, std::string& strBytes) { AppendUtf8(strBytes, Code(ch)); });
 }
 
 bool IsAscii(std::string_view strBytes) {
-  std::uint64_t nAll = 0;
-  for (; strBytes.size() >= BLOCK; strBytes.remove_prefix(BLOCK)) {
-    std::uint64_t nBlock = 0;
-    std::memcpy(&nBlock, strBytes.data(), BLOCK);
-    nAll |= nBlock;
-  }
-  for (const char chByte : strBytes)
-    nAll |= static_cast<unsigned char>(chByte);
-  return (nAll & HIGH_BITS) == 0;
+  return AreAllAscii(strBytes);
 }
 
 CString DecodeStored(std::string_view strBytes) {
-  std::wstring strText;
+  CString strResult;
+  DecodeStored(strBytes, strResult);
+  return strResult;
+}
+
+void DecodeStored(std::string_view strBytes, CString& strOut) {
+  if (AreAllAscii(strBytes)) {
+    strOut.AssignLatin1(strBytes);
+    return;
+  }
+  std::wstring strText = strOut.Release();
   DecodeInto(strBytes, strText, [](std::string_view strRest, wchar_t& ch) {
     const TUtf8Sequence tSequence = ReadUtf8(strRest);
     ch = static_cast<wchar_t>(tSequence.nCode);
     return tSequence.nLength;
   });
-  return CString(std::move(strText));
+  strOut = CString(std::move(strText));
 }
 
 long ParseNumber(const CString& strText) {

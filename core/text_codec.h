@@ -30,8 +30,9 @@ TALVEK_CORE_API std::string ToUtf8(const CString& strText);
 
 /// UTF-8 extended to surrogates (three bytes each), the same in every locale: what the database stores.
 /// DecodeStored(EncodeStored(t)) is t.
-TALVEK_CORE_API void EncodeStored(const CString& strText, std::string& strOut);
+TALVEK_CORE_API void EncodeStored(std::wstring_view strText, std::string& strOut);
 TALVEK_CORE_API CString DecodeStored(std::string_view strBytes);
+TALVEK_CORE_API void DecodeStored(std::string_view strBytes, CString& strOut);
 
 /// True when all bytes are below 80: text that is the same in every encoding used here.
 TALVEK_CORE_API bool IsAscii(std::string_view strBytes);

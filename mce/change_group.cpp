@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "core/text_codec.h"
-#include "mce/text_hash.h"
+#include "core/text_hash.h"
 
 namespace TALVEK::MCE {
 
@@ -15,21 +15,34 @@ namespace {
 /// What a group takes beside its texts and changes, about: itself, and what the heap keeps for each piece.
 constexpr std::size_t GROUP_BYTES = sizeof(CChangeGroup) + 64;
 
+std::string ToStored(std::wstring_view strText) {
+  std::string strStored;
+  VCM::EncodeStored(strText, strStored);
+  return strStored;
+}
+
+/// True when both are the same ASCII text. Without a way out of the loop, so that many characters are
+/// compared at a time.
+bool AreSameAscii(std::string_view strStored, std::wstring_view strText) {
+  if (strStored.size() != strText.size()) return false;
+  std::uint32_t nDifference = 0;
+  for (std::size_t i = 0; i < strStored.size(); ++i) {
+    const std::uint32_t nByte = static_cast<unsigned char>(strStored[i]);
+    nDifference |= (nByte ^ static_cast<std::uint32_t>(strText[i])) | (nByte & 0x80U);
+  }
+  return nDifference == 0;
+}
+
 bool EqualsNoCase(std::string_view strStored, std::wstring_view strText) {
-  return VCM::DecodeStored(strStored).EqualsNoCase(strText);
+  return AreSameAscii(strStored, strText) || VCM::DecodeStored(strStored).EqualsNoCase(strText);
 }
 
 }  // namespace
 
-TChangeGroupKey::TChangeGroupKey(std::uint32_t nStream, const VCM::CString& strUserName,
-                                 const VCM::CString& strMessage)
-    : nStreamID(nStream), strUser(strUserName.View()), strComment(strMessage.View()) {
-  std::string strTexts;
-  VCM::EncodeStored(strUserName, strTexts);
-  nUserBytes = strTexts.size();
-  VCM::EncodeStored(strMessage, strTexts);
-  poTexts = std::make_shared<const std::string>(std::move(strTexts));
-  const CTextHash oHash = CTextHash().AddNoCase(strUser).AddNoCase(strComment);
+TChangeGroupKey::TChangeGroupKey(std::uint32_t nStream, std::wstring_view strUserName,
+                                 std::wstring_view strMessage)
+    : nStreamID(nStream), strUser(strUserName), strComment(strMessage) {
+  const VCM::CTextHash oHash = VCM::CTextHash().AddNoCase(strUser).AddNoCase(strComment);
   nHashHigh = oHash.GetHigh();
   nHashLow = oHash.GetLow();
 }
@@ -43,19 +56,16 @@ std::size_t TChangeGroupKey::GetHash() const {
 CChangeGroup::CChangeGroup(const TChangeGroupKey& tKey)
     : m_nStreamID(tKey.nStreamID),
       m_nPeriod(tKey.nPeriod),
-      m_nUserBytes(tKey.nUserBytes),
-      m_poTexts(tKey.poTexts) {}
+      m_strUser(ToStored(tKey.strUser)),
+      m_strComment(ToStored(tKey.strComment)) {}
 
 bool CChangeGroup::IsOf(const TChangeGroupKey& tKey) const {
-  if (m_nPeriod != tKey.nPeriod || m_nStreamID != tKey.nStreamID) return false;
-  if (m_nUserBytes == tKey.nUserBytes && *m_poTexts == *tKey.poTexts) return true;  // mostly
-  const std::string_view strTexts = *m_poTexts;
-  return EqualsNoCase(strTexts.substr(0, m_nUserBytes), tKey.strUser) &&
-         EqualsNoCase(strTexts.substr(m_nUserBytes), tKey.strComment);
+  return m_nPeriod == tKey.nPeriod && m_nStreamID == tKey.nStreamID &&
+         EqualsNoCase(m_strUser, tKey.strUser) && EqualsNoCase(m_strComment, tKey.strComment);
 }
 
 std::size_t CChangeGroup::GetBytes() const {
-  return GROUP_BYTES + m_poTexts->size() + m_atChanges.size() * sizeof(TOpenChange);
+  return GROUP_BYTES + m_strUser.size() + m_strComment.size() + m_atChanges.size() * sizeof(TOpenChange);
 }
 
 void CChangeGroup::Add(const TOpenChange& tChange) {

@@ -43,15 +43,13 @@ struct TChangeGroupKey {
   /// Longer than what one search spans, so that it looks into two periods at most, and mostly into one.
   static constexpr std::uint32_t PERIOD_SECONDS = 4096;
 
-  TChangeGroupKey(std::uint32_t nStream, const VCM::CString& strUserName, const VCM::CString& strMessage);
+  TChangeGroupKey(std::uint32_t nStream, std::wstring_view strUserName, std::wstring_view strMessage);
   std::size_t GetHash() const;
 
   std::uint32_t nStreamID;
-  std::wstring_view strUser;                   ///< case doesn't count
-  std::wstring_view strComment;                ///< case doesn't count
-  std::shared_ptr<const std::string> poTexts;  ///< user and comment as bytes; a comment can be huge
-  std::size_t nUserBytes;                      ///< of them, the user's
-  std::uint32_t nHashHigh;                     ///< of user and comment
+  std::wstring_view strUser;     ///< case doesn't count
+  std::wstring_view strComment;  ///< case doesn't count
+  std::uint32_t nHashHigh;       ///< of user and comment
   std::uint32_t nHashLow;
   std::uint32_t nPeriod = 0;  ///< base time in units of PERIOD_SECONDS
 };
@@ -95,8 +93,8 @@ class CChangeGroup {
 
   std::uint32_t m_nStreamID;
   std::uint32_t m_nPeriod;
-  std::size_t m_nUserBytes;
-  std::shared_ptr<const std::string> m_poTexts;  // as bytes: a quarter of wide text, so more groups fit
+  std::string m_strUser;  // as bytes, as the comment: a quarter of wide text, so more groups fit
+  std::string m_strComment;
   std::vector<TOpenChange> m_atChanges;
   std::unique_ptr<std::map<std::uint32_t, TSecond>>
       m_poSeconds;  // by time; null as long as there is no crowd

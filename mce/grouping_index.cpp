@@ -1,8 +1,6 @@
 #include "mce/grouping_index.h"
 
-#include <algorithm>
-
-#include "mce/text_hash.h"
+#include "core/text_hash.h"
 
 namespace TALVEK::MCE {
 
@@ -21,7 +19,7 @@ TChangeKeyRecord MakeChangeKey(const TChangeGroupKey& tGroup) {
 }
 
 TChangeGroupKey MakeGroupKey(const TChangeRecord& tChange) {
-  TChangeGroupKey tGroup(tChange.nStreamID, tChange.strUser, tChange.strComment);
+  TChangeGroupKey tGroup(tChange.nStreamID, tChange.strUser.View(), tChange.strComment.View());
   tGroup.nPeriod = tChange.oProps.GetNumber(CHANGE_BASE_TIME, 0) / TChangeGroupKey::PERIOD_SECONDS;
   return tGroup;
 }
@@ -34,7 +32,7 @@ std::uint32_t Low(std::size_t nHash) {
 }
 
 TItemPathRecord MakeItemPath(std::uint32_t nChangeID, const VCM::CFilePath& oPath) {
-  const CTextHash oHash = CTextHash().Add(oPath.GeneratePath().View());
+  const VCM::CTextHash oHash = VCM::CTextHash().Add(oPath.GeneratePath().View());
   TItemPathRecord tPath;
   tPath.nChangeID = nChangeID;
   tPath.nHashHigh = oHash.GetHigh();

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "mce/text_hash.h"
+#include "core/text_hash.h"
 
 namespace TALVEK::MCE {
 
@@ -17,7 +17,7 @@ void CPathHistory::Begin(const VCM::CFilePath& oPath) {
   if (m_bBegun && oPath == m_oPath) return;
   Forget();
   const VCM::CString strPath = oPath.GeneratePath();
-  const CTextHash oHash = CTextHash().Add(strPath.View());
+  const VCM::CTextHash oHash = VCM::CTextHash().Add(strPath.View());
   const bool bNew = !m_oSeen.Has(oHash.GetHigh(), oHash.GetLow());
   m_oSeen.Note(oHash.GetHigh(), oHash.GetLow());
   // One that isn't worth a copy has perhaps come before.

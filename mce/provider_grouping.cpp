@@ -58,7 +58,7 @@ bool CProviderBase::FindOpenChange(std::uint32_t nStreamID, const VCM::CString& 
   // A change is at no time before its base time, so an item that ends before that can't join it.
   const std::uint32_t nHighBase = std::min(tWindow.nHigh, tWindow.nEndTime);
   if (tWindow.nLow > nHighBase) return false;
-  TChangeGroupKey tKey(nStreamID, strUser, strComment);
+  TChangeGroupKey tKey(nStreamID, strUser.View(), strComment.View());
   for (tKey.nPeriod = tWindow.nLow / TChangeGroupKey::PERIOD_SECONDS;
        tKey.nPeriod <= nHighBase / TChangeGroupKey::PERIOD_SECONDS; ++tKey.nPeriod) {
     CChangeGroup* const poGroup = FetchGroup(tKey);
@@ -221,7 +221,7 @@ bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strU
   m_tChange.oProps.RemoveAll();
   m_tChange.oProps.AddProperty(CHANGE_BASE_TIME, nItemTime);
   m_tChange.oProps.AddProperty(CHANGE_MAX_TIME, nItemEnd);
-  TChangeGroupKey tKey(nStreamID, strUser, strComment);
+  TChangeGroupKey tKey(nStreamID, strUser.View(), strComment.View());
   tKey.nPeriod = nItemTime / TChangeGroupKey::PERIOD_SECONDS;
   const bool bStored =
       m_poChangeByIdIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(tKey, m_tChange.nID);

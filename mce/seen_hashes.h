@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "mce/text_hash.h"
-
 namespace TALVEK::MCE {
 
 /// Tells for certain of most hashes that are new that they are: a Bloom filter. Of 400,000 noted ones, one

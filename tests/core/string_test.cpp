@@ -49,6 +49,20 @@ TEST(StringTest, ReleaseGivesTheTextAwayAndLeavesNothing) {
   EXPECT_TRUE(strText.IsEmpty());
 }
 
+TEST(StringTest, BytesBecomeTheCharactersOfTheirNumbers) {
+  std::string strBytes;
+  std::wstring strExpected;
+  for (int i = 0; i < 256; ++i) {
+    strBytes.push_back(static_cast<char>(i));
+    strExpected.push_back(static_cast<wchar_t>(i));
+  }
+  CString strText = L"a longer or a shorter text";
+  for (const std::size_t nLength : {std::size_t{256}, std::size_t{17}, std::size_t{0}, std::size_t{40}}) {
+    strText.AssignLatin1(std::string_view(strBytes).substr(256 - nLength));
+    EXPECT_EQ(strText, CString(std::wstring_view(strExpected).substr(256 - nLength))) << nLength;
+  }
+}
+
 TEST(StringTest, OrderIsOrdinal) {
   EXPECT_LT(CString(L"B"), CString(L"a"));
   EXPECT_LT(CString(L"a"), CString(L"ab"));

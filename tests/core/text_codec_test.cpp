@@ -229,7 +229,7 @@ TEST(TextCodecLocaleTest, Utf8ShowsWhatIsNoCharacterAsTheReplacement) {
 
 std::string Stored(const CString& strText) {
   std::string strBytes;
-  EncodeStored(strText, strBytes);
+  EncodeStored(strText.View(), strBytes);
   return strBytes;
 }
 
