@@ -58,6 +58,19 @@ GROUPS = {
 }
 
 
+def database_bytes(pid):
+    """What a process has on disk of its import database: the data file, and what waits in files without a name."""
+    files = {}
+    for path in glob.glob("/proc/%d/fd/*" % pid):
+        try:
+            name, state = os.readlink(path), os.stat(path)
+        except FileNotFoundError:
+            continue
+        if name == "/tmp/talvek-em-%d.tdf" % pid or name.startswith("/tmp/") and name.endswith(" (deleted)"):
+            files[state.st_dev, state.st_ino] = state.st_blocks * 512
+    return sum(files.values())
+
+
 def measure(command, stdout=subprocess.DEVNULL):
     """Processor seconds and peak bytes of a command, bytes on disk of its import database, and seconds passed."""
     start = time.monotonic()
@@ -66,11 +79,7 @@ def measure(command, stdout=subprocess.DEVNULL):
 
     def watch():
         while not done.wait(0.02):
-            for path in glob.glob("/tmp/talvek-em-%d.tdf" % process.pid):
-                try:
-                    disk[0] = max(disk[0], os.stat(path).st_blocks * 512)
-                except FileNotFoundError:
-                    pass
+            disk[0] = max(disk[0], database_bytes(process.pid))
 
     watcher = threading.Thread(target=watch)
     watcher.start()

@@ -112,7 +112,7 @@ bool CTable::Open(CDatabase& oDatabase, const wchar_t* pszName, CTransaction& oT
   if (!poSchema) return poStore->Fail(CString(L"can't open table ") + pszName, strError);
   std::string strName;
   VCM::EncodeStored(pszName, strName);
-  if (!oOpen.OpenTable(strName, *poSchema, !bReadOnly)) return false;
+  if (!oOpen.OpenTable(strName, poSchema, !bReadOnly)) return false;
   m_poImpl.reset(new CImpl{std::move(poSchema), poStore, std::move(strName), bReadOnly});
   return true;
 }

@@ -184,7 +184,7 @@ class TALVEK_CORE_API CIteratorBase {
   bool GetNext(void* const* papFields, TFieldSet nWanted);
   bool Add(void* const* papFields);
   bool AddLater(void* const* papFields);
-  bool Update(void* const* papFields);
+  bool Update(void* const* papFields, TFieldSet nAltered);
   bool Remove(void* const* papFields);
 
  private:
@@ -243,7 +243,12 @@ class CIterator : public CIteratorBase {
   /// at the next write, or when the transaction is committed.
   bool AddLater(TRecord& tRecord) { return CIteratorBase::AddLater(tRecord.GetFieldAddresses().data()); }
   /// Replaces the row that has this record's key in index 0; the other indexes follow.
-  bool Update(TRecord& tRecord) { return CIteratorBase::Update(tRecord.GetFieldAddresses().data()); }
+  bool Update(TRecord& tRecord) { return Update(tRecord, ALL_FIELDS); }
+  /// As Update, for a row of which only these fields are altered: the record's others aren't looked at, but
+  /// for its key.
+  bool Update(TRecord& tRecord, TFieldSet nAltered) {
+    return CIteratorBase::Update(tRecord.GetFieldAddresses().data(), nAltered);
+  }
   /// Removes the row that has this record's key in index 0, whatever its other fields are.
   bool Remove(TRecord& tRecord) { return CIteratorBase::Remove(tRecord.GetFieldAddresses().data()); }
 };

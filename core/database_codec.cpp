@@ -18,10 +18,10 @@ namespace {
 
 constexpr std::size_t LENGTH_SIZE = sizeof(std::uint32_t);
 
-void PutBigEndian(std::uint64_t nNumber, std::size_t nBytes, char* pOut) {
-  for (std::size_t i = nBytes; i-- > 0; nNumber >>= 8) {
+template <class TNumber>
+void PutBigEndian(TNumber nNumber, char* pOut) {
+  for (std::size_t i = sizeof nNumber; i-- > 0; nNumber >>= 8)
     pOut[i] = static_cast<char>(nNumber);
-  }
 }
 
 std::uint64_t GetBigEndian(std::string_view strBytes) {
@@ -50,6 +50,16 @@ bool HasOnlyItems(std::wstring_view strItems) {
          strItems.find(L"//") == std::wstring_view::npos;
 }
 
+void EncodeFixed(TFieldType nType, const void* pField, char* pOut) {
+  if (nType == FIELD_TIMESTAMP) {
+    PutBigEndian(static_cast<std::uint64_t>(static_cast<const CTimestamp*>(pField)->GetUTC()), pOut);
+    return;
+  }
+  std::uint32_t nNumber = 0;
+  std::memcpy(&nNumber, pField, sizeof nNumber);  // the member may be a signed number
+  PutBigEndian(nNumber, pOut);
+}
+
 /// Takes a length and as many bytes off the front.
 bool CutSized(std::string_view& strRest, std::string_view& strBytes) {
   if (strRest.size() < LENGTH_SIZE) return false;
@@ -67,29 +77,41 @@ CRecordCodec::CRecordCodec(std::shared_ptr<const CSchema> poSchema)
     : m_poSchema(std::move(poSchema)), m_atValues(m_poSchema->GetFields().size()) {}
 
 std::string_view CRecordCodec::Encode(void* const* papFields) {
-  m_strRow.clear();
+  m_strRow.resize(m_poSchema->GetFixedSize());
   const std::vector<CSchema::TField>& atFields = m_poSchema->GetFields();
   for (std::size_t i = 0; i < atFields.size(); ++i) {
-    if (IsFixed(atFields[i].nType)) EncodeFixed(atFields[i].nType, papFields[i]);
-  }
-  for (std::size_t i = 0; i < atFields.size(); ++i) {
-    if (!IsFixed(atFields[i].nType)) EncodeSized(atFields[i].nType, papFields[i]);
+    if (IsFixed(atFields[i].nType)) {
+      EncodeFixed(atFields[i].nType, papFields[i], m_strRow.data() + atFields[i].nOffset);
+    } else {
+      EncodeSized(atFields[i].nType, papFields[i]);
+    }
   }
   return m_strRow;
 }
 
-void CRecordCodec::EncodeFixed(TFieldType nType, const void* pField) {
-  std::uint64_t nNumber = 0;
-  if (nType == FIELD_UINT32) {
-    std::uint32_t nNarrow = 0;
-    std::memcpy(&nNarrow, pField, sizeof nNarrow);  // the member may be a signed number
-    nNumber = nNarrow;
-  } else {
-    nNumber = static_cast<std::uint64_t>(static_cast<const CTimestamp*>(pField)->GetUTC());
+bool CRecordCodec::EncodeAltered(std::string_view strFormer, void* const* papFields, TFieldSet nAltered,
+                                 std::string_view& strRow) {
+  if (strFormer.size() < m_poSchema->GetFixedSize()) return false;
+  m_strRow.assign(strFormer.substr(0, m_poSchema->GetFixedSize()));
+  std::string_view strRest = strFormer.substr(m_strRow.size());
+  for (std::size_t i = 0; i < m_atValues.size(); ++i) {
+    const CSchema::TField& tField = m_poSchema->GetFields()[i];
+    const bool bAltered = IsWanted(nAltered, i);
+    if (IsFixed(tField.nType)) {
+      if (bAltered) EncodeFixed(tField.nType, papFields[i], m_strRow.data() + tField.nOffset);
+      continue;
+    }
+    const std::string_view strBegin = strRest;
+    std::string_view strBytes;
+    if (!CutSized(strRest, strBytes)) return false;
+    if (bAltered) {
+      EncodeSized(tField.nType, papFields[i]);
+    } else {
+      m_strRow += strBegin.substr(0, strBegin.size() - strRest.size());
+    }
   }
-  const std::size_t nSize = FixedSize(nType);
-  m_strRow.resize(m_strRow.size() + nSize);
-  PutBigEndian(nNumber, nSize, m_strRow.data() + m_strRow.size() - nSize);
+  strRow = m_strRow;
+  return strRest.empty();
 }
 
 void CRecordCodec::EncodeSized(TFieldType nType, const void* pField) {
@@ -98,12 +120,14 @@ void CRecordCodec::EncodeSized(TFieldType nType, const void* pField) {
   if (nType == FIELD_PROPERTIES) {
     static_cast<const CProperties*>(pField)->Encode(m_strRow);
   } else if (nType == FIELD_FILE_PATH) {
-    VCM::EncodeStored(static_cast<const CFilePath*>(pField)->GeneratePath().View(), m_strRow);
+    const auto* const poPath = static_cast<const CFilePath*>(pField);
+    if (poPath->IsAbsolute()) m_strRow.push_back('/');
+    VCM::EncodeStored(poPath->GetItems(), m_strRow);
   } else {
     VCM::EncodeStored(static_cast<const CString*>(pField)->View(), m_strRow);
   }
   // A length beyond four bytes makes a row that the store refuses for its size.
-  PutBigEndian(m_strRow.size() - nStart, LENGTH_SIZE, m_strRow.data() + nStart - LENGTH_SIZE);
+  PutBigEndian(static_cast<std::uint32_t>(m_strRow.size() - nStart), m_strRow.data() + nStart - LENGTH_SIZE);
 }
 
 bool CRecordCodec::Decode(std::string_view strRow, void* const* papFields, TFieldSet nWanted) {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/database.h"
 #include "core/database_schema.h"
 #include "core/export.h"
 #include "core/path.h"
@@ -25,8 +26,12 @@ class TALVEK_CORE_API CRecordCodec {
  public:
   explicit CRecordCodec(std::shared_ptr<const CSchema> poSchema);
 
-  /// The row, good until the next Encode.
+  /// The row, good until the next encoding.
   std::string_view Encode(void* const* papFields);
+  /// The same for a row that is there, of which only these fields are altered. False for bytes that are no
+  /// row of this table.
+  bool EncodeAltered(std::string_view strFormer, void* const* papFields, TFieldSet nAltered,
+                     std::string_view& strRow);
   /// False for bytes that are no row of this table; the record is then as it was. Texts, paths and property
   /// sets that aren't wanted are left alone and not looked at.
   bool Decode(std::string_view strRow, void* const* papFields, TFieldSet nWanted = ALL_FIELDS);
@@ -40,7 +45,6 @@ class TALVEK_CORE_API CRecordCodec {
     VCM::CProperties oProperties;
   };
 
-  void EncodeFixed(TFieldType nType, const void* pField);
   void EncodeSized(TFieldType nType, const void* pField);
   bool DecodeSized(TFieldType nType, std::string_view strBytes, TValue& tValue);
   bool DecodeText(std::string_view strBytes, VCM::CString& strText);

@@ -4,30 +4,12 @@
 
 #include <memory>
 #include <string>
-#include <utility>
 
+#include "core/descriptor.h"
 #include "core/export.h"
 #include "core/string.h"
 
 namespace TALVEK::VDB {
-
-/// An open file descriptor, closed at the end. -1 when there is none.
-class CDescriptor {
- public:
-  explicit CDescriptor(int nDescriptor = -1) : m_nDescriptor(nDescriptor) {}
-  ~CDescriptor();
-  CDescriptor(CDescriptor&& oOther) noexcept : m_nDescriptor(std::exchange(oOther.m_nDescriptor, -1)) {}
-  CDescriptor& operator=(CDescriptor&& oOther) noexcept {
-    std::swap(m_nDescriptor, oOther.m_nDescriptor);
-    return *this;
-  }
-
-  bool IsOpen() const { return m_nDescriptor >= 0; }
-  int Get() const { return m_nDescriptor; }
-
- private:
-  int m_nDescriptor;
-};
 
 /// The lock file "PATH.tlf" and the data file "PATH.tdf" of one open database.
 ///
@@ -50,6 +32,8 @@ class TALVEK_CORE_API CDatabaseFiles {
   void Keep() { m_bLockMade = m_bDataMade = false; }
   const std::string& GetDataPath() const { return m_strDataPath; }
   int GetDataDescriptor() const { return m_oData.Get(); }
+  /// A new file without a name, where the data file is; none, with errno, when it can't be made.
+  VCM::CDescriptor MakeScratchFile() const;
 
  private:
   CDatabaseFiles(const std::string& strPath, uid_t nUser);
@@ -65,8 +49,8 @@ class TALVEK_CORE_API CDatabaseFiles {
   std::string m_strLockPath;
   std::string m_strDataPath;
   uid_t m_nUser;
-  CDescriptor m_oLock;
-  CDescriptor m_oData;
+  VCM::CDescriptor m_oLock;
+  VCM::CDescriptor m_oData;
   bool m_bLockMade = false;
   bool m_bDataMade = false;
 };

@@ -30,7 +30,7 @@ class CIteratorBase::CImpl : public CTransactionUser {
   bool GetNext(void* const* papFields, TFieldSet nWanted);
   bool Add(void* const* papFields);
   bool AddLater(void* const* papFields);
-  bool Update(void* const* papFields);
+  bool Update(void* const* papFields, TFieldSet nAltered);
   bool Remove(void* const* papFields);
 
  private:
@@ -38,8 +38,11 @@ class CIteratorBase::CImpl : public CTransactionUser {
         TOpenTable* poOpenTable);
 
   bool IsUsable() const { return m_poTransaction && m_poTransaction->IsUsable(); }
-  /// Usable, and all rows are in the trees.
-  bool IsReady() const { return IsUsable() && m_poTransaction->WriteLateRows(*m_poTable); }
+  /// Usable, and all rows are in index 0.
+  bool HasAllRows() const { return IsUsable() && m_poTransaction->WriteLateRows(*m_poTable); }
+  /// Usable, and this index has all rows.
+  bool IsReady() const { return HasAllRows() && m_poTransaction->WriteLateIndex(*m_poTable, m_nIndex); }
+  bool IsLate(unsigned nIndex) const { return m_poTable->atTrees[nIndex].bLate; }
   bool CanWrite();
   MDB_cursor* Shared(unsigned nIndex) const { return m_poTable->atTrees[nIndex].poCursor.get(); }
   /// The cursor by which rows are written. LMDB spares itself the descent of the tree when the row lies on
@@ -59,7 +62,7 @@ class CIteratorBase::CImpl : public CTransactionUser {
   int PutRow(const CKey& oKey, std::string_view strRow);
   int PutEntry(unsigned nIndex, const CKey& oEntry);
   int RemoveEntry(unsigned nIndex, const CKey& oEntry);
-  bool Replace(std::string_view strOldRow, void* const* papFields);
+  bool Replace(std::string_view strOldRow, std::string_view strRow);
   bool Done(int nError);
 
   std::shared_ptr<const CSchema> m_poSchema;
@@ -91,7 +94,7 @@ std::unique_ptr<CIteratorBase::CImpl> CIteratorBase::CImpl::Open(const CTable& o
   if (poTransaction->GetStore() != poTable->poDatabase) return nullptr;
   if (nIndex >= poTable->poSchema->GetIndexCount()) return nullptr;
   TOpenTable* poOpenTable =
-      poTransaction->OpenTable(poTable->strName, *poTable->poSchema, !poTable->bReadOnly);
+      poTransaction->OpenTable(poTable->strName, poTable->poSchema, !poTable->bReadOnly);
   if (!poOpenTable) return nullptr;
   std::unique_ptr<CImpl> poImpl(new CImpl(*poTable, nIndex, poTransaction, poOpenTable));
   return poImpl->m_poCursor ? std::move(poImpl) : nullptr;
@@ -201,7 +204,7 @@ bool CIteratorBase::CImpl::FailDamaged() {
 }
 
 bool CIteratorBase::CImpl::CanWrite() {
-  if (!IsReady()) return false;
+  if (!HasAllRows()) return false;
   return !m_bReadOnly ||
          m_poTransaction->GetStore()->Fail(L"can't write", L"the table is open for reading only");
 }
@@ -226,8 +229,7 @@ bool CIteratorBase::CImpl::AddLater(void* const* papFields) {
   // Keeping a large row costs more memory than it saves time.
   if (strRow.size() > CLateRows::LARGE_ROW) return Add(papFields);
   m_poSchema->MakeEntry(0, papFields, m_aoEntries[0]);
-  m_poTable->oLateRows.Add(m_aoEntries[0].View(), strRow);
-  return !m_poTable->oLateRows.IsFull() || m_poTransaction->WriteLateRows(*m_poTable);
+  return m_poTransaction->AddLateRow(*m_poTable, m_aoEntries[0].View(), strRow);
 }
 
 bool CIteratorBase::CImpl::NextId(std::uint32_t& nId) {
@@ -266,10 +268,11 @@ int CIteratorBase::CImpl::PutRow(const CKey& oKey, std::string_view strRow) {
 int CIteratorBase::CImpl::PutEntry(unsigned nIndex, const CKey& oEntry) {
   MDB_val tEntry = ToStoreValue(oEntry.View());
   MDB_val tNothing = {};
-  return mdb_cursor_put(Shared(nIndex), &tEntry, &tNothing, MDB_NOOVERWRITE);
+  return IsLate(nIndex) ? 0 : mdb_cursor_put(Shared(nIndex), &tEntry, &tNothing, MDB_NOOVERWRITE);
 }
 
 int CIteratorBase::CImpl::RemoveEntry(unsigned nIndex, const CKey& oEntry) {
+  if (IsLate(nIndex)) return 0;
   MDB_val tEntry = ToStoreValue(oEntry.View());
   MDB_val tNothing = {};
   const int nError = mdb_cursor_get(Shared(nIndex), &tEntry, &tNothing, MDB_SET);
@@ -291,9 +294,12 @@ bool CIteratorBase::CImpl::FindForWrite(void* const* papFields, std::string_view
   return strRow.size() >= m_poSchema->GetFixedSize() || FailDamaged();
 }
 
-bool CIteratorBase::CImpl::Update(void* const* papFields) {
+bool CIteratorBase::CImpl::Update(void* const* papFields, TFieldSet nAltered) {
+  std::string_view strOldRow;
   std::string_view strRow;
-  return FindForWrite(papFields, strRow) && Replace(strRow, papFields);
+  if (!FindForWrite(papFields, strOldRow)) return false;
+  if (!m_oCodec.EncodeAltered(strOldRow, papFields, nAltered, strRow)) return FailDamaged();
+  return Replace(strOldRow, strRow);
 }
 
 bool CIteratorBase::CImpl::Remove(void* const* papFields) {
@@ -310,11 +316,10 @@ bool CIteratorBase::CImpl::Remove(void* const* papFields) {
 }
 
 /// Replaces the row that the cursor for rows is on.
-bool CIteratorBase::CImpl::Replace(std::string_view strOldRow, void* const* papFields) {
-  const std::string_view strRow = m_oCodec.Encode(papFields);
+bool CIteratorBase::CImpl::Replace(std::string_view strOldRow, std::string_view strRow) {
   if (strRow == strOldRow) return true;
   for (unsigned i = 1; i < m_poSchema->GetIndexCount(); ++i) {
-    m_poSchema->MakeEntry(i, papFields, m_aoEntries[i]);
+    m_poSchema->MakeEntry(i, strRow, m_aoEntries[i]);
     m_poSchema->MakeEntry(i, strOldRow, m_aoOldEntries[i]);
     const bool bMoves = !(m_aoEntries[i] == m_aoOldEntries[i]);
     if (bMoves && m_poSchema->IsUnique(i) && !IsFree(i, m_aoEntries[i])) return false;
@@ -364,8 +369,8 @@ bool CIteratorBase::Add(void* const* papFields) {
 bool CIteratorBase::AddLater(void* const* papFields) {
   return m_poImpl && m_poImpl->AddLater(papFields);
 }
-bool CIteratorBase::Update(void* const* papFields) {
-  return m_poImpl && m_poImpl->Update(papFields);
+bool CIteratorBase::Update(void* const* papFields, TFieldSet nAltered) {
+  return m_poImpl && m_poImpl->Update(papFields, nAltered);
 }
 bool CIteratorBase::Remove(void* const* papFields) {
   return m_poImpl && m_poImpl->Remove(papFields);

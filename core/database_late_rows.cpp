@@ -1,18 +1,37 @@
 #include "core/database_late_rows.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <tuple>
+#include <utility>
 
 namespace TALVEK::VDB {
 
 void CLateRows::Add(std::string_view strKey, std::string_view strRow) {
-  std::uint64_t nBeginning = 0;
-  for (std::size_t i = 0; i < sizeof nBeginning; ++i)
-    nBeginning = nBeginning << 8U | (i < strKey.size() ? static_cast<unsigned char>(strKey[i]) : 0U);
-  m_atRows.push_back({nBeginning, static_cast<std::uint32_t>(m_strBytes.size()),
+  m_atRows.push_back({KeyBeginning(strKey), static_cast<std::uint32_t>(m_strBytes.size()),
                       static_cast<std::uint32_t>(strKey.size()), strRow.size()});
   m_strBytes += strKey;
   m_strBytes += strRow;
+}
+
+bool CLateRows::Spill(const CDatabaseFiles& oFiles) {
+  if (m_oRuns.IsEmpty()) {
+    VCM::CDescriptor oFile = oFiles.MakeScratchFile();
+    if (!oFile.IsOpen()) {
+      m_nFileError = errno;
+      return false;
+    }
+    m_oRuns = CRowRuns(std::move(oFile));
+  }
+  return AddRun();
+}
+
+bool CLateRows::AddRun() {
+  m_oRuns.BeginRun();
+  return WriteFromMemory([this](std::string_view strKey, std::string_view strRow) {
+           return m_oRuns.Add(strKey, strRow);
+         }) &&
+         m_oRuns.EndRun();
 }
 
 void CLateRows::Sort() {

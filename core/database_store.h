@@ -54,6 +54,7 @@ class TALVEK_CORE_API CDatabaseStore : public CDatabase {
     CountStep();
   }
   void CountRowWritten() { CountStep(); }
+  const CDatabaseFiles& GetFiles() const { return *m_poFiles; }
   /// Notes what went wrong, and returns false.
   bool Fail(const VCM::CString& strWhat, const VCM::CString& strWhy);
 

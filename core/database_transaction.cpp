@@ -47,7 +47,7 @@ void CTransaction::CImpl::Abort() {
 
 bool CTransaction::CImpl::Commit() {
   if (!m_poTransaction) return false;
-  if (!WriteAllLateRows()) {
+  if (!WriteAllThatIsLate()) {
     Abort();
     return false;
   }
@@ -58,21 +58,74 @@ bool CTransaction::CImpl::Commit() {
   return true;
 }
 
-bool CTransaction::CImpl::WriteAllLateRows() {
+bool CTransaction::CImpl::WriteAllThatIsLate() {
   for (auto& [strName, tTable] : m_atTables) {
-    if (!m_bFailed) WriteLateRows(tTable);
+    if (m_bFailed || !WriteLateRows(tTable)) return false;
+    for (unsigned i = 1; i < tTable.atTrees.size(); ++i) {
+      if (!WriteLateIndex(tTable, i)) return false;
+    }
   }
   return !m_bFailed;
+}
+
+bool CTransaction::CImpl::AddLateRow(TOpenTable& tTable, std::string_view strKey, std::string_view strRow) {
+  return AddLate(tTable.oLateRows, strKey, strRow);
+}
+
+bool CTransaction::CImpl::AddLate(CLateRows& oRows, std::string_view strKey, std::string_view strRow) {
+  oRows.Add(strKey, strRow);
+  return !oRows.IsFull() || oRows.Spill(m_poStore->GetFiles()) || FailWrite(oRows.GetError());
+}
+
+/// Writes all by `fnPut(cursor's key, row)`, which gives LMDB's result.
+template <class TPut>
+bool CTransaction::CImpl::WriteLate(CLateRows& oRows, TPut fnPut) {
+  const bool bWritten = oRows.Write([&](std::string_view strKey, std::string_view strRow) {
+    m_poStore->CountRowWritten();
+    const int nError = fnPut(strKey, strRow);
+    return nError == 0 || FailWrite(nError);
+  });
+  return bWritten || m_bFailed ? bWritten : FailWrite(oRows.GetError());
 }
 
 bool CTransaction::CImpl::WriteLateRows(TOpenTable& tTable) {
   if (tTable.oLateRows.IsEmpty()) return true;
   ++tTable.nWrites;
-  return tTable.oLateRows.Write([&](std::string_view strKey, std::string_view strRow) {
+  return WriteLate(tTable.oLateRows, [&](std::string_view strKey, std::string_view strRow) {
     const int nError = tTable.PutRow(tTable.atTrees[0].poCursor.get(), strKey, strRow);
-    m_poStore->CountRowWritten();
-    return nError == 0 || nError == MDB_KEYEXIST || FailWrite(nError);
+    return nError == MDB_KEYEXIST ? 0 : nError;
   });
+}
+
+// Entries that come in any order, row by row, each have to find their place in a tree that soon is larger
+// than the processor's caches, and have to find it again when the row is altered. In their own order they are
+// appended.
+bool CTransaction::CImpl::WriteLateIndex(TOpenTable& tTable, unsigned nIndex) {
+  TOpenTable::TTree& tTree = tTable.atTrees[nIndex];
+  if (!tTree.bLate) return true;
+  CLateRows oEntries;
+  if (!ReadEntries(tTable, nIndex, oEntries)) return false;
+  tTree.bLate = false;
+  return WriteLate(oEntries, [&](std::string_view strEntry, std::string_view strNothing) {
+    MDB_val tEntry = ToStoreValue(strEntry);
+    MDB_val tNothing = ToStoreValue(strNothing);
+    return mdb_cursor_put(tTree.poCursor.get(), &tEntry, &tNothing, MDB_APPEND);
+  });
+}
+
+/// The entries that an index must have for the rows of index 0.
+bool CTransaction::CImpl::ReadEntries(TOpenTable& tTable, unsigned nIndex, CLateRows& oEntries) {
+  MDB_cursor* const poRows = tTable.atTrees[0].poCursor.get();
+  MDB_val tKey = {};
+  MDB_val tRow = {};
+  CKey oEntry;
+  int nError = mdb_cursor_get(poRows, &tKey, &tRow, MDB_FIRST);
+  for (; nError == 0; nError = mdb_cursor_get(poRows, &tKey, &tRow, MDB_NEXT)) {
+    if (tRow.mv_size < tTable.poSchema->GetFixedSize()) return FailWrite(MDB_CORRUPTED);
+    tTable.poSchema->MakeEntry(nIndex, FromStoreValue(tRow), oEntry);
+    if (!AddLate(oEntries, oEntry.View(), {})) return false;
+  }
+  return nError == MDB_NOTFOUND || FailWrite(nError);
 }
 
 /// Closes everything that hangs on the transaction.
@@ -89,19 +142,24 @@ void CTransaction::CImpl::RemoveUser(CTransactionUser* poUser) {
   m_apoUsers.erase(std::remove(m_apoUsers.begin(), m_apoUsers.end(), poUser), m_apoUsers.end());
 }
 
-TOpenTable* CTransaction::CImpl::OpenTable(const std::string& strName, const CSchema& oSchema, bool bCreate) {
+TOpenTable* CTransaction::CImpl::OpenTable(const std::string& strName,
+                                           const std::shared_ptr<const CSchema>& poSchema, bool bCreate) {
   if (!IsUsable()) return nullptr;
   const auto itKnown = m_atTables.find(strName);
   if (itKnown != m_atTables.end()) {
-    return itKnown->second.atTrees.size() == oSchema.GetIndexCount() ? &itKnown->second : nullptr;
+    return itKnown->second.atTrees.size() == poSchema->GetIndexCount() ? &itKnown->second : nullptr;
   }
   TOpenTable tTable;
-  tTable.atTrees.resize(oSchema.GetIndexCount());
+  tTable.poSchema = poSchema;
+  tTable.atTrees.resize(poSchema->GetIndexCount());
   for (std::size_t i = 0; i < tTable.atTrees.size(); ++i) {
     const std::string strTree = strName + "#" + std::to_string(i);
     if (!OpenTree(strTree, bCreate ? MDB_CREATE : 0, tTable.atTrees[i])) return nullptr;
   }
-  if (!ReadLastKey(tTable, oSchema.GetKeySize(0))) return nullptr;
+  if (!ReadLastKey(tTable)) return nullptr;
+  // Whether a unique index has a key already is asked at every row, so that one can't wait.
+  for (unsigned i = 1; i < poSchema->GetIndexCount(); ++i)
+    tTable.atTrees[i].bLate = tTable.oLastKey.GetSize() == 0 && !poSchema->IsUnique(i);
   return &m_atTables.emplace(strName, std::move(tTable)).first->second;
 }
 
@@ -116,13 +174,13 @@ bool CTransaction::CImpl::OpenTree(const std::string& strName, unsigned nFlags, 
   return m_poStore->Fail(L"can't open a table", StoreReason(nError));
 }
 
-bool CTransaction::CImpl::ReadLastKey(TOpenTable& tTable, std::size_t nKeySize) {
+bool CTransaction::CImpl::ReadLastKey(TOpenTable& tTable) {
   MDB_val tKey = {};
   MDB_val tRow = {};
   const int nError = mdb_cursor_get(tTable.atTrees[0].poCursor.get(), &tKey, &tRow, MDB_LAST);
   if (nError == MDB_NOTFOUND) return true;
   if (nError != 0) return FailRead(nError);
-  if (tKey.mv_size != nKeySize) {
+  if (tKey.mv_size != tTable.poSchema->GetKeySize(0)) {
     return m_poStore->Fail(L"can't open a table", L"its keys are of another kind");
   }
   tTable.oLastKey.Assign(FromStoreValue(tKey));

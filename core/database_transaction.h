@@ -37,8 +37,10 @@ struct TOpenTable {
   struct TTree {
     MDB_dbi nTree = 0;
     TCursorPtr poCursor;
+    bool bLate = false;  ///< empty as yet; written, from the rows, before it is read
   };
 
+  std::shared_ptr<const CSchema> poSchema;
   std::vector<TTree> atTrees;  ///< by index number
   CKey oLastKey;               ///< the last key of index 0; its size is 0 when there is none
   CLateRows oLateRows;         ///< not in the trees yet; written before anything is read
@@ -68,9 +70,13 @@ class CTransaction::CImpl {
   MDB_txn* Get() const { return m_poTransaction; }
 
   /// The table's trees, made with `bCreate` when they aren't there; null when that can't be done.
-  TOpenTable* OpenTable(const std::string& strName, const CSchema& oSchema, bool bCreate);
+  TOpenTable* OpenTable(const std::string& strName, const std::shared_ptr<const CSchema>& poSchema,
+                        bool bCreate);
 
+  /// Keeps a row back until WriteLateRows.
+  bool AddLateRow(TOpenTable& tTable, std::string_view strKey, std::string_view strRow);
   bool WriteLateRows(TOpenTable& tTable);
+  bool WriteLateIndex(TOpenTable& tTable, unsigned nIndex);
 
   void AddUser(CTransactionUser* poUser) { m_apoUsers.push_back(poUser); }
   void RemoveUser(CTransactionUser* poUser);
@@ -83,8 +89,12 @@ class CTransaction::CImpl {
 
  private:
   bool OpenTree(const std::string& strName, unsigned nFlags, TOpenTable::TTree& tTree);
-  bool ReadLastKey(TOpenTable& tTable, std::size_t nKeySize);
-  bool WriteAllLateRows();
+  bool ReadLastKey(TOpenTable& tTable);
+  bool WriteAllThatIsLate();
+  bool ReadEntries(TOpenTable& tTable, unsigned nIndex, CLateRows& oEntries);
+  bool AddLate(CLateRows& oRows, std::string_view strKey, std::string_view strRow);
+  template <class TPut>
+  bool WriteLate(CLateRows& oRows, TPut fnPut);
   void LetGo();
 
   CDatabaseStore* m_poStore;

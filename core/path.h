@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "core/export.h"
 #include "core/string.h"
@@ -36,6 +37,8 @@ class TALVEK_CORE_API CFilePath {
   int GetCount() const { return m_nCount; }
   bool IsAbsolute() const { return m_bAbsolute; }
   CString GetItemText(int nIndex) const;
+  /// All items joined by '/', without a leading one; good until the path changes.
+  std::wstring_view GetItems() const { return m_strItems; }
 
   /// All items, joined; a leading separator when absolute (that alone for an absolute path without items).
   CString GeneratePath(wchar_t chSeparator = L'/') const;

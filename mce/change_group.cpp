@@ -41,27 +41,25 @@ bool EqualsNoCase(std::string_view strStored, std::wstring_view strText) {
 
 TChangeGroupKey::TChangeGroupKey(std::uint32_t nStream, std::wstring_view strUserName,
                                  std::wstring_view strMessage)
-    : nStreamID(nStream), strUser(strUserName), strComment(strMessage) {
+    : strUser(strUserName), strComment(strMessage) {
+  nStreamID = nStream;
   const VCM::CTextHash oHash = VCM::CTextHash().AddNoCase(strUser).AddNoCase(strComment);
   nHashHigh = oHash.GetHigh();
   nHashLow = oHash.GetLow();
 }
 
-std::size_t TChangeGroupKey::GetHash() const {
+std::size_t TChangeGroupNumbers::GetHash() const {
   const std::uint64_t nTexts = std::uint64_t{nHashHigh} << 32U | nHashLow;
   const std::uint64_t nNumbers = (std::uint64_t{nStreamID} << 32U | nPeriod) * 0x9E3779B97F4A7C15U;
   return nTexts ^ nNumbers >> 16U;
 }
 
 CChangeGroup::CChangeGroup(const TChangeGroupKey& tKey)
-    : m_nStreamID(tKey.nStreamID),
-      m_nPeriod(tKey.nPeriod),
-      m_strUser(ToStored(tKey.strUser)),
-      m_strComment(ToStored(tKey.strComment)) {}
+    : m_tNumbers(tKey), m_strUser(ToStored(tKey.strUser)), m_strComment(ToStored(tKey.strComment)) {}
 
 bool CChangeGroup::IsOf(const TChangeGroupKey& tKey) const {
-  return m_nPeriod == tKey.nPeriod && m_nStreamID == tKey.nStreamID &&
-         EqualsNoCase(m_strUser, tKey.strUser) && EqualsNoCase(m_strComment, tKey.strComment);
+  return m_tNumbers == tKey && EqualsNoCase(m_strUser, tKey.strUser) &&
+         EqualsNoCase(m_strComment, tKey.strComment);
 }
 
 std::size_t CChangeGroup::GetBytes() const {

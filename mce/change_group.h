@@ -36,22 +36,29 @@ struct TOpenChange {
   std::uint32_t nMaxTime = 0;
   std::uint32_t nNextItem = 0;
   bool bAltered = false;  ///< the row in the database isn't like this any more
+  bool bListed = false;   ///< CGroupingIndex has it
 };
 
-/// What the changes of a group have in common. The texts are lent.
-struct TChangeGroupKey {
+/// What is like a group's key in nearly all cases where the key is.
+struct TChangeGroupNumbers {
   /// Longer than what one search spans, so that it looks into two periods at most, and mostly into one.
   static constexpr std::uint32_t PERIOD_SECONDS = 4096;
 
-  TChangeGroupKey(std::uint32_t nStream, std::wstring_view strUserName, std::wstring_view strMessage);
   std::size_t GetHash() const;
+  bool operator==(const TChangeGroupNumbers&) const = default;
 
-  std::uint32_t nStreamID;
-  std::wstring_view strUser;     ///< case doesn't count
-  std::wstring_view strComment;  ///< case doesn't count
-  std::uint32_t nHashHigh;       ///< of user and comment
-  std::uint32_t nHashLow;
+  std::uint32_t nStreamID = 0;
+  std::uint32_t nHashHigh = 0;  ///< of user and comment, without regard to case
+  std::uint32_t nHashLow = 0;
   std::uint32_t nPeriod = 0;  ///< base time in units of PERIOD_SECONDS
+};
+
+/// What the changes of a group have in common. The texts are lent; case doesn't count.
+struct TChangeGroupKey : TChangeGroupNumbers {
+  TChangeGroupKey(std::uint32_t nStream, std::wstring_view strUserName, std::wstring_view strMessage);
+
+  std::wstring_view strUser;
+  std::wstring_view strComment;
 };
 
 /// All changes of one stream, user and comment whose base times lie in one period.
@@ -68,6 +75,7 @@ class CChangeGroup {
   /// Notes that a change has got one more item.
   void Join(int nPlace, std::uint32_t nItemTime, std::uint32_t nItemEnd);
 
+  const TChangeGroupNumbers& GetNumbers() const { return m_tNumbers; }
   const std::vector<TOpenChange>& GetChanges() const { return m_atChanges; }
   std::size_t GetBytes() const;
 
@@ -91,8 +99,7 @@ class CChangeGroup {
   void AddToSecond(std::uint32_t nChange);
   void RemoveFromSecond(std::uint32_t nChange);
 
-  std::uint32_t m_nStreamID;
-  std::uint32_t m_nPeriod;
+  TChangeGroupNumbers m_tNumbers;
   std::string m_strUser;  // as bytes, as the comment: a quarter of wide text, so more groups fit
   std::string m_strComment;
   std::vector<TOpenChange> m_atChanges;

@@ -15,8 +15,14 @@ enum TChangeProperty : std::uint16_t {
   CHANGE_MAX_TIME = 1,   ///< smallest time until which its items stay current
 };
 
-/// Numbers of the change fields whose decoding costs something.
-enum TChangeField : unsigned { CHANGE_FIELD_USER = 3, CHANGE_FIELD_COMMENT = 5, CHANGE_FIELD_PROPS = 7 };
+/// Numbers of the change fields, where they are asked for one by one.
+enum TChangeField : unsigned {
+  CHANGE_FIELD_USER = 3,
+  CHANGE_FIELD_TIME = 4,
+  CHANGE_FIELD_COMMENT = 5,
+  CHANGE_FIELD_NEXT_ITEM = 6,
+  CHANGE_FIELD_PROPS = 7
+};
 
 /// A changeset as the import database holds it.
 struct TChangeRecord : TTableRecord<TChangeRecord> {

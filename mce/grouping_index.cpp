@@ -9,7 +9,7 @@ namespace {
 constexpr unsigned INDEX_CHANGE_KEY = 0;
 constexpr unsigned INDEX_ITEM_PATH = 0;
 
-TChangeKeyRecord MakeChangeKey(const TChangeGroupKey& tGroup) {
+TChangeKeyRecord MakeChangeKey(const TChangeGroupNumbers& tGroup) {
   TChangeKeyRecord tKey;
   tKey.nStreamID = tGroup.nStreamID;
   tKey.nHashHigh = tGroup.nHashHigh;
@@ -18,9 +18,9 @@ TChangeKeyRecord MakeChangeKey(const TChangeGroupKey& tGroup) {
   return tKey;
 }
 
-TChangeGroupKey MakeGroupKey(const TChangeRecord& tChange) {
+TChangeGroupNumbers MakeGroupNumbers(const TChangeRecord& tChange) {
   TChangeGroupKey tGroup(tChange.nStreamID, tChange.strUser.View(), tChange.strComment.View());
-  tGroup.nPeriod = tChange.oProps.GetNumber(CHANGE_BASE_TIME, 0) / TChangeGroupKey::PERIOD_SECONDS;
+  tGroup.nPeriod = tChange.oProps.GetNumber(CHANGE_BASE_TIME, 0) / TChangeGroupNumbers::PERIOD_SECONDS;
   return tGroup;
 }
 
@@ -70,10 +70,10 @@ void CGroupingIndex::CloseTables() {
 }
 
 bool CGroupingIndex::AddChange(const TChangeRecord& tChange) {
-  return !tChange.oProps.HasProperty(CHANGE_BASE_TIME) || AddChange(MakeGroupKey(tChange), tChange.nID);
+  return !tChange.oProps.HasProperty(CHANGE_BASE_TIME) || AddChange(MakeGroupNumbers(tChange), tChange.nID);
 }
 
-bool CGroupingIndex::AddChange(const TChangeGroupKey& tGroup, std::uint32_t nChangeID) {
+bool CGroupingIndex::AddChange(const TChangeGroupNumbers& tGroup, std::uint32_t nChangeID) {
   m_oSeenGroups.Note(High(tGroup.GetHash()), Low(tGroup.GetHash()));
   m_tChangeKey = MakeChangeKey(tGroup);
   m_tChangeKey.nChangeID = nChangeID;
@@ -82,14 +82,14 @@ bool CGroupingIndex::AddChange(const TChangeGroupKey& tGroup, std::uint32_t nCha
 
 bool CGroupingIndex::RemoveChange(const TChangeRecord& tChange) {
   if (!tChange.oProps.HasProperty(CHANGE_BASE_TIME)) return true;
-  m_tChangeKey = MakeChangeKey(MakeGroupKey(tChange));
+  m_tChangeKey = MakeChangeKey(MakeGroupNumbers(tChange));
   m_tChangeKey.nChangeID = tChange.nID;
   return m_poChangeKeys->Remove(m_tChangeKey);
 }
 
-bool CGroupingIndex::FirstChange(const TChangeGroupKey& tKey, std::uint32_t& nChangeID) {
-  if (!m_oSeenGroups.Has(High(tKey.GetHash()), Low(tKey.GetHash()))) return false;
-  m_tChangeKey = m_tWantedKey = MakeChangeKey(tKey);
+bool CGroupingIndex::FirstChange(const TChangeGroupNumbers& tGroup, std::uint32_t& nChangeID) {
+  if (!m_oSeenGroups.Has(High(tGroup.GetHash()), Low(tGroup.GetHash()))) return false;
+  m_tChangeKey = m_tWantedKey = MakeChangeKey(tGroup);
   return TakeChange(m_poChangeKeys->GetGTE(m_tChangeKey), nChangeID);
 }
 

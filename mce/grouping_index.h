@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -16,7 +17,8 @@ namespace TALVEK::MCE {
 /// Finds changes and change items for the grouping, in the import database, so that memory doesn't grow with
 /// the history.
 ///
-/// Shape    Whoever stores a change, or gives one another comment, tells it here. Walks give candidates: the
+/// Shape    Whoever stores a change tells it here before it is looked for, and whoever gives one another
+///          comment. Walks give candidates: the
 ///          caller looks at the rows themselves, as different texts can have one hash.
 /// Errors   False when the database refuses a write; that spoils its transaction.
 class CGroupingIndex {
@@ -30,14 +32,14 @@ class CGroupingIndex {
   void CloseIterators();
   void CloseTables();
 
-  bool AddChange(const TChangeGroupKey& tGroup, std::uint32_t nChangeID);
+  bool AddChange(const TChangeGroupNumbers& tGroup, std::uint32_t nChangeID);
   /// Changes without CHANGE_BASE_TIME are left out.
   bool AddChange(const TChangeRecord& tChange);
   /// To be called before the change gets another comment; AddChange adds it again.
   bool RemoveChange(const TChangeRecord& tChange);
 
   /// The changes of a group, in ascending ID.
-  bool FirstChange(const TChangeGroupKey& tKey, std::uint32_t& nChangeID);
+  bool FirstChange(const TChangeGroupNumbers& tGroup, std::uint32_t& nChangeID);
   bool NextChange(std::uint32_t& nChangeID);
 
   /// Number up to which the items of a change can be found here, at least FEW_ITEMS. Nobody looks for most of
@@ -58,7 +60,8 @@ class CGroupingIndex {
   CItemPathTable m_oItemPathTable;
   std::unique_ptr<VDB::CIterator<TChangeKeyRecord>> m_poChangeKeys;
   std::unique_ptr<VDB::CIterator<TItemPathRecord>> m_poItemPaths;
-  CSeenHashes m_oSeenGroups;  // most groups that are looked for aren't there: the first item of each change's
+  // Most groups that are looked for aren't there: the first item of each change's.
+  CSeenHashes m_oSeenGroups{std::size_t{1} << 20};
   TChangeKeyRecord m_tChangeKey;
   TChangeKeyRecord m_tWantedKey;  // of the walk over changes
   TItemPathRecord m_tItemPath;

@@ -21,7 +21,7 @@ struct TChangeKeyRecord {
   std::uint32_t nStreamID = 0;
   std::uint32_t nHashHigh = 0;  ///< of user and comment, without regard to case
   std::uint32_t nHashLow = 0;
-  std::uint32_t nPeriod = 0;  ///< CHANGE_BASE_TIME in units of TChangeGroupKey::PERIOD_SECONDS
+  std::uint32_t nPeriod = 0;  ///< CHANGE_BASE_TIME in units of TChangeGroupNumbers::PERIOD_SECONDS
   std::uint32_t nChangeID = 0;
 };
 

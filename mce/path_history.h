@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <unordered_map>
 
@@ -28,7 +29,9 @@ class CPathHistory {
   void Forget();
 
  private:
-  CSeenHashes m_oSeen;
+  // Enough for half a million files: the database has to put its late items in order for each path that
+  // passes for one that has come before.
+  CSeenHashes m_oSeen{std::size_t{4} << 20};
   VCM::CFilePath m_oPath;
   bool m_bBegun = false;
   bool m_bNew = false;                                            // the current path has not come before

@@ -13,13 +13,19 @@ namespace {
 
 constexpr std::uint32_t NO_TIME_LIMIT = std::numeric_limits<std::uint32_t>::max();
 
-TOpenChange ToOpenChange(const TChangeRecord& tChange) {
+/// What joining alters in a change's row.
+constexpr VDB::TFieldSet ALTERED_FIELDS = VDB::FieldBit(CHANGE_FIELD_TIME) |
+                                          VDB::FieldBit(CHANGE_FIELD_NEXT_ITEM) |
+                                          VDB::FieldBit(CHANGE_FIELD_PROPS);
+
+TOpenChange ToOpenChange(const TChangeRecord& tChange, bool bListed) {
   TOpenChange tOpen;
   tOpen.nID = tChange.nID;
   tOpen.nTime = tChange.nTime;
   tOpen.nBaseTime = tChange.oProps.GetNumber(CHANGE_BASE_TIME, NO_TIME_LIMIT);
   tOpen.nMaxTime = tChange.oProps.GetNumber(CHANGE_MAX_TIME, NO_TIME_LIMIT);
   tOpen.nNextItem = tChange.nNextItem;
+  tOpen.bListed = bListed;
   return tOpen;
 }
 
@@ -59,8 +65,8 @@ bool CProviderBase::FindOpenChange(std::uint32_t nStreamID, const VCM::CString& 
   const std::uint32_t nHighBase = std::min(tWindow.nHigh, tWindow.nEndTime);
   if (tWindow.nLow > nHighBase) return false;
   TChangeGroupKey tKey(nStreamID, strUser.View(), strComment.View());
-  for (tKey.nPeriod = tWindow.nLow / TChangeGroupKey::PERIOD_SECONDS;
-       tKey.nPeriod <= nHighBase / TChangeGroupKey::PERIOD_SECONDS; ++tKey.nPeriod) {
+  for (tKey.nPeriod = tWindow.nLow / TChangeGroupNumbers::PERIOD_SECONDS;
+       tKey.nPeriod <= nHighBase / TChangeGroupNumbers::PERIOD_SECONDS; ++tKey.nPeriod) {
     CChangeGroup* const poGroup = FetchGroup(tKey);
     if (!poGroup) return false;
     const int nFound = poGroup->FindFirst(tWindow, m_nChangesLookedAt);
@@ -88,18 +94,20 @@ CChangeGroup* CProviderBase::FetchGroup(const TChangeGroupKey& tKey) {
     if (!m_poChangeByIdIterator->GetEqual(m_tCandidate)) continue;
     const bool bSame = m_tCandidate.strUser.EqualsNoCase(tKey.strUser) &&
                        m_tCandidate.strComment.EqualsNoCase(tKey.strComment);
-    if (bSame) poGroup->Add(ToOpenChange(m_tCandidate));
+    if (bSame) poGroup->Add(ToOpenChange(m_tCandidate, true));
   }
   CChangeGroup* const poFetched = poGroup.get();
   const std::unique_ptr<CChangeGroup> poLeaving = m_oOpenChanges.Insert(tKey, std::move(poGroup));
   return !poLeaving || WriteBack({poLeaving.get()}) ? poFetched : nullptr;
 }
 
-/// Updates the rows of the changes that the groups have altered, in the order in which they lie.
+/// Tells the database what only the groups know. The rows of changes are updated in the order in which they
+/// lie.
 bool CProviderBase::WriteBack(const std::vector<const CChangeGroup*>& apoGroups) {
   std::vector<const TOpenChange*> aptAltered;
   for (const CChangeGroup* const poGroup : apoGroups) {
     for (const TOpenChange& tChange : poGroup->GetChanges()) {
+      if (!tChange.bListed && !m_oGroupingIndex.AddChange(poGroup->GetNumbers(), tChange.nID)) return false;
       if (tChange.bAltered) aptAltered.push_back(&tChange);
     }
   }
@@ -107,11 +115,11 @@ bool CProviderBase::WriteBack(const std::vector<const CChangeGroup*>& apoGroups)
             [](const TOpenChange* ptLeft, const TOpenChange* ptRight) { return ptLeft->nID < ptRight->nID; });
   return std::all_of(aptAltered.begin(), aptAltered.end(), [this](const TOpenChange* ptChange) {
     m_tCandidate.nID = ptChange->nID;
-    if (!m_poChangeByIdIterator->GetEqual(m_tCandidate)) return false;
+    if (!m_poChangeByIdIterator->GetEqual(m_tCandidate, VDB::FieldBit(CHANGE_FIELD_PROPS))) return false;
     m_tCandidate.nTime = ptChange->nTime;
     m_tCandidate.nNextItem = ptChange->nNextItem;
     m_tCandidate.oProps.SetProperty(CHANGE_MAX_TIME, ptChange->nMaxTime);
-    return m_poChangeByIdIterator->Update(m_tCandidate);
+    return m_poChangeByIdIterator->Update(m_tCandidate, ALTERED_FIELDS);
   });
 }
 
@@ -222,13 +230,14 @@ bool CProviderBase::OpenChange(std::uint32_t nStreamID, const VCM::CString& strU
   m_tChange.oProps.AddProperty(CHANGE_BASE_TIME, nItemTime);
   m_tChange.oProps.AddProperty(CHANGE_MAX_TIME, nItemEnd);
   TChangeGroupKey tKey(nStreamID, strUser.View(), strComment.View());
-  tKey.nPeriod = nItemTime / TChangeGroupKey::PERIOD_SECONDS;
-  const bool bStored =
-      m_poChangeByIdIterator->Add(m_tChange) && m_oGroupingIndex.AddChange(tKey, m_tChange.nID);
+  tKey.nPeriod = nItemTime / TChangeGroupNumbers::PERIOD_SECONDS;
+  const bool bStored = m_poChangeByIdIterator->Add(m_tChange);
   ++m_nChangesAdded;
+  if (!bStored) return false;
   CChangeGroup* const poGroup = m_oOpenChanges.Find(tKey);
-  if (poGroup && bStored) m_oOpenChanges.Add(*poGroup, ToOpenChange(m_tChange));
-  return bStored;
+  if (!poGroup) return m_oGroupingIndex.AddChange(tKey, m_tChange.nID);
+  m_oOpenChanges.Add(*poGroup, ToOpenChange(m_tChange, false));
+  return true;
 }
 
 bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString& strUser,

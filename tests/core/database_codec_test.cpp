@@ -5,6 +5,7 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/database.h"
@@ -94,6 +95,44 @@ TEST_F(DatabaseCodecTest, NumbersAndTimesStandBeforeTexts) {
             std::string("\x01\x02\x03\x04\0\0\0\0\xFF\xFF\xFF\xFF\0\0\0\x03"
                         "a\xC3\xA4",
                         19));
+}
+
+// Each field of each part, alone and with the others, takes the place of another part's.
+TEST_F(DatabaseCodecTest, AlteredRowHasTheAlteredFieldsAndTheOthersAsTheyWere) {
+  for (const TPart& tFormer : HardParts()) {
+    for (const TPart& tRecord : HardParts()) {
+      for (unsigned nMask = 0; nMask < 1U << TPart::FIELD_COUNT; nMask += 1 + nMask / 16) {
+        TPart tExpected = tFormer;
+        if (nMask & 1U) tExpected.nOwner = tRecord.nOwner;
+        if (nMask & 2U) tExpected.nNumber = tRecord.nNumber;
+        if (nMask & 4U) tExpected.strName = tRecord.strName;
+        if (nMask & 8U) tExpected.nCode = tRecord.nCode;
+        if (nMask & 16U) tExpected.strText = tRecord.strText;
+        if (nMask & 32U) tExpected.oTime = tRecord.oTime;
+        if (nMask & 64U) tExpected.oPath = tRecord.oPath;
+        if (nMask & 128U) tExpected.oProperties = tRecord.oProperties;
+        if (nMask & 256U) tExpected.oOtherTime = tRecord.oOtherTime;
+        TPart tAltered = tRecord;
+        std::string_view strRow;
+        const std::string strFormer = Encode(tFormer);
+        ASSERT_TRUE(m_oCodec.EncodeAltered(strFormer, tAltered.GetFieldAddresses().data(), nMask, strRow));
+        ASSERT_EQ(std::string(strRow), Encode(tExpected)) << nMask;
+      }
+    }
+  }
+}
+
+TEST_F(DatabaseCodecTest, NoPartOfARowIsAltered) {
+  TPart tPart;
+  for (const TPart& tOriginal : HardParts()) {
+    const std::string strRow = Encode(tOriginal);
+    std::string_view strAltered;
+    for (std::size_t nLength = 0; nLength < strRow.size(); ++nLength) {
+      ASSERT_FALSE(m_oCodec.EncodeAltered(std::string_view(strRow).substr(0, nLength),
+                                          tPart.GetFieldAddresses().data(), VDB::FieldBit(0), strAltered));
+    }
+    EXPECT_FALSE(m_oCodec.EncodeAltered(strRow + 'x', tPart.GetFieldAddresses().data(), 0, strAltered));
+  }
 }
 
 TEST_F(DatabaseCodecTest, NoPartOfARowIsARow) {

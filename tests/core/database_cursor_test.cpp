@@ -216,6 +216,56 @@ TEST_F(DatabaseCursorTest, UpdateReplacesTheWholeRow) {
   EXPECT_EQ(m_tEvents.List(1), "2:0/9 \n1:1/1 a\n3:1/1 c\n");
 }
 
+TEST_F(DatabaseCursorTest, UpdateOfSomeFieldsLeavesTheOthers) {
+  m_tEvents.Add(1, 1, L"a");
+  m_tEvents.Add(1, 2, L"b");
+  EXPECT_EQ(m_tEvents.List(1), "1:1/1 a\n2:1/2 b\n");
+  TEvent tEvent = {1, 7, 9, L"not looked at"};
+  EXPECT_TRUE(m_tEvents.poById->Update(tEvent, VDB::FieldBit(2)));
+  EXPECT_EQ(m_tEvents.List(0), "1:1/9 a\n2:1/2 b\n");
+  EXPECT_EQ(m_tEvents.List(1), "2:1/2 b\n1:1/9 a\n");
+  tEvent.nId = 3;
+  EXPECT_FALSE(m_tEvents.poById->Update(tEvent, VDB::FieldBit(2)));
+}
+
+// As long as nobody reads an index, its entries needn't be there: what happens to the rows until then must
+// show in it all the same.
+TEST_F(DatabaseCursorTest, IndexThatIsReadLateHasTheRowsAsTheyAreThen) {
+  for (const std::uint32_t nTime : {30U, 10U, 20U, 40U})
+    m_tEvents.Add(1, nTime);
+  ASSERT_TRUE(m_tEvents.Update({1, 1, 15, L"earlier"}));
+  ASSERT_TRUE(m_tEvents.Update({2, 0, 99, L"other group"}));
+  TEvent tGone = {4, 0, 0, {}};
+  ASSERT_TRUE(m_tEvents.poById->Remove(tGone));
+  EXPECT_EQ(m_tEvents.List(1), "2:0/99 other group\n1:1/15 earlier\n3:1/20 \n");
+  // And what happens to them afterwards.
+  m_tEvents.Add(1, 17, L"new");
+  ASSERT_TRUE(m_tEvents.Update({3, 1, 1, L"first"}));
+  EXPECT_EQ(m_tEvents.List(1), "2:0/99 other group\n3:1/1 first\n1:1/15 earlier\n5:1/17 new\n");
+}
+
+TEST_F(DatabaseCursorTest, IndexThatNobodyReadIsThereAfterTheCommit) {
+  for (const std::uint32_t nTime : {30U, 10U, 20U})
+    m_tEvents.Add(1, nTime);
+  ASSERT_TRUE(m_tEvents.Commit());
+  TEventSession tEvents(*m_poDatabase);
+  EXPECT_EQ(tEvents.List(1), "2:1/10 \n3:1/20 \n1:1/30 \n");
+  tEvents.Add(1, 15);
+  EXPECT_EQ(tEvents.List(1), "2:1/10 \n4:1/15 \n3:1/20 \n1:1/30 \n");
+}
+
+// More entries than are kept in memory.
+TEST_F(DatabaseCursorTest, IndexOfManyRowsIsComplete) {
+  constexpr std::uint32_t MANY = 240'000;
+  for (std::uint32_t i = 0; i < MANY; ++i)
+    ASSERT_NE(m_tEvents.Add(1, i * 7919 % MANY), 0U);
+  std::uint32_t nExpected = 0;
+  TEvent tEvent;
+  for (bool bFound = m_tEvents.poByTime->GetGTE(tEvent); bFound; bFound = m_tEvents.poByTime->GetNext(tEvent))
+    ASSERT_EQ(tEvent.nTime, nExpected++);
+  EXPECT_EQ(nExpected, MANY);
+}
+
 TEST_F(DatabaseCursorTest, UpdateOfAnAbsentRowIsFalse) {
   m_tEvents.Add(1, 1, L"a");
   EXPECT_FALSE(m_tEvents.Update({2, 1, 1, L"b"}));

@@ -1,9 +1,13 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -11,6 +15,7 @@
 #include "core/database_store.h"
 #include "core/text_codec.h"
 #include "tests/core/database_records.h"
+#include "tests/support/child_process.h"
 #include "tests/support/temp_folder.h"
 
 // Rows that are added later than the caller says.
@@ -148,6 +153,40 @@ TEST_F(LateRowsTest, AreAllThereHoweverManyTheyAre) {
   for (bool bFound = tNotes.poNotes->GetGTE(tNote); bFound; bFound = tNotes.poNotes->GetNext(tNote))
     ASSERT_EQ(tNote.nPage, nExpected++);
   EXPECT_EQ(nExpected, MANY);
+}
+
+// A file takes those that don't fit into memory; nobody sees it.
+TEST_F(LateRowsTest, LeaveNoFileBehind) {
+  TNotes tNotes(*m_poDatabase);
+  const std::wstring strLong(1000, L'x');
+  for (std::uint32_t i = 0; i < 20'000; ++i)
+    ASSERT_TRUE(tNotes.AddLater(20'000 - i, 1, strLong.c_str()));
+  std::set<std::string> astrNames;
+  for (const auto& oEntry : std::filesystem::directory_iterator(m_oFolder.Path()))
+    astrNames.insert(oEntry.path().filename().string());
+  EXPECT_EQ(astrNames, (std::set<std::string>{"db.tdf", "db.tlf"}));
+}
+
+// A full disk is played by a limit on the size of files; the signal that comes with it is ignored.
+TEST(LateRowsFullTest, DiskThatIsFullBeforeTheyAreWrittenIsAnError) {
+  CTempFolder oFolder;
+  const auto fnFill = [&] {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit tLimit = {1 << 20, 1 << 20};
+    if (setrlimit(RLIMIT_FSIZE, &tLimit) != 0) return 1;
+    const auto poDatabase = CDatabaseFactory::Create(NewDatabase(oFolder / "db"));
+    if (!poDatabase) return 2;
+    TNotes tNotes(*poDatabase);
+    const std::wstring strLong(1000, L'x');
+    std::uint32_t nAdded = 0;
+    while (nAdded < 20'000 && tNotes.AddLater(nAdded, 1, strLong.c_str()))
+      ++nAdded;
+    if (nAdded == 20'000) return 3;
+    const std::string strError = VCM::ToUtf8(poDatabase->GetLastErrorText());
+    if (strError != (oFolder / "db.tdf").string() + ": can't write: File too large") return 4;
+    return tNotes.Commit() ? 5 : 0;
+  };
+  EXPECT_EQ(RunInChild(fnFill), 0);
 }
 
 TEST_F(LateRowsTest, RowsWithAssignedIdsAreWrittenAtOnce) {
