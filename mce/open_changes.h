@@ -16,11 +16,11 @@ namespace TALVEK::MCE {
 ///          them writes back what is altered.
 class COpenChanges {
  public:
-  static constexpr std::size_t MANY_SETS = 65536;
-  static constexpr std::size_t MOST_BYTES = std::size_t{64} << 20;
+  static constexpr std::size_t MANY_SETS = 262144;
+  static constexpr std::size_t MOST_BYTES = std::size_t{128} << 20;
 
-  explicit COpenChanges(std::size_t nSets = MANY_SETS, std::size_t nMostBytes = MOST_BYTES)
-      : m_nSets(nSets), m_nMostBytes(nMostBytes) {}
+  explicit COpenChanges(std::size_t nMostSets = MANY_SETS, std::size_t nMostBytes = MOST_BYTES)
+      : m_nMostSets(nMostSets), m_nMostBytes(nMostBytes) {}
 
   /// Null when the group isn't there. A group stays where it is until it leaves.
   CChangeGroup* Find(const TChangeGroupKey& tKey);
@@ -42,12 +42,15 @@ class COpenChanges {
     std::unique_ptr<CChangeGroup> poGroup;
   };
 
-  TSlot* SetOf(std::size_t nHash) { return &m_atSlots[nHash % m_nSets * WAYS]; }
+  TSlot* SetOf(std::size_t nHash) { return &m_atSlots[nHash % (m_atSlots.size() / WAYS) * WAYS]; }
+  /// The slot of a set that is empty, or else the one that was used longest ago.
+  TSlot& WorstOf(std::size_t nHash);
+  void Grow();
   std::unique_ptr<CChangeGroup> Take(TSlot& tSlot);
 
-  std::size_t m_nSets;
+  std::size_t m_nMostSets;
   std::size_t m_nMostBytes;
-  std::vector<TSlot> m_atSlots;  // WAYS for each set; empty until one is needed
+  std::vector<TSlot> m_atSlots;  // WAYS for each set
   std::size_t m_nGroups = 0;
   std::size_t m_nBytes = 0;
   std::size_t m_nHand = 0;  // where TakeSurplus goes on

@@ -1,6 +1,9 @@
 // How single file revisions become changesets.
 
+#include <malloc.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <limits>
 #include <tuple>
 #include <utility>
@@ -12,6 +15,9 @@ namespace TALVEK::MCE {
 namespace {
 
 constexpr std::uint32_t NO_TIME_LIMIT = std::numeric_limits<std::uint32_t>::max();
+
+/// Tens of megabytes.
+constexpr std::size_t MANY_GROUPS = 100'000;
 
 /// What joining alters in a change's row.
 constexpr VDB::TFieldSet ALTERED_FIELDS = VDB::FieldBit(CHANGE_FIELD_TIME) |
@@ -125,12 +131,17 @@ bool CProviderBase::WriteBack(const std::vector<const CChangeGroup*>& apoGroups)
 
 bool CProviderBase::WriteBackOpenChanges() {
   if (m_oOpenChanges.IsEmpty()) return true;
-  const std::vector<std::unique_ptr<CChangeGroup>> apoGroups = m_oOpenChanges.TakeAll();
+  std::vector<std::unique_ptr<CChangeGroup>> apoGroups = m_oOpenChanges.TakeAll();
   std::vector<const CChangeGroup*> apoLeaving;
   apoLeaving.reserve(apoGroups.size());
   for (const std::unique_ptr<CChangeGroup>& poGroup : apoGroups)
     apoLeaving.push_back(poGroup.get());
-  return WriteBack(apoLeaving);
+  const bool bWritten = WriteBack(apoLeaving);
+  const bool bMany = apoGroups.size() > MANY_GROUPS;
+  apoGroups.clear();
+  if (bMany)
+    malloc_trim(0);  // or the heap would keep them for small pieces, while pages are what is needed next
+  return bWritten;
 }
 
 bool CProviderBase::WriteBackSurplus() {
