@@ -32,8 +32,8 @@ inline std::string_view FromStoreValue(const MDB_val& tValue) {
 ///          The file is written with write(2), never through the map, so a full disk is an error and no
 ///          signal.
 /// Memory   LMDB holds changed pages, at most 512 MB, until the transaction ends; then it keeps their memory,
-///          so Renew. Pages that are read are let go of in time (CStoreMap), rows that are added later are
-///          written in time (CLateRows).
+///          so Renew. Pages that are read are let go of in time (CStoreMap), rows that are added later wait
+///          in a file when there are many (CLateRows).
 /// Owns     The environment and the files; ends the open transaction when destroyed.
 class TALVEK_CORE_API CDatabaseStore : public CDatabase {
  public:
