@@ -2,12 +2,10 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -16,6 +14,7 @@
 #include "core/text_codec.h"
 #include "tests/core/database_records.h"
 #include "tests/support/child_process.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/temp_folder.h"
 
 // The two files of a database: whose they are, who may have them, and what is left behind.
@@ -297,13 +296,10 @@ TEST_F(DatabaseFilesTest, ScratchFileHasNoNameAndIsNotInherited) {
   EXPECT_EQ(Names(), (TNames{"db.tdf", "db.tlf"}));
 }
 
-// A full disk is played by a limit on the size of files; the signal that comes with it is ignored.
 TEST_F(DatabaseFilesTest, FailedCreationLeavesNothingBehind) {
   const auto fnCreateWith = [&](rlim_t nBytes) {
     return RunInChild([&] {
-      std::signal(SIGXFSZ, SIG_IGN);
-      const rlimit tLimit = {nBytes, nBytes};
-      if (setrlimit(RLIMIT_FSIZE, &tLimit) != 0) return 1;
+      const CFileSizeLimitScope oLimit(nBytes);
       if (Create()) return 2;
       return Error().empty() ? 3 : 0;
     });

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <fstream>
@@ -20,6 +19,7 @@
 #include "core/text_codec.h"
 #include "tests/core/database_records.h"
 #include "tests/support/child_process.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/temp_folder.h"
 
 // What happens when the store can't grow any more.
@@ -125,13 +125,10 @@ TEST(DatabaseFullTest, FailedUpdateSpoilsItsTransactionAndNothingElse) {
   EXPECT_EQ(ListEvents(*poDatabase), strKept);
 }
 
-// A full disk is played by a limit on the size of files; the signal that comes with it is ignored.
 TEST(DatabaseFullTest, CommitOnAFullDiskIsFalseAndKeepsWhatWasCommitted) {
   CTempFolder oFolder;
   const auto fnFill = [&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit tLimit = {1 << 20, 1 << 20};
-    if (setrlimit(RLIMIT_FSIZE, &tLimit) != 0) return 1;
+    const CFileSizeLimitScope oLimit(1 << 20);
     const auto poDatabase = CDatabaseFactory::Create(NewDatabase(oFolder / "db"));
     if (!poDatabase) return 2;
     const std::string strKept = CommitSome(*poDatabase);

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -16,6 +14,7 @@
 #include "core/text_codec.h"
 #include "tests/core/database_records.h"
 #include "tests/support/child_process.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/temp_folder.h"
 
 // Rows that are added later than the caller says.
@@ -167,13 +166,10 @@ TEST_F(LateRowsTest, LeaveNoFileBehind) {
   EXPECT_EQ(astrNames, (std::set<std::string>{"db.tdf", "db.tlf"}));
 }
 
-// A full disk is played by a limit on the size of files; the signal that comes with it is ignored.
 TEST(LateRowsFullTest, DiskThatIsFullBeforeTheyAreWrittenIsAnError) {
   CTempFolder oFolder;
   const auto fnFill = [&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit tLimit = {1 << 20, 1 << 20};
-    if (setrlimit(RLIMIT_FSIZE, &tLimit) != 0) return 1;
+    const CFileSizeLimitScope oLimit(1 << 20);
     const auto poDatabase = CDatabaseFactory::Create(NewDatabase(oFolder / "db"));
     if (!poDatabase) return 2;
     TNotes tNotes(*poDatabase);

@@ -2,19 +2,18 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "tests/support/child_process.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/temp_folder.h"
 
 namespace TALVEK::TEST {
@@ -133,12 +132,9 @@ TEST_F(RowRunsTest, FileThatWasCutIsAnError) {
   EXPECT_EQ(oRuns.GetError(), EIO);
 }
 
-// A full disk is played by a limit on the size of files; the signal that comes with it is ignored.
 TEST_F(RowRunsTest, FullDiskIsAnError) {
   const auto fnFill = [&] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit tLimit = {1 << 20, 1 << 20};
-    if (setrlimit(RLIMIT_FSIZE, &tLimit) != 0) return 1;
+    const CFileSizeLimitScope oLimit(1 << 20);
     CRowRuns oRuns(OpenFile());
     if (AddRun(oRuns, TRows(1000, {"aaaa", std::string(2000, 'x')}))) return 2;
     return oRuns.GetError() == EFBIG ? 0 : 3;

@@ -6,12 +6,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 #include "core/text_codec.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/temp_folder.h"
 
 namespace TALVEK::VFH {
@@ -290,15 +290,10 @@ TEST(FileWriteStreamTest, WriteCutShortBySizeLimitFails) {
   const CTempFolder oFolder;
   CFileWriteStream oFile;
   ASSERT_TRUE(oFile.Open(Wide(oFolder / "a"), CFileWriteStream::MODE_CREATE, 0));
-  const auto pfnPrevious = std::signal(SIGXFSZ, SIG_IGN);
-  rlimit tPrevious{};
-  ::getrlimit(RLIMIT_FSIZE, &tPrevious);
-  const rlimit tSmall{1000, tPrevious.rlim_max};
-  ::setrlimit(RLIMIT_FSIZE, &tSmall);
-  const bool bWritten = oFile.Write(std::string(1500, 'x').data(), 1500);
-  ::setrlimit(RLIMIT_FSIZE, &tPrevious);
-  std::signal(SIGXFSZ, pfnPrevious);
-  EXPECT_FALSE(bWritten);
+  {
+    const TEST::CFileSizeLimitScope oLimit(1000);
+    EXPECT_FALSE(oFile.Write(std::string(1500, 'x').data(), 1500));
+  }
   EXPECT_EQ(TEST::ReadFile(oFolder / "a"), std::string(1000, 'x'));
 }
 

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
@@ -15,6 +13,7 @@
 
 #include "tests/mce/engine_fixture.h"
 #include "tests/support/environment_scope.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/import_log.h"
 #include "tests/support/temp_folder.h"
 
@@ -41,26 +40,6 @@ class CConnectedView : public VRO::CReposView {
 
  private:
   VRM::CConnection* m_poConnection;
-};
-
-/// Refuses what would make a file longer, as a full disk does.
-class CFileSizeLimitScope {
- public:
-  explicit CFileSizeLimitScope(rlim_t nBytes) : m_pfnBefore(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &m_tBefore);
-    const rlimit tLimit = {nBytes, m_tBefore.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &tLimit);
-  }
-  ~CFileSizeLimitScope() {
-    setrlimit(RLIMIT_FSIZE, &m_tBefore);
-    std::signal(SIGXFSZ, m_pfnBefore);
-  }
-  CFileSizeLimitScope(const CFileSizeLimitScope&) = delete;
-  CFileSizeLimitScope& operator=(const CFileSizeLimitScope&) = delete;
-
- private:
-  void (*m_pfnBefore)(int);
-  rlimit m_tBefore{};
 };
 
 class ImportLogTest : public ::testing::Test {

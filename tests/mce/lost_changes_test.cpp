@@ -1,16 +1,15 @@
 // What becomes of an import whose database can't be made, or can't take what was found.
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 #include <string>
 
 #include "tests/mce/engine_fixture.h"
 #include "tests/support/child_process.h"
 #include "tests/support/environment_scope.h"
+#include "tests/support/file_size_limit.h"
 #include "tests/support/import_log.h"
 #include "tests/support/temp_folder.h"
 
@@ -27,14 +26,11 @@ std::string LogOf(CEngine& oEngine) {
   return WithoutSeconds(ReadFile(fs::path(VCM::ToUtf8(oEngine.GetLogPath()))));
 }
 
-// A full disk is played by a limit on the size of files.
 TEST(LostChangesTest, ChangesetsThatFoundNoRoomAreNotEstablished) {
   const CTempFolder oFolder;
   const CEnvironmentScope oTmpDir("TMPDIR", oFolder.Path().string());
   const int nResult = RunInChild([] {
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit tLimit = {1 << 20, 1 << 20};
-    if (setrlimit(RLIMIT_FSIZE, &tLimit) != 0) return 10;
+    const CFileSizeLimitScope oLimit(1 << 20);
     CEngine oEngine;
     oEngine.OpenLog(true);
     for (long nTime = 0; nTime < 10'000; ++nTime)
