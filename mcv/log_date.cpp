@@ -19,13 +19,23 @@ constexpr int MAX_HOURS_EAST = 13;
 constexpr int MAX_HOURS_WEST = 12;
 constexpr long long SECONDS_PER_DAY = 86400;
 
+bool IsDigit(wchar_t ch) {
+  return ch >= L'0' && ch <= L'9';
+}
+
+/// As ParseNumber, to which the odd ones are left.
+int ParseHours(std::wstring_view strTwo) {
+  if (IsDigit(strTwo[0]) && IsDigit(strTwo[1])) return (strTwo[0] - L'0') * 10 + (strTwo[1] - L'0');
+  return static_cast<int>(VCM::ParseNumber(VCM::CString(strTwo)));
+}
+
 /// Cuts a suffix such as " +0200" off the text and returns the zone that it names; GMT without one.
 int CutZoneSuffix(std::wstring_view& strText) {
   if (strText.size() < ZONE_SUFFIX_LENGTH) return VCM::ZONE_GMT0;
   const std::wstring_view strSuffix = strText.substr(strText.size() - ZONE_SUFFIX_LENGTH);
   if (strSuffix[0] != L' ' || (strSuffix[1] != L'+' && strSuffix[1] != L'-')) return VCM::ZONE_GMT0;
   strText.remove_suffix(ZONE_SUFFIX_LENGTH);
-  const auto nHours = static_cast<int>(VCM::ParseNumber(VCM::CString(strSuffix.substr(2, 2))));
+  const int nHours = ParseHours(strSuffix.substr(2, 2));
   if (strSuffix[1] == L'+') return nHours <= MAX_HOURS_EAST ? VCM::ZONE_GMT0 + nHours : VCM::ZONE_GMT0;
   return nHours <= MAX_HOURS_WEST ? VCM::ZONE_GMT0 - nHours : VCM::ZONE_GMT0;
 }
@@ -39,11 +49,11 @@ class CScanner {
   std::optional<int> Number(int nMaxDigits) {
     int nValue = 0;
     int nDigits = 0;
-    while (nDigits < nMaxDigits && IsDigit()) {
+    while (nDigits < nMaxDigits && IsAtDigit()) {
       nValue = nValue * 10 + static_cast<int>(m_strText[m_nPosition++] - L'0');
       ++nDigits;
     }
-    if (nDigits == 0 || IsDigit()) return std::nullopt;
+    if (nDigits == 0 || IsAtDigit()) return std::nullopt;
     return nValue;
   }
   bool Character(wchar_t ch) {
@@ -58,9 +68,7 @@ class CScanner {
   std::size_t GetPosition() const { return m_nPosition; }
 
  private:
-  bool IsDigit() const {
-    return m_nPosition < m_strText.size() && m_strText[m_nPosition] >= L'0' && m_strText[m_nPosition] <= L'9';
-  }
+  bool IsAtDigit() const { return m_nPosition < m_strText.size() && IsDigit(m_strText[m_nPosition]); }
 
   std::wstring_view m_strText;
   std::size_t m_nPosition = 0;
@@ -136,7 +144,7 @@ std::optional<long long> ReadDateByToolkit(const std::wstring& strText) {
 std::optional<long long> ReadOtherForm(std::wstring_view strAll) {
   std::size_t nStart = strAll.find(L':');
   if (nStart == 0 || nStart == std::wstring_view::npos) return std::nullopt;
-  while (nStart > 0 && strAll[nStart - 1] >= L'0' && strAll[nStart - 1] <= L'9')
+  while (nStart > 0 && IsDigit(strAll[nStart - 1]))
     --nStart;
   CScanner oScanner(strAll.substr(nStart));
   const std::optional<long long> nTimeOfDay = ScanTimeOfDay(oScanner);

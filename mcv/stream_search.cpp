@@ -5,6 +5,8 @@
 // name seen for the first time starts from whatever the record holds, so a new stream inherits the times of
 // the stream that came before.
 
+#include <utility>
+
 #include "mcv/cvs_provider.h"
 #include "mcv/file_lookup.h"
 
@@ -176,17 +178,17 @@ bool CProvider::MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, co
   return false;
 }
 
-void CProvider::AddFileChanges(const TFileInfo& tFile, TStreamInfo& tStream) {
+void CProvider::AddFileChanges(TFileInfo& tFile, TStreamInfo& tStream) {
   const VCM::CFilePath oPath = PathInModule(tFile.oPath);
   CChangeTypes oTypes;
   for (int i = 0; i < tFile.atRevisions.GetCount(); ++i) {
-    const TRevInfo& tRevision = tFile.atRevisions[i];
+    TRevInfo& tRevision = tFile.atRevisions[i];
     ChooseStream(tFile, tRevision.oRevision, tStream);
     MCE::TChangeItemType nType{};
     if (tStream.nID == 0 || !oTypes.Next(tRevision.nState, nType)) continue;
     const bool bStored =
         AddChangeItem(tStream, tRevision.strAuthor, nType, oPath, static_cast<long>(tRevision.oTime.GetUTC()),
-                      tRevision.strMessage, tRevision.oRevision, GetEndTime(tFile.atRevisions, i));
+                      tRevision.strMessage, std::move(tRevision.oRevision), GetEndTime(tFile.atRevisions, i));
     if (!bStored) ReportLostChanges();
   }
 }

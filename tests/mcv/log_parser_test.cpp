@@ -369,6 +369,12 @@ TEST(LogParserTest, DateLineTable) {
       {"date: 2005/01/02 10:11:12;  author: joe;  state: Rel;", "time=1104660672 author=joe state=2"},
       {"date: 2005/01/02 10:11:12;  author: joe", "time=1104660672 author= state=0"},
       {"date: nonsense;  author: joe;", "time=0 author=joe state=0"},
+      // A field is found by its name wherever that stands, also in another one's value or behind other
+      // letters.
+      {"date: author: joe;  state: state: dead;", "time=0 author=joe state=2"},
+      {"date: 2005/01/02 10:11:12;  coauthor: ann;  author: joe;  estate:dead;",
+       "time=1104660672 author=ann state=1"},
+      {"date: 2005/01/02 10:11:12;  author : joe;  state: dead;", "time=1104660672 author= state=1"},
       // Beginnings of lines are compared without regard to case, the names of fields with it.
       {"DATE: 2005/01/02 10:11:12;  author: joe;  state: Exp;", "time=0 author=joe state=0"},
       {"date: 2005/01/02 10:11:12;  Author: joe;  STATE: dead;", "time=1104660672 author= state=0"},
