@@ -47,23 +47,34 @@ void Mix(std::uint64_t& nHash, std::uint64_t nValue) {
   nHash ^= nHash >> 32U;
 }
 
+template <bool NO_CASE>
+void MixBlock(std::uint64_t& nHash, const TPairs& anPairs) {
+  if (IsAscii(anPairs)) {
+    Mix(nHash, NO_CASE ? LowerAscii(PackAscii(anPairs)) : PackAscii(anPairs));
+  } else {
+    for (const std::uint64_t nPair : anPairs)
+      Mix(nHash, NO_CASE ? LowerPair(nPair) : nPair);
+  }
+}
+
 }  // namespace
 
-// The length comes last, so that two texts added one after the other aren't one text cut elsewhere.
+// Whole blocks are copied by a known number of bytes, which takes no call. The length comes last, so that two
+// texts added one after the other aren't one text cut elsewhere.
 template <bool NO_CASE>
 CTextHash& CTextHash::AddBlocks(std::wstring_view strText) {
-  for (std::size_t nStart = 0; nStart < strText.size(); nStart += BLOCK) {
-    const std::wstring_view strBlock = strText.substr(nStart, BLOCK);
-    TPairs anPairs = {};
-    std::memcpy(anPairs.data(), strBlock.data(), strBlock.size() * sizeof(wchar_t));
-    if (IsAscii(anPairs)) {
-      Mix(m_nHash, NO_CASE ? LowerAscii(PackAscii(anPairs)) : PackAscii(anPairs));
-    } else {
-      for (const std::uint64_t nPair : anPairs)
-        Mix(m_nHash, NO_CASE ? LowerPair(nPair) : nPair);
-    }
+  const std::size_t nLength = strText.size();
+  TPairs anPairs = {};
+  for (; strText.size() >= BLOCK; strText.remove_prefix(BLOCK)) {
+    std::memcpy(anPairs.data(), strText.data(), BLOCK * sizeof(wchar_t));
+    MixBlock<NO_CASE>(m_nHash, anPairs);
   }
-  Mix(m_nHash, strText.size());
+  if (!strText.empty()) {
+    anPairs = {};
+    std::memcpy(anPairs.data(), strText.data(), strText.size() * sizeof(wchar_t));
+    MixBlock<NO_CASE>(m_nHash, anPairs);
+  }
+  Mix(m_nHash, nLength);
   return *this;
 }
 
