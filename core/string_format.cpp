@@ -295,28 +295,48 @@ int CFormatter::Number(const TFormatNumber& tNumber, int nAbsent) const {
   return static_cast<int>(m_ptArguments[static_cast<std::size_t>(tNumber.nArgument)].nInteger);
 }
 
-}  // namespace
+/// Formats taken to pieces, the latest ones. They are literals, a few of them used over and over again, and
+/// taking one to pieces costs as much as filling it in. A place found by the address alone would be the same
+/// for some, as chance has it, and they would drive each other out.
+class CKnownFormats {
+ public:
+  const TParsedFormat& Find(const wchar_t* pszFormat, std::wstring_view strFormat) {
+    for (const std::unique_ptr<TKnown>& poKnown : m_apoKnown) {
+      if (!poKnown) break;
+      if (poKnown->pszFormat == pszFormat && poKnown->strFormat == strFormat) return poKnown->tParsed;
+    }
+    auto poNew = std::make_unique<TKnown>(TKnown{pszFormat, std::wstring(strFormat), {}});
+    poNew->tParsed = ParseFormat(poNew->strFormat);
+    std::unique_ptr<TKnown>& poOldest = m_apoKnown[m_nAdded++ % MANY_KNOWN];
+    poOldest = std::move(poNew);
+    return poOldest->tParsed;
+  }
 
-// Formats are literals, a few of them used over and over again; taking one to pieces costs as much as filling
-// it in.
-void FormatText(const wchar_t* pszFormat, va_list args, std::wstring& strOut) {
+ private:
+  static constexpr std::size_t MANY_KNOWN = 16;
+
   struct TKnown {
+    const wchar_t* pszFormat;  // only compared: a format in a buffer may be gone
     std::wstring strFormat;
     TParsedFormat tParsed;  // points into the text
   };
-  constexpr std::size_t MANY_KNOWN = 16;
+
+  std::unique_ptr<TKnown> m_apoKnown[MANY_KNOWN];
+  std::size_t m_nAdded = 0;
+};
+
+}  // namespace
+
+void FormatText(const wchar_t* pszFormat, va_list args, std::wstring& strOut) {
   constexpr std::size_t LONG_FORMAT = 512;
-  thread_local std::unique_ptr<TKnown> s_apoKnown[MANY_KNOWN];
+  thread_local CKnownFormats s_oKnown;
 
   const std::wstring_view strFormat = pszFormat;
-  if (strFormat.size() > LONG_FORMAT) return CFormatter(ParseFormat(strFormat), args, strOut).Run();
-  auto& poKnown = s_apoKnown[reinterpret_cast<std::uintptr_t>(pszFormat) / sizeof(wchar_t) % MANY_KNOWN];
-  if (!poKnown || poKnown->strFormat != strFormat) {
-    auto poNew = std::make_unique<TKnown>(TKnown{std::wstring(strFormat), {}});
-    poNew->tParsed = ParseFormat(poNew->strFormat);
-    poKnown = std::move(poNew);
+  if (strFormat.size() > LONG_FORMAT) {
+    CFormatter(ParseFormat(strFormat), args, strOut).Run();
+  } else {
+    CFormatter(s_oKnown.Find(pszFormat, strFormat), args, strOut).Run();
   }
-  CFormatter(poKnown->tParsed, args, strOut).Run();
 }
 
 }  // namespace TALVEK::VCM
