@@ -12,6 +12,11 @@ namespace {
 constexpr std::size_t BLOCK_BYTES = 64 * 1024;
 constexpr std::size_t WIDE_CHARACTERS = 4 * 1024;
 
+/// Where the byte is at or after `nStart`; the size for nowhere.
+std::size_t FindByte(std::string_view strBytes, char chWanted, std::size_t nStart) {
+  return std::min(strBytes.find(chWanted, nStart), strBytes.size());
+}
+
 }  // namespace
 
 CLineReader::CLineReader(wxInputStream* poInput, std::size_t nMostBytes)
@@ -59,14 +64,10 @@ void CLineReader::ReleaseLongLine() {
 /// Where in the buffer the next \n or \r is; m_nFilled when there is none. Each is remembered until it is
 /// passed: a block whose lines all end in \n is searched for \r once, not once a line.
 std::size_t CLineReader::FindLineEnd() {
-  if (m_nLineFeed < m_nPosition) m_nLineFeed = FindByte('\n');
-  if (m_nReturn < m_nPosition) m_nReturn = FindByte('\r');
-  return std::min(m_nLineFeed, m_nReturn);
-}
-
-std::size_t CLineReader::FindByte(char chWanted) const {
   const std::string_view strFilled(m_strBuffer.data(), m_nFilled);
-  return std::min(strFilled.find(chWanted, m_nPosition), m_nFilled);
+  if (m_nLineFeed < m_nPosition) m_nLineFeed = FindByte(strFilled, '\n', m_nPosition);
+  if (m_nReturn < m_nPosition) m_nReturn = FindByte(strFilled, '\r', m_nPosition);
+  return std::min(m_nLineFeed, m_nReturn);
 }
 
 /// The line that ends at `nLineEnd` in the buffer, and may have begun in an earlier block.
@@ -98,8 +99,9 @@ bool CLineReader::FillBuffer() {
   m_nFilled = m_poInput->Read(m_strBuffer.data(), m_strBuffer.size()).LastRead();
   // A stream that failed is not asked again: it might go on behind a gap.
   m_bInputEnded = m_nFilled == 0 || !m_poInput->IsOk();
-  m_nLineFeed = FindByte('\n');
-  m_nReturn = FindByte('\r');
+  const std::string_view strFilled(m_strBuffer.data(), m_nFilled);
+  m_nLineFeed = FindByte(strFilled, '\n', 0);
+  m_nReturn = FindByte(strFilled, '\r', 0);
   return m_nFilled > 0;
 }
 

@@ -34,7 +34,6 @@ class TALVEK_CORE_API CLineReader {
  private:
   bool FillBuffer();
   std::size_t FindLineEnd();
-  std::size_t FindByte(char chWanted) const;
   std::wstring_view DecodeLine(std::size_t nLineEnd);
   void WidenAhead();
   std::wstring_view Decode(std::string_view strBytes);

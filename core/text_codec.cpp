@@ -139,7 +139,7 @@ std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut) {
   const char* __restrict pFrom = strBytes.data();
   wchar_t* __restrict pTo = pOut;
   for (std::size_t i = 0; i < nLength; ++i)
-    pTo[i] = static_cast<wchar_t>(pFrom[i]);
+    pTo[i] = static_cast<unsigned char>(pFrom[i]);
   return nLength;
 }
 

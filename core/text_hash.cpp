@@ -20,6 +20,18 @@ constexpr std::uint64_t InAllBytes(unsigned nByte) {
   return 0x0101010101010101U * nByte;
 }
 
+/// The first block, filled up with zeros. A whole one is copied by a known number of bytes, which takes no
+/// call.
+TPairs FirstPairs(std::wstring_view strText) {
+  TPairs anPairs = {};
+  if (strText.size() >= BLOCK) {
+    std::memcpy(anPairs.data(), strText.data(), BLOCK * sizeof(wchar_t));
+  } else {
+    std::memcpy(anPairs.data(), strText.data(), strText.size() * sizeof(wchar_t));
+  }
+  return anPairs;
+}
+
 bool IsAscii(const TPairs& anPairs) {
   return ((anPairs[0] | anPairs[1] | anPairs[2] | anPairs[3]) & ~ASCII_PAIR) == 0;
 }
@@ -47,34 +59,21 @@ void Mix(std::uint64_t& nHash, std::uint64_t nValue) {
   nHash ^= nHash >> 32U;
 }
 
-template <bool NO_CASE>
-void MixBlock(std::uint64_t& nHash, const TPairs& anPairs) {
-  if (IsAscii(anPairs)) {
-    Mix(nHash, NO_CASE ? LowerAscii(PackAscii(anPairs)) : PackAscii(anPairs));
-  } else {
-    for (const std::uint64_t nPair : anPairs)
-      Mix(nHash, NO_CASE ? LowerPair(nPair) : nPair);
-  }
-}
-
 }  // namespace
 
-// Whole blocks are copied by a known number of bytes, which takes no call. The length comes last, so that two
-// texts added one after the other aren't one text cut elsewhere.
+// The length comes last, so that two texts added one after the other aren't one text cut elsewhere.
 template <bool NO_CASE>
 CTextHash& CTextHash::AddBlocks(std::wstring_view strText) {
-  const std::size_t nLength = strText.size();
-  TPairs anPairs = {};
-  for (; strText.size() >= BLOCK; strText.remove_prefix(BLOCK)) {
-    std::memcpy(anPairs.data(), strText.data(), BLOCK * sizeof(wchar_t));
-    MixBlock<NO_CASE>(m_nHash, anPairs);
+  for (std::size_t nStart = 0; nStart < strText.size(); nStart += BLOCK) {
+    const TPairs anPairs = FirstPairs(strText.substr(nStart));
+    if (IsAscii(anPairs)) {
+      Mix(m_nHash, NO_CASE ? LowerAscii(PackAscii(anPairs)) : PackAscii(anPairs));
+    } else {
+      for (const std::uint64_t nPair : anPairs)
+        Mix(m_nHash, NO_CASE ? LowerPair(nPair) : nPair);
+    }
   }
-  if (!strText.empty()) {
-    anPairs = {};
-    std::memcpy(anPairs.data(), strText.data(), strText.size() * sizeof(wchar_t));
-    MixBlock<NO_CASE>(m_nHash, anPairs);
-  }
-  Mix(m_nHash, nLength);
+  Mix(m_nHash, strText.size());
   return *this;
 }
 
