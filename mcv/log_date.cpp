@@ -1,6 +1,7 @@
 #include "mcv/log_date.h"
 
 #include <cstddef>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,9 +24,13 @@ bool IsDigit(wchar_t ch) {
   return ch >= L'0' && ch <= L'9';
 }
 
+int TwoDigits(wchar_t chTens, wchar_t chOnes) {
+  return static_cast<int>((chTens - L'0') * 10 + (chOnes - L'0'));
+}
+
 /// As ParseNumber, to which the odd ones are left.
 int ParseHours(std::wstring_view strTwo) {
-  if (IsDigit(strTwo[0]) && IsDigit(strTwo[1])) return (strTwo[0] - L'0') * 10 + (strTwo[1] - L'0');
+  if (IsDigit(strTwo[0]) && IsDigit(strTwo[1])) return TwoDigits(strTwo[0], strTwo[1]);
   return static_cast<int>(VCM::ParseNumber(VCM::CString(strTwo)));
 }
 
@@ -87,6 +92,12 @@ std::optional<long long> DaysSinceEpoch(int nYear, int nMonth, int nDay) {
   return nMarchYear * 365 + nLeapDays + (nMarchMonth * 153 + 2) / 5 + nDay - 1 - 719468;
 }
 
+/// Seconds since midnight.
+std::optional<long long> TimeOfDay(int nHour, int nMinute, int nSecond) {
+  if (nHour > 23 || nMinute > 59 || nSecond > 60) return std::nullopt;  // 60: a leap second
+  return nHour * 3600LL + nMinute * 60LL + nSecond;
+}
+
 /// Seconds since midnight of "10", "10:11" or "10:11:12".
 std::optional<long long> ScanTimeOfDay(CScanner& oScanner) {
   int anParts[3] = {0, 0, 0};
@@ -96,8 +107,29 @@ std::optional<long long> ScanTimeOfDay(CScanner& oScanner) {
     if (!nPart) return std::nullopt;
     anParts[i] = *nPart;
   }
-  if (anParts[0] > 23 || anParts[1] > 59 || anParts[2] > 60) return std::nullopt;  // 60: a leap second
-  return anParts[0] * 3600LL + anParts[1] * 60LL + anParts[2];
+  return TimeOfDay(anParts[0], anParts[1], anParts[2]);
+}
+
+/// Reads "2003/01/02 10:11:12" and "2003-01-02 10:11:12", the forms that CVS writes: each part has its place.
+/// False for all else, and for what is no date.
+bool ReadUsualForm(std::wstring_view strText, long long& nSeconds) {
+  constexpr std::size_t LENGTH = 19;
+  constexpr std::size_t PAIRS[] = {0, 2, 5, 8, 11, 14, 17};  // the year is two of them
+  if (strText.size() != LENGTH || (strText[4] != L'/' && strText[4] != L'-') || strText[7] != strText[4] ||
+      strText[10] != L' ' || strText[13] != L':' || strText[16] != L':')
+    return false;
+  int anPairs[std::size(PAIRS)];
+  for (std::size_t i = 0; i < std::size(PAIRS); ++i) {
+    const wchar_t* const pchPair = &strText[PAIRS[i]];
+    if (!IsDigit(pchPair[0]) || !IsDigit(pchPair[1])) return false;
+    anPairs[i] = TwoDigits(pchPair[0], pchPair[1]);
+  }
+  const std::optional<long long> nDays =
+      DaysSinceEpoch(anPairs[0] * 100 + anPairs[1], anPairs[2], anPairs[3]);
+  const std::optional<long long> nTimeOfDay = TimeOfDay(anPairs[4], anPairs[5], anPairs[6]);
+  if (!nDays || !nTimeOfDay) return false;
+  nSeconds = *nDays * SECONDS_PER_DAY + *nTimeOfDay;
+  return true;
 }
 
 enum class TForm { NOT_YEAR_FIRST, UNREADABLE, READ };
@@ -166,7 +198,7 @@ VCM::CTimestamp ParseLogDate(std::wstring_view strDate) {
     strDate.remove_suffix(1);
   const int nZone = CutZoneSuffix(strDate);
   long long nSeconds = 0;
-  const TForm nForm = ReadYearFirst(strDate, nSeconds);
+  const TForm nForm = ReadUsualForm(strDate, nSeconds) ? TForm::READ : ReadYearFirst(strDate, nSeconds);
   if (nForm == TForm::UNREADABLE) return VCM::CTimestamp(0);
   if (nForm == TForm::NOT_YEAR_FIRST) {
     const std::optional<long long> nOther = ReadOtherForm(strDate);
