@@ -16,8 +16,8 @@ constexpr int MAX_POOLED_TEXTS = 262144;
 
 /// wxMatchWild, with its ways (a name that begins with "." matches nothing).
 bool MatchesPattern(const VCM::CString& strPattern, std::wstring_view strName) {
-  if (strPattern.View() == std::wstring_view(L"*") && !strName.empty())
-    return strName[0] != L'.';  // the default filter, and most logs
+  const bool bAll = strPattern.GetLength() == 1 && strPattern[0] == L'*';
+  if (bAll && !strName.empty()) return strName[0] != L'.';  // the default filter, and most logs
   return wxMatchWild(wxString(std::wstring(strPattern.View())), wxString(std::wstring(strName)), true);
 }
 
@@ -58,7 +58,8 @@ int ParseState(std::wstring_view strState) {
 /// The line behind the last name: "keyword substitution: kv".
 bool IsSubstitution(std::wstring_view strName) {
   constexpr std::wstring_view KEYWORD = L"keyword substitution";
-  return VCM::EqualsNoCase(strName.substr(0, KEYWORD.size()), KEYWORD);
+  return strName.size() >= KEYWORD.size() && VCM::ToLower(strName[0]) == KEYWORD[0] &&
+         VCM::EqualsNoCase(strName.substr(0, KEYWORD.size()), KEYWORD);
 }
 
 std::wstring_view TrimLeft(std::wstring_view strText) {
@@ -155,6 +156,7 @@ bool CLogParser::GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& a
 
   if (LineBegins(L"RCS file:")) {
     RotatePools();
+    m_oNameNumber.RemoveAll(true);  // one may be as long as the log
     GetNextFileItem(tItem, astrIncludeTags, astrExcludeTags, bKeepTags);
   } else if (LineBegins(L"revision ")) {
     GetNextRevisionItem(tItem);
@@ -246,10 +248,10 @@ void CLogParser::ProcessNameLine(TLogItem& tItem, const VCM::CArray<VCM::CString
     return;
   }
   if (!PassesFilters(strName, astrIncludeTags, astrExcludeTags)) return;
+  m_oNameNumber.Parse(TrimLeft(LineFrom(nColon + 1)));
+  if (m_bBranchesOnly && !m_oNameNumber.IsBranchName()) return;
   tItem.astrTagNames.Add(Intern(strName));
-  MCE::TCVSRevision oNumber;
-  oNumber.Parse(TrimLeft(LineFrom(nColon + 1)));
-  tItem.aoTagRevisions.Add(std::move(oNumber));
+  tItem.aoTagRevisions.Add(m_oNameNumber);
 }
 
 bool CLogParser::ProcessRevisionLine(TLogItem& tItem) {

@@ -76,6 +76,10 @@ class CLogParser : public wxTextInputStream {
   bool GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
                    const VCM::CArray<VCM::CString>& astrExcludeTags, bool bKeepTags);
 
+  /// From the next line on, names of tags are left out of the items: most names of most logs, and mostly for
+  /// nothing. Off at first.
+  void SetBranchesOnly(bool bBranchesOnly) { m_bBranchesOnly = bBranchesOnly; }
+
   /// The number of any text (MCE::TCVSRevision); always true.
   bool GetRevisionFromString(const VCM::CString& strText, MCE::TCVSRevision& oRevision);
 
@@ -124,7 +128,9 @@ class CLogParser : public wxTextInputStream {
   std::wstring_view m_strLine;  // the reader's
   VCM::CString m_strModuleName;
   VCM::CString m_strReposDir;
+  MCE::TCVSRevision m_oNameNumber;  // kept for its storage
   int m_nSection = SECTION_NONE;
+  bool m_bBranchesOnly = false;
   std::unique_ptr<VCM::CStringPool> m_poCurrentPool;
   std::unique_ptr<VCM::CStringPool> m_poPreviousPool;
 };

@@ -103,6 +103,7 @@ bool CProvider::SearchForStreams() {
   const bool bNested = GetBooleanProperty(L"NestedBranches");
 
   CFileEnum oFiles(m_poInputStream, strModule, strReposDir);
+  oFiles.SetBranchesOnly(!bStreamsForTags);
   TFileInfo tFile;
   TStreamInfo tStream;
   int nFiles = 0;
