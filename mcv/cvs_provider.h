@@ -114,7 +114,7 @@ class CProvider : public MCE::CProviderBase {
                           unsigned int nParentID);
   /// Gives the numbers of the file's revisions away.
   void AddFileChanges(TFileInfo& tFile, TStreamInfo& tStream);
-  void ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision, TStreamInfo& tStream) const;
+  int ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision) const;
 
   bool m_bCheckoutFailed = false;       // the last one of the whole module
   mutable CStreamNames m_oStreamNames;  // follows the list of streams when it is asked
