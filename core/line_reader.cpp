@@ -10,77 +10,98 @@ namespace TALVEK::VCM {
 namespace {
 
 constexpr std::size_t BLOCK_BYTES = 64 * 1024;
-constexpr std::size_t MOST_KEPT_BYTES = 1024 * 1024;
+constexpr std::size_t WIDE_CHARACTERS = 4 * 1024;
 
-// Both searches are memchr. In windows, because an input whose lines all end in \r would otherwise be
-// searched for \n up to the end of the block once a line.
-constexpr std::size_t WINDOW_BYTES = 256;
-
-/// Index of the first \n or \r, or npos.
-std::size_t FindLineEnd(std::string_view strBytes) {
-  for (std::size_t nStart = 0; nStart < strBytes.size(); nStart += WINDOW_BYTES) {
-    const std::string_view strWindow = strBytes.substr(nStart, WINDOW_BYTES);
-    const std::size_t nLineFeed = strWindow.find('\n');
-    const std::size_t nFound = std::min(nLineFeed, strWindow.substr(0, nLineFeed).find('\r'));
-    if (nFound != std::string_view::npos) return nStart + nFound;
-  }
-  return std::string_view::npos;
+/// Where the byte is at or after `nStart`; the size for nowhere.
+std::size_t FindByte(std::string_view strBytes, char chWanted, std::size_t nStart) {
+  return std::min(strBytes.find(chWanted, nStart), strBytes.size());
 }
 
 }  // namespace
 
 CLineReader::CLineReader(wxInputStream* poInput, std::size_t nMostBytes)
-    : m_poInput(poInput), m_nMostBytes(nMostBytes), m_strBuffer(BLOCK_BYTES, '\0'), m_bInputEnded(!poInput) {}
-
-bool CLineReader::IsAtEnd() {
-  return m_nPosition == m_nFilled && !FillBuffer();
-}
+    : m_poInput(poInput),
+      m_nMostBytes(nMostBytes),
+      m_strBuffer(BLOCK_BYTES, '\0'),
+      m_strWide(WIDE_CHARACTERS, L'\0'),
+      m_bInputEnded(!poInput) {}
 
 bool CLineReader::ReadLine(CString& strLine) {
-  if (IsAtEnd()) {
-    strLine.Clear();
-    return false;
-  }
+  if (HasHeldLongLine()) strLine.Release();
+  std::wstring_view strView;
+  const bool bRead = ReadLineView(strView);
+  strLine.Assign(strView);
+  return bRead;
+}
+
+bool CLineReader::ReadLineView(std::wstring_view& strLine) {
+  strLine = {};
+  if (IsAtEnd()) return false;
   m_strLineBytes.clear();
-  // A line that is far longer than others would else hold its memory, four bytes for each of its characters
-  // and two more, as long as there are lines.
-  if (m_strLineBytes.capacity() > MOST_KEPT_BYTES) {
-    m_strLineBytes.shrink_to_fit();
-    strLine.Release();
-  }
+  if (HasHeldLongLine()) ReleaseLongLine();
   do {
-    const std::string_view strRest(m_strBuffer.data() + m_nPosition, m_nFilled - m_nPosition);
-    const std::size_t nLineEnd = FindLineEnd(strRest);
-    if (nLineEnd != std::string_view::npos) {
-      TakeLine(strRest.substr(0, nLineEnd), strLine);
+    const std::size_t nLineEnd = FindLineEnd();
+    if (nLineEnd < m_nFilled) {
+      strLine = DecodeLine(nLineEnd);
+      m_nPosition = nLineEnd + 1;
+      // The \n of a \r\n may be the first byte of the next block.
+      const bool bReturn = m_strBuffer[nLineEnd] == '\r';
+      if (bReturn && !IsAtEnd() && m_strBuffer[m_nPosition] == '\n') ++m_nPosition;
       return true;
     }
-    m_strLineBytes += strRest;
+    m_strLineBytes.append(m_strBuffer, m_nPosition, m_nFilled - m_nPosition);
     m_nPosition = m_nFilled;
   } while (m_strLineBytes.size() < m_nMostBytes && FillBuffer());
-  DecodeBytes(m_strLineBytes, strLine);
+  strLine = Decode(m_strLineBytes);
   return true;
 }
 
-/// Hands out a line whose last bytes, `strBytes`, lie in the buffer with the line end behind them.
-void CLineReader::TakeLine(std::string_view strBytes, CString& strLine) {
-  if (m_strLineBytes.empty()) {
-    DecodeBytes(strBytes, strLine);
-  } else {
-    DecodeBytes(m_strLineBytes += strBytes, strLine);
-  }
-  m_nPosition += strBytes.size();
-  const bool bReturn = m_strBuffer[m_nPosition++] == '\r';
-  // The \n of a \r\n may be the first byte of the next block.
-  if (bReturn && !IsAtEnd() && m_strBuffer[m_nPosition] == '\n') ++m_nPosition;
+void CLineReader::ReleaseLongLine() {
+  m_strLineBytes.shrink_to_fit();
+  m_strLine.Release();
+}
+
+/// Where in the buffer the next \n or \r is; m_nFilled when there is none. Each is remembered until it is
+/// passed: a block whose lines all end in \n is searched for \r once, not once a line.
+std::size_t CLineReader::FindLineEnd() {
+  const std::string_view strFilled(m_strBuffer.data(), m_nFilled);
+  if (m_nLineFeed < m_nPosition) m_nLineFeed = FindByte(strFilled, '\n', m_nPosition);
+  if (m_nReturn < m_nPosition) m_nReturn = FindByte(strFilled, '\r', m_nPosition);
+  return std::min(m_nLineFeed, m_nReturn);
+}
+
+/// The line that ends at `nLineEnd` in the buffer, and may have begun in an earlier block.
+std::wstring_view CLineReader::DecodeLine(std::size_t nLineEnd) {
+  const std::size_t nLength = nLineEnd - m_nPosition;
+  const std::string_view strBytes(m_strBuffer.data() + m_nPosition, nLength);
+  if (!m_strLineBytes.empty()) return Decode(m_strLineBytes += strBytes);
+  if (nLineEnd > m_nWideEnd) WidenAhead();
+  if (nLineEnd > m_nWideEnd) return Decode(strBytes);
+  return {m_strWide.data() + (m_nPosition - m_nWideStart), nLength};
+}
+
+/// Lines are short, and nearly all are ASCII: many together are checked and widened at a fraction of the
+/// cost.
+void CLineReader::WidenAhead() {
+  const std::size_t nAhead = std::min(m_nFilled - m_nPosition, m_strWide.size());
+  m_nWideStart = m_nPosition;
+  m_nWideEnd = m_nPosition + WidenAscii({m_strBuffer.data() + m_nPosition, nAhead}, m_strWide.data());
+}
+
+std::wstring_view CLineReader::Decode(std::string_view strBytes) {
+  DecodeBytes(strBytes, m_strLine);
+  return m_strLine.View();
 }
 
 bool CLineReader::FillBuffer() {
-  m_nPosition = m_nFilled = 0;
+  m_nPosition = m_nFilled = m_nWideEnd = 0;
   if (m_bInputEnded) return false;
   m_nFilled = m_poInput->Read(m_strBuffer.data(), m_strBuffer.size()).LastRead();
   // A stream that failed is not asked again: it might go on behind a gap.
   m_bInputEnded = m_nFilled == 0 || !m_poInput->IsOk();
+  const std::string_view strFilled(m_strBuffer.data(), m_nFilled);
+  m_nLineFeed = FindByte(strFilled, '\n', 0);
+  m_nReturn = FindByte(strFilled, '\r', 0);
   return m_nFilled > 0;
 }
 

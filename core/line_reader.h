@@ -15,7 +15,7 @@ namespace TALVEK::VCM {
 ///
 /// Shape    A line ends at \n, \r\n or a lone \r. The text behind the last line end is a line only if it is
 ///          not empty. Lines are decoded as core/text_codec.h says, without loss; a NUL is a character.
-/// Owns     A 64 KiB buffer; the stream is lent and must outlive the reader.
+/// Owns     A buffer of 64 KiB, and one of 16 KiB for text; the stream is lent and must outlive the reader.
 /// Cost     The toolkit's own text stream asks for one byte at a time and stops for good at a byte that the
 ///          locale can't decode; this one reads blocks.
 class TALVEK_CORE_API CLineReader {
@@ -25,21 +25,41 @@ class TALVEK_CORE_API CLineReader {
   explicit CLineReader(wxInputStream* poInput, std::size_t nMostBytes = std::string::npos);
 
   /// True when no further line will come: the stream is at its end (or failed) and nothing is left over.
-  bool IsAtEnd();
+  bool IsAtEnd() { return m_nPosition == m_nFilled && !FillBuffer(); }
   /// The next line without its end; false (and an empty text) when there is none.
   bool ReadLine(CString& strLine);
+  /// As ReadLine, without a copy: the text is good until the next line is read.
+  bool ReadLineView(std::wstring_view& strLine);
 
  private:
   bool FillBuffer();
-  void TakeLine(std::string_view strBytes, CString& strLine);
+  std::size_t FindLineEnd();
+  std::wstring_view DecodeLine(std::size_t nLineEnd);
+  void WidenAhead();
+  std::wstring_view Decode(std::string_view strBytes);
+  bool HasHeldLongLine() const { return m_strLineBytes.capacity() > MOST_KEPT_BYTES; }
+  void ReleaseLongLine();
+
+  // A line that is far longer than others would else hold its memory, four bytes for each of its characters
+  // and two more, as long as there are lines.
+  static constexpr std::size_t MOST_KEPT_BYTES = 1024 * 1024;
 
   wxInputStream* m_poInput;
   std::size_t m_nMostBytes;
   std::string m_strBuffer;
   std::size_t m_nPosition = 0;  // of the first byte not handed out yet
   std::size_t m_nFilled = 0;    // bytes of the buffer that hold input
+  // The next \n and the next \r, m_nFilled for none; not known when before m_nPosition.
+  std::size_t m_nLineFeed = 0;
+  std::size_t m_nReturn = 0;
+  // The buffer's bytes from m_nWideStart to m_nWideEnd as text. They are all ASCII; so a line between them
+  // needn't be looked at again.
+  std::wstring m_strWide;
+  std::size_t m_nWideStart = 0;
+  std::size_t m_nWideEnd = 0;
   bool m_bInputEnded = false;
   std::string m_strLineBytes;  // a line that spans blocks
+  CString m_strLine;           // the last line that isn't in m_strWide
 };
 
 }  // namespace TALVEK::VCM

@@ -19,13 +19,10 @@ int ToIndex(std::size_t nPosition) {
   return nPosition == std::wstring_view::npos ? -1 : static_cast<int>(nPosition);
 }
 
+constexpr std::size_t MOST_KEPT_CHARACTERS = 4096;
+
 bool EqualNoCase(wchar_t chLeft, wchar_t chRight) {
   return chLeft == chRight || ToLower(chLeft) == ToLower(chRight);
-}
-
-bool EqualNoCase(std::wstring_view strLeft, std::wstring_view strRight) {
-  return std::equal(strLeft.begin(), strLeft.end(), strRight.begin(), strRight.end(),
-                    [](wchar_t chLeft, wchar_t chRight) { return EqualNoCase(chLeft, chRight); });
 }
 
 }  // namespace
@@ -41,6 +38,11 @@ void CString::AssignLatin1(std::string_view strBytes) {
 
 CString& CString::operator+=(const CString& strOther) {
   m_strText += strOther.m_strText;
+  return *this;
+}
+
+CString& CString::operator+=(std::wstring_view strOther) {
+  m_strText += strOther;
   return *this;
 }
 
@@ -65,12 +67,12 @@ int CString::CompareNoCase(std::wstring_view strOther) const {
 }
 
 bool CString::EqualsNoCase(std::wstring_view strOther) const {
-  return EqualNoCase(View(), strOther);
+  return VCM::EqualsNoCase(View(), strOther);
 }
 
 bool CString::StartsNoCase(std::wstring_view strOther, int nCount) const {
   const std::size_t nLength = Clip(nCount, std::wstring_view::npos);
-  return EqualNoCase(View().substr(0, nLength), strOther.substr(0, nLength));
+  return VCM::EqualsNoCase(View().substr(0, nLength), strOther.substr(0, nLength));
 }
 
 int CString::Find(wchar_t chWanted, int nStart) const {
@@ -123,8 +125,18 @@ void CString::Format(const wchar_t* pszFormat, ...) {
 }
 
 void CString::FormatV(const wchar_t* pszFormat, va_list args) {
-  // Into a text of its own first: arguments may point into this one.
-  m_strText = FormatText(pszFormat ? pszFormat : L"", args);
+  // Into a text of its own first: arguments may point into this one. What this one held before gives its
+  // storage to the next call.
+  thread_local std::wstring s_strNext;
+  s_strNext.clear();
+  FormatText(pszFormat ? pszFormat : L"", args, s_strNext);
+  m_strText.swap(s_strNext);
+  if (s_strNext.capacity() > MOST_KEPT_CHARACTERS) std::wstring().swap(s_strNext);
+}
+
+bool EqualsNoCase(std::wstring_view strLeft, std::wstring_view strRight) {
+  return std::equal(strLeft.begin(), strLeft.end(), strRight.begin(), strRight.end(),
+                    [](wchar_t chLeft, wchar_t chRight) { return EqualNoCase(chLeft, chRight); });
 }
 
 CString operator+(const CString& strLeft, const CString& strRight) {
@@ -133,10 +145,6 @@ CString operator+(const CString& strLeft, const CString& strRight) {
   strText += strLeft.View();
   strText += strRight.View();
   return CString(std::move(strText));
-}
-
-bool IsWhiteSpace(wchar_t ch) {
-  return ch == L' ' || (ch >= L'\t' && ch <= L'\r');
 }
 
 }  // namespace TALVEK::VCM

@@ -39,6 +39,7 @@ class TALVEK_CORE_API CString {
   /// Gives the text away with its storage, and leaves this one empty.
   std::wstring Release() { return std::exchange(m_strText, {}); }
   CString& operator+=(const CString& strOther);
+  CString& operator+=(std::wstring_view strOther);
   CString& operator+=(const wchar_t* pszOther);
   CString& operator+=(wchar_t chOther);
 
@@ -81,7 +82,11 @@ class TALVEK_CORE_API CString {
 
 TALVEK_CORE_API CString operator+(const CString& strLeft, const CString& strRight);
 
+TALVEK_CORE_API bool EqualsNoCase(std::wstring_view strLeft, std::wstring_view strRight);
+
 /// True for the characters that TrimLeft and TrimRight take away.
-TALVEK_CORE_API bool IsWhiteSpace(wchar_t ch);
+inline bool IsWhiteSpace(wchar_t ch) {
+  return ch == L' ' || (ch >= L'\t' && ch <= L'\r');
+}
 
 }  // namespace TALVEK::VCM

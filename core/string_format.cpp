@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/decimal.h"
 #include "core/format_parser.h"
 #include "core/locale_codec.h"
 #include "core/text_codec.h"
@@ -23,19 +24,21 @@ namespace TALVEK::VCM {
 namespace {
 
 /// One argument; which member counts is said by its type.
-struct TArgument {
-  std::intmax_t nInteger = 0;
-  double fDouble = 0;
-  long double fLongDouble = 0;
-  const void* pPointer = nullptr;
+union TArgument {
+  std::intmax_t nInteger;
+  double fDouble;
+  long double fLongDouble;
+  const void* pPointer;
 };
 
 class CFormatter {
  public:
   /// Reads the arguments, and so consumes `args`.
-  CFormatter(const TParsedFormat& tFormat, va_list args);
+  CFormatter(const TParsedFormat& tFormat, va_list args, std::wstring& strOut);
+  CFormatter(const CFormatter&) = delete;
+  CFormatter& operator=(const CFormatter&) = delete;
 
-  std::wstring Run();
+  void Run();
 
  private:
   void AppendPiece(const TFormatPiece& tPiece);
@@ -51,18 +54,25 @@ class CFormatter {
 
   int Number(const TFormatNumber& tNumber, int nAbsent) const;
   const TArgument& Value(const TFormatPiece& tPiece) const {
-    return m_atArguments[static_cast<std::size_t>(tPiece.nArgument)];
+    return m_ptArguments[static_cast<std::size_t>(tPiece.nArgument)];
   }
 
   const TParsedFormat& m_tFormat;
   const int m_nErrno = errno;  // for "%m", before anything of ours changes it
-  std::vector<TArgument> m_atArguments;
-  std::wstring m_strOut;
+  static constexpr std::size_t FEW_ARGUMENTS = 16;
+  TArgument m_atFew[FEW_ARGUMENTS];
+  std::vector<TArgument> m_atMany;  // when they are more than a few
+  TArgument* m_ptArguments = m_atFew;
+  std::wstring& m_strOut;
 };
 
-CFormatter::CFormatter(const TParsedFormat& tFormat, va_list args)
-    : m_tFormat(tFormat), m_atArguments(tFormat.aeArguments.size()) {
-  TArgument* pArgument = m_atArguments.data();
+CFormatter::CFormatter(const TParsedFormat& tFormat, va_list args, std::wstring& strOut)
+    : m_tFormat(tFormat), m_strOut(strOut) {
+  if (tFormat.aeArguments.size() > FEW_ARGUMENTS) {
+    m_atMany.resize(tFormat.aeArguments.size());
+    m_ptArguments = m_atMany.data();
+  }
+  TArgument* pArgument = m_ptArguments;
   for (const TArgumentType eType : tFormat.aeArguments) {
     switch (eType) {
       case TArgumentType::INT:
@@ -97,11 +107,10 @@ CFormatter::CFormatter(const TParsedFormat& tFormat, va_list args)
   }
 }
 
-std::wstring CFormatter::Run() {
+void CFormatter::Run() {
   for (const TFormatPiece& tPiece : m_tFormat.atPieces) {
     AppendPiece(tPiece);
   }
-  return std::move(m_strOut);
 }
 
 void CFormatter::AppendPiece(const TFormatPiece& tPiece) {
@@ -169,8 +178,7 @@ void CFormatter::AppendInteger(const TFormatPiece& tPiece) {
   const bool bSigned = tPiece.chConversion == L'd' || tPiece.chConversion == L'i';
   const bool bPlain = tPiece.strFlags.empty() && !tPiece.tWidth.bPresent && !tPiece.tPrecision.bPresent;
   if (bSigned && bPlain) {  // most numbers of most lines; the library takes ten times as long
-    const std::string strNumber = std::to_string(Narrow(Value(tPiece).nInteger, tPiece.eLength, true));
-    m_strOut.append(strNumber.begin(), strNumber.end());
+    m_strOut += CDecimal(Narrow(Value(tPiece).nInteger, tPiece.eLength, true)).View();
     return;
   }
   const wchar_t szConversion[] = {L'j', tPiece.chConversion};
@@ -243,6 +251,10 @@ void CFormatter::AppendNarrow(const TFormatPiece& tPiece, const char* pszText) {
 }
 
 void CFormatter::AppendPadded(const TFormatPiece& tPiece, std::wstring_view strText) {
+  if (!tPiece.tWidth.bPresent) {
+    m_strOut += strText;
+    return;
+  }
   const long nWidth = Number(tPiece.tWidth, 0);
   const bool bLeft = nWidth < 0 || tPiece.strFlags.find(L'-') != std::wstring_view::npos;
   const auto nWanted = static_cast<std::size_t>(nWidth < 0 ? -nWidth : nWidth);
@@ -280,31 +292,51 @@ void CFormatter::AppendByLibrary(const TFormatPiece& tPiece, std::wstring_view s
 int CFormatter::Number(const TFormatNumber& tNumber, int nAbsent) const {
   if (!tNumber.bPresent) return nAbsent;
   if (tNumber.nArgument < 0) return tNumber.nValue;
-  return static_cast<int>(m_atArguments[static_cast<std::size_t>(tNumber.nArgument)].nInteger);
+  return static_cast<int>(m_ptArguments[static_cast<std::size_t>(tNumber.nArgument)].nInteger);
 }
 
-}  // namespace
+/// Formats taken to pieces, the latest ones. They are literals, a few of them used over and over again, and
+/// taking one to pieces costs as much as filling it in. A place found by the address alone would be the same
+/// for some, as chance has it, and they would drive each other out.
+class CKnownFormats {
+ public:
+  const TParsedFormat& Find(const wchar_t* pszFormat, std::wstring_view strFormat) {
+    for (const std::unique_ptr<TKnown>& poKnown : m_apoKnown) {
+      if (!poKnown) break;
+      if (poKnown->pszFormat == pszFormat && poKnown->strFormat == strFormat) return poKnown->tParsed;
+    }
+    auto poNew = std::make_unique<TKnown>(TKnown{pszFormat, std::wstring(strFormat), {}});
+    poNew->tParsed = ParseFormat(poNew->strFormat);
+    std::unique_ptr<TKnown>& poOldest = m_apoKnown[m_nAdded++ % MANY_KNOWN];
+    poOldest = std::move(poNew);
+    return poOldest->tParsed;
+  }
 
-// Formats are literals, a few of them used over and over again; taking one to pieces costs as much as filling
-// it in.
-std::wstring FormatText(const wchar_t* pszFormat, va_list args) {
+ private:
+  static constexpr std::size_t MANY_KNOWN = 16;
+
   struct TKnown {
+    const wchar_t* pszFormat;  // only compared: a format in a buffer may be gone
     std::wstring strFormat;
     TParsedFormat tParsed;  // points into the text
   };
-  constexpr std::size_t MANY_KNOWN = 16;
+
+  std::unique_ptr<TKnown> m_apoKnown[MANY_KNOWN];
+  std::size_t m_nAdded = 0;
+};
+
+}  // namespace
+
+void FormatText(const wchar_t* pszFormat, va_list args, std::wstring& strOut) {
   constexpr std::size_t LONG_FORMAT = 512;
-  thread_local std::unique_ptr<TKnown> s_apoKnown[MANY_KNOWN];
+  thread_local CKnownFormats s_oKnown;
 
   const std::wstring_view strFormat = pszFormat;
-  if (strFormat.size() > LONG_FORMAT) return CFormatter(ParseFormat(strFormat), args).Run();
-  auto& poKnown = s_apoKnown[reinterpret_cast<std::uintptr_t>(pszFormat) / sizeof(wchar_t) % MANY_KNOWN];
-  if (!poKnown || poKnown->strFormat != strFormat) {
-    auto poNew = std::make_unique<TKnown>(TKnown{std::wstring(strFormat), {}});
-    poNew->tParsed = ParseFormat(poNew->strFormat);
-    poKnown = std::move(poNew);
+  if (strFormat.size() > LONG_FORMAT) {
+    CFormatter(ParseFormat(strFormat), args, strOut).Run();
+  } else {
+    CFormatter(s_oKnown.Find(pszFormat, strFormat), args, strOut).Run();
   }
-  return CFormatter(poKnown->tParsed, args).Run();
 }
 
 }  // namespace TALVEK::VCM

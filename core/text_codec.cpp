@@ -3,6 +3,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 #include "core/locale_codec.h"
@@ -41,6 +42,19 @@ bool AreAllAscii(std::basic_string_view<TChar> strText) {
   return nAll < 0x80;
 }
 
+/// Bytes are looked at eight at a time.
+bool AreAllAscii(std::string_view strBytes) {
+  std::uint64_t nAll = 0;
+  for (; strBytes.size() >= sizeof nAll; strBytes.remove_prefix(sizeof nAll)) {
+    std::uint64_t nEight = 0;
+    std::memcpy(&nEight, strBytes.data(), sizeof nEight);
+    nAll |= nEight;
+  }
+  for (const char ch : strBytes)
+    nAll |= static_cast<unsigned char>(ch);
+  return (nAll & 0x8080808080808080U) == 0;
+}
+
 // Nearly all of what is decoded and encoded is ASCII.
 template <class TChar>
 std::size_t AsciiLength(std::basic_string_view<TChar> strText) {
@@ -54,28 +68,23 @@ std::size_t AsciiLength(std::basic_string_view<TChar> strText) {
   return nLength;
 }
 
-/// Copies each character as it is. `__restrict`: no text overlaps the other, so many are copied at a time.
-template <class TFrom, class TTo>
-void CopyAscii(std::basic_string_view<TFrom> strFrom, TTo* __restrict pTo) {
-  const TFrom* __restrict pFrom = strFrom.data();
-  for (std::size_t i = 0; i < strFrom.size(); ++i)
-    pTo[i] = static_cast<TTo>(pFrom[i]);
-}
-
-/// Widens the ASCII at the start of `strBytes`; returns how much there was.
-std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut) {
-  const std::size_t nLength = AsciiLength(strBytes);
-  CopyAscii(strBytes.substr(0, nLength), pOut);
-  return nLength;
-}
-
-/// Appends the ASCII at the start of `strText`; returns how much there was.
+/// Appends the ASCII at the start of `strText`; returns how much there was. Looks at a block and narrows it
+/// in one go; what isn't ASCII spoils only the block that it stands in.
 std::size_t AppendAscii(std::wstring_view strText, std::string& strOut) {
-  const std::size_t nLength = AsciiLength(strText);
-  const std::size_t nStart = strOut.size();
-  strOut.resize(nStart + nLength);
-  CopyAscii(strText.substr(0, nLength), strOut.data() + nStart);
-  return nLength;
+  constexpr std::size_t BLOCK = 64;
+  char achBlock[BLOCK];
+  for (std::size_t nDone = 0; nDone < strText.size(); nDone += BLOCK) {
+    const std::wstring_view strBlock = strText.substr(nDone, BLOCK);
+    std::uint32_t nAll = 0;
+    for (std::size_t i = 0; i < strBlock.size(); ++i) {
+      nAll |= Code(strBlock[i]);
+      achBlock[i] = static_cast<char>(strBlock[i]);
+    }
+    const std::size_t nAscii = nAll < 0x80 ? strBlock.size() : AsciiLength(strBlock);
+    strOut.append(achBlock, nAscii);
+    if (nAscii < strBlock.size()) return nDone + nAscii;
+  }
+  return strText.size();
 }
 
 /// Decodes what `pfnDecode(bytes, ch)` takes (it returns a length, 0 for refused); escapes the other bytes.
@@ -124,6 +133,16 @@ bool IsConvertible(std::wstring_view strText) {
 
 }  // namespace
 
+std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut) {
+  const std::size_t nLength = AsciiLength(strBytes);
+  // `__restrict`: no text overlaps the other, so many characters are copied at a time.
+  const char* __restrict pFrom = strBytes.data();
+  wchar_t* __restrict pTo = pOut;
+  for (std::size_t i = 0; i < nLength; ++i)
+    pTo[i] = static_cast<unsigned char>(pFrom[i]);
+  return nLength;
+}
+
 // The encodings that Debian's locales use extend ASCII, so only the bytes from 80 on are asked for.
 void DecodeBytes(std::string_view strBytes, CString& strOut) {
   if (AreAllAscii(strBytes)) {
@@ -164,10 +183,15 @@ bool ToSystemPath(const CString& strText, std::string& strOut) {
 
 std::string ToUtf8(const CString& strText) {
   std::string strBytes;
+  strBytes.reserve(strText.View().size());
   EncodeInto(strText.View(), strBytes, [](wchar_t ch, std::string& strOut) {
     AppendUtf8(strOut, IsScalarValue(Code(ch)) ? Code(ch) : REPLACEMENT);
   });
   return strBytes;
+}
+
+std::size_t Utf8Size(const CString& strText) {
+  return AreAllAscii(strText.View()) ? strText.View().size() : ToUtf8(strText).size();
 }
 
 void EncodeStored(std::wstring_view strText, std::string& strOut) {

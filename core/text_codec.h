@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,10 @@ TALVEK_CORE_API CString FromBytes(std::string_view strBytes);
 /// As FromBytes, into a text whose storage is used again.
 TALVEK_CORE_API void DecodeBytes(std::string_view strBytes, CString& strOut);
 
+/// Widens the ASCII at the start of `strBytes` into `pOut`, which has room for all of them; returns how much
+/// there was. ASCII is the same in every encoding used here.
+TALVEK_CORE_API std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut);
+
 /// The bytes of `strText` in the locale's encoding. A character that the locale doesn't have is written in
 /// UTF-8: it can only come from outside the locale, and losing it would be worse.
 TALVEK_CORE_API std::string ToBytes(const CString& strText);
@@ -27,6 +32,8 @@ TALVEK_CORE_API bool ToSystemPath(const CString& strText, std::string& strOut);
 
 /// UTF-8, the same in every locale; a character without a UTF-8 form (such as U+DC80) becomes U+FFFD.
 TALVEK_CORE_API std::string ToUtf8(const CString& strText);
+/// The bytes that ToUtf8 gives, counted only.
+TALVEK_CORE_API std::size_t Utf8Size(const CString& strText);
 
 /// UTF-8 extended to surrogates (three bytes each), the same in every locale: what the database stores.
 /// DecodeStored(EncodeStored(t)) is t.

@@ -20,6 +20,18 @@ constexpr std::uint64_t InAllBytes(unsigned nByte) {
   return 0x0101010101010101U * nByte;
 }
 
+/// The first block, filled up with zeros. A whole one is copied by a known number of bytes, which takes no
+/// call.
+TPairs FirstPairs(std::wstring_view strText) {
+  TPairs anPairs = {};
+  if (strText.size() >= BLOCK) {
+    std::memcpy(anPairs.data(), strText.data(), BLOCK * sizeof(wchar_t));
+  } else {
+    std::memcpy(anPairs.data(), strText.data(), strText.size() * sizeof(wchar_t));
+  }
+  return anPairs;
+}
+
 bool IsAscii(const TPairs& anPairs) {
   return ((anPairs[0] | anPairs[1] | anPairs[2] | anPairs[3]) & ~ASCII_PAIR) == 0;
 }
@@ -53,9 +65,7 @@ void Mix(std::uint64_t& nHash, std::uint64_t nValue) {
 template <bool NO_CASE>
 CTextHash& CTextHash::AddBlocks(std::wstring_view strText) {
   for (std::size_t nStart = 0; nStart < strText.size(); nStart += BLOCK) {
-    const std::wstring_view strBlock = strText.substr(nStart, BLOCK);
-    TPairs anPairs = {};
-    std::memcpy(anPairs.data(), strBlock.data(), strBlock.size() * sizeof(wchar_t));
+    const TPairs anPairs = FirstPairs(strText.substr(nStart));
     if (IsAscii(anPairs)) {
       Mix(m_nHash, NO_CASE ? LowerAscii(PackAscii(anPairs)) : PackAscii(anPairs));
     } else {

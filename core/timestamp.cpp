@@ -65,16 +65,17 @@ bool FormatDefault(const std::tm& tParts, std::wstring& strOut) {
   const int nYear = tParts.tm_year + 1900;
   if (nYear < 1000 || nYear > 9999) return false;
   strOut = L"0000-00-00 00:00:00";
-  const auto fnPut = [&strOut](std::size_t nEnd, int nNumber) {
-    for (; nNumber > 0; nNumber /= 10)
-      strOut[--nEnd] = static_cast<wchar_t>(L'0' + nNumber % 10);
+  const auto fnPut = [&strOut](std::size_t nPlace, int nNumber) {
+    strOut[nPlace] = static_cast<wchar_t>(L'0' + nNumber / 10);
+    strOut[nPlace + 1] = static_cast<wchar_t>(L'0' + nNumber % 10);
   };
-  fnPut(4, nYear);
-  fnPut(7, tParts.tm_mon + 1);
-  fnPut(10, tParts.tm_mday);
-  fnPut(13, tParts.tm_hour);
-  fnPut(16, tParts.tm_min);
-  fnPut(19, tParts.tm_sec);
+  fnPut(0, nYear / 100);
+  fnPut(2, nYear % 100);
+  fnPut(5, tParts.tm_mon + 1);
+  fnPut(8, tParts.tm_mday);
+  fnPut(11, tParts.tm_hour);
+  fnPut(14, tParts.tm_min);
+  fnPut(17, tParts.tm_sec);
   return true;
 }
 

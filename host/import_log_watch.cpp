@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <fstream>
+#include <string>
 
 #include "core/text_codec.h"
 #include "host/stop_signal.h"
@@ -42,14 +43,12 @@ bool IsComplaint(std::wstring_view strText) {
 }  // namespace
 
 void CImportLogWatch::Message(const wchar_t* pszFormat, ...) {
-  VCM::CString strLine;
   va_list args;
   va_start(args, pszFormat);
-  strLine.FormatV(pszFormat, args);
+  m_strLastLine.FormatV(pszFormat, args);
   va_end(args);
-  m_strLastLine = VCM::ToUtf8(strLine);
-  m_nLogBytes += m_strLastLine.size();
-  TakeLine(TextOfLine(strLine.View()));
+  m_nLogBytes += VCM::Utf8Size(m_strLastLine);
+  TakeLine(TextOfLine(m_strLastLine.View()));
   if (m_bStopping) ThrowIfStopped();
 }
 
@@ -58,10 +57,11 @@ void CImportLogWatch::Message(const wchar_t* pszFormat, ...) {
 bool CImportLogWatch::IsKeptIn(const std::filesystem::path& oLog) const {
   std::ifstream oFile(oLog, std::ios::binary | std::ios::ate);
   if (!oFile || static_cast<std::uint64_t>(oFile.tellg()) < m_nLogBytes) return false;
-  std::string strEnd(m_strLastLine.size(), '\0');
+  const std::string strLastLine = VCM::ToUtf8(m_strLastLine);
+  std::string strEnd(strLastLine.size(), '\0');
   oFile.seekg(-static_cast<std::streamoff>(strEnd.size()), std::ios::end);
   oFile.read(strEnd.data(), static_cast<std::streamsize>(strEnd.size()));
-  return oFile && strEnd == m_strLastLine;
+  return oFile && strEnd == strLastLine;
 }
 
 void CImportLogWatch::TakeLine(std::wstring_view strText) {

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <string>
 #include <string_view>
 
 #include "core/connection.h"
@@ -45,7 +44,7 @@ class CImportLogWatch : public VRM::CConnection {
   VCM::CString m_strComplaint;
   VCM::CString m_strCommand;
   VCM::CString m_strClientWords;
-  std::string m_strLastLine;
+  VCM::CString m_strLastLine;
   std::uint64_t m_nLogBytes = 0;
   std::uint64_t m_nFiles = 0;
   bool m_bCutShort = false;

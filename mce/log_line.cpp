@@ -3,6 +3,8 @@
 #include <string>
 #include <utility>
 
+#include "core/decimal.h"
+
 namespace TALVEK::MCE {
 
 namespace {
@@ -12,13 +14,11 @@ constexpr int SECONDS_PER_HOUR = 3600;
 
 }  // namespace
 
-VCM::CString MakeLogLine(const VCM::CString& strText, long long nNow) {
-  const std::string strPrefix = std::to_string(nNow % SECONDS_PER_HOUR) + ": ";
-  std::wstring strLine;
-  strLine.reserve(strPrefix.size() + strText.View().size() + 1);
-  strLine.append(strPrefix.begin(), strPrefix.end());
-  strLine += strText.View();
-  if (!strText.View().ends_with(L'\n')) strLine += L'\n';
+VCM::CString MakeLogLine(VCM::CString strText, long long nNow) {
+  std::wstring strLine = strText.Release();
+  strLine.insert(0, L": ");
+  strLine.insert(0, VCM::CDecimal(nNow % SECONDS_PER_HOUR).View());
+  if (!strLine.ends_with(L'\n')) strLine += L'\n';
   return VCM::CString(std::move(strLine));
 }
 

@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <ctime>
 #include <string>
+#include <utility>
 
 #include <wx/filename.h>
 #include <wx/log.h>
@@ -72,7 +73,7 @@ void CProviderBase::WriteLog(const wchar_t* pszFormat, ...) {
   va_start(args, pszFormat);
   m_strLastLine.FormatV(pszFormat, args);
   va_end(args);
-  m_strLastLine = MakeLogLine(m_strLastLine, std::time(nullptr));
+  m_strLastLine = MakeLogLine(std::move(m_strLastLine), std::time(nullptr));
 
   if (m_poLogStream) {
     const wxLogNull oQuiet;

@@ -112,8 +112,9 @@ class CProvider : public MCE::CProviderBase {
   bool MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, const TFileInfo& tFile);
   void CreateStreamForTag(TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag,
                           unsigned int nParentID);
-  void AddFileChanges(const TFileInfo& tFile, TStreamInfo& tStream);
-  void ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision, TStreamInfo& tStream) const;
+  /// Gives the numbers of the file's revisions away.
+  void AddFileChanges(TFileInfo& tFile, TStreamInfo& tStream);
+  int ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision) const;
 
   bool m_bCheckoutFailed = false;       // the last one of the whole module
   mutable CStreamNames m_oStreamNames;  // follows the list of streams when it is asked

@@ -14,12 +14,9 @@ bool IsOnVendorBranch(const MCE::TCVSRevision& oRevision) {
 void NormaliseTag(TTagInfo& tTag) {
   MCE::TCVSRevision& oRevision = tTag.oRevision;
   const int nCount = oRevision.GetCount();
-  if (nCount > 1 && oRevision[nCount - 2] == 0) {
-    tTag.bIsBranch = true;
-    oRevision.RemoveAt(nCount - 2);
-  }
+  tTag.bIsBranch = oRevision.IsBranchName();
+  if (nCount > 1 && oRevision[nCount - 2] == 0) oRevision.RemoveAt(nCount - 2);
   if (!IsOnVendorBranch(oRevision)) return;
-  if (oRevision.GetCount() == 3) tTag.bIsBranch = true;
   oRevision.RemoveAt(0);
   oRevision.RemoveAt(0);
 }
@@ -61,7 +58,7 @@ bool CFileEnum::GetNextFile(TFileInfo& tFile, const VCM::CArray<VCM::CString>& a
 
   std::swap(tFile.oPath, m_tCurrentItem.oPath);  // a path may be as long as the log
   for (int i = 0; i < m_tCurrentItem.astrTagNames.GetCount(); ++i) {
-    TTagInfo tTag{m_tCurrentItem.astrTagNames[i], m_tCurrentItem.aoTagRevisions[i], false};
+    TTagInfo tTag{m_tCurrentItem.astrTagNames[i], std::move(m_tCurrentItem.aoTagRevisions[i]), false};
     NormaliseTag(tTag);
     if (tTag.bIsBranch || bKeepTags) tFile.atTags.Add(std::move(tTag));
   }
@@ -78,8 +75,8 @@ bool CFileEnum::GetFileRevs(TFileInfo& tFile, const VCM::CArray<VCM::CString>& a
       m_bItemHeld = true;
       break;
     }
-    tFile.atRevisions.Add(TRevInfo{m_tCurrentItem.oRevision, m_tCurrentItem.oTime, m_tCurrentItem.nState,
-                                   m_tCurrentItem.strAuthor,
+    tFile.atRevisions.Add(TRevInfo{std::move(m_tCurrentItem.oRevision), m_tCurrentItem.oTime,
+                                   m_tCurrentItem.nState, m_tCurrentItem.strAuthor,
                                    m_oParser.Intern(m_tCurrentItem.strComment.View())});
   }
   return false;

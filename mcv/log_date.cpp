@@ -1,6 +1,7 @@
 #include "mcv/log_date.h"
 
 #include <cstddef>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,13 +20,27 @@ constexpr int MAX_HOURS_EAST = 13;
 constexpr int MAX_HOURS_WEST = 12;
 constexpr long long SECONDS_PER_DAY = 86400;
 
+bool IsDigit(wchar_t ch) {
+  return ch >= L'0' && ch <= L'9';
+}
+
+int TwoDigits(wchar_t chTens, wchar_t chOnes) {
+  return static_cast<int>((chTens - L'0') * 10 + (chOnes - L'0'));
+}
+
+/// As ParseNumber, to which the odd ones are left.
+int ParseHours(std::wstring_view strTwo) {
+  if (IsDigit(strTwo[0]) && IsDigit(strTwo[1])) return TwoDigits(strTwo[0], strTwo[1]);
+  return static_cast<int>(VCM::ParseNumber(VCM::CString(strTwo)));
+}
+
 /// Cuts a suffix such as " +0200" off the text and returns the zone that it names; GMT without one.
 int CutZoneSuffix(std::wstring_view& strText) {
   if (strText.size() < ZONE_SUFFIX_LENGTH) return VCM::ZONE_GMT0;
   const std::wstring_view strSuffix = strText.substr(strText.size() - ZONE_SUFFIX_LENGTH);
   if (strSuffix[0] != L' ' || (strSuffix[1] != L'+' && strSuffix[1] != L'-')) return VCM::ZONE_GMT0;
   strText.remove_suffix(ZONE_SUFFIX_LENGTH);
-  const auto nHours = static_cast<int>(VCM::ParseNumber(VCM::CString(strSuffix.substr(2, 2))));
+  const int nHours = ParseHours(strSuffix.substr(2, 2));
   if (strSuffix[1] == L'+') return nHours <= MAX_HOURS_EAST ? VCM::ZONE_GMT0 + nHours : VCM::ZONE_GMT0;
   return nHours <= MAX_HOURS_WEST ? VCM::ZONE_GMT0 - nHours : VCM::ZONE_GMT0;
 }
@@ -39,11 +54,11 @@ class CScanner {
   std::optional<int> Number(int nMaxDigits) {
     int nValue = 0;
     int nDigits = 0;
-    while (nDigits < nMaxDigits && IsDigit()) {
+    while (nDigits < nMaxDigits && IsAtDigit()) {
       nValue = nValue * 10 + static_cast<int>(m_strText[m_nPosition++] - L'0');
       ++nDigits;
     }
-    if (nDigits == 0 || IsDigit()) return std::nullopt;
+    if (nDigits == 0 || IsAtDigit()) return std::nullopt;
     return nValue;
   }
   bool Character(wchar_t ch) {
@@ -58,9 +73,7 @@ class CScanner {
   std::size_t GetPosition() const { return m_nPosition; }
 
  private:
-  bool IsDigit() const {
-    return m_nPosition < m_strText.size() && m_strText[m_nPosition] >= L'0' && m_strText[m_nPosition] <= L'9';
-  }
+  bool IsAtDigit() const { return m_nPosition < m_strText.size() && IsDigit(m_strText[m_nPosition]); }
 
   std::wstring_view m_strText;
   std::size_t m_nPosition = 0;
@@ -79,6 +92,12 @@ std::optional<long long> DaysSinceEpoch(int nYear, int nMonth, int nDay) {
   return nMarchYear * 365 + nLeapDays + (nMarchMonth * 153 + 2) / 5 + nDay - 1 - 719468;
 }
 
+/// Seconds since midnight.
+std::optional<long long> TimeOfDay(int nHour, int nMinute, int nSecond) {
+  if (nHour > 23 || nMinute > 59 || nSecond > 60) return std::nullopt;  // 60: a leap second
+  return nHour * 3600LL + nMinute * 60LL + nSecond;
+}
+
 /// Seconds since midnight of "10", "10:11" or "10:11:12".
 std::optional<long long> ScanTimeOfDay(CScanner& oScanner) {
   int anParts[3] = {0, 0, 0};
@@ -88,8 +107,29 @@ std::optional<long long> ScanTimeOfDay(CScanner& oScanner) {
     if (!nPart) return std::nullopt;
     anParts[i] = *nPart;
   }
-  if (anParts[0] > 23 || anParts[1] > 59 || anParts[2] > 60) return std::nullopt;  // 60: a leap second
-  return anParts[0] * 3600LL + anParts[1] * 60LL + anParts[2];
+  return TimeOfDay(anParts[0], anParts[1], anParts[2]);
+}
+
+/// Reads "2003/01/02 10:11:12" and "2003-01-02 10:11:12", the forms that CVS writes: each part has its place.
+/// False for all else, and for what is no date.
+bool ReadUsualForm(std::wstring_view strText, long long& nSeconds) {
+  constexpr std::size_t LENGTH = 19;
+  constexpr std::size_t PAIRS[] = {0, 2, 5, 8, 11, 14, 17};  // the year is two of them
+  if (strText.size() != LENGTH || (strText[4] != L'/' && strText[4] != L'-') || strText[7] != strText[4] ||
+      strText[10] != L' ' || strText[13] != L':' || strText[16] != L':')
+    return false;
+  int anPairs[std::size(PAIRS)];
+  for (std::size_t i = 0; i < std::size(PAIRS); ++i) {
+    const wchar_t* const pchPair = &strText[PAIRS[i]];
+    if (!IsDigit(pchPair[0]) || !IsDigit(pchPair[1])) return false;
+    anPairs[i] = TwoDigits(pchPair[0], pchPair[1]);
+  }
+  const std::optional<long long> nDays =
+      DaysSinceEpoch(anPairs[0] * 100 + anPairs[1], anPairs[2], anPairs[3]);
+  const std::optional<long long> nTimeOfDay = TimeOfDay(anPairs[4], anPairs[5], anPairs[6]);
+  if (!nDays || !nTimeOfDay) return false;
+  nSeconds = *nDays * SECONDS_PER_DAY + *nTimeOfDay;
+  return true;
 }
 
 enum class TForm { NOT_YEAR_FIRST, UNREADABLE, READ };
@@ -136,7 +176,7 @@ std::optional<long long> ReadDateByToolkit(const std::wstring& strText) {
 std::optional<long long> ReadOtherForm(std::wstring_view strAll) {
   std::size_t nStart = strAll.find(L':');
   if (nStart == 0 || nStart == std::wstring_view::npos) return std::nullopt;
-  while (nStart > 0 && strAll[nStart - 1] >= L'0' && strAll[nStart - 1] <= L'9')
+  while (nStart > 0 && IsDigit(strAll[nStart - 1]))
     --nStart;
   CScanner oScanner(strAll.substr(nStart));
   const std::optional<long long> nTimeOfDay = ScanTimeOfDay(oScanner);
@@ -158,7 +198,7 @@ VCM::CTimestamp ParseLogDate(std::wstring_view strDate) {
     strDate.remove_suffix(1);
   const int nZone = CutZoneSuffix(strDate);
   long long nSeconds = 0;
-  const TForm nForm = ReadYearFirst(strDate, nSeconds);
+  const TForm nForm = ReadUsualForm(strDate, nSeconds) ? TForm::READ : ReadYearFirst(strDate, nSeconds);
   if (nForm == TForm::UNREADABLE) return VCM::CTimestamp(0);
   if (nForm == TForm::NOT_YEAR_FIRST) {
     const std::optional<long long> nOther = ReadOtherForm(strDate);

@@ -16,7 +16,8 @@ constexpr int MAX_POOLED_TEXTS = 262144;
 
 /// wxMatchWild, with its ways (a name that begins with "." matches nothing).
 bool MatchesPattern(const VCM::CString& strPattern, std::wstring_view strName) {
-  if (strPattern == L"*" && !strName.empty()) return strName[0] != L'.';  // the default filter, and most logs
+  const bool bAll = strPattern.GetLength() == 1 && strPattern[0] == L'*';
+  if (bAll && !strName.empty()) return strName[0] != L'.';  // the default filter, and most logs
   return wxMatchWild(wxString(std::wstring(strPattern.View())), wxString(std::wstring(strName)), true);
 }
 
@@ -43,22 +44,22 @@ void RemoveAtticFolder(VCM::CFilePath& oPath) {
 
 /// An editor or a shell may have put the mark in front of a saved log; with it the first file's header would
 /// not be known as one, and the file be lost. In front of each item, because saved logs are joined.
-void DropByteOrderMark(VCM::CString& strLine) {
-  if (strLine.IsEmpty() || strLine[0] < 0x80) return;
+void DropByteOrderMark(std::wstring_view& strLine) {
+  if (strLine.empty() || strLine[0] < 0x80) return;
   const VCM::CString strMark = VCM::FromBytes("\xEF\xBB\xBF");
-  if (strLine.View().starts_with(strMark.View())) strLine = strLine.Mid(strMark.GetLength());
+  if (strLine.starts_with(strMark.View())) strLine.remove_prefix(strMark.View().size());
 }
 
-int ParseState(const VCM::CString& strState) {
-  if (strState.EqualsNoCase(L"Exp")) return REVISION_LIVE;
-  return strState.EqualsNoCase(L"dead") ? REVISION_DEAD : REVISION_OTHER;
+int ParseState(std::wstring_view strState) {
+  if (VCM::EqualsNoCase(strState, L"Exp")) return REVISION_LIVE;
+  return VCM::EqualsNoCase(strState, L"dead") ? REVISION_DEAD : REVISION_OTHER;
 }
 
 /// The line behind the last name: "keyword substitution: kv".
 bool IsSubstitution(std::wstring_view strName) {
   constexpr std::wstring_view KEYWORD = L"keyword substitution";
   return strName.size() >= KEYWORD.size() && VCM::ToLower(strName[0]) == KEYWORD[0] &&
-         VCM::CString(strName.substr(0, KEYWORD.size())).EqualsNoCase(KEYWORD);
+         VCM::EqualsNoCase(strName.substr(0, KEYWORD.size()), KEYWORD);
 }
 
 std::wstring_view TrimLeft(std::wstring_view strText) {
@@ -66,6 +67,47 @@ std::wstring_view TrimLeft(std::wstring_view strText) {
     strText.remove_prefix(1);
   return strText;
 }
+
+/// A field of a line, such as "author: joe;".
+struct TField {
+  std::wstring_view strKey;
+  bool bSeen = false;   // the first one counts, even without a value
+  bool bValue = false;  // a ";" ends it
+  std::wstring_view strValue = {};
+
+  /// Takes the field whose value would begin at `nValue`, behind a colon.
+  void TakeAt(std::wstring_view strLine, std::size_t nValue) {
+    if (bSeen || nValue < strKey.size()) return;
+    bSeen = strLine.substr(nValue - strKey.size(), strKey.size()) == strKey;
+    if (!bSeen) return;
+    const std::size_t nEnd = strLine.find(L';', nValue);
+    bValue = nEnd != std::wstring_view::npos;
+    if (bValue) strValue = TrimLeft(strLine.substr(nValue, nEnd - nValue));
+  }
+};
+
+/// The fields of a revision's "date:" line, in whatever order. The values are good as long as the line.
+struct TDateLine {
+  TField tDate{L"date:"};
+  TField tAuthor{L"author:"};
+  TField tState{L"state:"};
+
+  explicit TDateLine(std::wstring_view strLine) {
+    std::size_t nColon = strLine.find(L':', 1);
+    for (; nColon != std::wstring_view::npos && !IsWhole(); nColon = strLine.find(L':', nColon + 1)) {
+      // The letter before the colon tells most keys apart, and all of them from a time of day.
+      const wchar_t chLast = strLine[nColon - 1];
+      if (chLast == L'r') {
+        tAuthor.TakeAt(strLine, nColon + 1);
+      } else if (chLast == L'e') {
+        tDate.TakeAt(strLine, nColon + 1);
+        tState.TakeAt(strLine, nColon + 1);
+      }
+    }
+  }
+
+  bool IsWhole() const { return tDate.bSeen && tAuthor.bSeen && tState.bSeen; }
+};
 
 }  // namespace
 
@@ -108,12 +150,13 @@ bool CLogParser::GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& a
   m_nSection = SECTION_NONE;
   do {
     if (m_oLines.IsAtEnd()) return false;
-    m_oLines.ReadLine(m_strLine);
+    m_oLines.ReadLineView(m_strLine);
     DropByteOrderMark(m_strLine);
-  } while (m_strLine.IsEmpty());
+  } while (m_strLine.empty());
 
   if (LineBegins(L"RCS file:")) {
     RotatePools();
+    m_oNameNumber.RemoveAll(true);  // one may be as long as the log
     GetNextFileItem(tItem, astrIncludeTags, astrExcludeTags, bKeepTags);
   } else if (LineBegins(L"revision ")) {
     GetNextRevisionItem(tItem);
@@ -128,7 +171,7 @@ bool CLogParser::GetNextFileItem(TLogItem& tItem, const VCM::CArray<VCM::CString
   tItem.nKind = TLogItem::KIND_FILE;
   while (!ItemEnded()) {
     if (!ProcessFileLine(tItem, astrIncludeTags, astrExcludeTags)) return false;
-    if (!m_oLines.ReadLine(m_strLine)) break;
+    if (!m_oLines.ReadLineView(m_strLine)) break;
   }
   return true;
 }
@@ -137,7 +180,7 @@ bool CLogParser::GetNextRevisionItem(TLogItem& tItem) {
   tItem.nKind = TLogItem::KIND_REVISION;
   while (!ItemEnded()) {
     if (!ProcessRevisionLine(tItem)) return false;
-    if (!m_oLines.ReadLine(m_strLine)) break;
+    if (!m_oLines.ReadLineView(m_strLine)) break;
   }
   return true;
 }
@@ -145,7 +188,7 @@ bool CLogParser::GetNextRevisionItem(TLogItem& tItem) {
 bool CLogParser::GetNextUnknownItem(TLogItem& tItem) {
   tItem.nKind = TLogItem::KIND_UNKNOWN;
   while (!ItemEnded()) {
-    if (!m_oLines.ReadLine(m_strLine)) break;
+    if (!m_oLines.ReadLineView(m_strLine)) break;
   }
   return true;
 }
@@ -176,39 +219,39 @@ bool CLogParser::ProcessFileLine(TLogItem& tItem, const VCM::CArray<VCM::CString
 }
 
 bool CLogParser::ProcessPathLine(TLogItem& tItem) const {
-  const int nReposDir = m_strReposDir.IsEmpty() ? -1 : m_strLine.Find(m_strReposDir);
+  const VCM::CString strLine(m_strLine);
+  const int nReposDir = m_strReposDir.IsEmpty() ? -1 : strLine.Find(m_strReposDir);
   // Without the directory the path begins at the "/" in front of the module.
   const int nStart =
-      nReposDir >= 0 ? nReposDir + m_strReposDir.GetLength() : m_strLine.Find(m_strModuleName) - 1;
+      nReposDir >= 0 ? nReposDir + m_strReposDir.GetLength() : strLine.Find(m_strModuleName) - 1;
   if (nStart < 1) return false;
-  const int nComma = m_strLine.Find(L',', nStart);
+  const int nComma = strLine.Find(L',', nStart);
   if (nComma < 1) return false;
-  if (!tItem.oPath.Parse(m_strLine.Mid(nStart, nComma - nStart), VCM::CFilePath::PARSE_REPOSITORY))
+  if (!tItem.oPath.Parse(strLine.Mid(nStart, nComma - nStart), VCM::CFilePath::PARSE_REPOSITORY))
     return false;
   RemoveAtticFolder(tItem.oPath);
   return true;
 }
 
 void CLogParser::ProcessTotalLine(TLogItem& tItem) const {
-  const int nEnd = m_strLine.Find(L';');
-  if (nEnd < 18) return;
-  tItem.nTotalRevisions = static_cast<int>(VCM::ParseNumber(m_strLine.Mid(17, nEnd - 17)));
+  const std::size_t nEnd = m_strLine.find(L';');
+  if (nEnd == std::wstring_view::npos || nEnd < 18) return;
+  tItem.nTotalRevisions = static_cast<int>(VCM::ParseNumber(VCM::CString(m_strLine.substr(17, nEnd - 17))));
 }
 
 void CLogParser::ProcessNameLine(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
                                  const VCM::CArray<VCM::CString>& astrExcludeTags) {
-  const std::wstring_view strLine = m_strLine.View();
-  const std::size_t nColon = std::min(strLine.find(L':'), strLine.size());
-  const std::wstring_view strName = TrimLeft(strLine.substr(0, nColon));
+  const std::size_t nColon = std::min(m_strLine.find(L':'), m_strLine.size());
+  const std::wstring_view strName = TrimLeft(m_strLine.substr(0, nColon));
   if (IsSubstitution(strName)) {
     m_nSection = SECTION_NONE;
     return;
   }
   if (!PassesFilters(strName, astrIncludeTags, astrExcludeTags)) return;
+  m_oNameNumber.Parse(TrimLeft(LineFrom(nColon + 1)));
+  if (m_bBranchesOnly && !m_oNameNumber.IsBranchName()) return;
   tItem.astrTagNames.Add(Intern(strName));
-  MCE::TCVSRevision oNumber;
-  oNumber.Parse(TrimLeft(LineFrom(nColon + 1)));
-  tItem.aoTagRevisions.Add(std::move(oNumber));
+  tItem.aoTagRevisions.Add(m_oNameNumber);
 }
 
 bool CLogParser::ProcessRevisionLine(TLogItem& tItem) {
@@ -230,21 +273,10 @@ bool CLogParser::ProcessRevisionLine(TLogItem& tItem) {
 
 void CLogParser::ProcessDateLine(TLogItem& tItem) {
   m_nSection = SECTION_MESSAGE;
-  std::wstring_view strValue;
-  if (GetLineValue(L"date:", strValue)) ParseDateTime(strValue, tItem.oTime);
-  if (GetLineValue(L"author:", strValue)) tItem.strAuthor = Intern(strValue);
-  if (GetLineValue(L"state:", strValue)) tItem.nState = ParseState(VCM::CString(strValue));
-}
-
-bool CLogParser::GetLineValue(std::wstring_view strKey, std::wstring_view& strValue) const {
-  const std::wstring_view strLine = m_strLine.View();
-  const std::size_t nKey = strLine.find(strKey);
-  if (nKey == std::wstring_view::npos) return false;
-  const std::size_t nValue = nKey + strKey.size();
-  const std::size_t nEnd = strLine.find(L';', nValue);
-  if (nEnd == std::wstring_view::npos) return false;
-  strValue = TrimLeft(strLine.substr(nValue, nEnd - nValue));
-  return true;
+  const TDateLine tLine(m_strLine);
+  if (tLine.tDate.bValue) ParseDateTime(tLine.tDate.strValue, tItem.oTime);
+  if (tLine.tAuthor.bValue) tItem.strAuthor = Intern(tLine.tAuthor.strValue);
+  if (tLine.tState.bValue) tItem.nState = ParseState(tLine.tState.strValue);
 }
 
 void CLogParser::ParseDateTime(std::wstring_view strText, VCM::CTimestamp& oTime) {

@@ -76,6 +76,10 @@ class CLogParser : public wxTextInputStream {
   bool GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
                    const VCM::CArray<VCM::CString>& astrExcludeTags, bool bKeepTags);
 
+  /// From the next line on, names of tags are left out of the items: most names of most logs, and mostly for
+  /// nothing. Off at first.
+  void SetBranchesOnly(bool bBranchesOnly) { m_bBranchesOnly = bBranchesOnly; }
+
   /// The number of any text (MCE::TCVSRevision); always true.
   bool GetRevisionFromString(const VCM::CString& strText, MCE::TCVSRevision& oRevision);
 
@@ -98,20 +102,21 @@ class CLogParser : public wxTextInputStream {
   bool ProcessRevisionLine(TLogItem& tItem);
   void ProcessDateLine(TLogItem& tItem);
   bool ItemEnded() const;
-  /// The value of a field of the line, such as "author:"; good until the next line is read.
-  bool GetLineValue(std::wstring_view strKey, std::wstring_view& strValue) const;
   static void ParseDateTime(std::wstring_view strText, VCM::CTimestamp& oTime);
   /// The text of the line from a place on; empty when it is shorter.
   std::wstring_view LineFrom(std::size_t nStart) const {
-    const std::wstring_view strLine = m_strLine.View();
-    return strLine.substr(std::min(nStart, strLine.size()));
+    return m_strLine.substr(std::min(nStart, m_strLine.size()));
   }
   /// Each line is held against several keywords, and its first character mostly tells that it is none of
   /// them.
   template <std::size_t N>
   bool LineBegins(const wchar_t (&szKeyword)[N]) const {
-    if (m_strLine.IsEmpty() || CannotBeSame(m_strLine[0], szKeyword[0])) return false;
-    return m_strLine.StartsNoCase({szKeyword, N - 1}, N - 1);
+    if (m_strLine.size() < N - 1 || CannotBeSame(m_strLine[0], szKeyword[0])) return false;
+    return IsSameKeyword(m_strLine.substr(0, N - 1), {szKeyword, N - 1});
+  }
+  /// CVS writes its keywords in one case.
+  static bool IsSameKeyword(std::wstring_view strText, std::wstring_view strKeyword) {
+    return strText == strKeyword || VCM::EqualsNoCase(strText, strKeyword);
   }
   /// True when an ASCII character can't be equal to one of a keyword, even without regard to case.
   static bool CannotBeSame(wchar_t ch, wchar_t chKeyword) {
@@ -120,10 +125,12 @@ class CLogParser : public wxTextInputStream {
   void RotatePools();
 
   VCM::CLineReader m_oLines;
-  VCM::CString m_strLine;
+  std::wstring_view m_strLine;  // the reader's
   VCM::CString m_strModuleName;
   VCM::CString m_strReposDir;
+  MCE::TCVSRevision m_oNameNumber;  // kept for its storage
   int m_nSection = SECTION_NONE;
+  bool m_bBranchesOnly = false;
   std::unique_ptr<VCM::CStringPool> m_poCurrentPool;
   std::unique_ptr<VCM::CStringPool> m_poPreviousPool;
 };

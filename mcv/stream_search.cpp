@@ -5,6 +5,8 @@
 // name seen for the first time starts from whatever the record holds, so a new stream inherits the times of
 // the stream that came before.
 
+#include <utility>
+
 #include "mcv/cvs_provider.h"
 #include "mcv/file_lookup.h"
 
@@ -101,6 +103,7 @@ bool CProvider::SearchForStreams() {
   const bool bNested = GetBooleanProperty(L"NestedBranches");
 
   CFileEnum oFiles(m_poInputStream, strModule, strReposDir);
+  oFiles.SetBranchesOnly(!bStreamsForTags);
   TFileInfo tFile;
   TStreamInfo tStream;
   int nFiles = 0;
@@ -176,30 +179,32 @@ bool CProvider::MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, co
   return false;
 }
 
-void CProvider::AddFileChanges(const TFileInfo& tFile, TStreamInfo& tStream) {
+void CProvider::AddFileChanges(TFileInfo& tFile, TStreamInfo& tStream) {
   const VCM::CFilePath oPath = PathInModule(tFile.oPath);
   CChangeTypes oTypes;
+  int nInRecord = -1;  // the stream that `tStream` is a copy of
   for (int i = 0; i < tFile.atRevisions.GetCount(); ++i) {
-    const TRevInfo& tRevision = tFile.atRevisions[i];
-    ChooseStream(tFile, tRevision.oRevision, tStream);
+    TRevInfo& tRevision = tFile.atRevisions[i];
+    const int nStream = ChooseStream(tFile, tRevision.oRevision);
+    if (nStream >= 0 && nStream != nInRecord) {  // most revisions are of the stream of the one before
+      tStream = m_atStreams[nStream];
+      nInRecord = nStream;
+    }
+    tStream.nID = nStream < 0 ? 0 : m_atStreams[nStream].nID;
     MCE::TChangeItemType nType{};
     if (tStream.nID == 0 || !oTypes.Next(tRevision.nState, nType)) continue;
     const bool bStored =
         AddChangeItem(tStream, tRevision.strAuthor, nType, oPath, static_cast<long>(tRevision.oTime.GetUTC()),
-                      tRevision.strMessage, tRevision.oRevision, GetEndTime(tFile.atRevisions, i));
+                      tRevision.strMessage, std::move(tRevision.oRevision), GetEndTime(tFile.atRevisions, i));
     if (!bStored) ReportLostChanges();
   }
 }
 
-void CProvider::ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision,
-                             TStreamInfo& tStream) const {
-  tStream.nID = 0;
-  if (oRevision.GetCount() == 2) {
-    tStream = m_atStreams[0];
-    return;
-  }
+/// Index of the stream that a revision belongs to, or -1.
+int CProvider::ChooseStream(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision) const {
+  if (oRevision.GetCount() == 2) return 0;
   const int nTag = FindTagOfRevision(tFile, oRevision);
-  if (nTag >= 0) GetStreamByName(tFile.atTags[nTag].strName, tStream);
+  return nTag < 0 ? -1 : FindStreamByName(tFile.atTags[nTag].strName);
 }
 
 }  // namespace TALVEK::MCV

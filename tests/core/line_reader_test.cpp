@@ -245,6 +245,35 @@ TEST(LineReaderTest, AgreesWithTheSlowSplitterOnRandomInputInRandomPortions) {
   }
 }
 
+// Lines are widened many at a time, up to the next byte that isn't ASCII; here each stretch ends elsewhere.
+TEST(LineReaderTest, AgreesWithTheSlowSplitterOnLongInputWithAFewBytesThatAreNotAscii) {
+  const unsigned nSeed = 20030417;
+  std::mt19937 oRandom(nSeed);
+  for (int nRound = 0; nRound < 200; ++nRound) {
+    std::string strBytes;
+    while (strBytes.size() < 20000) {
+      strBytes.append(oRandom() % (oRandom() % 8 == 0 ? 6000 : 60), 'a');
+      if (oRandom() % 16 == 0) strBytes += '\xe9';
+      strBytes += std::string_view("\n\n\n\r", 4)[oRandom() % 4];
+    }
+    ASSERT_EQ(ReadLines(strBytes), SplitSlowly(strBytes)) << "round " << nRound;
+  }
+}
+
+TEST(LineReaderTest, ViewOfALineIsGoodUntilTheNextOneIsRead) {
+  // The \n of the last \r\n is looked for in the next block.
+  const std::string strLong(BLOCK_BYTES - 11, 'x');
+  CPortionStream oStream("one\n\xc3\xa9\n" + strLong + "\nab\r\nlast");
+  CLineReader oReader(&oStream);
+  TLines astrLines;
+  for (std::wstring_view strLine; oReader.ReadLineView(strLine);)
+    astrLines.emplace_back(strLine);
+  EXPECT_EQ(astrLines, (TLines{L"one", FromBytes("\xc3\xa9"), FromBytes(strLong), L"ab", L"last"}));
+  std::wstring_view strNone = L"left over";
+  EXPECT_FALSE(oReader.ReadLineView(strNone));
+  EXPECT_TRUE(strNone.empty());
+}
+
 TEST(LineReaderTest, LongLineComesInPiecesWhenThatIsWanted) {
   CPortionStream oStream(std::string(3 * BLOCK_BYTES, 'x') + "\nshort\n");
   CLineReader oReader(&oStream, BLOCK_BYTES + 1);

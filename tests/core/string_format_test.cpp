@@ -11,6 +11,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/string.h"
 #include "tests/support/locale_scope.h"
@@ -125,6 +126,45 @@ TEST(StringFormatTest, ArgumentsMayBeTheTextItself) {
   strText.Format(L"%s, %s", strText.c_str(), strText.c_str());
   EXPECT_EQ(strText,
             L"a text that is too long to be stored in place, a text that is too long to be stored in place");
+}
+
+// Formats are kept taken to pieces.
+TEST(StringFormatTest, FormatIsReadAnewWhenItsTextHasChanged) {
+  wchar_t szFormat[] = L"<%d>";
+  EXPECT_EQ(Formatted(szFormat, 7), L"<7>");
+  szFormat[0] = L'[';
+  EXPECT_EQ(Formatted(szFormat, 7), L"[7>");
+  szFormat[2] = L'c';
+  EXPECT_EQ(Formatted(szFormat, L'x'), L"[x>");
+}
+
+TEST(StringFormatTest, MoreFormatsThanAreKeptAreToldApart) {
+  std::vector<std::wstring> astrFormats;
+  for (int i = 0; i < 50; ++i)
+    astrFormats.push_back(std::to_wstring(i) + L": %d");
+  for (int nRound = 0; nRound < 3; ++nRound) {
+    for (int i = 0; i < 50; ++i) {
+      EXPECT_EQ(Formatted(astrFormats[static_cast<std::size_t>(i)].c_str(), nRound),
+                CString(std::to_wstring(i) + L": " + std::to_wstring(nRound)));
+    }
+  }
+}
+
+TEST(StringFormatTest, ManyArgumentsAreTakenInOrder) {
+  EXPECT_EQ(Formatted(L"%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d", 1, 2, 3, 4, 5, 6, 7, 8, 9, 1, 2, 3, 4, 5, 6, 7),
+            L"1234567891234567");
+  EXPECT_EQ(
+      Formatted(L"%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%d%s", 1, 2, 3, 4, 5, 6, 7, 8, 9, 1, 2, 3, 4, 5, 6, 7, L"x"),
+      L"1234567891234567x");
+}
+
+TEST(StringFormatTest, MemoryOfALongResultGoesWithTheNextOne) {
+  CString strText, strOther;
+  strText.Format(L"%s", std::wstring(3000000, L'x').c_str());
+  strText.Format(L"short");
+  strOther.Format(L"short");
+  EXPECT_LT(strText.Release().capacity(), 5000U);
+  EXPECT_LT(strOther.Release().capacity(), 5000U);
 }
 
 TEST(StringFormatTest, ErrorTextIsThatOfTheCaller) {

@@ -227,6 +227,21 @@ TEST(TextCodecLocaleTest, Utf8ShowsWhatIsNoCharacterAsTheReplacement) {
   }
 }
 
+TEST(TextCodecLocaleTest, Utf8IsCountedAsItIsWritten) {
+  for (const std::wstring_view strText :
+       {L""sv, L"abc\n"sv, L"a\0b"sv, L"caf\xE9"sv, L"\x10FFFF\xDC80\x110000z"sv})
+    EXPECT_EQ(Utf8Size(CString(strText)), ToUtf8(CString(strText)).size());
+}
+
+// Blocks of characters are looked at and narrowed together.
+TEST(TextCodecLocaleTest, CharacterIsEncodedAtEveryPlaceOfALongText) {
+  for (std::size_t nPlace = 0; nPlace < 200; ++nPlace) {
+    CString strText(std::wstring(nPlace, L'a'));
+    strText += std::wstring(L"\xE9") + std::wstring(200 - nPlace, L'b');
+    EXPECT_EQ(ToUtf8(strText), std::string(nPlace, 'a') + "\xC3\xA9" + std::string(200 - nPlace, 'b'));
+  }
+}
+
 std::string Stored(const CString& strText) {
   std::string strBytes;
   EncodeStored(strText.View(), strBytes);

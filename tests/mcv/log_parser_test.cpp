@@ -311,6 +311,23 @@ TEST(LogParserTest, BranchNameKeepsItsMagicZero) {
             "file mod/a head= total=0 [] BR_1=1.2.0.2\n");
 }
 
+TEST(LogParserTest, NamesOfTagsAreLeftOutOnRequest) {
+  const std::string strNames =
+      "symbolic names:\n\tREL: 1.2\n\tBR: 1.2.0.2\n\tVENDOR: 1.1.1\n\tSTART: 1.1.1.1\n\tx.c: "
+      "1.2.2\n==========\n";
+  const std::string strLog = "RCS file: /repo/mod/a,v\n" + strNames + "RCS file: /repo/mod/b,v\n" + strNames;
+  wxMemoryInputStream oInput(strLog.data(), strLog.size());
+  CLogParser oParser(&oInput, L"mod", L"/repo");
+  TLogItem tItem;
+  oParser.SetBranchesOnly(true);
+  ASSERT_TRUE(oParser.GetNextItem(tItem, {}, {}, true));
+  EXPECT_EQ(Describe(tItem), "file mod/a head= total=0 [] BR=1.2.0.2 VENDOR=1.1.1");
+  oParser.SetBranchesOnly(false);
+  ASSERT_TRUE(oParser.GetNextItem(tItem, {}, {}, true));
+  EXPECT_EQ(Describe(tItem),
+            "file mod/b head= total=0 [] REL=1.2 BR=1.2.0.2 VENDOR=1.1.1 START=1.1.1.1 x.c=1.2.2");
+}
+
 TEST(LogParserTest, NamesSectionTable) {
   const struct {
     const char *pszLines, *pszExpected;
@@ -369,6 +386,12 @@ TEST(LogParserTest, DateLineTable) {
       {"date: 2005/01/02 10:11:12;  author: joe;  state: Rel;", "time=1104660672 author=joe state=2"},
       {"date: 2005/01/02 10:11:12;  author: joe", "time=1104660672 author= state=0"},
       {"date: nonsense;  author: joe;", "time=0 author=joe state=0"},
+      // A field is found by its name wherever that stands, also in another one's value or behind other
+      // letters.
+      {"date: author: joe;  state: state: dead;", "time=0 author=joe state=2"},
+      {"date: 2005/01/02 10:11:12;  coauthor: ann;  author: joe;  estate:dead;",
+       "time=1104660672 author=ann state=1"},
+      {"date: 2005/01/02 10:11:12;  author : joe;  state: dead;", "time=1104660672 author= state=1"},
       // Beginnings of lines are compared without regard to case, the names of fields with it.
       {"DATE: 2005/01/02 10:11:12;  author: joe;  state: Exp;", "time=0 author=joe state=0"},
       {"date: 2005/01/02 10:11:12;  Author: joe;  STATE: dead;", "time=1104660672 author= state=0"},
