@@ -110,21 +110,21 @@ CChangeGroup* CProviderBase::FetchGroup(const TChangeGroupKey& tKey) {
 /// Tells the database what only the groups know. The rows of changes are updated in the order in which they
 /// lie.
 bool CProviderBase::WriteBack(const std::vector<const CChangeGroup*>& apoGroups) {
-  std::vector<const TOpenChange*> aptAltered;
+  std::vector<TOpenChange> atAltered;
   for (const CChangeGroup* const poGroup : apoGroups) {
     for (const TOpenChange& tChange : poGroup->GetChanges()) {
       if (!tChange.bListed && !m_oGroupingIndex.AddChange(poGroup->GetNumbers(), tChange.nID)) return false;
-      if (tChange.bAltered) aptAltered.push_back(&tChange);
+      if (tChange.bAltered) atAltered.push_back(tChange);
     }
   }
-  std::sort(aptAltered.begin(), aptAltered.end(),
-            [](const TOpenChange* ptLeft, const TOpenChange* ptRight) { return ptLeft->nID < ptRight->nID; });
-  return std::all_of(aptAltered.begin(), aptAltered.end(), [this](const TOpenChange* ptChange) {
-    m_tCandidate.nID = ptChange->nID;
+  std::sort(atAltered.begin(), atAltered.end(),
+            [](const TOpenChange& tLeft, const TOpenChange& tRight) { return tLeft.nID < tRight.nID; });
+  return std::all_of(atAltered.begin(), atAltered.end(), [this](const TOpenChange& tChange) {
+    m_tCandidate.nID = tChange.nID;
     if (!m_poChangeByIdIterator->GetEqual(m_tCandidate, VDB::FieldBit(CHANGE_FIELD_PROPS))) return false;
-    m_tCandidate.nTime = ptChange->nTime;
-    m_tCandidate.nNextItem = ptChange->nNextItem;
-    m_tCandidate.oProps.SetProperty(CHANGE_MAX_TIME, ptChange->nMaxTime);
+    m_tCandidate.nTime = tChange.nTime;
+    m_tCandidate.nNextItem = tChange.nNextItem;
+    m_tCandidate.oProps.SetProperty(CHANGE_MAX_TIME, tChange.nMaxTime);
     return m_poChangeByIdIterator->Update(m_tCandidate, ALTERED_FIELDS);
   });
 }
