@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """How fast `talvek-import preview --quiet` reads histories, beside `cvsps --test-log` and `wc -l`.
 
-Each history is measured several times, the programs in turn; the medians make one line of the table (Markdown).
+Each history is measured several times, the programs and the members of a group in turn; the medians make one line of
+the table (Markdown).
 Times are processor times (user and system), as the machine may have other work, and beside them the time that went
 by; the peak memory is the whole process's, and the disk figure what the import database has taken at most.
 
@@ -96,31 +97,55 @@ def count_lines(log, start):
         return sum(1 for line in lines if line.startswith(start))
 
 
-def measure_log(args, log, root, module, options, with_cvsps):
-    folder = tempfile.mkdtemp()
-    ours = [args.bin + "/talvek-import", "preview", "--quiet", "--log-file", log, "--repos-path", root,
-            "--module-name", module, "--import-log", folder + "/import.log"] + options
-    runs, theirs, counts = [], [], []
-    for _ in range(args.runs):
-        runs.append(measure(ours))
-        counts.append(measure(["wc", "-l", log])[0])
-        if with_cvsps:
-            theirs.append(measure(["cvsps", "--root", root, module, "--test-log", log, "-x", "-u"])[0])
-    os.remove(folder + "/import.log")
-    os.rmdir(folder)
-    seconds = statistics.median(run[0] for run in runs)
-    return {"seconds": seconds, "wall": statistics.median(run[3] for run in runs), "memory": max(run[1] for run in runs), "disk": max(run[2] for run in runs),
-            "cvsps": statistics.median(theirs) if theirs else None, "wc": statistics.median(counts),
-            "bytes": os.path.getsize(log), "revisions": count_lines(log, b"date: "), "names": count_lines(log, b"\t")}
+class History:
+    """A log, and what each round of measuring it has given."""
+
+    def __init__(self, name, log, root, module, options, with_cvsps):
+        self.name, self.log, self.root, self.module = name, log, root, module
+        self.options, self.with_cvsps = options, with_cvsps
+        self.bytes = os.path.getsize(log)
+        self.revisions, self.names = count_lines(log, b"date: "), count_lines(log, b"\t")
+        self.runs, self.seconds, self.counts, self.theirs = [], [], [], []  # all but runs: one for each round
+
+    def measure_round(self, args):
+        with tempfile.TemporaryDirectory() as folder:
+            ours = [args.bin + "/talvek-import", "preview", "--quiet", "--log-file", self.log, "--repos-path", self.root,
+                    "--module-name", self.module, "--import-log", folder + "/import.log"] + self.options
+            runs = [measure(ours)]
+            while len(runs) < 5 and sum(run[0] for run in runs) < 1:  # a single short one says little
+                runs.append(measure(ours))
+        self.runs += runs
+        self.seconds.append(statistics.median(run[0] for run in runs))
+        self.counts.append(max(measure(["wc", "-l", self.log])[0], 0.001))
+        if self.with_cvsps:
+            theirs = ["cvsps", "--root", self.root, self.module, "--test-log", self.log, "-x", "-u"]
+            self.theirs.append(measure(theirs)[0])
 
 
-def print_line(name, figures, growth):
-    mb = figures["bytes"] / 1e6
+def ratio(above, below):
+    """Of figures of the same rounds: in another one the machine may have been slower."""
+    return statistics.median(a / b for a, b in zip(above, below))
+
+
+def print_line(history, growth):
+    seconds, mb = statistics.median(history.seconds), history.bytes / 1e6
     print("| %s | %.1f | %.0f | %.2f | %.2f | %.1f | %.0f | %.0f | %.2f | %s | %.0f | %s |" % (
-        name, mb, figures["revisions"] / 1e3, figures["seconds"], figures["wall"], mb / figures["seconds"],
-        figures["revisions"] / figures["seconds"] / 1e3, figures["memory"] / 1e6, figures["disk"] / figures["bytes"],
-        "%.1f" % (figures["cvsps"] / figures["seconds"]) if figures["cvsps"] else "-",
-        figures["seconds"] / max(figures["wc"], 0.001), growth), flush=True)
+        history.name, mb, history.revisions / 1e3, seconds, statistics.median(run[3] for run in history.runs),
+        mb / seconds, history.revisions / seconds / 1e3, max(run[1] for run in history.runs) / 1e6,
+        max(run[2] for run in history.runs) / history.bytes,
+        "%.1f" % ratio(history.theirs, history.seconds) if history.theirs else "-",
+        ratio(history.seconds, history.counts), growth), flush=True)
+
+
+def print_group(args, histories, per_name):
+    """Measures the members of a group in turn, round by round, and prints a line for each."""
+    for _ in range(args.runs):
+        for history in histories:
+            history.measure_round(args)
+    each = [[seconds / (history.names if per_name else history.revisions) for seconds in history.seconds]
+            for history in histories]
+    for history, own in zip(histories, each):
+        print_line(history, "%.2f" % ratio(own, each[0]))
 
 
 HEADING = """# How fast histories are read
@@ -130,7 +155,10 @@ same log in the same run. Printed by `make bench-history`; the histories are mad
 stand in `bench/history.py`), but for the real log.
 
 - MB/s and the ratios are of processor time (s); "s passed" is the clock's.
-- peak MB: the largest resident memory of the whole process. disk / log: the import database against the log.
+- Each group is measured in rounds, all its histories in each; a ratio is the median of the rounds' ratios, as the
+  machine may be slower in one round than in another.
+- peak MB: the largest resident memory of the whole process. disk / log: the import database, with what waits to get
+  into it, against the log.
 - growth: time per revision against the first line of the group, or per name of a file where names grow.
 - "like the real log" has the real log's number of revisions, names, authors and files in a commit, and its length of
   messages; the figures of three real logs stand in `bench/history.py`.
@@ -147,15 +175,29 @@ def describe_machine():
         os.getloadavg()[0]))
 
 
+def make_history(args, folder, group, name, shape):
+    log = "%s/%d.rlog" % (folder, len(os.listdir(folder)))
+    with open(log, "wb") as text:
+        subprocess.run([args.bin + "/make-history"] + shape.split(), stdout=text, check=True)
+    options = ["--streams-for-tags"] if group in ("names", "streams", "branches of a file") else []
+    with_cvsps = group in ("like the real log", "size") and files_of(shape) <= args.cvsps_max_files
+    return History(group + ": " + name, log, "/cvs", "bench", options, with_cvsps)
+
+
+def files_of(shape):
+    return int(shape.split("--files ")[1].split()[0])
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--bin", required=True, help="folder of talvek-import and make-history")
     parser.add_argument("--log", help="a saved log of a real repository, measured first")
     parser.add_argument("--log-root", default="/cvs", help="the repository in that log")
     parser.add_argument("--log-module", default="src", help="the module in that log")
-    parser.add_argument("--runs", type=int, default=3)
+    parser.add_argument("--runs", type=int, default=3, help="rounds")
     parser.add_argument("--max-files", type=int, default=400000, help="leave out histories with more files")
     parser.add_argument("--cvsps-max-files", type=int, default=140000, help="no cvsps on histories with more files")
+    parser.add_argument("--group", action="append", choices=GROUPS, help="this group only; may be repeated")
     args = parser.parse_args()
 
     print(HEADING)
@@ -163,22 +205,13 @@ def main():
     print("| history | MB | k revisions | s | s passed | MB/s | k revisions/s | peak MB | disk / log | cvsps / ours "
           "| ours / wc | growth |")
     print("|---|---|---|---|---|---|---|---|---|---|---|---|", flush=True)
-    if args.log:
-        print_line("real log", measure_log(args, args.log, args.log_root, args.log_module, [], True), "-")
-    for group, histories in GROUPS.items():
-        first = None
-        for name, shape in histories.items():
-            files = int(shape.split("--files ")[1].split()[0])
-            if files > args.max_files:
-                continue
-            with tempfile.NamedTemporaryFile(suffix=".rlog") as log:
-                subprocess.run([args.bin + "/make-history"] + shape.split(), stdout=log, check=True)
-                options = ["--streams-for-tags"] if group in ("names", "streams", "branches of a file") else []
-                with_cvsps = group in ("like the real log", "size") and files <= args.cvsps_max_files
-                figures = measure_log(args, log.name, "/cvs", "bench", options, with_cvsps)
-            each = figures["seconds"] / figures["names" if group == "names" else "revisions"]
-            first = first or each
-            print_line(group + ": " + name, figures, "%.2f" % (each / first))
+    if args.log and not args.group:
+        print_group(args, [History("real log", args.log, args.log_root, args.log_module, [], True)], False)
+    for group in args.group or GROUPS:
+        with tempfile.TemporaryDirectory() as folder:
+            histories = [make_history(args, folder, group, name, shape) for name, shape in GROUPS[group].items()
+                         if files_of(shape) <= args.max_files]
+            print_group(args, histories, group == "names")
 
 
 if __name__ == "__main__":

@@ -29,9 +29,9 @@ class CPathHistory {
   void Forget();
 
  private:
-  // Enough for half a million files: the database has to put its late items in order for each path that
+  // Enough for a million files: the database has to put its late items in order for each path that
   // passes for one that has come before.
-  CSeenHashes m_oSeen{std::size_t{4} << 20};
+  CSeenHashes m_oSeen{std::size_t{8} << 20};
   VCM::CFilePath m_oPath;
   bool m_bBegun = false;
   bool m_bNew = false;                                            // the current path has not come before
