@@ -34,7 +34,8 @@ import time
 #
 # "like the real log" has the first column's figures. "size" has a large history's: as many revisions a file as
 # the logs that have grown for long, and more names than either.
-LIKE_REAL = " --revisions 2 --names 1 --branches 1 --imports 6 --commit-size 22 --message-length 60 --authors 2"
+LIKE_REAL = (" --revisions 2 --names 1 --branches 1 --imports 4 --imported-percent 79 --commit-size 22"
+             " --message-length 60 --authors 2")
 
 # name: options of make-history. A group's figures are compared with those of its first member.
 GROUPS = {

@@ -40,8 +40,8 @@ std::string TrunkNumber(std::size_t nRevision) {
 
 CHistory::CHistory(const TShape& tShape)
     : m_tShape(tShape),
-      m_nCommits(std::max<std::uint64_t>(
-          tShape.nRevisions, std::uint64_t{tShape.nFiles} * tShape.nRevisions / tShape.nCommitSize)),
+      m_nCommits(std::max<std::uint64_t>(tShape.nRevisions,
+                                         UsualCommits(std::uint64_t{tShape.nFiles} * tShape.nRevisions))),
       m_nBranchStep(tShape.nBranchesOfFile == 0
                         ? 1
                         : std::max<std::uint32_t>(1, tShape.nBranches / tShape.nBranchesOfFile)) {}
@@ -100,14 +100,29 @@ std::vector<std::uint64_t> CHistory::TrunkCommits(std::uint32_t nFile) const {
 std::uint64_t CHistory::PickCommit(std::uint32_t nFile, std::uint64_t nStretch,
                                    std::uint64_t nCommits) const {
   const std::uint64_t nRandom = Mix(m_tShape.nSeed, nFile, nStretch);
-  if (nStretch == 0 && m_tShape.nImports > 0) {
-    const std::uint64_t nImport = std::uint64_t{nFile} * m_tShape.nImports / m_tShape.nFiles;
-    return nImport * nCommits / m_tShape.nImports;
-  }
+  if (IsImported(nFile, nStretch, 0)) return ImportOf(nFile, nCommits);
   if (nRandom % WANDERERS == 0) return nRandom / WANDERERS % nCommits;
   const std::uint64_t nOfFolder = std::max<std::uint64_t>(1, nCommits * FILES_OF_FOLDER / m_tShape.nFiles);
   const std::uint64_t nPlace = nFile / FILES_OF_FOLDER * nOfFolder + nRandom / WANDERERS % nOfFolder;
   return nPlace * SCATTER_PRIME % nCommits;  // neighbouring folders are not committed to at the same time
+}
+
+/// Whether a revision comes by an import. `nBranch` counts from 1; 0 is the trunk.
+bool CHistory::IsImported(std::uint32_t nFile, std::uint64_t nStretch, std::uint32_t nBranch) const {
+  if (m_tShape.nImports == 0) return false;
+  if (nStretch == 0 && nBranch == 0) return true;
+  return Mix(m_tShape.nSeed + 1, nFile, nStretch + nBranch) % 100 < m_tShape.nImportedPercent;
+}
+
+/// Each import brings its share of the files.
+std::uint64_t CHistory::ImportOf(std::uint32_t nFile, std::uint64_t nCommits) const {
+  const std::uint64_t nImport = std::uint64_t{nFile} * m_tShape.nImports / m_tShape.nFiles;
+  return nImport * nCommits / m_tShape.nImports;
+}
+
+std::uint64_t CHistory::UsualCommits(std::uint64_t nRevisions) const {
+  const std::uint64_t nByUsual = nRevisions * (100 - std::min(m_tShape.nImportedPercent, 100U)) / 100;
+  return nByUsual / m_tShape.nCommitSize;
 }
 
 void CHistory::AddTags(const std::vector<std::uint64_t>& anCommits, TFile& tFile) const {
@@ -151,10 +166,12 @@ void CHistory::AddBranch(std::uint32_t nFile, std::uint32_t nBranch, std::uint32
   if (m_tShape.nBranchRevisions == 0) return;
 
   std::vector<TRevision> atLine;
-  const std::uint64_t nCommits =
-      std::max<std::uint64_t>(1, std::uint64_t{FilesOfBranch()} / m_tShape.nCommitSize);
+  const std::uint64_t nCommits = std::max<std::uint64_t>(1, UsualCommits(FilesOfBranch()));
   for (std::uint64_t i = 0; i < m_tShape.nBranchRevisions; ++i) {
-    const std::uint64_t nCommit = i * nCommits + Mix(m_tShape.nSeed, nFile + nBranch, i) % nCommits;
+    const std::uint64_t nPlace = IsImported(nFile, i, nBranch + 1)
+                                     ? ImportOf(nFile, nCommits)
+                                     : Mix(m_tShape.nSeed, nFile + nBranch, i) % nCommits;
+    const std::uint64_t nCommit = i * nCommits + nPlace;
     const auto nJitter = static_cast<std::int64_t>(Mix(m_tShape.nSeed, nCommit, nFile) % SECONDS_OF_COMMIT);
     atLine.push_back({strNumber + "." + std::to_string(i + 1),
                       BRANCH_COMMITS * (nBranch + 1) + (std::uint64_t{nDepth} << 32U) + nCommit,

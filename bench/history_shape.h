@@ -24,7 +24,8 @@ struct TShape {
   std::uint32_t nAuthors = 20;
   std::uint32_t nCommitSize = 5;  ///< files in a commit, on average, but for the imports
   std::uint32_t nImports = 10;    ///< commits that bring all first revisions; 0: each comes by a usual commit
-  std::uint32_t nMessageLength = 60;  ///< characters, on average
+  std::uint32_t nImportedPercent = 0;  ///< of the later revisions, those that come by as many commits again
+  std::uint32_t nMessageLength = 60;   ///< characters, on average
 };
 
 /// One revision of one file.
@@ -59,6 +60,9 @@ class CHistory {
   std::vector<std::uint64_t> TrunkCommits(std::uint32_t nFile) const;
   std::uint32_t FilesOfBranch() const { return m_tShape.nFiles / m_nBranchStep; }
   std::uint64_t PickCommit(std::uint32_t nFile, std::uint64_t nStretch, std::uint64_t nCommits) const;
+  bool IsImported(std::uint32_t nFile, std::uint64_t nStretch, std::uint32_t nBranch) const;
+  std::uint64_t ImportOf(std::uint32_t nFile, std::uint64_t nCommits) const;
+  std::uint64_t UsualCommits(std::uint64_t nRevisions) const;
   void AddTags(const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;
   void AddBranches(std::uint32_t nFile, const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;
   void AddBranch(std::uint32_t nFile, std::uint32_t nBranch, std::uint32_t nDepth,

@@ -58,6 +58,10 @@ int Run(int argc, char** argv) {
       ->check(CLI::PositiveNumber);
   oApp.add_option("--imports", tShape.nImports, "commits that bring all first revisions; 0: none does")
       ->capture_default_str();
+  oApp.add_option("--imported-percent", tShape.nImportedPercent,
+                  "of the later revisions, those that come by as many commits again")
+      ->capture_default_str()
+      ->check(CLI::Range(0, 100));
   oApp.add_option("--message-length", tShape.nMessageLength, "characters, on average")->capture_default_str();
   oApp.add_option("--root", strRoot, "the module's folder in the log")->capture_default_str();
   oApp.add_option("--rcs", strFolder, "writes RCS files into this folder instead");

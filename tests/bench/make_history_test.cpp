@@ -105,6 +105,24 @@ TEST(MakeHistoryTest, RcsFilesTellTheSameHistoryAsTheLog) {
   EXPECT_EQ(astrOfCvs, Files(MakeHistory(strOptions), "/cvs"));
 }
 
+TEST(MakeHistoryTest, ImportsBringTheirShareOfLaterRevisions) {
+  const std::string strLog = MakeHistory(
+      "--files 1000 --revisions 3 --branches 1 --names 0 --imports 2 --imported-percent 75 --commit-size 5");
+  std::map<std::string, int> anRevisions;
+  int nAll = 0;
+  for (std::size_t n = strLog.find("\nCommit "); n != std::string::npos;
+       n = strLog.find("\nCommit ", n + 1)) {
+    ++anRevisions[strLog.substr(n, strLog.find(':', n) - n)];
+    ++nAll;
+  }
+  int nImported = 0;
+  for (const auto& [strMessage, nRevisions] : anRevisions)
+    nImported += nRevisions > 100 ? nRevisions : 0;
+  EXPECT_EQ(nAll, 4000);
+  // All first revisions and three quarters of the others.
+  EXPECT_NEAR(nImported, 3250, 100);
+}
+
 TEST(MakeHistoryTest, ImportsBringManyFilesByOneCommit) {
   const auto fnFirstMessages = [](const std::string& strOptions) {
     std::set<std::string> astrMessages;
