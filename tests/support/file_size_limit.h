@@ -6,8 +6,8 @@
 
 namespace TALVEK::TEST {
 
-/// Refuses what would make a file longer than so many bytes, as a full disk does; the signal that comes with it
-/// is ignored.
+/// Refuses what would make a file longer than so many bytes, as a full disk does; the signal that comes with
+/// it is ignored.
 class CFileSizeLimitScope {
  public:
   explicit CFileSizeLimitScope(rlim_t nBytes) : m_pfnBefore(std::signal(SIGXFSZ, SIG_IGN)) {
