@@ -94,7 +94,7 @@ std::wstring_view CLineReader::Decode(std::string_view strBytes) {
 }
 
 bool CLineReader::FillBuffer() {
-  m_nPosition = m_nFilled = m_nWideEnd = 0;
+  m_nPosition = m_nFilled = m_nWideStart = m_nWideEnd = 0;
   if (m_bInputEnded) return false;
   m_nFilled = m_poInput->Read(m_strBuffer.data(), m_strBuffer.size()).LastRead();
   // A stream that failed is not asked again: it might go on behind a gap.

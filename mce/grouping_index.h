@@ -61,7 +61,7 @@ class CGroupingIndex {
   std::unique_ptr<VDB::CIterator<TChangeKeyRecord>> m_poChangeKeys;
   std::unique_ptr<VDB::CIterator<TItemPathRecord>> m_poItemPaths;
   // Most groups that are looked for aren't there: the first item of each change's.
-  CSeenHashes m_oSeenGroups{std::size_t{1} << 20};
+  CSeenHashes m_oSeenGroups{std::size_t{8} << 20};
   TChangeKeyRecord m_tChangeKey;
   TChangeKeyRecord m_tWantedKey;  // of the walk over changes
   TItemPathRecord m_tItemPath;

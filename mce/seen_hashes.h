@@ -1,42 +1,69 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace TALVEK::MCE {
 
-/// Tells for certain of most hashes that are new that they are: a Bloom filter. When it has 3 bytes for each
-/// noted hash, one new hash in 2000 passes for one of them; with 8 bytes, one in 70,000.
+/// Tells for certain of nearly all hashes that are new that they are: Bloom filters, each twice as large as
+/// the one before, which is full. As long as there is room for another one, one new hash in some millions
+/// passes for one that was noted.
 ///
-/// Memory   As many bytes as it is made for.
+/// Memory   At most 24 bytes for each noted hash, never more than it is made for.
 class CSeenHashes {
  public:
-  explicit CSeenHashes(std::size_t nBytes) : m_anWords(nBytes / sizeof(std::uint64_t)) {}
+  explicit CSeenHashes(std::size_t nMostBytes) : m_nMostBytes(nMostBytes) {}
 
   /// False: the hash was never noted.
   bool Has(std::uint32_t nHigh, std::uint32_t nLow) const {
-    bool bAll = true;
-    ForEachBit(nHigh, nLow, [&](std::size_t nWord, std::uint64_t nMask) {
-      bAll = bAll && (m_anWords[nWord] & nMask) != 0;
+    return std::any_of(m_atFilters.begin(), m_atFilters.end(), [&](const TFilter& tFilter) {
+      bool bHas = true;
+      for (unsigned i = 0; bHas && i < BITS_OF_HASH; ++i)
+        bHas = tFilter.Has(Bit(nHigh, nLow, i));
+      return bHas;
     });
-    return bAll;
   }
+
   void Note(std::uint32_t nHigh, std::uint32_t nLow) {
-    ForEachBit(nHigh, nLow, [&](std::size_t nWord, std::uint64_t nMask) { m_anWords[nWord] |= nMask; });
+    if (m_nRoom == 0) AddFilter();
+    if (m_nRoom > 0) --m_nRoom;
+    for (unsigned i = 0; i < BITS_OF_HASH; ++i)
+      m_atFilters.back().Set(Bit(nHigh, nLow, i));
   }
 
  private:
-  static constexpr int BITS_OF_HASH = 4;
+  static constexpr std::size_t FIRST_BYTES = std::size_t{16} << 10;
+  static constexpr std::size_t BYTES_OF_HASH = 8;
+  static constexpr unsigned BITS_OF_HASH = 8;
 
-  template <class TVisit>
-  void ForEachBit(std::uint32_t nHigh, std::uint32_t nLow, TVisit fnVisit) const {
-    std::uint64_t nBit = nLow;
-    for (int i = 0; i < BITS_OF_HASH; ++i, nBit += nHigh | 1U)
-      fnVisit(nBit / 64 % m_anWords.size(), std::uint64_t{1} << (nBit % 64));
+  struct TFilter {
+    bool Has(std::uint64_t nBit) const {
+      return (anWords[nBit / 64 % anWords.size()] >> nBit % 64 & 1U) != 0;
+    }
+    void Set(std::uint64_t nBit) { anWords[nBit / 64 % anWords.size()] |= std::uint64_t{1} << nBit % 64; }
+
+    std::vector<std::uint64_t> anWords;
+  };
+
+  static std::uint64_t Bit(std::uint32_t nHigh, std::uint32_t nLow, unsigned i) {
+    return nLow + std::uint64_t{i} * (nHigh | 1U);
   }
 
-  std::vector<std::uint64_t> m_anWords;
+  /// When there is no room for another one, the last one takes what comes.
+  void AddFilter() {
+    const std::size_t nBytes = FIRST_BYTES << m_atFilters.size();
+    if (!m_atFilters.empty() && m_nBytes + nBytes > m_nMostBytes) return;
+    m_atFilters.push_back({std::vector<std::uint64_t>(nBytes / sizeof(std::uint64_t))});
+    m_nBytes += nBytes;
+    m_nRoom = nBytes / BYTES_OF_HASH;
+  }
+
+  std::size_t m_nMostBytes;
+  std::vector<TFilter> m_atFilters;
+  std::size_t m_nBytes = 0;  // of all filters
+  std::size_t m_nRoom = 0;   // hashes that the last one can still take
 };
 
 }  // namespace TALVEK::MCE
