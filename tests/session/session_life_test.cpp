@@ -51,11 +51,13 @@ TEST_F(SessionLifeTest, OneConnectionServesOneCallerAndEndsWithIt) {
   EXPECT_EQ(ProcessesLeft(0), 0);
 }
 
+// Each in folders of its own: two servers that lock one folder at the same moment say so and wait for 30
+// seconds.
 TEST_F(SessionLifeTest, TwoCallersDoNotShare) {
   EXPECT_EQ(Run("sh -c './get A README; ./get A Makefile' > one &\n"
-                "sh -c './get B README; ./get B Makefile' > other &\n"
+                "sh -c './get B/src src/main.c; ./get B/doc doc/manual.txt' > other &\n"
                 "wait; cat one other\n"),
-            (TShellResult{0, "U A/README\nU A/Makefile\nU B/README\nU B/Makefile\n"}));
+            (TShellResult{0, "U A/README\nU A/Makefile\nU B/src/main.c\nU B/doc/manual.txt\n"}));
   EXPECT_EQ(Starts(), 2);
 }
 
