@@ -101,7 +101,8 @@ class TALVEK_CORE_API CDatabase {
   virtual ~CDatabase();
   /// What went wrong last, in words for a person; empty when nothing has. Stays until the database is closed.
   virtual VCM::CString GetLastErrorText() const = 0;
-  /// Rows that iterators have read so far, found ones as well as those passed on the way.
+  /// Rows that have been read so far: those that iterators have found, those passed on the way, and those
+  /// from which an index was made.
   virtual std::uint64_t GetRowsRead() const = 0;
 };
 

@@ -155,8 +155,11 @@ bool CRecordCodec::DecodeSized(TFieldType nType, std::string_view strBytes, TVal
 }
 
 bool CRecordCodec::DecodeText(std::string_view strBytes, CString& strText) {
+  if (VCM::IsAscii(strBytes)) {
+    strText.AssignLatin1(strBytes);
+    return true;
+  }
   VCM::DecodeStored(strBytes, strText);
-  if (VCM::IsAscii(strBytes)) return true;
   // Decoding takes any bytes. Those that the text doesn't turn into again were damaged.
   m_strAgain.clear();
   VCM::EncodeStored(strText.View(), m_strAgain);

@@ -121,6 +121,7 @@ bool CTransaction::CImpl::ReadEntries(TOpenTable& tTable, unsigned nIndex, CLate
   CKey oEntry;
   int nError = mdb_cursor_get(poRows, &tKey, &tRow, MDB_FIRST);
   for (; nError == 0; nError = mdb_cursor_get(poRows, &tKey, &tRow, MDB_NEXT)) {
+    m_poStore->CountRowRead();
     if (tRow.mv_size < tTable.poSchema->GetFixedSize()) return FailWrite(MDB_CORRUPTED);
     tTable.poSchema->MakeEntry(nIndex, FromStoreValue(tRow), oEntry);
     if (!AddLate(oEntries, oEntry.View(), {})) return false;

@@ -89,9 +89,14 @@ std::size_t AppendAscii(std::wstring_view strText, std::string& strOut) {
 
 /// Decodes what `pfnDecode(bytes, ch)` takes (it returns a length, 0 for refused); escapes the other bytes.
 template <class TDecode>
-void DecodeInto(std::string_view strBytes, std::wstring& strOut, TDecode pfnDecode) {
-  strOut.resize(strBytes.size());  // no encoding needs more than one character for a byte
-  wchar_t* pOut = strOut.data();
+void DecodeInto(std::string_view strBytes, CString& strOut, TDecode pfnDecode) {
+  if (AreAllAscii(strBytes)) {
+    strOut.AssignLatin1(strBytes);
+    return;
+  }
+  std::wstring strText = strOut.Release();
+  strText.resize(strBytes.size());  // no encoding needs more than one character for a byte
+  wchar_t* pOut = strText.data();
   while (true) {
     const std::size_t nAscii = WidenAscii(strBytes, pOut);
     pOut += nAscii;
@@ -105,7 +110,8 @@ void DecodeInto(std::string_view strBytes, std::wstring& strOut, TDecode pfnDeco
     ++pOut;
     strBytes.remove_prefix(nLength);
   }
-  strOut.resize(static_cast<std::size_t>(pOut - strOut.data()));
+  strText.resize(static_cast<std::size_t>(pOut - strText.data()));
+  strOut = CString(std::move(strText));
 }
 
 /// Encodes ASCII itself, and every other character by `pfnEncode(ch, out)`.
@@ -145,15 +151,9 @@ std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut) {
 
 // The encodings that Debian's locales use extend ASCII, so only the bytes from 80 on are asked for.
 void DecodeBytes(std::string_view strBytes, CString& strOut) {
-  if (AreAllAscii(strBytes)) {
-    strOut.AssignLatin1(strBytes);
-    return;
-  }
-  std::wstring strText = strOut.Release();
   const CLocaleCodec oCodec;
-  DecodeInto(strBytes, strText,
+  DecodeInto(strBytes, strOut,
              [&oCodec](std::string_view strRest, wchar_t& ch) { return oCodec.Decode(strRest, ch); });
-  strOut = CString(std::move(strText));
 }
 
 CString FromBytes(std::string_view strBytes) {
@@ -209,17 +209,11 @@ CString DecodeStored(std::string_view strBytes) {
 }
 
 void DecodeStored(std::string_view strBytes, CString& strOut) {
-  if (AreAllAscii(strBytes)) {
-    strOut.AssignLatin1(strBytes);
-    return;
-  }
-  std::wstring strText = strOut.Release();
-  DecodeInto(strBytes, strText, [](std::string_view strRest, wchar_t& ch) {
+  DecodeInto(strBytes, strOut, [](std::string_view strRest, wchar_t& ch) {
     const TUtf8Sequence tSequence = ReadUtf8(strRest);
     ch = static_cast<wchar_t>(tSequence.nCode);
     return tSequence.nLength;
   });
-  strOut = CString(std::move(strText));
 }
 
 long ParseNumber(const CString& strText) {
