@@ -6,10 +6,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace TALVEK::VCM {
 
@@ -23,6 +25,7 @@ bool Contains(std::wstring_view strSet, wchar_t ch) {
 /// through a pointer, and what is no directive would fail the whole format: these become plain text.
 std::wstring ToLibraryFormat(std::wstring_view strRest) {
   std::wstring strResult;
+  strResult.reserve(2 * strRest.size());
   while (!strRest.empty()) {
     const std::size_t nPercent = strRest.find(L'%');
     strResult += strRest.substr(0, nPercent);
@@ -46,6 +49,32 @@ std::wstring ToLibraryFormat(std::wstring_view strRest) {
   return strResult;
 }
 
+/// Formats into `strOut` unless the result is long. False, and `strOut` unchanged, when it is, or when the
+/// library refuses the format: vswprintf doesn't tell which.
+bool FormatShort(const std::wstring& strFormat, va_list args, std::wstring& strOut) {
+  wchar_t szResult[512];
+  va_list argsCopy;
+  va_copy(argsCopy, args);
+  const int nLength = std::vswprintf(szResult, std::size(szResult), strFormat.c_str(), argsCopy);
+  va_end(argsCopy);
+  if (nLength >= 0) strOut.assign(szResult, static_cast<std::size_t>(nLength));
+  return nLength >= 0;
+}
+
+/// Formats a result of any length: a stream in memory grows with it. False when the library refuses the
+/// format. Takes three times as long as FormatShort for a short one.
+bool FormatLong(const std::wstring& strFormat, va_list args, std::wstring& strOut) {
+  wchar_t* pszResult = nullptr;
+  std::size_t nLength = 0;
+  std::FILE* const pStream = ::open_wmemstream(&pszResult, &nLength);
+  if (!pStream) throw std::bad_alloc();
+  const bool bWritten = std::vfwprintf(pStream, strFormat.c_str(), args) >= 0;
+  std::fclose(pStream);
+  const std::unique_ptr<wchar_t, decltype(&std::free)> poResult(pszResult, &std::free);
+  if (bWritten) strOut.assign(pszResult, nLength);
+  return bWritten;
+}
+
 }  // namespace
 
 void CString::Format(const wchar_t* pszFormat, ...) {
@@ -58,16 +87,11 @@ void CString::Format(const wchar_t* pszFormat, ...) {
 void CString::FormatV(const wchar_t* pszFormat, va_list args) {
   if (!pszFormat) pszFormat = L"";
   const std::wstring strFormat = ToLibraryFormat(pszFormat);
-  wchar_t* pszResult = nullptr;
-  std::size_t nResult = 0;
-  // A stream in memory grows with the text; vswprintf doesn't say how much room a text needs.
-  std::FILE* const pStream = ::open_wmemstream(&pszResult, &nResult);
-  if (!pStream) throw std::bad_alloc();
-  const bool bWritten = std::vfwprintf(pStream, strFormat.c_str(), args) >= 0;
-  std::fclose(pStream);
-  const std::unique_ptr<wchar_t, decltype(&std::free)> poResult(pszResult, &std::free);
-  // Assigned last, because arguments may point into this text.
-  m_strText = bWritten ? std::wstring(pszResult, nResult) : std::wstring(pszFormat);
+  std::wstring strResult;
+  if (!FormatShort(strFormat, args, strResult) && !FormatLong(strFormat, args, strResult)) {
+    strResult = pszFormat;
+  }
+  m_strText = std::move(strResult);  // only now: arguments may point into this text
 }
 
 }  // namespace TALVEK::VCM
