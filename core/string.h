@@ -44,7 +44,7 @@ class TALVEK_CORE_API CString {
   CString& operator+=(wchar_t chOther);
 
   /// Ordinal, with regard to case.
-  auto operator<=>(const CString&) const = default;
+  auto operator<=>(const CString&) const = default;  // NOLINT(modernize-use-nullptr): compares with a plain 0
   bool operator==(const CString&) const = default;
   bool operator==(const wchar_t* pszOther) const { return m_strText == (pszOther ? pszOther : L""); }
   /// < 0, 0, > 0.

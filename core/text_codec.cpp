@@ -66,12 +66,9 @@ void DecodeInto(std::string_view strBytes, CString& strOut, TDecode pfnDecode) {
 template <class TEncode>
 void EncodeInto(std::wstring_view strText, std::string& strOut, TEncode pfnEncode) {
   while (true) {
-    const std::size_t nAscii = AsciiLength(strText);
-    const std::size_t nBefore = strOut.size();
-    strOut.resize(nBefore + nAscii);
-    std::transform(strText.begin(), strText.begin() + nAscii, strOut.begin() + nBefore,
-                   [](wchar_t ch) { return static_cast<char>(ch); });
-    strText.remove_prefix(nAscii);
+    const std::wstring_view strAscii = strText.substr(0, AsciiLength(strText));
+    strOut.append(strAscii.begin(), strAscii.end());
+    strText.remove_prefix(strAscii.size());
     if (strText.empty()) break;
     pfnEncode(strText[0], strOut);
     strText.remove_prefix(1);
