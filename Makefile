@@ -22,7 +22,7 @@ ifndef INTO
   endif
 endif
 
-.PHONY: help deps build import test memcheck faults bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format tidy check-import-arguments
+.PHONY: help deps build import test memcheck faults bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format format-check tidy lint check-import-arguments
 
 help:
 	@echo 'make import    import the example repository into Git and show its history'
@@ -40,8 +40,9 @@ help:
 	@echo 'make fuzz-smoke       let fuzzers look for faults, 30 seconds for each target'
 	@echo 'make fuzz             the same for longer                 (SECONDS=1200, TARGETS=all)'
 	@echo 'make deps      install the Debian packages that are missing (NO_DEPS=1: never install any)'
-	@echo 'make format    format the sources'
-	@echo 'make tidy      let clang-tidy read the sources'
+	@echo 'make format    format the sources                       (make format-check: only say which need it)'
+	@echo 'make tidy      let clang-tidy read the sources, minutes'
+	@echo 'make lint      both checks for the files that a change touches (tools/lint --help)'
 
 # $(call need,GROUP...): the packages of these groups of tools/packages.txt.
 need = $(if $(NO_DEPS),@:,@tools/install-packages $(1))
@@ -128,13 +129,18 @@ build-fuzz: deps
 install: build
 	DESTDIR='$(DESTDIR)' cmake --install build/$(PRESET) --prefix '$(PREFIX)'
 
-SOURCES = $$(git ls-files '*.h' '*.cpp')
-
 format:
 	$(call need,format)
-	clang-format -i $(SOURCES)
+	clang-format -i $$(git ls-files '*.h' '*.cpp')
+
+format-check:
+	$(call need,format)
+	tools/lint format
 
 tidy: deps
 	$(call need,tidy)
-	cmake --preset debug
-	clang-tidy --quiet -p build/debug $$(git ls-files 'core/*.cpp' 'mce/*.cpp' 'mcv/*.cpp' 'host/*.cpp')
+	tools/lint tidy
+
+lint: deps
+	$(call need,format tidy)
+	tools/lint --changed format tidy

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 #include <vector>
 
 #include "core/capacity.h"
 #include "core/exceptions.h"
-#include "core/merge_sort.h"
 
 namespace TALVEK::VCM {
 
@@ -69,12 +69,14 @@ class CArray {
     if (bFreeStorage) m_atItems.shrink_to_fit();
   }
 
-  /// Sorts by `pfnCompare(const T* a, const T* b)`, which returns an int: at most 0 when a may stand before
-  /// b, more when it may not. Where elements that compare as +1 either way end up is fixed too, see
-  /// MergeSort.
+  /// Sorts by `pfnCompare(const T* a, const T* b)`: -1 when a stands before b, else +1. Elements with equal
+  /// keys compare as +1 either way and come out in the reverse of their former order, as qsort of the GNU C
+  /// library left them up to 2.36. Stream ids depend on that order.
   template <class TCompare>
   void Sort(TCompare pfnCompare) {
-    MergeSort(m_atItems, pfnCompare);
+    std::reverse(m_atItems.begin(), m_atItems.end());
+    std::stable_sort(m_atItems.begin(), m_atItems.end(),
+                     [&pfnCompare](const T& left, const T& right) { return pfnCompare(&left, &right) < 0; });
     m_bUnsorted = false;
   }
 

@@ -23,7 +23,7 @@ constexpr TCaseRange CASE_RANGES[] = {
 }  // namespace
 
 wchar_t ToLowerByTable(wchar_t ch) {
-  const auto nCode = static_cast<std::uint32_t>(ch);
+  const auto nCode = static_cast<std::uint32_t>(ch);  // NOLINT(bugprone-signed-char-misuse): not a char
   const auto* pRange = std::lower_bound(
       std::begin(CASE_RANGES), std::end(CASE_RANGES), nCode,
       [](const TCaseRange& tRange, std::uint32_t nWanted) { return tRange.nLast < nWanted; });

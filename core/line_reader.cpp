@@ -9,8 +9,8 @@ namespace TALVEK::VCM {
 
 namespace {
 
-constexpr std::size_t BLOCK_BYTES = 64 * 1024;
-constexpr std::size_t WIDE_CHARACTERS = 4 * 1024;
+constexpr std::size_t BLOCK_BYTES = 64UL * 1024;
+constexpr std::size_t WIDE_CHARACTERS = 4096;
 
 /// Where the byte is at or after `nStart`; the size for nowhere.
 std::size_t FindByte(std::string_view strBytes, char chWanted, std::size_t nStart) {

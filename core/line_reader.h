@@ -42,7 +42,7 @@ class TALVEK_CORE_API CLineReader {
 
   // A line that is far longer than others would else hold its memory, four bytes for each of its characters
   // and two more, as long as there are lines.
-  static constexpr std::size_t MOST_KEPT_BYTES = 1024 * 1024;
+  static constexpr std::size_t MOST_KEPT_BYTES = 1024UL * 1024;
 
   wxInputStream* m_poInput;
   std::size_t m_nMostBytes;

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "core/case_map.h"
-#include "core/string_format.h"
 
 namespace TALVEK::VCM {
 
@@ -18,8 +17,6 @@ std::size_t Clip(int nValue, std::size_t nLimit) {
 int ToIndex(std::size_t nPosition) {
   return nPosition == std::wstring_view::npos ? -1 : static_cast<int>(nPosition);
 }
-
-constexpr std::size_t MOST_KEPT_CHARACTERS = 4096;
 
 bool EqualNoCase(wchar_t chLeft, wchar_t chRight) {
   return chLeft == chRight || ToLower(chLeft) == ToLower(chRight);
@@ -115,23 +112,6 @@ void CString::TrimRight() {
 
 void CString::MakeLower() {
   std::transform(m_strText.begin(), m_strText.end(), m_strText.begin(), ToLower);
-}
-
-void CString::Format(const wchar_t* pszFormat, ...) {
-  va_list args;
-  va_start(args, pszFormat);
-  FormatV(pszFormat, args);
-  va_end(args);
-}
-
-void CString::FormatV(const wchar_t* pszFormat, va_list args) {
-  // Into a text of its own first: arguments may point into this one. What this one held before gives its
-  // storage to the next call.
-  thread_local std::wstring s_strNext;
-  s_strNext.clear();
-  FormatText(pszFormat ? pszFormat : L"", args, s_strNext);
-  m_strText.swap(s_strNext);
-  if (s_strNext.capacity() > MOST_KEPT_CHARACTERS) std::wstring().swap(s_strNext);
 }
 
 bool EqualsNoCase(std::wstring_view strLeft, std::wstring_view strRight) {

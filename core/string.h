@@ -44,7 +44,7 @@ class TALVEK_CORE_API CString {
   CString& operator+=(wchar_t chOther);
 
   /// Ordinal, with regard to case.
-  auto operator<=>(const CString&) const = default;
+  auto operator<=>(const CString&) const = default;  // NOLINT(modernize-use-nullptr): compares with a plain 0
   bool operator==(const CString&) const = default;
   bool operator==(const wchar_t* pszOther) const { return m_strText == (pszOther ? pszOther : L""); }
   /// < 0, 0, > 0.
@@ -70,9 +70,9 @@ class TALVEK_CORE_API CString {
   void TrimRight();
   void MakeLower();
 
-  /// printf style, of any length. "%s" and "%c" take wide arguments; "%hs" and "%hc" take bytes, which are
-  /// decoded without loss. "%n" writes nothing and reads nothing: it stands in the result as it is, as does
-  /// whatever is no directive. The arguments may refer to this very text.
+  /// printf style, of any length: "%s" and "%c" take wide arguments, everything else is as the C library has
+  /// it. "%n", and what is no directive, stands in the result as it is; so does a whole format that the C
+  /// library refuses (a width beyond INT_MAX). The arguments may point into this very text.
   void Format(const wchar_t* pszFormat, ...);
   void FormatV(const wchar_t* pszFormat, va_list args);
 

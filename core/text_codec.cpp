@@ -1,13 +1,12 @@
 #include "core/text_codec.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <utility>
 
-#include "core/locale_codec.h"
-#include "core/utf8.h"
+#include "core/character_codec.h"
 
 namespace TALVEK::VCM {
 
@@ -33,67 +32,16 @@ constexpr bool IsAscii(char chByte) {
   return static_cast<unsigned char>(chByte) < 0x80;
 }
 
-/// Without a way out of the loop, so that the compiler looks at many characters at a time.
-template <class TChar>
-bool AreAllAscii(std::basic_string_view<TChar> strText) {
-  std::uint32_t nAll = 0;
-  for (const TChar ch : strText)
-    nAll |= static_cast<std::uint32_t>(ch);
-  return nAll < 0x80;
-}
-
-/// Bytes are looked at eight at a time.
-bool AreAllAscii(std::string_view strBytes) {
-  std::uint64_t nAll = 0;
-  for (; strBytes.size() >= sizeof nAll; strBytes.remove_prefix(sizeof nAll)) {
-    std::uint64_t nEight = 0;
-    std::memcpy(&nEight, strBytes.data(), sizeof nEight);
-    nAll |= nEight;
-  }
-  for (const char ch : strBytes)
-    nAll |= static_cast<unsigned char>(ch);
-  return (nAll & 0x8080808080808080U) == 0;
-}
-
-// Nearly all of what is decoded and encoded is ASCII.
+/// How many characters at the start of `strText` are ASCII: nearly always all of them.
 template <class TChar>
 std::size_t AsciiLength(std::basic_string_view<TChar> strText) {
-  constexpr std::size_t BLOCK = 64;
-  std::size_t nLength = 0;
-  while (nLength < strText.size() && AreAllAscii(strText.substr(nLength, BLOCK)))
-    nLength += BLOCK;
-  if (nLength >= strText.size()) return strText.size();
-  while (IsAscii(strText[nLength]))
-    ++nLength;
-  return nLength;
-}
-
-/// Appends the ASCII at the start of `strText`; returns how much there was. Looks at a block and narrows it
-/// in one go; what isn't ASCII spoils only the block that it stands in.
-std::size_t AppendAscii(std::wstring_view strText, std::string& strOut) {
-  constexpr std::size_t BLOCK = 64;
-  char achBlock[BLOCK];
-  for (std::size_t nDone = 0; nDone < strText.size(); nDone += BLOCK) {
-    const std::wstring_view strBlock = strText.substr(nDone, BLOCK);
-    std::uint32_t nAll = 0;
-    for (std::size_t i = 0; i < strBlock.size(); ++i) {
-      nAll |= Code(strBlock[i]);
-      achBlock[i] = static_cast<char>(strBlock[i]);
-    }
-    const std::size_t nAscii = nAll < 0x80 ? strBlock.size() : AsciiLength(strBlock);
-    strOut.append(achBlock, nAscii);
-    if (nAscii < strBlock.size()) return nDone + nAscii;
-  }
-  return strText.size();
+  const auto itEnd = std::find_if_not(strText.begin(), strText.end(), [](TChar ch) { return IsAscii(ch); });
+  return static_cast<std::size_t>(itEnd - strText.begin());
 }
 
 /// Decodes what `pfnDecode(bytes, ch)` takes (it returns a length, 0 for refused); escapes the other bytes.
 template <class TDecode>
 void DecodeInto(std::string_view strBytes, CString& strOut, TDecode pfnDecode) {
-  if (AreAllAscii(strBytes)) {
-    strOut.AssignLatin1(strBytes);
-    return;
-  }
   std::wstring strText = strOut.Release();
   strText.resize(strBytes.size());  // no encoding needs more than one character for a byte
   wchar_t* pOut = strText.data();
@@ -114,11 +62,13 @@ void DecodeInto(std::string_view strBytes, CString& strOut, TDecode pfnDecode) {
   strOut = CString(std::move(strText));
 }
 
-/// Encodes ASCII itself, and every other character by `pfnEncode(ch, out)`.
+/// Copies ASCII, and encodes every other character by `pfnEncode(ch, out)`.
 template <class TEncode>
 void EncodeInto(std::wstring_view strText, std::string& strOut, TEncode pfnEncode) {
   while (true) {
-    strText.remove_prefix(AppendAscii(strText, strOut));
+    const std::wstring_view strAscii = strText.substr(0, AsciiLength(strText));
+    strOut.append(strAscii.begin(), strAscii.end());
+    strText.remove_prefix(strAscii.size());
     if (strText.empty()) break;
     pfnEncode(strText[0], strOut);
     strText.remove_prefix(1);
@@ -141,11 +91,7 @@ bool IsConvertible(std::wstring_view strText) {
 
 std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut) {
   const std::size_t nLength = AsciiLength(strBytes);
-  // `__restrict`: no text overlaps the other, so many characters are copied at a time.
-  const char* __restrict pFrom = strBytes.data();
-  wchar_t* __restrict pTo = pOut;
-  for (std::size_t i = 0; i < nLength; ++i)
-    pTo[i] = static_cast<unsigned char>(pFrom[i]);
+  std::copy_n(strBytes.begin(), nLength, pOut);
   return nLength;
 }
 
@@ -191,7 +137,8 @@ std::string ToUtf8(const CString& strText) {
 }
 
 std::size_t Utf8Size(const CString& strText) {
-  return AreAllAscii(strText.View()) ? strText.View().size() : ToUtf8(strText).size();
+  return AsciiLength(strText.View()) == strText.View().size() ? strText.View().size()
+                                                              : ToUtf8(strText).size();
 }
 
 void EncodeStored(std::wstring_view strText, std::string& strOut) {
@@ -199,7 +146,7 @@ void EncodeStored(std::wstring_view strText, std::string& strOut) {
 }
 
 bool IsAscii(std::string_view strBytes) {
-  return AreAllAscii(strBytes);
+  return AsciiLength(strBytes) == strBytes.size();
 }
 
 CString DecodeStored(std::string_view strBytes) {

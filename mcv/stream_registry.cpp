@@ -1,5 +1,6 @@
 // The list of streams: adding, finding, updating, printing and linking them.
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 #include <string>
@@ -7,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "core/merge_sort.h"
 #include "core/timestamp.h"
 #include "mcv/cvs_provider.h"
 
@@ -45,9 +45,10 @@ class CChildren {
     if (it == m_aptChildren.end()) return {};
     TWalk tWalk{std::move(it->second)};
     m_aptChildren.erase(it);
-    VCM::MergeSort(tWalk.aptStreams, [](const TStreamInfo* const* ppLeft, const TStreamInfo* const* ppRight) {
-      return CProvider::CompareCreationTime(*ppLeft, *ppRight);
-    });
+    std::stable_sort(tWalk.aptStreams.begin(), tWalk.aptStreams.end(),
+                     [](const TStreamInfo* ptLeft, const TStreamInfo* ptRight) {
+                       return CProvider::CompareCreationTime(ptLeft, ptRight) < 0;
+                     });
     return tWalk;
   }
 

@@ -2,7 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstddef>
+#include <cstdlib>
+#include <random>
+#include <utility>
 #include <vector>
 
 #include "tests/support/print.h"
@@ -162,6 +167,61 @@ TEST(ArrayTest, SortKeepsTheCapacity) {
   CArray<int> anItems = Numbers(17);
   anItems.Sort(CompareNumbers);
   EXPECT_EQ(anItems.GetCapacity(), 32);
+}
+
+using TKeyed = std::pair<int, int>;  // a key, and a number that tells equal keys apart
+
+int CompareKeys(const TKeyed* ptLeft, const TKeyed* ptRight) {
+  return ptLeft->first < ptRight->first ? -1 : 1;
+}
+
+/// Calls `fnCheck(before, after)` for a sort of random elements, of every count to 200 and with few or many
+/// equal keys.
+template <class TCheck>
+void SortRandomElements(TCheck fnCheck) {
+  std::mt19937 oRandom(1);
+  for (int nCount = 0; nCount <= 200; ++nCount) {
+    for (const unsigned nKeys : {1U, 3U, 50U, 100000U}) {
+      CArray<TKeyed> atItems;
+      for (int i = 0; i < nCount; ++i)
+        atItems.Add({static_cast<int>(oRandom() % nKeys), i});
+      const std::vector<TKeyed> atBefore(atItems.begin(), atItems.end());
+      atItems.Sort(CompareKeys);
+      fnCheck(atBefore, std::vector<TKeyed>(atItems.begin(), atItems.end()));
+    }
+  }
+}
+
+// They compare as +1 either way. Stream ids depend on where they come out.
+TEST(ArrayTest, SortLeavesEqualKeysInReverse) {
+  SortRandomElements([](std::vector<TKeyed> atItems, const std::vector<TKeyed>& atSorted) {
+    std::sort(atItems.begin(), atItems.end(), [](const TKeyed& tLeft, const TKeyed& tRight) {
+      return tLeft.first != tRight.first ? tLeft.first < tRight.first : tLeft.second > tRight.second;
+    });
+    ASSERT_EQ(atSorted, atItems);
+  });
+}
+
+#if defined(__GLIBC__) && (__GLIBC__ == 2 && __GLIBC_MINOR__ < 37)
+TEST(ArrayTest, SortLeavesEqualKeysWhereTheCLibraryDoes) {
+  SortRandomElements([](std::vector<TKeyed> atItems, const std::vector<TKeyed>& atSorted) {
+    std::qsort(atItems.data(), atItems.size(), sizeof(TKeyed), [](const void* pLeft, const void* pRight) {
+      return CompareKeys(static_cast<const TKeyed*>(pLeft), static_cast<const TKeyed*>(pRight));
+    });
+    ASSERT_EQ(atSorted, atItems);
+  });
+}
+#endif
+
+TEST(ArrayTest, SortsElementsThatOwnStorage) {
+  CArray<CString> astrItems;
+  for (const wchar_t* pszItem :
+       {L"pear", L"an apple that is too long to be stored in place", L"fig", L"apple"})
+    astrItems.Add(pszItem);
+  astrItems.Sort([](const CString* pLeft, const CString* pRight) { return *pLeft < *pRight ? -1 : 1; });
+  EXPECT_EQ(
+      std::vector<CString>(astrItems.begin(), astrItems.end()),
+      (std::vector<CString>{L"an apple that is too long to be stored in place", L"apple", L"fig", L"pear"}));
 }
 
 // The argument may be an element of the array whose storage is about to move.
