@@ -1,10 +1,11 @@
-#include "host/bundled_client.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
 #include "host/git_process.h"
 #include "host/import_session.h"
-#include "host/scratch_folder.h"
+#include "host/import_source.h"
+#include "host/programs.h"
 #include "host/text_output.h"
+#include "host/work_folder.h"
 
 namespace TALVEK::HOST {
 namespace {
@@ -60,7 +61,7 @@ std::string HistoryText(const CImportSession& oSession) {
 }  // namespace
 
 int CheckCommand(const TCommandContext& tContext) {
-  tContext.oTable.RequireSource(false);
+  RequireSource(tContext.oTable, false);
   bool bGood = true;
   CProgress oProgress(tContext.oConsole, tContext.tCommandLine.bQuiet);
   CReport oReport(tContext.oConsole);

@@ -51,4 +51,9 @@ void CConsole::Put(std::string_view strBytes) {
   }
 }
 
+void CReport::Loss(const std::string& strText) {
+  ++m_nLosses;
+  m_oConsole.Line("lost: " + strText);
+}
+
 }  // namespace TALVEK::HOST

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "core/json_text.h"
-#include "host/preview.h"
+#include "host/commands.h"
 #include "host/spool_file.h"
 #include "host/text_output.h"
 

@@ -5,16 +5,15 @@
 #include <string>
 
 #include "core/text_codec.h"
-#include "host/bundled_client.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
-#include "host/export_target.h"
 #include "host/git_import.h"
 #include "host/git_names.h"
 #include "host/git_process.h"
 #include "host/git_repository.h"
 #include "host/import_session.h"
-#include "host/provider_programs.h"
+#include "host/import_source.h"
+#include "host/programs.h"
 #include "host/stop_signal.h"
 #include "host/text_output.h"
 
@@ -77,7 +76,7 @@ class CRun {
 
   int Run() {
     CheckTarget(CommandLine());
-    m_tContext.oTable.RequireSource(true);
+    RequireSource(m_tContext.oTable, true);
     TakeTarget();
     const CWorkFolder oWork(CommandLine().strWork);
     CImportSession oSession(

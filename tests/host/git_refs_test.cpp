@@ -1,4 +1,4 @@
-#include "host/ref_names.h"
+#include "host/git_refs.h"
 
 #include <gtest/gtest.h>
 
