@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace TALVEK::HOST {
 
@@ -44,14 +45,19 @@ class CReport {
   void Loss(const std::string& strText);
   /// Something is in the result, but not as it was.
   void Changed(const std::string& strText) { m_oConsole.Line("changed: " + strText); }
+  /// A stream has another name in Git than in the foreign system. Both names are fit to be shown.
+  void Renamed(const std::string& strName, const std::string& strGitName, const std::string& strReason);
   void Warning(const std::string& strText) { m_oConsole.Line("warning: " + strText); }
   void Note(const std::string& strText) { m_oConsole.Line(strText); }
 
   std::uint64_t GetLossCount() const { return m_nLosses; }
+  /// The renamed streams, the first ten by name; empty when there are none.
+  std::string RenamedText() const;
 
  private:
   CConsole& m_oConsole;
   std::uint64_t m_nLosses = 0;
+  std::vector<std::string> m_astrRenamed;
 };
 
 }  // namespace TALVEK::HOST

@@ -21,10 +21,10 @@ const TStream* FindTrunk(const std::vector<TStream>& atStreams) {
 
 }  // namespace
 
-std::string CRefNames::Assign(std::string_view strName) {
+std::string CRefNames::Assign(std::string_view strName, const CRefNames* poOther) {
   const std::string strValid = GitRefName(strName);
   std::string strFree = strValid;
-  for (int nNumber = 2; !IsFree(strFree); ++nNumber)
+  for (int nNumber = 2; !IsFree(strFree) || (poOther && poOther->m_astrTaken.contains(strFree)); ++nNumber)
     strFree = WithSuffix(strValid, nNumber);
   Take(strFree);
   return strFree;
@@ -63,20 +63,21 @@ CGitRefs::CGitRefs(const std::vector<TStream>& atStreams, const std::string& str
 
 const std::string& CGitRefs::Branch(const TStream& tStream) {
   std::string& strRef = m_astrBranchRefs[tStream.tInfo.nID];
-  if (strRef.empty()) strRef = "refs/heads/" + Assign(m_oBranches, tStream.tInfo.strName);
+  if (strRef.empty()) strRef = "refs/heads/" + Assign(m_oBranches, m_oTags, tStream.tInfo.strName);
   return strRef;
 }
 
 std::string CGitRefs::NewTag(const TStream& tStream) {
-  return "refs/tags/" + Assign(m_oTags, tStream.tInfo.strName);
+  return "refs/tags/" + Assign(m_oTags, m_oBranches, tStream.tInfo.strName);
 }
 
-std::string CGitRefs::Assign(CRefNames& oNames, const VCM::CString& strName) {
+std::string CGitRefs::Assign(CRefNames& oNames, const CRefNames& oOthers, const VCM::CString& strName) {
   const std::string strBytes = VCM::ToBytes(strName);
-  const std::string strAssigned = oNames.Assign(strBytes);
+  const std::string strAssigned = oNames.Assign(strBytes, &oOthers);
   if (strAssigned != strBytes) {
-    m_oReport.Changed("stream " + ShowQuoted(strName) + " is called '" + strAssigned +
-                      "': Git refuses its name, or another stream has it");
+    m_oReport.Renamed(ShowText(strName), strAssigned,
+                      HasMeaningInGit(strBytes) ? "Git takes its name for something else"
+                                                : "Git refuses its name, or another stream has it");
   }
   return strAssigned;
 }

@@ -18,8 +18,9 @@ namespace TALVEK::HOST {
 /// name that comes later gets a suffix: "a-2", or "a-2/b".
 class CRefNames {
  public:
-  /// The name behind refs/heads/ or refs/tags/ for `strName`: valid, and not given out before.
-  std::string Assign(std::string_view strName);
+  /// The name behind refs/heads/ or refs/tags/ for `strName`: valid, not given out before, and not one that
+  /// `poOther` has given out, because Git's commands take a bare name for whichever kind it finds first.
+  std::string Assign(std::string_view strName, const CRefNames* poOther = nullptr);
 
  private:
   bool IsFree(const std::string& strName) const;
@@ -47,7 +48,7 @@ class CGitRefs {
   std::string NewTag(const TStream& tStream);
 
  private:
-  std::string Assign(CRefNames& oNames, const VCM::CString& strName);
+  std::string Assign(CRefNames& oNames, const CRefNames& oOthers, const VCM::CString& strName);
 
   CReport& m_oReport;
   CRefNames m_oBranches;

@@ -204,6 +204,8 @@ class CRun {
   }
 
   void ShowSummary(const CImportSession& oSession) {
+    const std::string strRenamed = m_oReport.RenamedText();
+    if (!strRenamed.empty()) m_oReport.Note(strRenamed);
     const auto nSeconds =
         std::chrono::duration_cast<std::chrono::seconds>(CProgress::TClock::now() - m_tBegin).count();
     const std::uint64_t nLosses = m_oReport.GetLossCount();

@@ -38,6 +38,15 @@ TEST(RefNamesTest, NameAboveAnotherNameGetsASuffix) {
   EXPECT_EQ(AssignAll({"a/b/c", "a/b", "a"}), (TNames{"a/b/c", "a/b-2", "a-2"}));
 }
 
+TEST(RefNamesTest, NameOfTheOtherKindIsPassedOver) {
+  CRefNames oBranches;
+  CRefNames oTags;
+  EXPECT_EQ(oBranches.Assign("a", &oTags), "a");
+  EXPECT_EQ(oTags.Assign("a", &oBranches), "a-2");
+  EXPECT_EQ(oTags.Assign("a/b", &oBranches), "a/b");
+  EXPECT_EQ(oBranches.Assign("a-2", &oTags), "a-2-2");
+}
+
 TEST(RefNamesTest, NamesThatOnlyBeginAlikeStay) {
   EXPECT_EQ(AssignAll({"a", "ab", "b/a", "b/ab"}), (TNames{"a", "ab", "b/a", "b/ab"}));
 }
