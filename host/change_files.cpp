@@ -42,6 +42,17 @@ std::vector<CItemPath> ParsePaths(const std::vector<std::string>& astrPaths) {
 
 }  // namespace
 
+void CFirstLosses::Lose(const std::string& strText) {
+  if (m_bRetrieved || m_nMost == 0) return;
+  if (m_nLost++ == 0) m_strFirst = strText;
+  if (m_nLost < m_nMost) return;
+  throw EHostError(STATUS_FAILED,
+                   m_nMost == 1 ? "the first file is lost: " + m_strFirst
+                                : "the first " + std::to_string(m_nMost) +
+                                      " files are all lost; the first one was: " + m_strFirst,
+                   "correct what causes this, or go on in spite of it with --max-losses 0");
+}
+
 const CStreamFolder& CChangeFiles::BeginStream(const MCE::CProvider::TStreamInfo& tStream) {
   m_strStream = tStream.strName;
   m_oFolder = m_tParts.oWork.MakeStreamFolder(tStream.nID, VCM::ToBytes(tStream.strName));
@@ -91,7 +102,7 @@ void CChangeFiles::TakeItem(const std::string& strPath, const MCE::CProvider::TC
   TItemChange tChange;
   tChange.strShown = ShowQuoted(PathText(tItem.oFilePath));
   if (strPath.empty()) {
-    if (!bRemove) Lose(tChange.strShown, "it has no path");
+    if (!bRemove) LoseFile(tChange.strShown, "it has no path");
     return;
   }
   const std::optional<CItemPath> oPath = CItemPath::Parse(strPath);
@@ -104,9 +115,10 @@ void CChangeFiles::TakeItem(const std::string& strPath, const MCE::CProvider::TC
                                    : !oPath                   ? "its path leads to no file"
                                                               : WriteBlob(*oPath, tChange.tFile);
     if (!strProblem.empty()) {
-      Lose(tChange.strShown, strProblem + ClientWords());
+      LoseFile(tChange.strShown, strProblem + ClientWords());
       return;
     }
+    m_oFirst.Retrieve();
   }
   if (oPath) m_oFolder.RemoveFile(*oPath);
   Add(std::move(tChange), strPath);
@@ -151,10 +163,16 @@ std::vector<CFastImportStream::TFileChange> CChangeFiles::Apply(CLiveTree& oTree
   return atChanges;
 }
 
-void CChangeFiles::Lose(const std::string& strShownPath, const std::string& strReason) {
+void CChangeFiles::LoseFile(const std::string& strShownPath, const std::string& strReason) {
+  m_oFirst.Lose(Lose(strShownPath, strReason));
+}
+
+std::string CChangeFiles::Lose(const std::string& strShownPath, const std::string& strReason) {
   m_tParts.oWork.RequireRoom();
-  m_tParts.oReport.Loss("stream " + ShowQuoted(m_strStream) + ", file " + strShownPath + ", " +
-                        ShowTime(m_nChangeTime) + ": " + strReason);
+  const std::string strText = "stream " + ShowQuoted(m_strStream) + ", file " + strShownPath + ", " +
+                              ShowTime(m_nChangeTime) + ": " + strReason;
+  m_tParts.oReport.Loss(strText);
+  return strText;
 }
 
 std::string CChangeFiles::ClientWords() const {

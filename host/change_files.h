@@ -16,14 +16,32 @@
 
 namespace TALVEK::HOST {
 
+/// Ends a run that can't succeed: one whose first files are all lost.
+class CFirstLosses {
+ public:
+  /// `nMost` 0: never.
+  explicit CFirstLosses(std::uint64_t nMost) : m_nMost(nMost) {}
+
+  /// EHostError (STATUS_FAILED) with the reason of the first loss, when this is the `nMost`th file and none
+  /// was retrieved before.
+  void Lose(const std::string& strText);
+  void Retrieve() { m_bRetrieved = true; }
+
+ private:
+  std::uint64_t m_nMost;
+  std::uint64_t m_nLost = 0;
+  bool m_bRetrieved = false;
+  std::string m_strFirst;
+};
+
 /// Brings the files of one changeset after the other from the provider into the fast-import stream.
 ///
 /// Shape    BeginStream once for each stream; then for each changeset Retrieve, Take for each of its items in
 ///          their order, Apply. Take writes a file as a blob and deletes it at once, so a changeset needs no
 ///          room in memory, and Apply can put the deletions first: a file that makes way for a folder of the
 ///          same name is gone by then.
-/// Errors   What can't be retrieved is reported as a loss. EHostError when the work folder's disk is full;
-///          those of the fast-import stream.
+/// Errors   What can't be retrieved is reported as a loss. EHostError when the work folder's disk is full or
+///          the first files are all lost; those of the fast-import stream.
 /// Owns     Nothing of its parts, which must outlive it.
 class CChangeFiles {
  public:
@@ -36,7 +54,8 @@ class CChangeFiles {
     CFastImportStream& oStream;
   };
 
-  explicit CChangeFiles(const TParts& tParts) : m_tParts(tParts) {}
+  /// `nMaxLosses`: that of CFirstLosses.
+  CChangeFiles(const TParts& tParts, std::uint64_t nMaxLosses) : m_tParts(tParts), m_oFirst(nMaxLosses) {}
   CChangeFiles(const CChangeFiles&) = delete;
   CChangeFiles& operator=(const CChangeFiles&) = delete;
 
@@ -65,10 +84,14 @@ class CChangeFiles {
   std::string WriteBlob(const CItemPath& oPath, CFastImportStream::TFileChange& tFile);
   void Add(TItemChange tItem, const std::string& strPath);
   void RequireRoom() const;
-  void Lose(const std::string& strShownPath, const std::string& strReason);
+  /// Reports the loss of a file that could not be retrieved.
+  void LoseFile(const std::string& strShownPath, const std::string& strReason);
+  /// Reports a loss, and returns how.
+  std::string Lose(const std::string& strShownPath, const std::string& strReason);
   std::string ClientWords() const;
 
   TParts m_tParts;
+  CFirstLosses m_oFirst;
   std::uint64_t m_nItems = 0;
   std::set<std::string> m_astrChangedPaths;  // reported once each
 

@@ -19,9 +19,9 @@ namespace TALVEK::HOST {
 class CGitImport : public CHistoryVisitor {
  public:
   CGitImport(const CChangeFiles::TParts& tParts, const std::vector<TStream>& atStreams,
-             const std::string& strTrunkBranch)
+             const std::string& strTrunkBranch, std::uint64_t nMaxLosses)
       : m_oReport(tParts.oReport),
-        m_oFiles(tParts),
+        m_oFiles(tParts, nMaxLosses),
         m_oStreams(atStreams, strTrunkBranch, tParts.oStream, tParts.oReport) {}
 
   VCM::CString BeginStream(const TStream& tStream) override;

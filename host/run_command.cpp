@@ -192,7 +192,7 @@ class CRun {
     CByteSink oSink(nDescriptor, strSinkName);
     CFastImportStream oStream(oSink);
     CGitImport oImport({oSession.GetProvider(), oSession.GetLogWatch(), m_oReport, oWork, oSpool, oStream},
-                       oSession.GetStreams(), CommandLine().strTrunkBranch);
+                       oSession.GetStreams(), CommandLine().strTrunkBranch, CommandLine().nMaxLosses);
     m_oProgress.BeginPhase("importing", "changesets", oSession.GetChangeCount());
     oStream.Begin();
     CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), m_oProgress)
