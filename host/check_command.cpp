@@ -35,6 +35,14 @@ std::string ProgramsText(const CPropertyTable& oTable, bool& bGood) {
   return strText;
 }
 
+std::string ModuleText(const TCommandContext& tContext, bool& bGood) {
+  const std::optional<TModuleProblem> tProblem =
+      FindModuleProblem(tContext.oTable, tContext.oLibrary.GetProvider().GetName());
+  if (!tProblem) return "";
+  bGood = false;
+  return "module       " + tProblem->strWhat + "\n             " + tProblem->strRemedy + '\n';
+}
+
 std::string OriginText(const TProperty& tProperty) {
   if (tProperty.bGiven) return "";
   return tProperty.strHostDefault == tProperty.strDefault ? " (default)" : " (default of talvek-import)";
@@ -74,7 +82,8 @@ int CheckCommand(const TCommandContext& tContext) {
                         ShowBytes(tContext.oLibrary.GetFile().string()) + ")\n";
   strText +=
       "environment  " + (strEnvironment.IsEmpty() ? "nothing to report" : ShowText(strEnvironment)) + '\n';
-  strText += ProgramsText(tContext.oTable, bGood) + "git          " + GitText(bGood) + '\n';
+  strText += ProgramsText(tContext.oTable, bGood) + "git          " + GitText(bGood) + '\n' +
+             ModuleText(tContext, bGood);
   WriteOutput(strText + PropertiesText(tContext.oTable));
   oSession.Open(oScratch.GetPath().string());
   oSession.ReadHistory();

@@ -77,6 +77,7 @@ class CRun {
   int Run() {
     CheckTarget(CommandLine());
     RequireSource(m_tContext.oTable, true);
+    RequireFetchableModule(m_tContext.oTable, m_tContext.oLibrary.GetProvider().GetName());
     TakeTarget();
     const CWorkFolder oWork(CommandLine().strWork);
     CImportSession oSession(
