@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/text_codec.h"
+#include "host/client_notes.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
 #include "host/git_import.h"
@@ -205,8 +206,9 @@ class CRun {
   }
 
   void ShowSummary(const CImportSession& oSession) {
-    const std::string strRenamed = m_oReport.RenamedText();
-    if (!strRenamed.empty()) m_oReport.Note(strRenamed);
+    for (const std::string& strText : {m_oReport.RenamedText(), m_oClientNotes.GetText()}) {
+      if (!strText.empty()) m_oReport.Note(strText);
+    }
     const auto nSeconds =
         std::chrono::duration_cast<std::chrono::seconds>(CProgress::TClock::now() - m_tBegin).count();
     const std::uint64_t nLosses = m_oReport.GetLossCount();
@@ -220,6 +222,7 @@ class CRun {
   CProgress::TClock::time_point m_tBegin = CProgress::TClock::now();
   CProgress m_oProgress;
   CReport m_oReport;
+  CClientNotes m_oClientNotes;
   std::optional<CGitRepository> m_oRepository;  // this or the other
   std::optional<CExportTarget> m_oExport;
   std::map<std::string, std::uint64_t> m_anDepths;  // of the branches
