@@ -22,7 +22,8 @@ ifndef INTO
   endif
 endif
 
-.PHONY: help deps build import test memcheck faults bench bench-history bench-retrieve fuzz fuzz-smoke build-fuzz install format format-check tidy lint check-import-arguments
+.PHONY: help deps build import-deps import-programs import test memcheck faults bench bench-history bench-retrieve \
+  fuzz fuzz-smoke build-fuzz install format format-check tidy lint check-import-arguments
 
 help:
 	@echo 'make import    import the example repository into Git and show its history'
@@ -48,13 +49,21 @@ help:
 need = $(if $(NO_DEPS),@:,@tools/install-packages $(1))
 
 deps:
-	$(call need,build)
+	$(call need,import build)
 
 build: deps
 	cmake --preset $(PRESET)
 	cmake --build --preset $(PRESET) -j$(JOBS)
 
-import: check-import-arguments build $(NEEDED_REPOS)
+import-deps:
+	$(call need,import)
+
+# Without tests, fuzz targets and benchmarks, which take most of the time of `build`.
+import-programs: import-deps
+	cmake --preset $(PRESET)
+	cmake --build --preset $(PRESET) -j$(JOBS) --target import-programs
+
+import: check-import-arguments import-programs $(NEEDED_REPOS)
 	@$(REMOVE_OLD_TARGET)
 	build/$(PRESET)/bin/talvek-import run --repos-path '$(REPOS)' --module-name '$(MODULE)' \
 	  $(IMPORT_OPTIONS) --into '$(INTO)'
@@ -65,7 +74,7 @@ check-import-arguments:
 	@test -n '$(INTO)' || { echo 'Say where to put the Git repository: INTO=FOLDER' >&2; exit 2; }
 
 # Moved into place when it is whole, so that an interrupted run leaves no half repository behind.
-$(EXAMPLE)/repository: examples/make-repository | deps
+$(EXAMPLE)/repository: examples/make-repository | import-deps
 	@mkdir -p $(EXAMPLE)
 	@rm -rf $@ $@.new
 	examples/make-repository $@.new

@@ -1,6 +1,7 @@
 #include "core/json_text.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace TALVEK::VCM {
 namespace {
@@ -74,6 +75,32 @@ void AppendJsonString(const CString& strText, std::string& strOut) {
   for (const wchar_t ch : strText.View())
     AppendCharacter(static_cast<std::uint32_t>(ch), strOut);
   strOut += '"';
+}
+
+CJsonLine::CJsonLine(const char* pszRecord) : m_strLine(std::string("{\"") + pszRecord + "\":{") {}
+
+CJsonLine& CJsonLine::Number(const char* pszField, long long nValue) {
+  AppendField(pszField);
+  m_strLine += std::to_string(nValue);
+  return *this;
+}
+
+CJsonLine& CJsonLine::Text(const char* pszField, const CString& strValue) {
+  AppendField(pszField);
+  AppendJsonString(strValue, m_strLine);
+  return *this;
+}
+
+std::string CJsonLine::Take() {
+  m_strLine += "}}\n";
+  return std::move(m_strLine);
+}
+
+void CJsonLine::AppendField(const char* pszField) {
+  if (m_strLine.back() != '{') m_strLine += ',';
+  m_strLine += '"';
+  m_strLine += pszField;
+  m_strLine += "\":";
 }
 
 }  // namespace TALVEK::VCM

@@ -18,7 +18,7 @@
 #include "fuzz/check.h"
 #include "fuzz/fuzz_input.h"
 #include "fuzz/work_limits.h"
-#include "host/preview.h"
+#include "host/commands.h"
 #include "host/text_output.h"
 
 namespace TALVEK::FUZZ {

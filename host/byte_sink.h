@@ -1,7 +1,11 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
+
+#include "core/descriptor.h"
 
 namespace TALVEK::HOST {
 
@@ -25,6 +29,26 @@ class CByteSink {
   int m_nDescriptor;
   std::string m_strName;
   std::string m_strBuffer;
+};
+
+/// The file to which a stream is exported: it has its name only once it is whole, so a failed run leaves what
+/// was there before. "-" and what is no regular file (a pipe, a device) are written directly.
+///
+/// Errors   EHostError (STATUS_FAILED).
+class CExportTarget {
+ public:
+  explicit CExportTarget(const std::string& strFile);
+  ~CExportTarget();
+  CExportTarget(const CExportTarget&) = delete;
+  CExportTarget& operator=(const CExportTarget&) = delete;
+
+  int GetDescriptor() const;
+  void Finish();
+
+ private:
+  std::filesystem::path m_oFile;
+  std::filesystem::path m_oPartial;  // empty: written directly
+  VCM::CDescriptor m_oDescriptor;    // none: standard output
 };
 
 }  // namespace TALVEK::HOST

@@ -1,10 +1,11 @@
-#include "host/bundled_client.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
 #include "host/git_process.h"
 #include "host/import_session.h"
-#include "host/scratch_folder.h"
+#include "host/import_source.h"
+#include "host/programs.h"
 #include "host/text_output.h"
+#include "host/work_folder.h"
 
 namespace TALVEK::HOST {
 namespace {
@@ -34,6 +35,14 @@ std::string ProgramsText(const CPropertyTable& oTable, bool& bGood) {
   return strText;
 }
 
+std::string ModuleText(const TCommandContext& tContext, bool& bGood) {
+  const std::optional<TModuleProblem> tProblem =
+      FindModuleProblem(tContext.oTable, tContext.oLibrary.GetProvider().GetName());
+  if (!tProblem) return "";
+  bGood = false;
+  return "module       " + tProblem->strWhat + "\n             " + tProblem->strRemedy + '\n';
+}
+
 std::string OriginText(const TProperty& tProperty) {
   if (tProperty.bGiven) return "";
   return tProperty.strHostDefault == tProperty.strDefault ? " (default)" : " (default of talvek-import)";
@@ -60,7 +69,7 @@ std::string HistoryText(const CImportSession& oSession) {
 }  // namespace
 
 int CheckCommand(const TCommandContext& tContext) {
-  tContext.oTable.RequireSource(false);
+  RequireSource(tContext.oTable, false);
   bool bGood = true;
   CProgress oProgress(tContext.oConsole, tContext.tCommandLine.bQuiet);
   CReport oReport(tContext.oConsole);
@@ -73,7 +82,8 @@ int CheckCommand(const TCommandContext& tContext) {
                         ShowBytes(tContext.oLibrary.GetFile().string()) + ")\n";
   strText +=
       "environment  " + (strEnvironment.IsEmpty() ? "nothing to report" : ShowText(strEnvironment)) + '\n';
-  strText += ProgramsText(tContext.oTable, bGood) + "git          " + GitText(bGood) + '\n';
+  strText += ProgramsText(tContext.oTable, bGood) + "git          " + GitText(bGood) + '\n' +
+             ModuleText(tContext, bGood);
   WriteOutput(strText + PropertiesText(tContext.oTable));
   oSession.Open(oScratch.GetPath().string());
   oSession.ReadHistory();

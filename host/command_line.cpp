@@ -144,6 +144,12 @@ class CGrammar {
         ->add_option("--work", m_tResult.strWork,
                      "The folder to which files are checked out; it stays. Without it a temporary one")
         ->type_name("DIR");
+    poCommand
+        ->add_option("--max-losses", m_tResult.nMaxLosses,
+                     "Fail (status 1) when the first N files are all lost; 0: never")
+        ->type_name("N")
+        ->check(CLI::NonNegativeNumber)
+        ->capture_default_str();
     AddImportLog(poCommand);
     AddPropertyOptions(poCommand);
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ struct TCommandLine {
   std::string strWork;        ///< empty: a temporary folder
   std::string strTrunkBranch = "main";
   bool bBare = false;
+  std::uint64_t nMaxLosses = 50;  ///< so many first files may not all be lost; 0: any number may
 };
 
 /// The options that say which plug-in to load: they must be known before the others can be.

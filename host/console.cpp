@@ -3,10 +3,13 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace TALVEK::HOST {
 namespace {
+
+constexpr std::size_t MOST_RENAMED_SHOWN = 10;
 
 constexpr std::string_view CLEAR_LINE = "\r\x1b[K";
 
@@ -49,6 +52,32 @@ void CConsole::Put(std::string_view strBytes) {
     if (nWritten < 0) return;
     strBytes.remove_prefix(static_cast<std::size_t>(nWritten));
   }
+}
+
+void CReport::Loss(const std::string& strText) {
+  ++m_nLosses;
+  m_oConsole.Line("lost: " + strText);
+}
+
+void CReport::Renamed(const std::string& strName, const std::string& strGitName,
+                      const std::string& strReason) {
+  const std::string strNames = "'" + strName + "' is called '" + strGitName + "'";
+  Changed("stream " + strNames + ": " + strReason);
+  m_astrRenamed.push_back(strNames);
+}
+
+std::string CReport::RenamedText() const {
+  if (m_astrRenamed.empty()) return "";
+  std::string strText =
+      m_astrRenamed.size() == 1 ? "1 stream has" : std::to_string(m_astrRenamed.size()) + " streams have";
+  strText += " another name in Git: ";
+  const std::size_t nShown = std::min(m_astrRenamed.size(), MOST_RENAMED_SHOWN);
+  for (std::size_t nIndex = 0; nIndex < nShown; ++nIndex)
+    strText += (nIndex == 0 ? "" : ", ") + m_astrRenamed[nIndex];
+  if (nShown < m_astrRenamed.size()) {
+    strText += " and " + std::to_string(m_astrRenamed.size() - nShown) + " more";
+  }
+  return strText;
 }
 
 }  // namespace TALVEK::HOST

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace TALVEK::HOST {
 
@@ -30,6 +32,32 @@ class CConsole {
   bool m_bTerminal;
   bool m_bTransient = false;
   std::string m_strPostscript;
+};
+
+/// What the administrator must know of an import: a line for each event, and what the summary says of them.
+class CReport {
+ public:
+  explicit CReport(CConsole& oConsole) : m_oConsole(oConsole) {}
+  CReport(const CReport&) = delete;
+  CReport& operator=(const CReport&) = delete;
+
+  /// Something is not in the result.
+  void Loss(const std::string& strText);
+  /// Something is in the result, but not as it was.
+  void Changed(const std::string& strText) { m_oConsole.Line("changed: " + strText); }
+  /// A stream has another name in Git than in the foreign system. Both names are fit to be shown.
+  void Renamed(const std::string& strName, const std::string& strGitName, const std::string& strReason);
+  void Warning(const std::string& strText) { m_oConsole.Line("warning: " + strText); }
+  void Note(const std::string& strText) { m_oConsole.Line(strText); }
+
+  std::uint64_t GetLossCount() const { return m_nLosses; }
+  /// The renamed streams, the first ten by name; empty when there are none.
+  std::string RenamedText() const;
+
+ private:
+  CConsole& m_oConsole;
+  std::uint64_t m_nLosses = 0;
+  std::vector<std::string> m_astrRenamed;
 };
 
 }  // namespace TALVEK::HOST

@@ -1,6 +1,7 @@
 #include "host/git_names.h"
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace TALVEK::HOST {
@@ -9,6 +10,43 @@ namespace {
 // A loose reference is a file, and is written under its name and ".lock" first. The rest of the 255 bytes of
 // a file name is left for the suffix of a name that is taken.
 constexpr std::size_t LONGEST_REF_ITEM = 240;
+
+// References that Git keeps outside refs/heads and refs/tags, where it looks first.
+constexpr std::string_view SPECIAL_REFS[] = {"@",
+                                             "AUTO_MERGE",
+                                             "BISECT_EXPECTED_REV",
+                                             "BISECT_HEAD",
+                                             "CHERRY_PICK_HEAD",
+                                             "FETCH_HEAD",
+                                             "HEAD",
+                                             "MERGE_AUTOSTASH",
+                                             "MERGE_HEAD",
+                                             "NOTES_MERGE_PARTIAL",
+                                             "NOTES_MERGE_REF",
+                                             "ORIG_HEAD",
+                                             "REBASE_HEAD",
+                                             "REVERT_HEAD",
+                                             "stash"};
+
+// Folders that Git looks into for "FOLDER/NAME" before it looks for a branch or tag of that name.
+constexpr std::string_view REF_FOLDERS[] = {"bisect", "heads", "notes", "refs", "remotes", "tags"};
+
+constexpr std::size_t COMMIT_NAME_DIGITS = 40;
+
+bool IsCommitName(std::string_view strName) {
+  return strName.size() == COMMIT_NAME_DIGITS &&
+         strName.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+}
+
+bool BeginsWithRefFolder(std::string_view strName) {
+  const std::size_t nEnd = strName.find('/');
+  return nEnd != std::string_view::npos && std::find(std::begin(REF_FOLDERS), std::end(REF_FOLDERS),
+                                                     strName.substr(0, nEnd)) != std::end(REF_FOLDERS);
+}
+
+bool IsSpecialRef(std::string_view strName) {
+  return std::find(std::begin(SPECIAL_REFS), std::end(SPECIAL_REFS), strName) != std::end(SPECIAL_REFS);
+}
 
 std::vector<std::string> SplitItems(std::string_view strPath) {
   std::vector<std::string> astrItems(1);
@@ -122,7 +160,16 @@ std::string GitRefName(std::string_view strName) {
   for (std::string& strItem : astrItems)
     MendRefItem(strItem);
   if (astrItems.back().ends_with('.')) astrItems.back().back() = '_';
-  return JoinItems(astrItems);
+  std::string strMended = JoinItems(astrItems);
+  if (strMended.front() == '-') strMended.front() = '_';
+  if (IsSpecialRef(strMended) || IsCommitName(strMended)) strMended += '_';
+  if (BeginsWithRefFolder(strMended)) strMended.insert(strMended.find('/'), 1, '_');
+  return strMended;
+}
+
+bool HasMeaningInGit(std::string_view strName) {
+  return strName.starts_with('-') || IsSpecialRef(strName) || IsCommitName(strName) ||
+         BeginsWithRefFolder(strName);
 }
 
 std::string GitIdentity(std::string_view strUser) {

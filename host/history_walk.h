@@ -5,10 +5,21 @@
 
 #include "core/string.h"
 #include "host/progress.h"
-#include "host/stream_tree.h"
 #include "mce/provider.h"
 
 namespace TALVEK::HOST {
+
+/// A stream and its place.
+struct TStream {
+  MCE::CProvider::TStreamInfo tInfo;
+  int nDepth = 0;           ///< 0 for a root
+  bool bUnreached = false;  ///< no walk from the roots comes here: its parents stand in a circle
+};
+
+/// All streams of a provider that has established `nCount` of them: every parent before its children,
+/// siblings in the provider's order; behind them, in the order of their ids, those that no walk from the
+/// roots reaches, which count as roots. EHostError when the provider fails or its walk doesn't end.
+std::vector<TStream> EnumerateStreams(MCE::CProvider& oProvider, unsigned nCount);
 
 /// Number of items of a changeset. The count that comes with it is one more; 0 is that of one that never had
 /// any.
@@ -16,7 +27,7 @@ inline std::uint32_t CountItems(const MCE::CProvider::TChangeInfo& tChange) {
   return tChange.nItemCount > 0 ? tChange.nItemCount - 1 : 0;
 }
 
-/// Whoever wants to see the history go by.
+/// Sees the history go by.
 class CHistoryVisitor {
  public:
   virtual ~CHistoryVisitor() = default;

@@ -6,16 +6,12 @@
 
 #include "core/text_codec.h"
 #include "host/stop_signal.h"
+#include "mce/import_log_texts.h"
 
 namespace TALVEK::HOST {
 namespace {
 
-constexpr std::wstring_view COMMAND_LINE = L"Performing command ";
-constexpr std::wstring_view CLIENT_LINE = L"    ** ";
-constexpr std::wstring_view FILE_LINE = L"Processing file '";
-constexpr std::wstring_view CUT_SHORT_LINE = L"Generating rlog command failed.";
-
-// Lines are "%d: text\n"; the number says little to anybody.
+// Lines are "%d: text\n". The number is of no use here.
 std::wstring_view TextOfLine(std::wstring_view strLine) {
   const std::size_t nColon = strLine.find(L": ");
   if (nColon != std::wstring_view::npos) strLine.remove_prefix(nColon + 2);
@@ -65,13 +61,13 @@ bool CImportLogWatch::IsKeptIn(const std::filesystem::path& oLog) const {
 }
 
 void CImportLogWatch::TakeLine(std::wstring_view strText) {
-  if (strText.starts_with(CLIENT_LINE)) {
-    TakeClientLine(strText.substr(CLIENT_LINE.size()));
-  } else if (strText.starts_with(FILE_LINE)) {
+  if (MCE::IsLogLine(strText, MCE::LOG_CLIENT_LINE)) {
+    TakeClientLine(MCE::LogLineArgument(strText, MCE::LOG_CLIENT_LINE));
+  } else if (MCE::IsLogLine(strText, MCE::LOG_FILE)) {
     m_oProgress.Advance(++m_nFiles);
-  } else if (strText.starts_with(COMMAND_LINE)) {
-    m_strCommand.Assign(strText.substr(COMMAND_LINE.size()));
-  } else if (strText.starts_with(CUT_SHORT_LINE)) {
+  } else if (MCE::IsLogLine(strText, MCE::LOG_COMMAND)) {
+    m_strCommand.Assign(MCE::LogLineArgument(strText, MCE::LOG_COMMAND));
+  } else if (MCE::IsLogLine(strText, MCE::LOG_HISTORY_CUT_SHORT)) {
     m_bCutShort = true;
   } else {
     TakeComplaint(strText);

@@ -18,8 +18,8 @@ class CImportLogWatch : public VRM::CConnection {
 
   void Message(const wchar_t* pszFormat, ...) override;
 
-  /// From now on a line ends the provider's work with EStopped once a stop was asked for: the provider has no
-  /// other ear, and would start a client again that the same signal ended.
+  /// From now on Message throws EStopped once a stop was asked for. Throwing from the log callback is the
+  /// only way to stop the provider, which else would start the client again that the same signal ended.
   void SetStopping(bool bStopping) { m_bStopping = bStopping; }
 
   /// The log of the foreign repository was not read to its end.
@@ -32,7 +32,8 @@ class CImportLogWatch : public VRM::CConnection {
   /// The last line that the foreign client wrote on its standard error since ForgetClientWords.
   const VCM::CString& GetClientWords() const { return m_strClientWords; }
   void ForgetClientWords() { m_strClientWords.Clear(); }
-  /// The file holds every line that came here. A provider says nothing of lines that found no room in it.
+  /// True when the file holds every line that came here. A provider doesn't report lines that it could not
+  /// write.
   bool IsKeptIn(const std::filesystem::path& oLog) const;
 
  private:

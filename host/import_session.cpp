@@ -9,6 +9,7 @@
 
 #include "core/text_codec.h"
 #include "host/exit_status.h"
+#include "host/import_source.h"
 #include "host/stop_signal.h"
 #include "host/text_output.h"
 
@@ -122,8 +123,8 @@ void CImportSession::EstablishStreams() {
   if (nResult != MCE::RESULT_OK) {
     throw EHostError(STATUS_FAILED,
                      "the history can't be read" + ComplaintText() + (IsCutShort() ? CutShortText() : ""),
-                     m_tParts.oTable.ReadsSavedLog() ? "check the path of the saved log"
-                                                     : "check the repository's path and the module's name");
+                     ReadsSavedLog(m_tParts.oTable) ? "check the path of the saved log"
+                                                    : "check the repository's path and the module's name");
   }
 }
 

@@ -6,11 +6,10 @@
 #include <vector>
 
 #include "core/string.h"
+#include "host/history_walk.h"
 #include "host/import_log_watch.h"
 #include "host/progress.h"
 #include "host/property_table.h"
-#include "host/report.h"
-#include "host/stream_tree.h"
 #include "mce/provider.h"
 
 namespace TALVEK::HOST {

@@ -5,10 +5,9 @@
 #include <vector>
 
 #include "core/descriptor.h"
-#include "host/bundled_client.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
-#include "host/program_folder.h"
+#include "host/programs.h"
 #include "host/stop_signal.h"
 #include "host/text_output.h"
 

@@ -4,10 +4,10 @@
 #include "host/commands.h"
 #include "host/exit_status.h"
 #include "host/import_session.h"
-#include "host/preview.h"
-#include "host/provider_programs.h"
-#include "host/scratch_folder.h"
+#include "host/import_source.h"
+#include "host/programs.h"
 #include "host/text_output.h"
+#include "host/work_folder.h"
 
 namespace TALVEK::HOST {
 namespace {
@@ -23,7 +23,7 @@ void WarnOfGaps(const CImportSession& oSession, CReport& oReport) {
 }  // namespace
 
 int PreviewCommand(const TCommandContext& tContext) {
-  tContext.oTable.RequireSource(false);
+  RequireSource(tContext.oTable, false);
   CProgress oProgress(tContext.oConsole, tContext.tCommandLine.bQuiet);
   CReport oReport(tContext.oConsole);
   const CScratchFolder oScratch;
@@ -31,7 +31,7 @@ int PreviewCommand(const TCommandContext& tContext) {
       {tContext.oLibrary.GetProvider(), tContext.oTable, tContext.oConsole, oProgress, oReport},
       tContext.tCommandLine.strImportLog);
   const VCM::CString strEnvironment = oSession.Configure();
-  if (!tContext.oTable.ReadsSavedLog()) RequirePrograms(tContext.oTable, strEnvironment, oReport);
+  if (!ReadsSavedLog(tContext.oTable)) RequirePrograms(tContext.oTable, strEnvironment, oReport);
   oSession.Open(oScratch.GetPath().string());
   oSession.ReadHistory();
   const VCM::CString strFolder = VCM::FromBytes(oScratch.GetPath().string());

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "core/json_text.h"
-#include "host/preview.h"
+#include "host/commands.h"
 #include "host/spool_file.h"
 #include "host/text_output.h"
 
@@ -22,41 +22,35 @@ struct TChangeLines {
   std::uint64_t nItemsSize = 0;
 };
 
-void AppendNumberField(const char* pszName, long long nNumber, std::string& strLine) {
-  strLine += std::string(",\"") + pszName + "\":" + std::to_string(nNumber);
-}
-
-void AppendTextField(const char* pszName, const VCM::CString& strText, std::string& strLine) {
-  strLine += std::string(",\"") + pszName + "\":";
-  VCM::AppendJsonString(strText, strLine);
-}
-
 std::string StreamLine(const MCE::CProvider::TStreamInfo& tStream) {
-  std::string strLine = "{\"stream\":{\"id\":" + std::to_string(tStream.nID);
-  AppendNumberField("parent", tStream.nParentID, strLine);
-  AppendTextField("name", tStream.strName, strLine);
-  AppendNumberField("created", tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0), strLine);
-  AppendNumberField("max_created", tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0), strLine);
-  AppendNumberField("base_change", tStream.nBaseChangeID, strLine);
-  return strLine + "}}\n";
+  return VCM::CJsonLine("stream")
+      .Number("id", tStream.nID)
+      .Number("parent", tStream.nParentID)
+      .Text("name", tStream.strName)
+      .Number("created", tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0))
+      .Number("max_created", tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0))
+      .Number("base_change", tStream.nBaseChangeID)
+      .Take();
 }
 
 std::string ChangeLine(const MCE::CProvider::TChangeInfo& tChange, std::uint32_t nStream) {
-  std::string strLine = "{\"change\":{\"id\":" + std::to_string(tChange.nID);
-  AppendNumberField("stream", nStream, strLine);
-  AppendTextField("user", tChange.strUser, strLine);
-  AppendNumberField("time", tChange.nTime, strLine);
-  AppendTextField("comment", tChange.strComment, strLine);
-  AppendNumberField("next_item", tChange.nItemCount, strLine);
-  return strLine + "}}\n";
+  return VCM::CJsonLine("change")
+      .Number("id", tChange.nID)
+      .Number("stream", nStream)
+      .Text("user", tChange.strUser)
+      .Number("time", tChange.nTime)
+      .Text("comment", tChange.strComment)
+      .Number("next_item", tChange.nItemCount)
+      .Take();
 }
 
 std::string ItemLine(const MCE::CProvider::TChangeItemInfo& tItem, std::uint32_t nNumber) {
-  std::string strLine = "{\"item\":{\"change\":" + std::to_string(tItem.nChangeID);
-  AppendNumberField("item", nNumber, strLine);
-  AppendNumberField("type", tItem.nType, strLine);
-  AppendTextField("path", PathText(tItem.oFilePath), strLine);
-  return strLine + "}}\n";
+  return VCM::CJsonLine("item")
+      .Number("change", tItem.nChangeID)
+      .Number("item", nNumber)
+      .Number("type", tItem.nType)
+      .Text("path", PathText(tItem.oFilePath))
+      .Take();
 }
 
 class CJsonPreview : public CPreview {

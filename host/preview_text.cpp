@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "host/preview.h"
+#include "host/commands.h"
 #include "host/text_output.h"
 
 namespace TALVEK::HOST {

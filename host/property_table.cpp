@@ -1,10 +1,6 @@
 #include "host/property_table.h"
 
-#include <unistd.h>
-
-#include <cstdlib>
 #include <filesystem>
-#include <sstream>
 
 #include "core/text_codec.h"
 #include "host/exit_status.h"
@@ -26,16 +22,6 @@ bool BeginsWord(const VCM::CString& strKey, int nIndex) {
   const bool bAfterCapital = IsUpper(strKey[nIndex - 1]);
   const bool bBeforeSmall = nIndex + 1 < strKey.GetLength() && !IsUpper(strKey[nIndex + 1]);
   return !bAfterCapital || bBeforeSmall;
-}
-
-bool IsRunnable(const std::string& strFile) {
-  std::error_code oError;
-  return std::filesystem::is_regular_file(strFile, oError) && access(strFile.c_str(), X_OK) == 0;
-}
-
-std::string OptionHint(const TProperty& tProperty) {
-  return tProperty.strOption.empty() ? "--set " + VCM::ToBytes(tProperty.strKey) + "=..."
-                                     : "--" + tProperty.strOption;
 }
 
 // What is relative to our working folder must still be found when the provider works in another one.
@@ -64,18 +50,9 @@ std::string OptionName(const VCM::CString& strKey) {
   return strOption;
 }
 
-std::string FindProgram(const VCM::CString& strProgram) {
-  const std::string strName = VCM::ToBytes(strProgram);
-  if (strName.empty()) return "";
-  if (strName.find('/') != std::string::npos) return IsRunnable(strName) ? strName : "";
-  const char* pszPath = std::getenv("PATH");
-  std::istringstream oFolders(pszPath ? pszPath : "/bin:/usr/bin");
-  std::string strFolder;
-  while (std::getline(oFolders, strFolder, ':')) {
-    const std::string strFile = (strFolder.empty() ? "." : strFolder) + '/' + strName;
-    if (IsRunnable(strFile)) return strFile;
-  }
-  return "";
+std::string OptionHint(const TProperty& tProperty) {
+  return tProperty.strOption.empty() ? "--set " + VCM::ToBytes(tProperty.strKey) + "=..."
+                                     : "--" + tProperty.strOption;
 }
 
 CPropertyTable::CPropertyTable(MCE::CProvider& oProvider) {
@@ -125,35 +102,6 @@ void CPropertyTable::SetFromText(const std::string& strText) {
   }
   throw EHostError(STATUS_WRONG_USE, "the provider has no property '" + ShowBytes(strKey) + "'",
                    "'talvek-import properties' lists them");
-}
-
-bool CPropertyTable::ReadsSavedLog() const {
-  const TProperty* ptLogFile = Find(L"LogFile");
-  return ptLogFile && !ptLogFile->strValue.IsEmpty();
-}
-
-// The table's defaults of these two are examples; importing somebody's example helps nobody.
-void CPropertyTable::RequireSource(bool bNeedsFiles) const {
-  const TProperty* ptModule = Find(L"ModuleName");
-  if (ptModule && (!ptModule->bGiven || ptModule->strValue.IsEmpty())) {
-    throw EHostError(STATUS_WRONG_USE, "no module is named", "give it with " + OptionHint(*ptModule));
-  }
-  const TProperty* ptRepository = Find(L"ReposPath");
-  if (!ptRepository || (ptRepository->bGiven && !ptRepository->strValue.IsEmpty())) return;
-  if (ReadsSavedLog() && !bNeedsFiles) return;
-  std::string strRemedy = "give it with " + OptionHint(*ptRepository);
-  const TProperty* ptLogFile = Find(L"LogFile");
-  if (ptLogFile && !bNeedsFiles) strRemedy += ", or a saved log with " + OptionHint(*ptLogFile);
-  throw EHostError(STATUS_WRONG_USE, "no repository is named", strRemedy);
-}
-
-std::vector<const TProperty*> CPropertyTable::MissingPrograms() const {
-  std::vector<const TProperty*> aptMissing;
-  for (const TProperty& tProperty : m_atProperties) {
-    const bool bProgram = tProperty.nType == MCE::TPropertyInfo::TYPE_EXECUTABLE;
-    if (bProgram && FindProgram(tProperty.strValue).empty()) aptMissing.push_back(&tProperty);
-  }
-  return aptMissing;
 }
 
 void CPropertyTable::Apply(MCE::CProvider& oProvider) const {

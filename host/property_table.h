@@ -42,14 +42,6 @@ class CPropertyTable {
   /// or when a switch gets something else than 1 or 0: providers take "true" for off.
   void SetFromText(const std::string& strText);
 
-  /// True when the history comes from a saved log instead of the repository.
-  bool ReadsSavedLog() const;
-  /// EHostError (STATUS_WRONG_USE) when what has no usable default was not given. `bNeedsFiles`: files will
-  /// be retrieved, so the repository is needed even with a saved log.
-  void RequireSource(bool bNeedsFiles) const;
-  /// The programs among the properties that are neither files nor on the PATH.
-  std::vector<const TProperty*> MissingPrograms() const;
-
   /// Validates every value and hands it to the provider. EHostError (STATUS_WRONG_USE) for one it refuses.
   void Apply(MCE::CProvider& oProvider) const;
 
@@ -60,7 +52,7 @@ class CPropertyTable {
 /// "ModuleName" becomes "module-name", "CVSPath" "cvs-path".
 std::string OptionName(const VCM::CString& strKey);
 
-/// Where a program is: the path itself if it has a "/", else its place on the PATH; empty when nowhere.
-std::string FindProgram(const VCM::CString& strProgram);
+/// How the administrator sets a property: "--module-name", or "--set Key=..." where it has no option.
+std::string OptionHint(const TProperty& tProperty);
 
 }  // namespace TALVEK::HOST

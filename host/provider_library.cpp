@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "host/exit_status.h"
-#include "host/program_folder.h"
+#include "host/programs.h"
 #include "host/text_output.h"
 
 namespace fs = std::filesystem;

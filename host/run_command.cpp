@@ -5,16 +5,16 @@
 #include <string>
 
 #include "core/text_codec.h"
-#include "host/bundled_client.h"
+#include "host/client_notes.h"
 #include "host/commands.h"
 #include "host/exit_status.h"
-#include "host/export_target.h"
 #include "host/git_import.h"
 #include "host/git_names.h"
 #include "host/git_process.h"
 #include "host/git_repository.h"
 #include "host/import_session.h"
-#include "host/provider_programs.h"
+#include "host/import_source.h"
+#include "host/programs.h"
 #include "host/stop_signal.h"
 #include "host/text_output.h"
 
@@ -77,7 +77,8 @@ class CRun {
 
   int Run() {
     CheckTarget(CommandLine());
-    m_tContext.oTable.RequireSource(true);
+    RequireSource(m_tContext.oTable, true);
+    RequireFetchableModule(m_tContext.oTable, m_tContext.oLibrary.GetProvider().GetName());
     TakeTarget();
     const CWorkFolder oWork(CommandLine().strWork);
     CImportSession oSession(
@@ -193,7 +194,7 @@ class CRun {
     CByteSink oSink(nDescriptor, strSinkName);
     CFastImportStream oStream(oSink);
     CGitImport oImport({oSession.GetProvider(), oSession.GetLogWatch(), m_oReport, oWork, oSpool, oStream},
-                       oSession.GetStreams(), CommandLine().strTrunkBranch);
+                       oSession.GetStreams(), CommandLine().strTrunkBranch, CommandLine().nMaxLosses);
     m_oProgress.BeginPhase("importing", "changesets", oSession.GetChangeCount());
     oStream.Begin();
     CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), m_oProgress)
@@ -205,6 +206,9 @@ class CRun {
   }
 
   void ShowSummary(const CImportSession& oSession) {
+    for (const std::string& strText : {m_oReport.RenamedText(), m_oClientNotes.GetText()}) {
+      if (!strText.empty()) m_oReport.Note(strText);
+    }
     const auto nSeconds =
         std::chrono::duration_cast<std::chrono::seconds>(CProgress::TClock::now() - m_tBegin).count();
     const std::uint64_t nLosses = m_oReport.GetLossCount();
@@ -218,6 +222,7 @@ class CRun {
   CProgress::TClock::time_point m_tBegin = CProgress::TClock::now();
   CProgress m_oProgress;
   CReport m_oReport;
+  CClientNotes m_oClientNotes;
   std::optional<CGitRepository> m_oRepository;  // this or the other
   std::optional<CExportTarget> m_oExport;
   std::map<std::string, std::uint64_t> m_anDepths;  // of the branches

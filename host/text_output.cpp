@@ -26,6 +26,10 @@ std::string ShowText(const VCM::CString& strText) {
   return ShowBytes(VCM::ToBytes(strText));
 }
 
+std::string ShowQuoted(const VCM::CString& strText) {
+  return "'" + ShowText(strText) + "'";
+}
+
 std::string ShowTime(long long nSeconds) {
   return VCM::ToBytes(VCM::CTimestamp(nSeconds).Format(VCM::ZONE_GMT0)) + " UTC";
 }

@@ -13,6 +13,8 @@ namespace TALVEK::HOST {
 /// from foreign servers and go to terminals.
 std::string ShowText(const VCM::CString& strText);
 std::string ShowBytes(std::string_view strBytes);
+/// The same between single quotes.
+std::string ShowQuoted(const VCM::CString& strText);
 
 /// "2003-05-14 09:30:00 UTC".
 std::string ShowTime(long long nSeconds);

@@ -7,6 +7,7 @@
 #include "core/file_system.h"
 #include "core/text_codec.h"
 #include "core/timestamp.h"
+#include "mce/import_log_texts.h"
 #include "mcv/error_lines.h"
 
 namespace TALVEK::MCV {
@@ -92,7 +93,7 @@ void CProvider::ClearInputStream() {
 }
 
 bool CProvider::ExecuteCommand(const VCM::CString& strCommandLine) {
-  WriteLog(L"Performing command %s", strCommandLine.c_str());
+  WriteLog(MCE::LOG_COMMAND, strCommandLine.c_str());
   for (unsigned nAttempt = 0; nAttempt < m_nCmdRepeatCount; ++nAttempt) {
     const int nResult = m_oProcess.Execute(strCommandLine);
     m_poInputStream = m_oProcess.GetStdOutputStream();
@@ -108,7 +109,7 @@ void CProvider::LogErrorOutput() {
   CErrorLines oLines(*poErrors);
   VCM::CString strLine;
   while (oLines.ReadLine(strLine))
-    WriteLog(L"    ** %s", strLine.c_str());
+    WriteLog(MCE::LOG_CLIENT_LINE, strLine.c_str());
 }
 
 }  // namespace TALVEK::MCV

@@ -25,36 +25,9 @@ enum TExitStatus : int { EXIT_DONE = 0, EXIT_FAILED = 1, EXIT_WRONG_USE = 2 };
 
 constexpr std::uint32_t ABSENT_TIME = 0xFFFFFFFF;
 
-/// One JSON object with one key whose value is an object.
-class CJsonLine {
- public:
-  explicit CJsonLine(const char* pszRecord) : m_strLine(std::string("{\"") + pszRecord + "\":{") {}
-
-  CJsonLine& Number(const char* pszField, std::uint32_t nValue) {
-    AppendField(pszField);
-    m_strLine += std::to_string(nValue);
-    return *this;
-  }
-  CJsonLine& Text(const char* pszField, const VCM::CString& strValue) {
-    AppendField(pszField);
-    VCM::AppendJsonString(strValue, m_strLine);
-    return *this;
-  }
-  void Print() {
-    m_strLine += "}}\n";
-    std::fwrite(m_strLine.data(), 1, m_strLine.size(), stdout);
-  }
-
- private:
-  void AppendField(const char* pszField) {
-    if (m_strLine.back() != '{') m_strLine += ',';
-    m_strLine += '"';
-    m_strLine += pszField;
-    m_strLine += "\":";
-  }
-
-  std::string m_strLine;
-};
+void Print(const std::string& strLine) {
+  std::fwrite(strLine.data(), 1, strLine.size(), stdout);
+}
 
 /// The provider, with its database laid open.
 class CDumpingProvider : public CProvider {
@@ -75,14 +48,14 @@ class CDumpingProvider : public CProvider {
  private:
   void DumpStreams() const {
     for (const TStreamInfo& tStream : m_atStreams) {
-      CJsonLine("stream")
-          .Number("id", tStream.nID)
-          .Number("parent", tStream.nParentID)
-          .Text("name", tStream.strName)
-          .Number("created", tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0))
-          .Number("max_created", tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0))
-          .Number("base_change", tStream.nBaseChangeID)
-          .Print();
+      Print(VCM::CJsonLine("stream")
+                .Number("id", tStream.nID)
+                .Number("parent", tStream.nParentID)
+                .Text("name", tStream.strName)
+                .Number("created", tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0))
+                .Number("max_created", tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0))
+                .Number("base_change", tStream.nBaseChangeID)
+                .Take());
     }
   }
 
@@ -91,16 +64,16 @@ class CDumpingProvider : public CProvider {
     MCE::TChangeRecord tChange;
     for (bool bFound = m_poChangeIterator->GetGTE(tChange); bFound;
          bFound = m_poChangeIterator->GetNext(tChange)) {
-      CJsonLine("change")
-          .Number("id", tChange.nID)
-          .Number("stream", tChange.nStreamID)
-          .Text("user", tChange.strUser)
-          .Number("time", tChange.nTime)
-          .Text("comment", tChange.strComment)
-          .Number("next_item", tChange.nNextItem)
-          .Number("base_time", tChange.oProps.GetNumber(MCE::CHANGE_BASE_TIME, ABSENT_TIME))
-          .Number("max_time", tChange.oProps.GetNumber(MCE::CHANGE_MAX_TIME, ABSENT_TIME))
-          .Print();
+      Print(VCM::CJsonLine("change")
+                .Number("id", tChange.nID)
+                .Number("stream", tChange.nStreamID)
+                .Text("user", tChange.strUser)
+                .Number("time", tChange.nTime)
+                .Text("comment", tChange.strComment)
+                .Number("next_item", tChange.nNextItem)
+                .Number("base_time", tChange.oProps.GetNumber(MCE::CHANGE_BASE_TIME, ABSENT_TIME))
+                .Number("max_time", tChange.oProps.GetNumber(MCE::CHANGE_MAX_TIME, ABSENT_TIME))
+                .Take());
       ++nChanges;
       m_nItemsExpected += tChange.nNextItem - 1;
     }
@@ -114,14 +87,14 @@ class CDumpingProvider : public CProvider {
          bFound = m_poChangeItemIterator->GetNext(tItem)) {
       VCM::CString strRevision;
       tItem.oProps.GetProperty(MCE::ITEM_FOREIGN_REVISION, strRevision);
-      CJsonLine("item")
-          .Number("change", tItem.nID)
-          .Number("item", tItem.nItem)
-          .Number("type", tItem.nType)
-          .Text("path", tItem.oFilePath.GeneratePath())
-          .Text("revision", strRevision)
-          .Number("time", static_cast<std::uint32_t>(tItem.oTimestamp.GetUTC()))
-          .Print();
+      Print(VCM::CJsonLine("item")
+                .Number("change", tItem.nID)
+                .Number("item", tItem.nItem)
+                .Number("type", tItem.nType)
+                .Text("path", tItem.oFilePath.GeneratePath())
+                .Text("revision", strRevision)
+                .Number("time", static_cast<std::uint32_t>(tItem.oTimestamp.GetUTC()))
+                .Take());
       ++nItems;
     }
     return nItems;

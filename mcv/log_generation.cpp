@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "core/file_stream.h"
+#include "mce/import_log_texts.h"
 #include "mcv/cvs_provider.h"
 
 namespace TALVEK::MCV {
@@ -23,8 +24,7 @@ void CProvider::GenerateLog() {
     return;
   }
   if (!ExecuteCommand(GenerateLogCommand())) {
-    WriteLog(
-        L"Generating rlog command failed. This usually indicated that your cvs repository is corrupted.");
+    WriteLog(L"%s This usually indicated that your cvs repository is corrupted.", MCE::LOG_HISTORY_CUT_SHORT);
   }
 }
 

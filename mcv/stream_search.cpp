@@ -7,6 +7,7 @@
 
 #include <utility>
 
+#include "mce/import_log_texts.h"
 #include "mcv/cvs_provider.h"
 #include "mcv/file_lookup.h"
 
@@ -108,7 +109,7 @@ bool CProvider::SearchForStreams() {
   TStreamInfo tStream;
   int nFiles = 0;
   while (oFiles.GetNextFile(tFile, m_astrIncludeTags, m_astrExcludeTags, bStreamsForTags)) {
-    WriteLog(L"Processing file '%s' (count=%d)", tFile.oPath.GeneratePath().c_str(), nFiles++);
+    WriteLog(MCE::LOG_FILE, tFile.oPath.GeneratePath().c_str(), nFiles++);
     ProcessFileNames(tFile, tStream, bNested);
     AddFileChanges(tFile, tStream);
   }

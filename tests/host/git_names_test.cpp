@@ -22,9 +22,6 @@ struct TNameCase {
 const TNameCase REF_CASES[] = {
     {"REL_1_BRANCH", "REL_1_BRANCH"},
     {"a/b", "a/b"},
-    {"-dash", "-dash"},
-    {"HEAD", "HEAD"},
-    {"@", "@"},
     {"{x}", "{x}"},
     {"a@b", "a@b"},
     {"caf\xc3\xa9", "caf\xc3\xa9"},
@@ -71,6 +68,99 @@ TEST(GitRefNameTest, NamesBecomeTheNearestThatGitTakes) {
 TEST(GitRefNameTest, OnlyNamesThatGitRefusesAreChanged) {
   for (const TNameCase& tCase : REF_CASES) {
     EXPECT_EQ(GitTakesRef(tCase.strName), tCase.strName == tCase.strGitName) << tCase.strName;
+  }
+}
+
+const std::string COMMIT_NAME(40, 'a');
+
+// Git's commands take the name for something else, though it may stand behind refs/tags/.
+const TNameCase MEANING_CASES[] = {
+    {"-dash", "_dash"},
+    {"@", "@_"},
+    {"HEAD", "HEAD_"},
+    {"AUTO_MERGE", "AUTO_MERGE_"},
+    {"BISECT_EXPECTED_REV", "BISECT_EXPECTED_REV_"},
+    {"BISECT_HEAD", "BISECT_HEAD_"},
+    {"CHERRY_PICK_HEAD", "CHERRY_PICK_HEAD_"},
+    {"FETCH_HEAD", "FETCH_HEAD_"},
+    {"MERGE_AUTOSTASH", "MERGE_AUTOSTASH_"},
+    {"MERGE_HEAD", "MERGE_HEAD_"},
+    {"NOTES_MERGE_PARTIAL", "NOTES_MERGE_PARTIAL_"},
+    {"NOTES_MERGE_REF", "NOTES_MERGE_REF_"},
+    {"ORIG_HEAD", "ORIG_HEAD_"},
+    {"REBASE_HEAD", "REBASE_HEAD_"},
+    {"REVERT_HEAD", "REVERT_HEAD_"},
+    {"stash", "stash_"},
+    {"bisect/x", "bisect_/x"},
+    {"heads/x", "heads_/x"},
+    {"notes/x", "notes_/x"},
+    {"refs/heads/x", "refs_/heads/x"},
+    {"remotes/x", "remotes_/x"},
+    {"tags/x", "tags_/x"},
+    {COMMIT_NAME, COMMIT_NAME + "_"},
+};
+
+// Near to those, and themselves for Git.
+const char* const PLAIN_NAMES[] = {
+    "HEAD_", "head", "RELEASE_HEAD", "y/HEAD",    "HEAD/x",  "a@",       "@a",     "a-dash",
+    "heads", "tags", "refs",         "y/heads/x", "stash/x", "deadbeef", "config", "v1-3-gdeadbee"};
+
+/// A repository whose first commit has every special name, and whose second gets one name at a time.
+class CSpecialRefs {
+ public:
+  CSpecialRefs() {
+    Git("init -q");
+    Git("-c user.name=a -c user.email=a commit -q --allow-empty -m first");
+    Git("-c user.name=a -c user.email=a commit -q --allow-empty -m second");
+    m_strSecond = Git("rev-parse HEAD");
+    Git("reset -q --hard HEAD~1");
+    for (const TNameCase& tCase : MEANING_CASES) {
+      const std::string& strName = tCase.strName;
+      if (strName.find('/') == std::string::npos && strName.find('_') != std::string::npos)
+        Git("update-ref " + strName + " HEAD");
+    }
+    for (const char* pszRef : {"stash", "bisect/x", "heads/x", "notes/x", "remotes/x", "tags/x"})
+      Git(std::string("update-ref refs/") + pszRef + " HEAD");
+  }
+
+  /// What Git shows, with its complaints, when a tag or branch of the second commit is asked for by name.
+  std::string Show(const std::string& strKind, const std::string& strName) const {
+    const std::string strRef = ShellQuote("refs/" + strKind + "/" + strName);
+    Git("update-ref " + strRef + " " + m_strSecond);
+    const std::string strShown = Git("log -1 --format=%s " + ShellQuote(strName));
+    Git("update-ref -d " + strRef);
+    return strShown;
+  }
+
+ private:
+  std::string Git(const std::string& strArguments) const {
+    return RunShell("git -C " + ShellQuote(m_oFolder.Path().string()) + " " + strArguments + " 2>&1")
+        .strOutput;
+  }
+
+  TEST::CTempFolder m_oFolder;
+  std::string m_strSecond;
+};
+
+TEST(GitRefNameTest, NamesThatMeanSomethingElseAreChanged) {
+  const CSpecialRefs oRefs;
+  for (const TNameCase& tCase : MEANING_CASES) {
+    EXPECT_EQ(GitRefName(tCase.strName), tCase.strGitName);
+    EXPECT_TRUE(HasMeaningInGit(tCase.strName)) << tCase.strName;
+    for (const char* pszKind : {"tags", "heads"}) {
+      EXPECT_NE(oRefs.Show(pszKind, tCase.strName), "second\n") << tCase.strName;
+      EXPECT_EQ(oRefs.Show(pszKind, tCase.strGitName), "second\n") << tCase.strGitName;
+    }
+  }
+}
+
+TEST(GitRefNameTest, NamesThatOnlyLookLikeThoseStay) {
+  const CSpecialRefs oRefs;
+  for (const std::string strName : PLAIN_NAMES) {
+    EXPECT_EQ(GitRefName(strName), strName);
+    EXPECT_FALSE(HasMeaningInGit(strName)) << strName;
+    for (const char* pszKind : {"tags", "heads"})
+      EXPECT_EQ(oRefs.Show(pszKind, strName), "second\n") << strName;
   }
 }
 

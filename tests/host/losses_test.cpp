@@ -105,5 +105,67 @@ TEST_F(CLossesTest, ImportLogIsKeptAndNamed) {
             std::string::npos);
 }
 
+/// A changeset of so many files that can't be retrieved, behind `strBefore`.
+std::string LostFiles(int nCount, const std::string& strBefore = "") {
+  std::string strScript = "stream|1|0|Main\nchange|1|1|joe|1|x\n" + strBefore;
+  for (int nFile = 1; nFile <= nCount; ++nFile)
+    strScript += "item|1|0|f" + std::to_string(nFile) + "|missing\n";
+  return strScript;
+}
+
+std::size_t CountLosses(const TRun& tRun) {
+  std::size_t nLosses = 0;
+  const std::string strHead = "talvek-import: lost: ";
+  for (std::size_t nPlace = 0; (nPlace = tRun.strError.find(strHead, nPlace)) != std::string::npos; ++nPlace)
+    ++nLosses;
+  return nLosses;
+}
+
+// Hours may lie before such a run, and it would bring nothing.
+TEST_F(CLossesTest, RunWhoseFirstFiftyFilesAreAllLostFails) {
+  Script(LostFiles(60));
+  const TRun tRun = Run("run --quiet --into target --import-log log");
+  EXPECT_EQ(tRun.nStatus, 1);
+  EXPECT_EQ(CountLosses(tRun), 50U);
+  EXPECT_TRUE(tRun.strError.ends_with(
+      "talvek-import: the first 50 files are all lost; the first one was: stream 'Main', file 'f1', "
+      "1970-01-01 00:00:01 UTC: it was not retrieved: fake: no f1 here; correct what causes this, or go on "
+      "in spite of it with --max-losses 0\n"))
+      << tRun.strError;
+  EXPECT_FALSE(std::filesystem::exists(Folder() / "target"));
+}
+
+TEST_F(CLossesTest, FewerLostFilesAreNoFailure) {
+  Script(LostFiles(49));
+  EXPECT_EQ(Run("run --quiet --into target --import-log log").nStatus, 3);
+}
+
+TEST_F(CLossesTest, OneFileThatIsThereLetsTheRunGoOn) {
+  Script(LostFiles(60, "item|1|0|good|file|good\n"));
+  const TRun tRun = Run("run --quiet --into target --import-log log");
+  EXPECT_EQ(tRun.nStatus, 3);
+  EXPECT_EQ(CountLosses(tRun), 60U);
+}
+
+// A deletion needs no file, so it says nothing of what can be retrieved.
+TEST_F(CLossesTest, DeletionsAreNotCountedAsFilesThatAreThere) {
+  Script(LostFiles(2, "item|1|2|gone\n"));
+  EXPECT_EQ(Run("run --quiet --into target --import-log log --max-losses 2").nStatus, 1);
+}
+
+TEST_F(CLossesTest, NumberOfFirstLossesIsTheAdministrators) {
+  Script(LostFiles(60));
+  const TRun tFirst = Run("run --quiet --into target --import-log log --max-losses 1");
+  EXPECT_EQ(tFirst.nStatus, 1);
+  EXPECT_EQ(CountLosses(tFirst), 1U);
+  EXPECT_NE(tFirst.strError.find("talvek-import: the first file is lost: stream 'Main', file 'f1', "),
+            std::string::npos)
+      << tFirst.strError;
+  const TRun tNever = Run("run --quiet --into target --import-log log --max-losses 0");
+  EXPECT_EQ(tNever.nStatus, 3);
+  EXPECT_EQ(CountLosses(tNever), 60U);
+  EXPECT_EQ(Run("run --quiet --into target2 --max-losses=-1").nStatus, 2);
+}
+
 }  // namespace
 }  // namespace TALVEK::TEST

@@ -239,6 +239,8 @@ TEST_F(CRunTest, NamesThatGitRefusesAreChangedAndReported) {
       "talvek-import: changed: stream 'a_b' is called 'a_b-2': Git refuses its name, or another stream has "
       "it\n"
       "talvek-import: changed: stream 'T~' is called 'T_': Git refuses its name, or another stream has it\n"
+      "talvek-import: 4 streams have another name in Git: 'main' is called 'main-2', 'a b' is called 'a_b', "
+      "'a_b' is called 'a_b-2', 'T~' is called 'T_'\n"
       "talvek-import: imported 5 streams, 1 changeset, 2 items; 0 losses; 0 seconds\n");
   EXPECT_EQ(Git("target", "for-each-ref --format='%(refname)'"),
             "refs/heads/a_b\nrefs/heads/a_b-2\nrefs/heads/main\nrefs/heads/main-2\nrefs/tags/T_\n");
@@ -326,6 +328,62 @@ TEST_F(CRunTest, BranchesThatDoTheSameShareTheirCommits) {
   EXPECT_EQ(tRun.nStatus, 0) << tRun.strError;
   EXPECT_EQ(Git("target", "rev-parse A"), Git("target", "rev-parse B~1"));
   EXPECT_EQ(Git("target", "rev-list --count --all"), "3\n");
+}
+
+// `git log HEAD` would else warn of an ambiguous name and show the trunk.
+TEST_F(CRunTest, NamesThatGitTakesForSomethingElseAreChangedAndReported) {
+  Script(
+      "stream|1|0|Main\n"
+      "stream|2|1|HEAD|1|tag\n"
+      "stream|3|1|ORIG_HEAD|1\n"
+      "stream|4|1|-x|1|tag\n"
+      "stream|5|1|main|1|tag\n"
+      "change|1|1|joe|100|x\n"
+      "item|1|0|a|file|a\n"
+      "change|2|1|joe|200|y\n"
+      "item|2|1|a|file|b\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 0);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: changed: stream 'HEAD' is called 'HEAD_': Git takes its name for something else\n"
+            "talvek-import: changed: stream 'ORIG_HEAD' is called 'ORIG_HEAD_': Git takes its name for "
+            "something else\n"
+            "talvek-import: changed: stream '-x' is called '_x': Git takes its name for something else\n"
+            "talvek-import: changed: stream 'main' is called 'main-2': Git refuses its name, or another "
+            "stream has it\n"
+            "talvek-import: 4 streams have another name in Git: 'HEAD' is called 'HEAD_', 'ORIG_HEAD' is "
+            "called 'ORIG_HEAD_', '-x' is called '_x', 'main' is called 'main-2'\n"
+            "talvek-import: imported 5 streams, 2 changesets, 2 items; 0 losses; 0 seconds\n");
+  EXPECT_EQ(Git("target", "for-each-ref --format='%(refname) %(subject)'"),
+            "refs/heads/ORIG_HEAD_ x\nrefs/heads/main y\nrefs/tags/HEAD_ x\nrefs/tags/_x x\n"
+            "refs/tags/main-2 x\n");
+  EXPECT_EQ(Git("target", "log --format=%s HEAD 2>&1"), "y\nx\n");
+  EXPECT_EQ(Git("target", "log --format=%s main 2>&1"), "y\nx\n");
+}
+
+TEST_F(CRunTest, SummaryNamesTenChangedStreamsAndCountsTheRest) {
+  std::string strScript = "stream|1|0|Main\nchange|1|1|joe|100|x\nitem|1|0|a|file|a\n";
+  std::string strNames;
+  for (int nStream = 10; nStream < 22; ++nStream) {
+    const std::string strNumber = std::to_string(nStream);
+    strScript += "stream|" + strNumber + "|1|a " + strNumber + "|1\n";
+    if (nStream < 20) strNames += ", 'a " + strNumber + "' is called 'a_" + strNumber + "'";
+  }
+  Script(strScript);
+  const std::string strError = Run("run --quiet --into target").strError;
+  EXPECT_NE(strError.find("talvek-import: 12 streams have another name in Git: " + strNames.substr(2) +
+                          " and 2 more\n"),
+            std::string::npos)
+      << strError;
+}
+
+TEST_F(CRunTest, TrunkCantHaveANameThatGitTakesForSomethingElse) {
+  Script("stream|1|0|Main\n");
+  const TRun tRun = Run("run --quiet --into target --trunk-branch HEAD");
+  EXPECT_EQ(tRun.nStatus, 2);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: 'HEAD' can't be the name of a branch; give another with --trunk-branch, such as "
+            "'HEAD_'\n");
 }
 
 }  // namespace

@@ -37,7 +37,7 @@ TEST_F(HostileNameTest, BranchesCalledAsTheTrunkGoIntoTheTrunk) {
   CLogText oLog = Branches({"Main", "HEAD"});
   const TResult tResult = Import(oLog);
   EXPECT_EQ(tResult.nStatus, 0) << tResult.strMessages;
-  EXPECT_EQ(GitBranches(), "HEAD\nmain\n");
+  EXPECT_EQ(GitBranches(), "HEAD_\nmain\n");
   EXPECT_EQ(
       Calls(),
       "[-d][/repo][checkout][-r][1.1][-d][Main][mod/a]\n[-d][/repo][checkout][-r][1.1.2.1][-d][Main][mod/a]\n"
@@ -76,7 +76,7 @@ TEST_F(HostileNameTest, NamesAreOneWordOfTheCommandLine) {
     strExpected +=
         "[-d][/repo][checkout][-r][1.1." + std::to_string(nBranch += 2) + ".1][-d][" + pszName + "][mod/a]\n";
   EXPECT_EQ(Calls(), strExpected);
-  EXPECT_EQ(GitBranches(), "$(x)\n%s\n--\n-d\na_b\nb_\nmain\nx\"y\n");
+  EXPECT_EQ(GitBranches(), "$(x)\n%s\n_-\n_d\na_b\nb_\nmain\nx\"y\n");
   ExpectNothingElse();
 }
 

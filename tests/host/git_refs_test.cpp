@@ -1,4 +1,4 @@
-#include "host/ref_names.h"
+#include "host/git_refs.h"
 
 #include <gtest/gtest.h>
 
@@ -36,6 +36,15 @@ TEST(RefNamesTest, NameBelowAnotherNameGetsItsSuffixThere) {
 
 TEST(RefNamesTest, NameAboveAnotherNameGetsASuffix) {
   EXPECT_EQ(AssignAll({"a/b/c", "a/b", "a"}), (TNames{"a/b/c", "a/b-2", "a-2"}));
+}
+
+TEST(RefNamesTest, NameOfTheOtherKindIsPassedOver) {
+  CRefNames oBranches;
+  CRefNames oTags;
+  EXPECT_EQ(oBranches.Assign("a", &oTags), "a");
+  EXPECT_EQ(oTags.Assign("a", &oBranches), "a-2");
+  EXPECT_EQ(oTags.Assign("a/b", &oBranches), "a/b");
+  EXPECT_EQ(oBranches.Assign("a-2", &oTags), "a-2-2");
 }
 
 TEST(RefNamesTest, NamesThatOnlyBeginAlikeStay) {

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "host/console.h"
+#include "host/history_walk.h"
+
+namespace TALVEK::HOST {
+
+/// Gives each name a place of its own among the references of one kind.
+///
+/// Git keeps references as files and folders, so besides equal names "a" and "a/b" exclude each other. The
+/// name that comes later gets a suffix: "a-2", or "a-2/b".
+class CRefNames {
+ public:
+  /// The name behind refs/heads/ or refs/tags/ for `strName`: valid, not given out before, and not one that
+  /// `poOther` has given out, because Git's commands take a bare name for whichever kind it finds first.
+  std::string Assign(std::string_view strName, const CRefNames* poOther = nullptr);
+
+ private:
+  bool IsFree(const std::string& strName) const;
+  std::string WithSuffix(const std::string& strName, int nNumber) const;
+  void Take(const std::string& strName);
+
+  std::set<std::string> m_astrTaken;
+  std::set<std::string> m_astrFolders;  // every proper prefix, at a "/", of a name taken
+};
+
+/// The references that the streams of an import get. A stream whose name had to be changed is reported.
+///
+/// Owns     Nothing of its arguments; the report must outlive it.
+class CGitRefs {
+ public:
+  /// The trunk is the root called "Main", or else the first root. It gets `strTrunkBranch`, and no other
+  /// stream does.
+  CGitRefs(const std::vector<TStream>& atStreams, const std::string& strTrunkBranch, CReport& oReport);
+  CGitRefs(const CGitRefs&) = delete;
+  CGitRefs& operator=(const CGitRefs&) = delete;
+
+  /// "refs/heads/NAME": the same at each call for one stream.
+  const std::string& Branch(const TStream& tStream);
+  /// "refs/tags/NAME": another one at each call, so call it once for a stream.
+  std::string NewTag(const TStream& tStream);
+
+ private:
+  std::string Assign(CRefNames& oNames, const CRefNames& oOthers, const VCM::CString& strName);
+
+  CReport& m_oReport;
+  CRefNames m_oBranches;
+  CRefNames m_oTags;
+  std::unordered_map<std::uint32_t, std::string> m_astrBranchRefs;  // by stream
+};
+
+}  // namespace TALVEK::HOST

@@ -1,0 +1,83 @@
+#include "host/import_source.h"
+
+#include <algorithm>
+
+#include "core/text_codec.h"
+#include "host/exit_status.h"
+#include "host/text_output.h"
+
+namespace TALVEK::HOST {
+namespace {
+
+constexpr const wchar_t* MODULE_KEY = L"ModuleName";
+constexpr const wchar_t* REPOSITORY_KEY = L"ReposPath";
+constexpr const wchar_t* LOG_FILE_KEY = L"LogFile";
+
+// The table's defaults of these two are examples; importing somebody's example helps nobody.
+bool IsGiven(const TProperty& tProperty) {
+  return tProperty.bGiven && !tProperty.strValue.IsEmpty();
+}
+
+// Without the "/" at its ends and the "." and "//" within it, which change nothing.
+std::string NormalizedModule(const std::string& strModule) {
+  std::string strNormalized;
+  for (std::size_t nBegin = 0; nBegin <= strModule.size();) {
+    const std::size_t nEnd = std::min(strModule.find('/', nBegin), strModule.size());
+    const std::string strItem = strModule.substr(nBegin, nEnd - nBegin);
+    if (!strItem.empty() && strItem != ".") strNormalized += (strNormalized.empty() ? "" : "/") + strItem;
+    nBegin = nEnd + 1;
+  }
+  return strNormalized;
+}
+
+}  // namespace
+
+bool ReadsSavedLog(const CPropertyTable& oTable) {
+  const TProperty* ptLogFile = oTable.Find(LOG_FILE_KEY);
+  return ptLogFile && !ptLogFile->strValue.IsEmpty();
+}
+
+void RequireSource(const CPropertyTable& oTable, bool bNeedsFiles) {
+  const TProperty* ptModule = oTable.Find(MODULE_KEY);
+  if (ptModule && !IsGiven(*ptModule)) {
+    throw EHostError(STATUS_WRONG_USE, "no module is named", "give it with " + OptionHint(*ptModule));
+  }
+  const TProperty* ptRepository = oTable.Find(REPOSITORY_KEY);
+  if (!ptRepository || IsGiven(*ptRepository)) return;
+  if (ReadsSavedLog(oTable) && !bNeedsFiles) return;
+  std::string strRemedy = "give it with " + OptionHint(*ptRepository);
+  const TProperty* ptLogFile = oTable.Find(LOG_FILE_KEY);
+  if (ptLogFile && !bNeedsFiles) strRemedy += ", or a saved log with " + OptionHint(*ptLogFile);
+  throw EHostError(STATUS_WRONG_USE, "no repository is named", strRemedy);
+}
+
+// The provider cvs takes the path of a file from behind the root's first folder and puts the module in front
+// of it again: of module "www/mk" the file www/mk/a would be fetched as www/mk/mk/a. A module "mk" that the
+// repository defines as www/mk fails in the same way, but only the repository knows of that.
+std::optional<TModuleProblem> FindModuleProblem(const CPropertyTable& oTable,
+                                                const VCM::CString& strProvider) {
+  const TProperty* ptModule = oTable.Find(MODULE_KEY);
+  if (strProvider != L"cvs" || !ptModule) return {};
+  const std::string strModule = NormalizedModule(VCM::ToBytes(ptModule->strValue));
+  const std::size_t nEnd = strModule.find('/');
+  if (nEnd == std::string::npos) return {};
+  const std::string strTop = "'" + ShowBytes(strModule.substr(0, nEnd)) + "'";
+  const TProperty* ptRepository = oTable.Find(REPOSITORY_KEY);
+  const TProperty* ptLogFile = oTable.Find(LOG_FILE_KEY);
+  std::string strRemedy = "import the module " + strTop;
+  if (ptRepository && ptLogFile) {
+    strRemedy += "; for the folder alone save its log with 'cvs -d " + ShowText(ptRepository->strValue) +
+                 " rlog " + ShowBytes(strModule) + " > FILE' and import the module " + strTop + " with " +
+                 OptionHint(*ptLogFile) + " FILE";
+  }
+  return TModuleProblem{
+      "'" + ShowBytes(strModule) + "' is a folder within a module, of which provider cvs can fetch no file",
+      strRemedy};
+}
+
+void RequireFetchableModule(const CPropertyTable& oTable, const VCM::CString& strProvider) {
+  if (const std::optional<TModuleProblem> tProblem = FindModuleProblem(oTable, strProvider))
+    throw EHostError(STATUS_WRONG_USE, tProblem->strWhat, tProblem->strRemedy);
+}
+
+}  // namespace TALVEK::HOST
