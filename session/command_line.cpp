@@ -152,23 +152,34 @@ bool HasOptionF(const std::vector<std::string>& astrWords) {
 }
 
 bool IsPlainName(std::string_view strName) {
-  // The client keeps its own files in CVS, on a file system that may not tell "cvs" from it.
-  constexpr std::string_view CLIENTS_OWN = "cvs";
-  const auto Same = [](char chOne, char chOther) { return (chOne | 0x20) == chOther; };
-  return !strName.empty() && strName != "." && strName != ".." &&
-         !std::equal(strName.begin(), strName.end(), CLIENTS_OWN.begin(), CLIENTS_OWN.end(), Same) &&
+  return !strName.empty() && strName != "." && strName != ".." && strName != ADMIN &&
          std::none_of(strName.begin(), strName.end(), [](char ch) { return ch == '\n' || ch == '\0'; });
+}
+
+/// True when `fnTest` is true of each name in a path.
+template <class TTest>
+bool AllNames(std::string_view strPath, const TTest& fnTest) {
+  for (;;) {
+    const std::size_t nSlash = strPath.find('/');
+    if (!fnTest(strPath.substr(0, nSlash))) return false;
+    if (nSlash == std::string_view::npos) return true;
+    strPath.remove_prefix(nSlash + 1);
+  }
 }
 
 }  // namespace
 
 bool IsPlainPath(std::string_view strPath) {
-  for (;;) {
-    const std::size_t nSlash = strPath.find('/');
-    if (!IsPlainName(strPath.substr(0, nSlash))) return false;
-    if (nSlash == std::string_view::npos) return true;
-    strPath.remove_prefix(nSlash + 1);
-  }
+  return AllNames(strPath, IsPlainName);
+}
+
+bool IsAdminInOtherCase(std::string_view strName) {
+  const auto Same = [](char chOne, char chOther) { return (chOne | 0x20) == (chOther | 0x20); };
+  return strName != ADMIN && std::equal(strName.begin(), strName.end(), ADMIN.begin(), ADMIN.end(), Same);
+}
+
+bool HasAdminInOtherCase(std::string_view strPath) {
+  return !AllNames(strPath, [](std::string_view strName) { return !IsAdminInOtherCase(strName); });
 }
 
 std::string FolderOf(std::string_view strPath) {

@@ -25,8 +25,17 @@ struct TCheckout {
 std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrWords,
                                           std::string_view strCvsrc);
 
-/// True for names joined by "/" that stay below where they start, and name no folder of the client's own.
+/// The folder in which the client keeps its own files, in every folder that it checks out.
+inline const std::string ADMIN = "CVS";
+
+/// True for names joined by "/" that stay below where they start, none of which is "CVS".
 bool IsPlainPath(std::string_view strPath);
+
+/// True for "cvs", "Cvs" and so on. Where the file system ignores case, such a name means the client's
+/// folder.
+bool IsAdminInOtherCase(std::string_view strName);
+/// True when one of the names in a path is such a name.
+bool HasAdminInOtherCase(std::string_view strPath);
 
 /// The folder part of a path, without the slash; empty when it has none.
 std::string FolderOf(std::string_view strPath);

@@ -11,7 +11,6 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-const std::string ADMIN = "CVS";
 const std::string ENTRIES = "Entries";
 const std::string ENTRIES_LOG = "Entries.Log";
 const std::string ENTRIES_NEW = "Entries.Backup";
@@ -132,6 +131,23 @@ const CFolder& CWorkingFolder::Above(std::size_t nLevel) const {
   return nLevel == 0 ? m_oTop : *m_atLevels[nLevel - 1].oFolder;
 }
 
+/// The last folder on the way to a level that is there.
+const CFolder& CWorkingFolder::DeepestAbove(std::size_t nLevel) const {
+  while (nLevel > 0 && !m_atLevels[nLevel - 1].oFolder)
+    --nLevel;
+  return Above(nLevel);
+}
+
+/// False when a name on the way, such as "cvs", means the client's own folder on this file system. A folder
+/// that is still to be made will treat letter case as the one in which it is made.
+bool CWorkingFolder::TellsNamesFromAdmin() const {
+  for (std::size_t nLevel = 0; nLevel < m_atLevels.size(); ++nLevel) {
+    if (IsAdminInOtherCase(m_atLevels[nLevel].strName) && !DeepestAbove(nLevel).TellsCaseApart())
+      return false;
+  }
+  return !IsAdminInOtherCase(NameOf(m_tCheckout.strFile)) || DeepestAbove(m_atLevels.size()).TellsCaseApart();
+}
+
 std::optional<CWorkingFolder> CWorkingFolder::Inspect(const TCheckout& tCheckout) {
   CWorkingFolder oFolder(tCheckout);
   // Inside somebody's checkout the client would enter the target there.
@@ -140,6 +156,7 @@ std::optional<CWorkingFolder> CWorkingFolder::Inspect(const TCheckout& tCheckout
     if (!oFolder.InspectLevel(nLevel)) return std::nullopt;
     if (!oFolder.m_atLevels[nLevel].oFolder) break;
   }
+  if (!oFolder.TellsNamesFromAdmin()) return std::nullopt;
   oFolder.SetRepositories();
   if (!oFolder.InspectFile() || !oFolder.FindQuestions()) return std::nullopt;
   return oFolder;
@@ -200,10 +217,7 @@ bool CWorkingFolder::FindQuestions() {
 }
 
 std::unique_ptr<CStagedFile> CWorkingFolder::Stage() const {
-  std::size_t nLevel = m_atLevels.size();
-  while (nLevel > 0 && !m_atLevels[nLevel - 1].oFolder)
-    --nLevel;
-  return std::make_unique<CStagedFile>(Above(nLevel));
+  return std::make_unique<CStagedFile>(DeepestAbove(m_atLevels.size()));
 }
 
 /// A local checkout keeps the bits for reading and running as they are in the repository; through a server,

@@ -43,6 +43,8 @@ class CWorkingFolder {
 
   explicit CWorkingFolder(const TCheckout& tCheckout);
   const CFolder& Above(std::size_t nLevel) const;
+  const CFolder& DeepestAbove(std::size_t nLevel) const;
+  bool TellsNamesFromAdmin() const;
   bool InspectLevel(std::size_t nLevel);
   bool InspectAdmin(TLevel& tLevel, const CFolder& oAdmin) const;
   bool InspectFile() const;

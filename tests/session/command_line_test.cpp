@@ -25,6 +25,8 @@ TEST(CommandLineTest, CheckoutOfOneRevisionIsUnderstood) {
       {{"-q", "-z3", "-d/cvs", "co", "-d", "Main", "-r1.2.4.1", "--", "mod/-a b"},
        "/cvs | -q z3 | 1.2.4.1 | Main | mod/-a b"},
       {{"-rfQz", "9", "-d", "/cvs", "get", "-r", "1.1", "-d", "M", "m/f"}, "/cvs | -Q -r z9 | 1.1 | M | m/f"},
+      {{"-d", "/cvs", "checkout", "-r", "1.2", "-d", "Main/bin/cvs", "gnu/bin/cvs/cvs.h"},
+       "/cvs |  z0 | 1.2 | Main/bin/cvs | gnu/bin/cvs/cvs.h"},
   };
   for (const auto& tCase : atCases)
     EXPECT_EQ(Describe(tCase.astrWords), tCase.pszExpected);
@@ -43,7 +45,7 @@ TEST(CommandLineTest, EveryOtherCommandIsForTheClient) {
       {4, "1.1."},    {4, ""},          {6, "/tmp/x"},
       {6, "../x"},    {6, "a/../../x"}, {6, "."},
       {6, "a//b"},    {6, "a/"},        {6, "CVS"},
-      {6, "a/cvs/b"}, {6, ""},          {7, "mod"},
+      {6, "a/CVS/b"}, {6, ""},          {7, "mod"},
       {7, "/mod/a"},  {7, "mod/../a"},  {7, "mod/a\nArgument -j"},
       {7, "-A"},      {7, ""},
   };
