@@ -20,9 +20,10 @@ struct TCheckout {
   std::string strFile;      ///< plain names joined by "/", the module first; at least two
 };
 
-/// Shape    `astrWords` is the command line after the program's name, `strCvsrc` the text of ~/.cvsrc.
-/// Returns  Nothing for any other command line, however slightly it differs: the client does that.
-std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrWords,
+/// Shape    `astrArguments` is the command line after the program's name, `strCvsrc` the text of ~/.cvsrc.
+/// Returns  Nothing for a command other than a checkout, and for one with options that nobody knows.
+/// Errors   EHandOver for a checkout of any other kind, however slight the difference: the client does that.
+std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrArguments,
                                           std::string_view strCvsrc);
 
 /// The folder in which the client keeps its own files, in every folder that it checks out.
