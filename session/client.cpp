@@ -6,8 +6,11 @@
 #include <cstring>
 #include <string>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "core/descriptor.h"
 
 namespace TALVEK::SESSION {
 
@@ -37,6 +40,55 @@ std::string FindOnPath() {
 }
 
 }  // namespace
+
+const char* HandOverText(THandOverType nReason) {
+  switch (nReason) {
+    case HAND_OVER_CVSRC:
+      return "~/.cvsrc has options for the client";
+    case HAND_OVER_OPTION:
+      return "a global option is for the client";
+    case HAND_OVER_ROOT:
+      return "the root is of a kind for the client";
+    case HAND_OVER_KIND:
+      return "not a checkout of one revision of one file";
+    case HAND_OVER_PATH:
+      return "a path is not plain, or has the name CVS in it";
+    case HAND_OVER_CALLER:
+      return "the calling process cannot be watched";
+    case HAND_OVER_INSIDE:
+      return "the working folder is itself checked out";
+    case HAND_OVER_CASE:
+      return "the file system takes a name for the folder CVS";
+    case HAND_OVER_NO_FOLDER:
+      return "something that is no folder is in the way";
+    case HAND_OVER_ADMIN:
+      return "a folder CVS is not as checkouts of revisions leave it";
+    case HAND_OVER_ABOVE:
+      return "a folder above the target is not checked out";
+    case HAND_OVER_FILE:
+      return "the file is there already";
+    case HAND_OVER_ENTRY:
+      return "the file is entered with a branch, a date or a change";
+    case HAND_OVER_STRANGERS:
+      return "it is unclear which names to ask the server about";
+    case HAND_OVER_SESSION:
+      return "no session can be reached";
+    case HAND_OVER_SERVER:
+      return "no server could be started for the local root";
+    case HAND_OVER_ANSWER:
+      return "the server answered with more or less than the file";
+  }
+  return "";
+}
+
+void NoteHandOver(THandOverType nReason) {
+  const char* pszFile = std::getenv("CVS_SESSION_NOTES");
+  if (!pszFile || !*pszFile) return;
+  const VCM::CDescriptor oFile(::open(pszFile, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
+  // In one write, so that the lines of commands that run at the same time don't mix.
+  const std::string strLine = std::string(HandOverText(nReason)) + "\n";
+  [[maybe_unused]] const ssize_t nIgnored = ::write(oFile.Get(), strLine.data(), strLine.size());
+}
 
 int BecomeClient(char** ppszArguments) {
   const char* pszOverride = std::getenv("CVS_SESSION_CVS");

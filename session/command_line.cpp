@@ -1,75 +1,61 @@
 #include "session/command_line.h"
 
 #include <algorithm>
+#include <span>
 #include <sstream>
+
+#include <unistd.h>
+
+#include "session/client.h"
 
 namespace TALVEK::SESSION {
 
 namespace {
 
-/// Takes options off a list of words as getopt does: "-qz3", "-q -z 3", "--".
-class COptionReader {
- public:
-  COptionReader(const std::vector<std::string>& astrWords, std::size_t nFirst)
-      : m_astrWords(astrWords), m_nWord(nFirst) {}
+using CWords = std::span<const std::string>;
 
-  /// The next option's letter; 0 when there is no more.
-  char Next() {
-    if (m_nLetter == 0) {
-      if (m_nWord == m_astrWords.size() || m_astrWords[m_nWord].size() < 2 || m_astrWords[m_nWord][0] != '-')
-        return 0;
-      if (m_astrWords[m_nWord] == "--") {
-        ++m_nWord;
-        return 0;
-      }
-      m_nLetter = 1;
-    }
-    const std::string& strWord = m_astrWords[m_nWord];
-    const char chLetter = strWord[m_nLetter++];
-    if (m_nLetter == strWord.size()) NextWord();
-    return chLetter;
+/// The client's global options, as getopt wants them. The "+" keeps it from looking behind the command.
+constexpr const char* GLOBAL_OPTIONS = "+HQqrwgntRvT:e:d:fz:xas:";
+constexpr const char* CHECKOUT_OPTIONS = "+r:d:";
+
+/// Calls `fnTake` with the letter and the argument of each option behind the first word. Returns the index of
+/// the first word that is no option; nothing when an option is unknown, or `fnTake` refuses it.
+template <class TTake>
+std::optional<std::size_t> ReadOptions(CWords astrWords, const char* pszOptions, const TTake& fnTake) {
+  std::vector<char*> apszWords;
+  for (const std::string& strWord : astrWords)
+    apszWords.push_back(
+        const_cast<char*>(strWord.c_str()));  // which getopt only moves about, and "+" not even that
+  apszWords.push_back(nullptr);
+  ::opterr = 0;
+  ::optind = 0;  // 0, and not 1, makes the GNU library forget the words before
+  for (int nLetter;
+       (nLetter = ::getopt(static_cast<int>(astrWords.size()), apszWords.data(), pszOptions)) != -1;) {
+    if (nLetter == '?' || !fnTake(nLetter, ::optarg)) return std::nullopt;
   }
-
-  /// The argument of the option just read.
-  std::optional<std::string> Argument() {
-    if (m_nWord == m_astrWords.size()) return std::nullopt;
-    const std::string strArgument = m_astrWords[m_nWord].substr(m_nLetter);
-    NextWord();
-    return strArgument;
-  }
-
-  /// Index of the first word that is no option, once Next has returned 0.
-  std::size_t Position() const { return m_nWord; }
-
- private:
-  void NextWord() {
-    ++m_nWord;
-    m_nLetter = 0;
-  }
-
-  const std::vector<std::string>& m_astrWords;
-  std::size_t m_nWord;
-  std::size_t m_nLetter = 0;  // in the word, 0: at its beginning
-};
-
-bool SetRoot(const std::optional<std::string>& strText, TCheckout& tCheckout) {
-  const std::optional<TRoot> tRoot = strText ? ParseRoot(*strText) : std::nullopt;
-  if (tRoot) tCheckout.tRoot = *tRoot;
-  return tRoot.has_value();
+  return static_cast<std::size_t>(::optind);
 }
 
-bool SetCompression(const std::optional<std::string>& strLevel, TCheckout& tCheckout) {
-  if (!strLevel || strLevel->size() != 1 || (*strLevel)[0] < '0' || (*strLevel)[0] > '9') return false;
-  tCheckout.nCompression = (*strLevel)[0] - '0';
+TRoot KnownRoot(const char* pszText) {
+  std::optional<TRoot> tRoot = ParseRoot(pszText);
+  if (!tRoot) throw EHandOver(HAND_OVER_ROOT);
+  return std::move(*tRoot);
+}
+
+bool SetCompression(std::string_view strLevel, TCheckout& tCheckout) {
+  if (strLevel.size() != 1 || strLevel[0] < '0' || strLevel[0] > '9') return false;
+  tCheckout.nCompression = strLevel[0] - '0';
   return true;
 }
 
-bool ReadGlobalOption(char chLetter, COptionReader& oReader, TCheckout& tCheckout) {
-  switch (chLetter) {
+/// False for an option that only the client understands.
+bool SetGlobalOption(int nLetter, const char* pszArgument, TCheckout& tCheckout) {
+  switch (nLetter) {
     case 'd':
-      return SetRoot(oReader.Argument(), tCheckout);
+      tCheckout.tRoot = KnownRoot(pszArgument);
+      return true;
     case 'z':
-      return SetCompression(oReader.Argument(), tCheckout);
+      return SetCompression(pszArgument, tCheckout);
     case 'r':
       tCheckout.bReadOnly = true;
       return true;
@@ -79,20 +65,16 @@ bool ReadGlobalOption(char chLetter, COptionReader& oReader, TCheckout& tCheckou
     case 'q':
       if (tCheckout.strQuiet.empty()) tCheckout.strQuiet = "-q";
       return true;
-    case 'f':
-      return true;
     default:
-      return false;
+      return nLetter == 'f';
   }
 }
 
-bool ReadGlobalOptions(const std::vector<std::string>& astrWords, std::size_t& nWord, TCheckout& tCheckout) {
-  COptionReader oReader(astrWords, nWord);
-  while (const char chLetter = oReader.Next()) {
-    if (!ReadGlobalOption(chLetter, oReader, tCheckout)) return false;
-  }
-  nWord = oReader.Position();
-  return true;
+std::optional<std::size_t> SetGlobalOptions(CWords astrWords, TCheckout& tCheckout) {
+  const auto Set = [&tCheckout](int nLetter, const char* pszArgument) {
+    return SetGlobalOption(nLetter, pszArgument, tCheckout);
+  };
+  return ReadOptions(astrWords, GLOBAL_OPTIONS, Set);
 }
 
 bool IsCheckout(const std::string& strCommand) {
@@ -105,26 +87,27 @@ bool IsRevision(std::string_view strText) {
          strText.find_first_not_of("0123456789.") == std::string_view::npos;
 }
 
-/// "-r REVISION -d FOLDER FILE", each exactly once.
-bool ReadCheckout(const std::vector<std::string>& astrWords, std::size_t nWord, TCheckout& tCheckout) {
-  COptionReader oReader(astrWords, nWord);
-  while (const char chLetter = oReader.Next()) {
-    if (chLetter != 'r' && chLetter != 'd') return false;
-    std::string& strValue = chLetter == 'r' ? tCheckout.strRevision : tCheckout.strFolder;
-    const std::optional<std::string> strArgument = oReader.Argument();
-    if (!strArgument || !strValue.empty()) return false;
-    strValue = *strArgument;
-  }
-  if (oReader.Position() + 1 != astrWords.size()) return false;
+/// "checkout -r REVISION -d FOLDER FILE", each exactly once.
+void SetCheckout(CWords astrWords, TCheckout& tCheckout) {
+  const auto Set = [&tCheckout](int nLetter, const char* pszArgument) {
+    std::string& strValue = nLetter == 'r' ? tCheckout.strRevision : tCheckout.strFolder;
+    const bool bFirst = strValue.empty();
+    strValue = pszArgument;
+    return bFirst;
+  };
+  const std::optional<std::size_t> nFile = ReadOptions(astrWords, CHECKOUT_OPTIONS, Set);
+  if (!nFile || *nFile + 1 != astrWords.size() || !IsRevision(tCheckout.strRevision) ||
+      tCheckout.strFolder.empty())
+    throw EHandOver(HAND_OVER_KIND);
   tCheckout.strFile = astrWords.back();
-  return IsRevision(tCheckout.strRevision) && IsPlainPath(tCheckout.strFolder) &&
-         IsPlainPath(tCheckout.strFile) && !FolderOf(tCheckout.strFile).empty();
+  if (FolderOf(tCheckout.strFile).empty()) throw EHandOver(HAND_OVER_KIND);
+  if (!IsPlainPath(tCheckout.strFolder) || !IsPlainPath(tCheckout.strFile)) throw EHandOver(HAND_OVER_PATH);
 }
 
-/// Applies the options of ~/.cvsrc that are understood. A line about checkouts, or one with quotes, isn't.
-bool ReadCvsrc(std::string_view strCvsrc, TCheckout& tCheckout) {
+/// Applies the options of ~/.cvsrc. A line about checkouts is for the client, and so is one with quotes.
+void ApplyCvsrc(std::string_view strCvsrc, TCheckout& tCheckout) {
   // Setting up a stream takes longer than all the rest of this.
-  if (strCvsrc.empty()) return true;
+  if (strCvsrc.empty()) return;
   std::istringstream oLines{std::string(strCvsrc)};
   for (std::string strLine; std::getline(oLines, strLine);) {
     std::istringstream oWords(strLine);
@@ -132,43 +115,43 @@ bool ReadCvsrc(std::string_view strCvsrc, TCheckout& tCheckout) {
     for (std::string strWord; oWords >> strWord;)
       astrWords.push_back(strWord);
     if (astrWords.empty() || astrWords[0] == "#") continue;
-    if (IsCheckout(astrWords[0])) return false;
+    if (IsCheckout(astrWords[0])) throw EHandOver(HAND_OVER_CVSRC);
     if (astrWords[0] != "cvs") continue;
-    if (strLine.find_first_of("\"'\\") != std::string::npos) return false;
-    std::size_t nWord = 1;
-    if (!ReadGlobalOptions(astrWords, nWord, tCheckout) || nWord != astrWords.size()) return false;
+    if (strLine.find_first_of("\"'\\") != std::string::npos ||
+        SetGlobalOptions(astrWords, tCheckout) != astrWords.size())
+      throw EHandOver(HAND_OVER_CVSRC);
   }
-  return true;
-}
-
-/// -f keeps the client from reading ~/.cvsrc, wherever it stands among the global options.
-bool HasOptionF(const std::vector<std::string>& astrWords) {
-  COptionReader oReader(astrWords, 0);
-  while (const char chLetter = oReader.Next()) {
-    if (chLetter == 'f') return true;
-    if (chLetter == 'd' || chLetter == 'z') oReader.Argument();
-  }
-  return false;
 }
 
 bool IsPlainName(std::string_view strName) {
-  // The client keeps its own files in CVS, on a file system that may not tell "cvs" from it.
-  constexpr std::string_view CLIENTS_OWN = "cvs";
-  const auto Same = [](char chOne, char chOther) { return (chOne | 0x20) == chOther; };
-  return !strName.empty() && strName != "." && strName != ".." &&
-         !std::equal(strName.begin(), strName.end(), CLIENTS_OWN.begin(), CLIENTS_OWN.end(), Same) &&
+  return !strName.empty() && strName != "." && strName != ".." && strName != ADMIN &&
          std::none_of(strName.begin(), strName.end(), [](char ch) { return ch == '\n' || ch == '\0'; });
+}
+
+/// True when `fnTest` is true of each name in a path.
+template <class TTest>
+bool AllNames(std::string_view strPath, const TTest& fnTest) {
+  for (;;) {
+    const std::size_t nSlash = strPath.find('/');
+    if (!fnTest(strPath.substr(0, nSlash))) return false;
+    if (nSlash == std::string_view::npos) return true;
+    strPath.remove_prefix(nSlash + 1);
+  }
 }
 
 }  // namespace
 
 bool IsPlainPath(std::string_view strPath) {
-  for (;;) {
-    const std::size_t nSlash = strPath.find('/');
-    if (!IsPlainName(strPath.substr(0, nSlash))) return false;
-    if (nSlash == std::string_view::npos) return true;
-    strPath.remove_prefix(nSlash + 1);
-  }
+  return AllNames(strPath, IsPlainName);
+}
+
+bool IsAdminInOtherCase(std::string_view strName) {
+  const auto Same = [](char chOne, char chOther) { return (chOne | 0x20) == (chOther | 0x20); };
+  return strName != ADMIN && std::equal(strName.begin(), strName.end(), ADMIN.begin(), ADMIN.end(), Same);
+}
+
+bool HasAdminInOtherCase(std::string_view strPath) {
+  return !AllNames(strPath, [](std::string_view strName) { return !IsAdminInOtherCase(strName); });
 }
 
 std::string FolderOf(std::string_view strPath) {
@@ -180,16 +163,25 @@ std::string NameOf(std::string_view strPath) {
   return std::string(strPath.substr(strPath.rfind('/') + 1));
 }
 
-std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrWords,
+std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrArguments,
                                           std::string_view strCvsrc) {
+  std::vector<std::string> astrWords = {"cvs"};
+  astrWords.insert(astrWords.end(), astrArguments.begin(), astrArguments.end());
+  // Wherever it stands among the global options, -f keeps the client from reading ~/.cvsrc.
+  bool bWithoutCvsrc = false;
+  const auto NoteF = [&bWithoutCvsrc](int nLetter, const char*) {
+    bWithoutCvsrc = bWithoutCvsrc || nLetter == 'f';
+    return true;
+  };
+  const std::optional<std::size_t> nCommand = ReadOptions(astrWords, GLOBAL_OPTIONS, NoteF);
+  if (!nCommand || *nCommand == astrWords.size() || !IsCheckout(astrWords[*nCommand])) return std::nullopt;
   TCheckout tCheckout;
-  if (!HasOptionF(astrWords) && !ReadCvsrc(strCvsrc, tCheckout)) return std::nullopt;
-  // A root in ~/.cvsrc isn't this program's affair: the command line must name one.
+  if (!bWithoutCvsrc) ApplyCvsrc(strCvsrc, tCheckout);
+  // A root in ~/.cvsrc is not for this program: the command line must name one.
   tCheckout.tRoot = TRoot();
-  std::size_t nWord = 0;
-  if (!ReadGlobalOptions(astrWords, nWord, tCheckout) || tCheckout.tRoot.strText.empty()) return std::nullopt;
-  if (nWord == astrWords.size() || !IsCheckout(astrWords[nWord])) return std::nullopt;
-  if (!ReadCheckout(astrWords, nWord + 1, tCheckout)) return std::nullopt;
+  if (!SetGlobalOptions(astrWords, tCheckout)) throw EHandOver(HAND_OVER_OPTION);
+  if (tCheckout.tRoot.strText.empty()) throw EHandOver(HAND_OVER_ROOT);
+  SetCheckout(CWords(astrWords).subspan(*nCommand), tCheckout);
   return tCheckout;
 }
 

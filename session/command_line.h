@@ -20,13 +20,23 @@ struct TCheckout {
   std::string strFile;      ///< plain names joined by "/", the module first; at least two
 };
 
-/// Shape    `astrWords` is the command line after the program's name, `strCvsrc` the text of ~/.cvsrc.
-/// Returns  Nothing for any other command line, however slightly it differs: the client does that.
-std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrWords,
+/// Shape    `astrArguments` is the command line after the program's name, `strCvsrc` the text of ~/.cvsrc.
+/// Returns  Nothing for a command other than a checkout, and for one with options that nobody knows.
+/// Errors   EHandOver for a checkout of any other kind, however slight the difference: the client does that.
+std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrArguments,
                                           std::string_view strCvsrc);
 
-/// True for names joined by "/" that stay below where they start, and name no folder of the client's own.
+/// The folder in which the client keeps its own files, in every folder that it checks out.
+inline const std::string ADMIN = "CVS";
+
+/// True for names joined by "/" that stay below where they start, none of which is "CVS".
 bool IsPlainPath(std::string_view strPath);
+
+/// True for "cvs", "Cvs" and so on. Where the file system ignores case, such a name means the client's
+/// folder.
+bool IsAdminInOtherCase(std::string_view strName);
+/// True when one of the names in a path is such a name.
+bool HasAdminInOtherCase(std::string_view strPath);
 
 /// The folder part of a path, without the slash; empty when it has none.
 std::string FolderOf(std::string_view strPath);

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "session/client.h"
 #include "session/failure.h"
 #include "session/session_process.h"
 
@@ -40,20 +41,22 @@ bool CConversation::Introduce(const std::string& strRequests) {
          SendFrame(m_oSocket.Get(), FRAME_REQUEST, strRequests, m_tPatience);
 }
 
-EReach CConversation::Reach(const std::string& strRequests) {
+std::string CConversation::Reach(const std::string& strRequests) {
   for (int nTry = 0; nTry < MAX_TRIES; ++nTry) {
     if (!Connect()) continue;
-    if (!IsSameUser(m_oSocket.Get())) return NOT_REACHED;
+    if (!IsSameUser(m_oSocket.Get())) break;
     try {
       if (!Introduce(strRequests)) continue;
-      const char chFrame = ReadFrame(m_strReason);
-      if (chFrame == FRAME_READY) return REACHED;
-      return chFrame == FRAME_FAILED ? REFUSED : NOT_REACHED;
+      std::string strText;
+      const char chFrame = ReadFrame(strText);
+      if (chFrame == FRAME_READY) return std::string();
+      if (chFrame == FRAME_FAILED) return strText;
+      break;
     } catch (const EBrokenConnection&) {
       // It has ended since. There will be another.
     }
   }
-  return NOT_REACHED;
+  throw EHandOver(HAND_OVER_SESSION);
 }
 
 char CConversation::ReadFrame(std::string& strText) {

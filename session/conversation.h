@@ -10,23 +10,16 @@
 
 namespace TALVEK::SESSION {
 
-/// How a command reached a server.
-enum EReach {
-  REACHED,
-  NOT_REACHED,  ///< no session to be had: somebody else sits on its name, or this system can't
-  REFUSED,      ///< there is no connection; the reason is known
-};
-
 /// One command's talk with the session that has its connection. Throws EBrokenConnection when the session or
 /// its server goes away, EFailure when either keeps silent for too long.
 class CConversation : public IByteSource {
  public:
   CConversation(const TCheckout& tCheckout, const TCaller& tCaller);
 
-  /// Finds the session, or starts one, and asks.
-  EReach Reach(const std::string& strRequests);
-  /// Why there is no connection, when it was refused.
-  const std::string& Reason() const { return m_strReason; }
+  /// Finds the session, or starts one, and asks. Returns empty text, or why there is no connection to the
+  /// server. Throws EHandOver when there is no session to be had: another user's process holds its name, or
+  /// this system can't have one.
+  std::string Reach(const std::string& strRequests);
   /// Asks more.
   void Ask(const std::string& strRequests);
   std::string Read() override;
@@ -44,7 +37,6 @@ class CConversation : public IByteSource {
   TPatience m_tPatience;
   VCM::CDescriptor m_oSocket;
   CFrameReader m_oFrames;
-  std::string m_strReason;
 };
 
 }  // namespace TALVEK::SESSION

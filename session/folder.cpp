@@ -63,6 +63,17 @@ bool CFolder::Has(const std::string& strName) const {
   return ::fstatat(m_oDescriptor.Get(), strName.c_str(), &tStat, AT_SYMLINK_NOFOLLOW) == 0 || errno != ENOENT;
 }
 
+bool CFolder::TellsCaseApart() const {
+  const std::string strNumber = std::to_string(::getpid());
+  const std::string strLower = ".cvs-session-" + strNumber;
+  const VCM::CDescriptor oFile(::openat(m_oDescriptor.Get(), strLower.c_str(),
+                                        O_CREAT | O_EXCL | O_NOFOLLOW | O_WRONLY | O_CLOEXEC, 0600));
+  if (!oFile.IsOpen()) return false;
+  const bool bFound = Has(".CVS-SESSION-" + strNumber);
+  ::unlinkat(m_oDescriptor.Get(), strLower.c_str(), 0);
+  return !bFound;
+}
+
 std::vector<std::string> CFolder::Names() const {
   std::vector<std::string> astrNames;
   const auto Close = [](DIR* poFolder) { ::closedir(poFolder); };

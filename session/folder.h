@@ -24,6 +24,8 @@ class CFolder {
   CFolder Make(const std::string& strName) const;
   /// True for anything of that name, be it a dangling link.
   bool Has(const std::string& strName) const;
+  /// True when the file system tells "cvs" from "CVS" here. Makes a file and removes it; false when it can't.
+  bool TellsCaseApart() const;
   /// In the order in which the file system lists them.
   std::vector<std::string> Names() const;
 

@@ -45,17 +45,16 @@ std::unique_ptr<CStagedFile> TakeReply(CConversation& oConversation, const TChec
   return poFile;
 }
 
-/// Asks on one connection. False: this is for the client.
-bool Ask(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFolder, TReply& tReply) {
+/// Asks on one connection, and puts the file in its place.
+void Ask(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFolder, TReply& tReply) {
   CConversation oConversation(tCheckout, tCaller);
   const std::string strRequests =
       QuestionRequests(tCheckout.tRoot, oFolder.Questions()) + CheckoutRequests(tCheckout);
-  const EReach nReach = oConversation.Reach(strRequests);
-  if (nReach == NOT_REACHED) return false;
-  if (nReach == REFUSED) {
+  const std::string strRefusal = oConversation.Reach(strRequests);
+  if (!strRefusal.empty()) {
     // Where the client needs no server it doesn't complain about one.
-    if (tCheckout.tRoot.nMethod == TRoot::LOCAL) return false;
-    throw EFailure(oConversation.Reason());
+    if (tCheckout.tRoot.nMethod == TRoot::LOCAL) throw EHandOver(HAND_OVER_SERVER);
+    throw EFailure(strRefusal);
   }
   const std::string strReminder = ReminderRequests(tCheckout, oFolder.Repository());
   std::unique_ptr<CStagedFile> poFile = TakeReply(oConversation, tCheckout, oFolder, tReply);
@@ -66,11 +65,11 @@ bool Ask(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFo
   }
   if (tReply.bIsFile) oConversation.Ask(strReminder);
   if (tReply.bIsWhole) oConversation.Release();
-  if (tReply.bIsFile) oFolder.Apply(tReply, *poFile);
-  return tReply.bIsFile;
+  if (!tReply.bIsFile) throw EHandOver(HAND_OVER_ANSWER);
+  oFolder.Apply(tReply, *poFile);
 }
 
-bool AskTwice(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFolder, TReply& tReply) {
+void AskTwice(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFolder, TReply& tReply) {
   try {
     return Ask(tCheckout, tCaller, oFolder, tReply);
   } catch (const EBrokenConnection&) {
@@ -83,13 +82,21 @@ bool AskTwice(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder
   }
 }
 
-/// False: this is for the client, and nothing was done.
-bool CheckOut(char** ppszArguments, TReply& tReply) {
-  const std::optional<TCheckout> tCheckout = ReadCommandLine(ppszArguments);
-  if (!tCheckout) return false;
+void CheckOut(const TCheckout& tCheckout, TReply& tReply) {
   const std::optional<TCaller> tCaller = FindCaller();
-  std::optional<CWorkingFolder> oFolder = CWorkingFolder::Inspect(*tCheckout);
-  return tCaller && oFolder && AskTwice(*tCheckout, *tCaller, *oFolder, tReply);
+  if (!tCaller) throw EHandOver(HAND_OVER_CALLER);
+  CWorkingFolder oFolder(tCheckout);
+  AskTwice(tCheckout, *tCaller, oFolder, tReply);
+}
+
+/// Does what the command line says. False when the client has to.
+bool Do(char** ppszArguments, TReply& tReply) try {
+  const std::optional<TCheckout> tCheckout = ReadCommandLine(ppszArguments);
+  if (tCheckout) CheckOut(*tCheckout, tReply);
+  return tCheckout.has_value();
+} catch (const EHandOver& oHandOver) {
+  NoteHandOver(oHandOver.Reason());
+  return false;
 }
 
 int Run(char** ppszArguments) {
@@ -97,16 +104,17 @@ int Run(char** ppszArguments) {
   int nStatus = 0;
   const auto nPipeBefore = ::signal(SIGPIPE, SIG_IGN);
   try {
-    const bool bDone = CheckOut(ppszArguments, tReply);
-    ::signal(SIGPIPE, nPipeBefore);
-    if (!bDone) return BecomeClient(ppszArguments);
+    if (!Do(ppszArguments, tReply)) {
+      ::signal(SIGPIPE, nPipeBefore);
+      return BecomeClient(ppszArguments);
+    }
   } catch (const std::exception& oFailure) {
-    ::signal(SIGPIPE, nPipeBefore);
     tReply.strErrors += std::string(oFailure.what()) + "\n";
     // The server has named the file, perhaps, but it isn't there.
     tReply.strOutput.clear();
     nStatus = 1;
   }
+  ::signal(SIGPIPE, nPipeBefore);
   const TPatience tPatience{ConfiguredTimeout(), -1};
   const bool bShown = WriteAll(STDERR_FILENO, tReply.strErrors, tPatience) &&
                       WriteAll(STDOUT_FILENO, tReply.strOutput, tPatience);

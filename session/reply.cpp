@@ -115,13 +115,16 @@ class CReply {
   }
 
   /// The folder without the slash at its end. Checked even where its name doesn't matter: a server that names
-  /// such a thing is not one to go on talking to, or to send the client to.
+  /// a folder outside, or the client's own, is not one to go on talking to, or to send the client to.
   std::string CheckedFolder(std::string_view strText) {
     if (strText == "./") return ".";
-    if (!strText.ends_with('/') || !IsPlainPath(strText.substr(0, strText.size() - 1)))
+    const std::string strFolder(strText.substr(0, strText.find_last_not_of('/') + 1));
+    const bool bClean = strText == strFolder + "/" && IsPlainPath(strFolder) &&
+                        (IsOnTheWay(strFolder) || !HasAdminInOtherCase(strFolder));
+    if (!bClean)
       throw Aborted("the server names `" + std::string(strText) +
                     "', which is not a folder to check out into");
-    return std::string(strText.substr(0, strText.size() - 1));
+    return strFolder;
   }
 
   /// Relative to the root: older servers say it absolute.

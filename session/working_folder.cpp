@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include "session/client.h"
 #include "session/ignore_list.h"
 #include "session/mail_date.h"
 
@@ -11,7 +12,6 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-const std::string ADMIN = "CVS";
 const std::string ENTRIES = "Entries";
 const std::string ENTRIES_LOG = "Entries.Log";
 const std::string ENTRIES_NEW = "Entries.Backup";
@@ -93,16 +93,15 @@ void FoldLogsBelow(const CFolder& oFolder) {
   }
 }
 
-/// Collects what a client would ask about a folder and about the folders entered below it. False when that
-/// can't be told.
-bool Ask(const CFolder& oFolder, const std::string& strPath, const CIgnoreList& oIgnored,
+/// Collects what a client would ask about a folder and about the folders entered below it.
+void Ask(const CFolder& oFolder, const std::string& strPath, const CIgnoreList& oIgnored,
          std::vector<TQuestions>& atQuestions) {
   const std::optional<CFolder> oAdmin = oFolder.Open(ADMIN);
   const std::optional<std::string> strEntries = oAdmin ? oAdmin->Read(ENTRIES) : std::nullopt;
   const std::optional<std::string> strRepository = oAdmin ? ReadLineFile(*oAdmin, REPOSITORY) : std::nullopt;
   CEntries oEntries;
   if (!strEntries || !strRepository || !oEntries.Parse(*strEntries, oAdmin->Read(ENTRIES_LOG).value_or("")))
-    return false;
+    throw EHandOver(HAND_OVER_STRANGERS);
   CIgnoreList oIgnoredHere = oIgnored;
   oIgnoredHere.Add(oFolder.Read(IGNORED).value_or(""));
   TQuestions tQuestions{strPath, *strRepository, {}};
@@ -111,51 +110,73 @@ bool Ask(const CFolder& oFolder, const std::string& strPath, const CIgnoreList& 
     if (!oIgnoredHere.Matches(strName)) tQuestions.astrNames.push_back(strName);
   }
   // Only where all sub-folders are entered is one that isn't a stranger.
-  if (!tQuestions.astrNames.empty() && !oEntries.AreFoldersKnown()) return false;
+  if (!tQuestions.astrNames.empty() && !oEntries.AreFoldersKnown()) throw EHandOver(HAND_OVER_STRANGERS);
   if (!tQuestions.astrNames.empty()) atQuestions.push_back(std::move(tQuestions));
   for (const std::string& strName : oEntries.Folders()) {
-    const std::optional<CFolder> oBelow = oFolder.Open(strName);
-    if (oBelow && !Ask(*oBelow, strPath + "/" + strName, oIgnored, atQuestions)) return false;
+    if (const std::optional<CFolder> oBelow = oFolder.Open(strName))
+      Ask(*oBelow, strPath + "/" + strName, oIgnored, atQuestions);
   }
-  return true;
 }
 
 }  // namespace
-
-CWorkingFolder::CWorkingFolder(const TCheckout& tCheckout)
-    : m_tCheckout(tCheckout), m_bLocal(tCheckout.tRoot.nMethod == TRoot::LOCAL), m_oTop(CFolder::Working()) {
-  for (std::string& strName : SplitPath(tCheckout.strFolder))
-    m_atLevels.emplace_back().strName = std::move(strName);
-}
 
 const CFolder& CWorkingFolder::Above(std::size_t nLevel) const {
   return nLevel == 0 ? m_oTop : *m_atLevels[nLevel - 1].oFolder;
 }
 
-std::optional<CWorkingFolder> CWorkingFolder::Inspect(const TCheckout& tCheckout) {
-  CWorkingFolder oFolder(tCheckout);
-  // Inside somebody's checkout the client would enter the target there.
-  if (oFolder.m_oTop.Has(ADMIN)) return std::nullopt;
-  for (std::size_t nLevel = 0; nLevel < oFolder.m_atLevels.size(); ++nLevel) {
-    if (!oFolder.InspectLevel(nLevel)) return std::nullopt;
-    if (!oFolder.m_atLevels[nLevel].oFolder) break;
-  }
-  oFolder.SetRepositories();
-  if (!oFolder.InspectFile() || !oFolder.FindQuestions()) return std::nullopt;
-  return oFolder;
+/// The last folder on the way to a level that is there.
+const CFolder& CWorkingFolder::DeepestAbove(std::size_t nLevel) const {
+  while (nLevel > 0 && !m_atLevels[nLevel - 1].oFolder)
+    --nLevel;
+  return Above(nLevel);
 }
 
-bool CWorkingFolder::InspectLevel(std::size_t nLevel) {
+/// A name on the way, such as "cvs", may mean the client's own folder on this file system. A folder that is
+/// still to be made will treat letter case as the one in which it is made.
+void CWorkingFolder::InspectNames() const {
+  const auto Inspect = [this](const std::string& strName, std::size_t nLevel) {
+    if (IsAdminInOtherCase(strName) && !DeepestAbove(nLevel).TellsCaseApart())
+      throw EHandOver(HAND_OVER_CASE);
+  };
+  for (std::size_t nLevel = 0; nLevel < m_atLevels.size(); ++nLevel)
+    Inspect(m_atLevels[nLevel].strName, nLevel);
+  Inspect(NameOf(m_tCheckout.strFile), m_atLevels.size());
+}
+
+CWorkingFolder::CWorkingFolder(const TCheckout& tCheckout)
+    : m_tCheckout(tCheckout), m_bLocal(tCheckout.tRoot.nMethod == TRoot::LOCAL), m_oTop(CFolder::Working()) {
+  for (std::string& strName : SplitPath(tCheckout.strFolder))
+    m_atLevels.emplace_back().strName = std::move(strName);
+  // Inside somebody's checkout the client would enter the target there.
+  if (m_oTop.Has(ADMIN)) throw EHandOver(HAND_OVER_INSIDE);
+  for (std::size_t nLevel = 0; nLevel < m_atLevels.size(); ++nLevel) {
+    InspectLevel(nLevel);
+    if (!m_atLevels[nLevel].oFolder) break;
+  }
+  InspectNames();
+  SetRepositories();
+  InspectFile();
+  FindQuestions();
+}
+
+void CWorkingFolder::InspectLevel(std::size_t nLevel) {
   TLevel& tLevel = m_atLevels[nLevel];
   tLevel.oFolder = Above(nLevel).Open(tLevel.strName);
-  if (!tLevel.oFolder) return !Above(nLevel).Has(tLevel.strName);
+  if (!tLevel.oFolder) {
+    if (Above(nLevel).Has(tLevel.strName)) throw EHandOver(HAND_OVER_NO_FOLDER);
+    return;
+  }
   const std::optional<CFolder> oAdmin = tLevel.oFolder->Open(ADMIN);
-  if (!oAdmin) return !tLevel.oFolder->Has(ADMIN);
+  if (!oAdmin) {
+    if (tLevel.oFolder->Has(ADMIN)) throw EHandOver(HAND_OVER_NO_FOLDER);
+    return;
+  }
   // A client with a server makes every folder on its way known.
-  if (!m_bLocal && nLevel > 0 && !m_atLevels[nLevel - 1].IsKnown()) return false;
-  return InspectAdmin(tLevel, *oAdmin);
+  if (!m_bLocal && nLevel > 0 && !m_atLevels[nLevel - 1].IsKnown()) throw EHandOver(HAND_OVER_ABOVE);
+  if (!InspectAdmin(tLevel, *oAdmin)) throw EHandOver(HAND_OVER_ADMIN);
 }
 
+/// False when the folder CVS isn't as a checkout such as this one leaves it.
 bool CWorkingFolder::InspectAdmin(TLevel& tLevel, const CFolder& oAdmin) const {
   const std::vector<std::string> astrNames = oAdmin.Names();
   const std::string astrKnown[] = {ENTRIES, ENTRIES_LOG, ENTRIES_STATIC, REPOSITORY, ROOT};
@@ -176,12 +197,12 @@ bool CWorkingFolder::InspectAdmin(TLevel& tLevel, const CFolder& oAdmin) const {
   return tLevel.oEntries.emplace().Parse(*strEntries, *strLog);
 }
 
-bool CWorkingFolder::InspectFile() const {
+void CWorkingFolder::InspectFile() const {
   const TLevel& tTarget = m_atLevels.back();
   const std::string strName = NameOf(m_tCheckout.strFile);
-  if (tTarget.oFolder && tTarget.oFolder->Has(strName)) return false;
+  if (tTarget.oFolder && tTarget.oFolder->Has(strName)) throw EHandOver(HAND_OVER_FILE);
   const std::string strLine = tTarget.IsKnown() ? tTarget.oEntries->FileLine(strName) : std::string();
-  return strLine.empty() || IsPlainEntry(strLine);
+  if (!strLine.empty() && !IsPlainEntry(strLine)) throw EHandOver(HAND_OVER_ENTRY);
 }
 
 /// From the target upwards, as far as no folder says by itself where it comes from.
@@ -194,16 +215,13 @@ void CWorkingFolder::SetRepositories() {
 }
 
 /// A client without a server has nobody to ask, and knows nothing to ask of a folder that is new to it.
-bool CWorkingFolder::FindQuestions() {
-  if (m_bLocal || !m_atLevels.back().IsKnown()) return true;
-  return Ask(*m_atLevels.back().oFolder, m_tCheckout.strFolder, CIgnoreList::OfUser(), m_atQuestions);
+void CWorkingFolder::FindQuestions() {
+  if (m_bLocal || !m_atLevels.back().IsKnown()) return;
+  Ask(*m_atLevels.back().oFolder, m_tCheckout.strFolder, CIgnoreList::OfUser(), m_atQuestions);
 }
 
 std::unique_ptr<CStagedFile> CWorkingFolder::Stage() const {
-  std::size_t nLevel = m_atLevels.size();
-  while (nLevel > 0 && !m_atLevels[nLevel - 1].oFolder)
-    --nLevel;
-  return std::make_unique<CStagedFile>(Above(nLevel));
+  return std::make_unique<CStagedFile>(DeepestAbove(m_atLevels.size()));
 }
 
 /// A local checkout keeps the bits for reading and running as they are in the repository; through a server,

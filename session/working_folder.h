@@ -15,10 +15,10 @@ namespace TALVEK::SESSION {
 /// The working folder and the folders down to the target, as far as they are there.
 class CWorkingFolder {
  public:
-  /// Nothing when anything is there that isn't as a client leaves it after a checkout such as this one, or if
-  /// the file is there already: what is right then, the client knows. Folders that somebody else has made,
-  /// and that no client knows, may be there.
-  static std::optional<CWorkingFolder> Inspect(const TCheckout& tCheckout);
+  /// Throws EHandOver when anything is there that isn't as a client leaves it after a checkout such as this
+  /// one, or if the file is there already: the client knows what is right then. Folders that somebody else
+  /// has made, without a folder CVS in them, may be there. Keeps a reference to `tCheckout`.
+  explicit CWorkingFolder(const TCheckout& tCheckout);
 
   /// Where in the repository the target folder comes from: what the folder says, or the file's folder.
   const std::string& Repository() const { return m_atLevels.back().strRepository; }
@@ -41,13 +41,14 @@ class CWorkingFolder {
     bool IsKnown() const { return oEntries.has_value(); }
   };
 
-  explicit CWorkingFolder(const TCheckout& tCheckout);
   const CFolder& Above(std::size_t nLevel) const;
-  bool InspectLevel(std::size_t nLevel);
+  const CFolder& DeepestAbove(std::size_t nLevel) const;
+  void InspectNames() const;
+  void InspectLevel(std::size_t nLevel);
   bool InspectAdmin(TLevel& tLevel, const CFolder& oAdmin) const;
-  bool InspectFile() const;
+  void InspectFile() const;
   void SetRepositories();
-  bool FindQuestions();
+  void FindQuestions();
   void SetUp(std::size_t nLevel);
   void MakeAdmin(TLevel& tLevel) const;
   void EnterFolder(std::size_t nLevel);

@@ -75,8 +75,9 @@ TEST(ReplyTest, FoldersOnTheWayAndOlderServersAbsolutePlacesAreFine) {
 }
 
 TEST(ReplyTest, NothingOutsideTheWorkingFolderIsBelieved) {
-  for (const char* pszFolder : {"../../x/", "/etc/", "Main/../../x/", "Main/src/../../../x/", "Main//src/",
-                                "", "Main/src", "CVS/", "Main/CVS/", "..", "Main/./src/"}) {
+  for (const char* pszFolder :
+       {"../../x/", "/etc/", "Main/../../x/", "Main/src/../../../x/", "Main//src/", "", "Main/src", "CVS/",
+        "Main/CVS/", "cvs/", "Main/cVs/", "..", "Main/./src/"}) {
     const std::string strText = std::string("cvs [checkout aborted]: the server names `") + pszFolder +
                                 "', which is not a folder to check out into";
     for (const char* pszResponse :

@@ -248,6 +248,9 @@ run -d "$root" checkout -r 1.1 -d New/a/b/d/e/f calculator/src/main.c
 run -d "$root" checkout -r 1.1 -d New/z calculator/src/main.c
 run -d "$root" checkout -r 1.1 -d New/a/b calculator/Makefile
 run -d "$root" checkout -r 1.1 -d Third calculator/Makefile
+run -d "$root" checkout -r 1.1 -d New/cvs calculator/cvs/main.c
+run -d "$root" checkout -r 1.1 -d New/a/Cvs/cvs calculator/cvs/eval/parser.c
+run -d "$root" checkout -r 1.1 -d New/a/Cvs calculator/README
 )";
 
 /// The same in folders that somebody else has made: an import makes the folder of each file before it asks
@@ -279,6 +282,10 @@ mkdir Two/a/b/c/d/f
 run -d "$root" checkout -r 1.1 -d Two/a/b calculator/Makefile
 run -d "$root" checkout -r 1.1 -d Two/a/b/c/d/f calculator/Makefile
 run -d "$root" checkout -r 1.1 -d Two/a/b/c/d calculator/Makefile
+mkdir -p Two/a/b/cvs One/cvs
+run -d "$root" checkout -r 1.1 -d Two/a/b/cvs calculator/cvs/main.c
+run -d "$root" checkout -r 1.1 -d One/cvs/eval calculator/cvs/eval/parser.c
+run -d "$root" checkout -r 1.1 -d One/cvs calculator/cvs/main.c
 )";
 
 /// Names come in the order of the file system, which differs from folder to folder.
@@ -320,7 +327,8 @@ void ExpectSameInEveryWay(const std::string& strSequence) {
   for (std::size_t nWay = 0; nWay < std::size(astrRoots); ++nWay) {
     const std::string strNumber = std::to_string(nWay);
     const std::string strRoot = ShellQuote(astrRoots[nWay]);
-    ShellOutput("cp -r " TALVEK_EXAMPLE_REPOSITORY " " + ShellQuote(strRepository + strNumber));
+    ShellOutput("cp -r " TALVEK_EXAMPLE_REPOSITORY " " + ShellQuote(strRepository + strNumber) + " && cd " +
+                ShellQuote(strRepository + strNumber) + "/calculator && cp -r src cvs");
     AdmitReader(oFolder.Path(), strRepository + strNumber);
     strAll += "{ ./sequence cvs " + strRoot + " client" + strNumber + "; ./sequence " + SESSION + " " +
               strRoot + " session" + strNumber + "; } &\n";
@@ -347,22 +355,28 @@ TEST(SideBySideTest, CommandsInFoldersThatSomebodyElseMade) {
 // The client would take a second for each file.
 TEST(SideBySideTest, FilesOfAnImportAreNotLeftToTheClient) {
   const CTempFolder oFolder;
+  const std::string strRepository = (oFolder / "repository").string();
+  ShellOutput("cp -r " TALVEK_EXAMPLE_REPOSITORY " " + ShellQuote(strRepository) + " && cd " +
+              ShellQuote(strRepository) + "/calculator && cp -r src cvs");
   WriteScript(oFolder / "cvs", "case \" $* \" in *' server '*) exec cvs \"$@\";; esac\nexit 9\n");
   const struct {
     const char* pszMethod;
     const char* pszOutput;
   } atWays[] = {
-      {"", "U Main/src/eval/parser.c\nU Main/src/main.c\nU Main/README\n"},
-      {":fork:", "U Main/src/eval/parser.c\n? Main/src/eval\nU Main/src/main.c\n? Main/src\nU Main/README\n"},
+      {"", "U Main/src/eval/parser.c\nU Main/src/main.c\nU Main/README\nU Main/cvs/main.c\n"},
+      {":fork:",
+       "U Main/src/eval/parser.c\n? Main/src/eval\nU Main/src/main.c\n? Main/src\nU Main/README\n"
+       "U Main/cvs/main.c\n"},
   };
   for (const auto& tWay : atWays) {
     const std::string strCheckout =
-        SESSION + " -d " + tWay.pszMethod + ShellQuote(TALVEK_EXAMPLE_REPOSITORY) + " checkout -r 1.1 -d ";
+        SESSION + " -d " + tWay.pszMethod + ShellQuote(strRepository) + " checkout -r 1.1 -d ";
     EXPECT_EQ(ShellOutput("cd " + ShellQuote(oFolder.Path().string()) +
                           " && export CVS_SESSION_IDLE=10 CVS_SESSION_CVS=$PWD/cvs && rm -rf Main" +
                           " && mkdir -p Main/src/eval && " + strCheckout +
                           "Main/src/eval calculator/src/eval/parser.c && " + strCheckout +
-                          "Main/src calculator/src/main.c && " + strCheckout + "Main calculator/README"),
+                          "Main/src calculator/src/main.c && " + strCheckout + "Main calculator/README && " +
+                          strCheckout + "Main/cvs calculator/cvs/main.c"),
               tWay.pszOutput);
   }
 }
