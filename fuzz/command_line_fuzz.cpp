@@ -66,16 +66,18 @@ bool LeadsOut(const VCM::CString& strFolder) {
 class CCommandKeeper : public MCV::CProvider {
  public:
   CCommandKeeper() {
-    m_strCvsCommand = L"\"cvs\"";
-    m_nCmdRepeatCount = 0;
+    m_oClient.SetCommand(L"cvs", 0);
     SetProperty(L"ReposPath", L"/repo");
   }
 
   void WriteLog(const wchar_t* pszFormat, ...) override {
+    constexpr std::wstring_view COMMAND = L"Performing command ";
+    VCM::CString strLine;
     va_list args;
     va_start(args, pszFormat);
-    if (std::wstring_view(pszFormat) == L"Performing command %s") m_strCommand = va_arg(args, const wchar_t*);
+    strLine.FormatV(pszFormat, args);
     va_end(args);
+    if (strLine.View().starts_with(COMMAND)) m_strCommand.Assign(strLine.View().substr(COMMAND.size()));
   }
 
   void BeginStream(const VCM::CString& strName, unsigned nParent) {

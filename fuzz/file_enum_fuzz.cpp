@@ -10,7 +10,7 @@
 #include "fuzz/piece_stream.h"
 #include "fuzz/plain_files.h"
 #include "fuzz/work_limits.h"
-#include "mcv/file_lookup.h"
+#include "mcv/number_lookup.h"
 
 namespace TALVEK::FUZZ {
 

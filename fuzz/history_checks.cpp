@@ -96,15 +96,15 @@ void WalkStream(CSearchedProvider& oProvider, const std::vector<const TStoredCha
 }  // namespace
 
 void CheckStreams(const CSearchedProvider& oProvider) {
-  Check(!oProvider.m_atStreams.IsEmpty() && oProvider.m_atStreams[0].strName == L"Main",
+  Check(!oProvider.m_oStreams.IsEmpty() && oProvider.m_oStreams[0].strName == L"Main",
         "the first stream is Main");
   std::set<VCM::CString> astrNames;
-  for (int i = 0; i < oProvider.m_atStreams.GetCount(); ++i) {
-    const MCE::CProvider::TStreamInfo& tStream = oProvider.m_atStreams[i];
+  for (int i = 0; i < oProvider.m_oStreams.GetCount(); ++i) {
+    const MCE::CProvider::TStreamInfo& tStream = oProvider.m_oStreams[i];
     VCM::CString strName = tStream.strName;
     strName.MakeLower();
     Check(tStream.nID == static_cast<unsigned>(i) + 1, "a stream's number is its place");
-    Check(tStream.nParentID <= static_cast<unsigned>(oProvider.m_atStreams.GetCount()),
+    Check(tStream.nParentID <= static_cast<unsigned>(oProvider.m_oStreams.GetCount()),
           "a parent is a stream");
     Check(i == 0 || tStream.nParentID != 0, "every stream but Main has a parent");
     Check(astrNames.insert(strName).second, "no two streams have one name");
@@ -112,7 +112,7 @@ void CheckStreams(const CSearchedProvider& oProvider) {
 }
 
 void CheckChanges(const CSearchedProvider& oProvider, const std::vector<TStoredChange>& atChanges) {
-  const auto nStreams = static_cast<std::uint32_t>(oProvider.m_atStreams.GetCount());
+  const auto nStreams = static_cast<std::uint32_t>(oProvider.m_oStreams.GetCount());
   for (std::size_t i = 0; i < atChanges.size(); ++i) {
     const TStoredChange& tChange = atChanges[i];
     Check(tChange.tRecord.nID == i + 1, "changes are numbered from 1");
@@ -125,7 +125,7 @@ void CheckChanges(const CSearchedProvider& oProvider, const std::vector<TStoredC
 }
 
 void CheckLinkage(const CSearchedProvider& oProvider, const std::vector<TStoredChange>& atChanges) {
-  for (const MCE::CProvider::TStreamInfo& tStream : oProvider.m_atStreams) {
+  for (const MCE::CProvider::TStreamInfo& tStream : oProvider.m_oStreams) {
     const std::uint32_t nCreated = tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0);
     std::uint32_t nBase = 0;
     for (const TStoredChange* ptChange : ChangesOf(atChanges, tStream.nParentID)) {
@@ -139,7 +139,7 @@ void CheckWalk(CSearchedProvider& oProvider, const std::vector<TStoredChange>& a
   static const TEST::CTempFolder s_oFolder;
   const std::string strWorkFolder = (s_oFolder / "work").string();
   const CMadeFolders oMade(strWorkFolder);
-  for (const MCE::CProvider::TStreamInfo& tStream : oProvider.m_atStreams) {
+  for (const MCE::CProvider::TStreamInfo& tStream : oProvider.m_oStreams) {
     oProvider.OnBeginStream(tStream.nID, VCM::FromBytes(strWorkFolder).c_str());
     WalkStream(oProvider, ChangesOf(atChanges, tStream.nID));
   }

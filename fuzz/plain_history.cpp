@@ -22,7 +22,7 @@ std::uint32_t TimeOf(const MCV::TRevInfo& tRevision) {
 
 /// 0 when there is none.
 std::uint32_t StreamNamed(const CSearchedProvider& oProvider, const VCM::CString& strName) {
-  for (const MCE::CProvider::TStreamInfo& tStream : oProvider.m_atStreams) {
+  for (const MCE::CProvider::TStreamInfo& tStream : oProvider.m_oStreams) {
     if (tStream.strName.EqualsNoCase(strName.View())) return tStream.nID;
   }
   return 0;

@@ -65,7 +65,7 @@ bool CSearchedProvider::Establish(std::string_view strLog) {
   SetProperty(L"LogFile", oFile.Path());
   if (EstablishStreams(m_nStreams) != MCE::RESULT_OK) return false;
   if (EstablishChangesets(m_nChanges) != MCE::RESULT_OK) return false;
-  Check(m_nStreams == static_cast<unsigned>(m_atStreams.GetCount()), "the streams are counted");
+  Check(m_nStreams == static_cast<unsigned>(m_oStreams.GetCount()), "the streams are counted");
   ResolveStreamLinkage();
   LogStreamsAndChanges();
   return true;

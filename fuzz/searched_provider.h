@@ -28,7 +28,7 @@ class CSearchedProvider : public MCV::CProvider {
   /// The database's changes by ID. Checks that each item belongs to one of them.
   std::vector<TStoredChange> ReadChanges();
 
-  using CProviderBase::m_atStreams;
+  using CProviderBase::m_oStreams;
 
  private:
   void OpenDatabase();

@@ -31,7 +31,7 @@ void Run(const CFuzzInput& oInput) {
   CheckStreams(oProvider);
   const std::vector<TStoredChange> atChanges = oProvider.ReadChanges();
   CheckChanges(oProvider, atChanges);
-  if (static_cast<std::size_t>(oProvider.m_atStreams.GetCount()) + atChanges.size() > MAX_COMPARED) return;
+  if (static_cast<std::size_t>(oProvider.m_oStreams.GetCount()) + atChanges.size() > MAX_COMPARED) return;
   CheckLinkage(oProvider, atChanges);
   CompareItems(PlainItems(strLog, oInput, oProvider), atChanges);
   if (oInput.Has('w')) CheckWalk(oProvider, atChanges);

@@ -63,12 +63,6 @@ VCM::CString TCVSRevision::GetText() const {
   return VCM::CString(std::wstring(strText.begin(), strText.end()));
 }
 
-bool TCVSRevision::IsBranchName() const {
-  const int nCount = GetCount();
-  if (nCount > 1 && (*this)[nCount - 2] == 0) return true;
-  return nCount == 3 && (*this)[0] == 1 && (*this)[1] == 1 && (*this)[2] == 1;
-}
-
 bool TCVSRevision::IsPrefixOf(const TCVSRevision& oOther) const {
   if (GetCount() > oOther.GetCount()) return false;
   for (int i = 0; i < GetCount(); ++i) {

@@ -26,9 +26,6 @@ struct TCVSRevision : VCM::CArray<std::uint32_t> {
   /// The components as signed decimals joined by dots; empty for the empty number.
   VCM::CString GetText() const;
 
-  /// True for the number that a branch's name has in a log: with the magic 0, or the vendor branch 1.1.1.
-  bool IsBranchName() const;
-
   /// True when this number's components are `oOther`'s first ones (or all of them).
   bool IsPrefixOf(const TCVSRevision& oOther) const;
 

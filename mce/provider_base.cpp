@@ -44,7 +44,6 @@ CProviderBase::~CProviderBase() {
       VCM::RemoveFile(strFile);
     }
   }
-  CloseLogFile();
 }
 
 void CProviderBase::Destroy() {

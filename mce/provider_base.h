@@ -4,8 +4,6 @@
 #include <memory>
 #include <vector>
 
-#include <wx/wfstream.h>
-
 #include "core/array.h"
 #include "core/database.h"
 #include "core/map.h"
@@ -15,11 +13,11 @@
 #include "mce/change_table.h"
 #include "mce/cvs_revision.h"
 #include "mce/grouping_index.h"
-#include "mce/log_stream.h"
+#include "mce/import_log.h"
 #include "mce/open_changes.h"
 #include "mce/path_history.h"
 #include "mce/provider.h"
-#include "mce/stream_children.h"
+#include "mce/stream_list.h"
 
 namespace TALVEK::MCE {
 
@@ -59,7 +57,7 @@ class CProviderBase : public CProvider {
   void SetProperty(const VCM::CString& strKey, const VCM::CString& strValue) override;
   void LogToConnection() override;
   void OpenLog(bool bOpen) override;
-  bool IsLogOpen() const override { return m_bLogOpen; }
+  bool IsLogOpen() const override { return m_oLog.IsOpen(); }
   VCM::CString GetLogPath() override;
   void WriteLog(const wchar_t* pszFormat, ...) override;
   void LogStreamsAndChanges() override;
@@ -131,18 +129,10 @@ class CProviderBase : public CProvider {
   static void AddToComment(VCM::CString& strComment, const VCM::CString& strAddition);
 
  protected:
-  /// Null when no stream has the ID.
-  const TStreamInfo* FindStream(unsigned int nStreamID) const;
-  /// How often the stream list has been emptied: what was derived from it holds as long as this is the same.
-  std::uint32_t GetStreamListVersion() const { return m_nStreamListVersion; }
-  /// To be called by who gives a listed stream another parent.
-  void ForgetStreamTree() { m_oStreamChildren.Forget(); }
   /// Changes, of those that needn't be read for it, that have been looked at so far to find one for an item.
   std::uint64_t GetChangesLookedAt() const { return m_nChangesLookedAt; }
-  /// Streams that GetNextStream has looked at so far.
-  std::uint64_t GetStreamsLookedAt() const { return m_oStreamChildren.GetLookedAt(); }
 
-  VCM::CArray<TStreamInfo> m_atStreams;  // the stream with ID n stands at n - 1
+  CStreamList m_oStreams;
   TStreamInfo m_tCurrentStream;
   VCM::CFilePath m_oWorkFolder;
   VCM::CMap<VCM::CString, VCM::CString> m_oProperties;
@@ -194,10 +184,7 @@ class CProviderBase : public CProvider {
   bool FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath, VDB::TFieldSet nWanted);
   bool IndexItems(std::uint32_t nChangeID);
   void LogChangesOfStream(const TStreamInfo& tStream);
-  void CloseLogFile();
 
-  std::uint32_t m_nStreamListVersion = 0;
-  CStreamChildren m_oStreamChildren;
   std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
   CGroupingIndex m_oGroupingIndex;
   VCM::CString m_strCreateError;  // why there is no database
@@ -207,12 +194,7 @@ class CProviderBase : public CProvider {
   CPathHistory m_oPathHistory;
   std::uint64_t m_nChangesLookedAt = 0;
 
-  std::unique_ptr<wxFFileOutputStream> m_poLogFile;
-  std::unique_ptr<CLogStream> m_poLogStream;
-  VCM::CString m_strLogPath;
-  VCM::CString m_strLastLine;
-  bool m_bLogOpen = false;
-  bool m_bLogToConnection = false;
+  CImportLog m_oLog{m_oReposView};
 };
 
 }  // namespace TALVEK::MCE

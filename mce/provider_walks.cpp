@@ -12,8 +12,7 @@ constexpr unsigned FOLDER_MODE = 0777;
 }  // namespace
 
 void CProviderBase::ResetStreams() {
-  m_atStreams.RemoveAll(true);
-  ++m_nStreamListVersion;
+  m_oStreams.RemoveAll();
   m_bStreamsEstablished = false;
 }
 
@@ -23,24 +22,12 @@ int CProviderBase::EstablishStreams(unsigned int& nCount) {
     if (!SearchForStreams()) return RESULT_FAILED;
     m_bStreamsEstablished = true;
   }
-  if (m_atStreams.IsEmpty()) {
+  if (m_oStreams.IsEmpty()) {
     WriteLog(L"No streams were found.");
     return RESULT_FAILED;
   }
-  nCount = static_cast<unsigned int>(m_atStreams.GetCount());
+  nCount = static_cast<unsigned int>(m_oStreams.GetCount());
   return RESULT_OK;
-}
-
-const CProvider::TStreamInfo* CProviderBase::FindStream(unsigned int nStreamID) const {
-  const std::int64_t nPlace = static_cast<std::int64_t>(nStreamID) - 1;
-  if (nPlace >= 0 && nPlace < m_atStreams.GetCount()) {
-    const TStreamInfo& tStream = m_atStreams[static_cast<int>(nPlace)];
-    if (tStream.nID == nStreamID) return &tStream;
-  }
-  for (const TStreamInfo& tStream : m_atStreams) {
-    if (tStream.nID == nStreamID) return &tStream;
-  }
-  return nullptr;
 }
 
 int CProviderBase::GetNextStream(POSITION*& poPosition, TStreamInfo& tStream, unsigned int nParentID) {
@@ -48,21 +35,21 @@ int CProviderBase::GetNextStream(POSITION*& poPosition, TStreamInfo& tStream, un
     if (!SearchForStreams()) return RESULT_FAILED;
     m_bStreamsEstablished = true;
   }
-  const unsigned int nWantedParent = nParentID != 0 && FindStream(nParentID) ? nParentID : 0;
+  const unsigned int nWantedParent = m_oStreams.FindByID(nParentID) >= 0 ? nParentID : 0;
   // The host's position is the index of the next stream to look at.
   auto nIndex = reinterpret_cast<std::intptr_t>(poPosition);
-  if (nIndex < 0 || nIndex >= m_atStreams.GetCount()) return RESULT_END;
-  if (nIndex == 0 && nWantedParent == 0) m_oStreamChildren.Forget();  // a walk over the whole tree begins
-  const int nFound = m_oStreamChildren.Next(m_atStreams, nWantedParent, static_cast<int>(nIndex));
+  if (nIndex < 0 || nIndex >= m_oStreams.GetCount()) return RESULT_END;
+  const int nFound = m_oStreams.FindChild(nWantedParent, static_cast<int>(nIndex));
   // At the end it is as if each of the others had been looked at.
-  const int nLast = nFound < 0 ? m_atStreams.GetCount() - 1 : nFound;
-  tStream = m_atStreams[nLast];
+  const int nLast = nFound < 0 ? m_oStreams.GetCount() - 1 : nFound;
+  tStream = m_oStreams[nLast];
   poPosition = reinterpret_cast<POSITION*>(static_cast<std::intptr_t>(nLast) + 1);
   return nFound < 0 ? RESULT_END : RESULT_OK;
 }
 
 int CProviderBase::OnBeginStream(unsigned int nStreamID, const wchar_t* pszFolder) {
-  if (const TStreamInfo* ptStream = FindStream(nStreamID)) m_tCurrentStream = *ptStream;
+  const int nPlace = m_oStreams.FindByID(nStreamID);
+  if (nPlace >= 0) m_tCurrentStream = m_oStreams[nPlace];
   m_oWorkFolder.Parse(pszFolder);
   return RESULT_OK;
 }

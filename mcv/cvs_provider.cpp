@@ -1,14 +1,17 @@
-// Set-up of the provider, and how it runs `cvs`.
+// What the host asks of the provider, and the one pass over the log that finds the streams and records every
+// file revision as a change item.
+//
+// A line of the log goes from CLogParser, which cuts items, to CFileEnum, which makes files of them; a file's
+// names go to CStreamSearch, its revisions to AddFileChanges.
 
 #include "mcv/cvs_provider.h"
 
-#include <wx/tokenzr.h>
+#include <ctime>
 
 #include "core/file_system.h"
-#include "core/text_codec.h"
-#include "core/timestamp.h"
 #include "mce/import_log_texts.h"
-#include "mcv/error_lines.h"
+#include "mcv/file_changes.h"
+#include "mcv/stream_search.h"
 
 namespace TALVEK::MCV {
 
@@ -31,19 +34,28 @@ const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
 
 namespace {
 
-void SplitAtCommas(const VCM::CString& strText, VCM::CArray<VCM::CString>& astrTokens) {
-  astrTokens.RemoveAll(true);
-  wxStringTokenizer oTokens(wxString(std::wstring(strText.View())), ",");
-  while (oTokens.HasMoreTokens())
-    astrTokens.Add(VCM::CString(oTokens.GetNextToken().ToStdWstring()));
+/// The directory of a repository path such as ":pserver:joe@host:/cvs".
+VCM::CString CutToDirectory(const VCM::CString& strReposPath) {
+  return strReposPath.Mid(strReposPath.ReverseFind(L':') + 1);
 }
+
+/// Lets go of the log also when the host's connection ends the search by an exception.
+class CLogScope {
+ public:
+  explicit CLogScope(CProvider& oProvider) : m_oProvider(oProvider) {}
+  ~CLogScope() { m_oProvider.CleanUpLog(); }
+  CLogScope(const CLogScope&) = delete;
+  CLogScope& operator=(const CLogScope&) = delete;
+
+ private:
+  CProvider& m_oProvider;
+};
 
 }  // namespace
 
 CProvider::CProvider()
-    : CProviderBase(L"cvs", L"CVS", L"Streams originally converted from CVS", true, true) {}
-
-CProvider::~CProvider() = default;
+    : CProviderBase(L"cvs", L"CVS", L"Streams originally converted from CVS", true, true),
+      m_oLogSink([this](const VCM::CString& strText) { WriteLog(L"%s", strText.c_str()); }) {}
 
 int CProvider::CheckEnvironment(VCM::CString& strMessage) {
   const VCM::CString strCvsPath = GetStringProperty(L"CVSPath");
@@ -53,63 +65,98 @@ int CProvider::CheckEnvironment(VCM::CString& strMessage) {
   return 1;
 }
 
-bool CProvider::InitialiseClients(const VCM::CString& strClientFolder) {
-  m_bForceFileByFile = GetBooleanProperty(L"ForceFileByFile");
-  return m_oClientPath.Parse(strClientFolder);
+CLIENT::TModule CProvider::GetModule() const {
+  return {GetStringProperty(L"ReposPath"), GetStringProperty(L"ModuleName")};
 }
 
-void CProvider::ReadCommandProperties() {
-  const VCM::CString strCvsPath = VCM::EscapeQuoted(GetStringProperty(L"CVSPath"));
-  m_strCvsCommand.Format(L"\"%s\"", strCvsPath.c_str());
-  m_nCmdRepeatCount = static_cast<std::uint16_t>(VCM::ParseNumber(GetStringProperty(L"CmdRepeatCount")));
-  if (m_nCmdRepeatCount == 0) m_nCmdRepeatCount = 1;
+bool CProvider::SearchForStreams() {
+  const CLogScope oScope(*this);
+  WriteLog(L"Generating Log");
+  m_oClient.SetCommand(GetStringProperty(L"CVSPath"),
+                       CLIENT::ParseRepeatCount(GetStringProperty(L"CmdRepeatCount")));
+  GenerateLog();
+  WriteLog(L"Generated Log");
+  if (!m_oLogSource.GetInput()) {
+    WriteLog(L"Failed to get input stream after generating log.");
+    return false;
+  }
+
+  GetTagFilters();
+  AddTrunkStream();
+  if (!PrepareForChanges(true)) ReportLostChanges();
+  WriteLog(L"Parsing Log");
+  ReadFiles();
+  WriteLog(L"Finished Parsing Log");
+  if (IsLogOpen()) DumpStreamChildren(0, L"");
+  // At its end the stream is no longer "ok"; what tells a log that was read whole from one that broke off is
+  // that the end has been seen.
+  return m_oLogSource.GetInput()->Eof();
 }
 
-void CProvider::GetTagFilters() {
-  SplitAtCommas(GetStringProperty(L"ExcludeTags"), m_astrExcludeTags);
-  SplitAtCommas(GetStringProperty(L"IncludeTags"), m_astrIncludeTags);
-  if (m_astrIncludeTags.IsEmpty()) m_astrIncludeTags.Add(L"*");
-}
-
-// What begins with "-" would else be an option to the client.
-VCM::CString CProvider::GetModuleArgument(const VCM::CString& strPathInModule) const {
-  const VCM::CString strPath = GetStringProperty(L"ModuleName") + strPathInModule;
-  VCM::CString strArgument;
-  strArgument.Format(strPath.View().starts_with(L'-') ? L"-- \"%s\"" : L"\"%s\"",
-                     VCM::EscapeQuoted(strPath).c_str());
-  return strArgument;
-}
-
-VCM::CString CProvider::FormatUTCDateTime(long long nSeconds) {
-  VCM::CTimestamp oTime;
-  oTime.Set(nSeconds);
-  return oTime.Format(L"%Y/%m/%d %H:%M:%S", VCM::ZONE_GMT0);
-}
-
-void CProvider::ClearInputStream() {
-  if (m_bOwnInputStream) delete m_poInputStream;
-  m_poInputStream = nullptr;
-  m_bOwnInputStream = false;
+void CProvider::ReadFiles() {
+  const bool bStreamsForTags = GetBooleanProperty(L"StreamsForTags");
+  CFileEnum oFiles(m_oLogSource.GetInput(), GetStringProperty(L"ModuleName"),
+                   CutToDirectory(GetStringProperty(L"ReposPath")));
+  CStreamSearch oSearch(m_oRegistry, *this, GetBooleanProperty(L"NestedBranches"));
+  TFileInfo tFile;
+  TStreamInfo tStream;  // the working record of the search
+  int nFiles = 0;
+  while (oFiles.GetNextFile(tFile, m_oTagFilters.GetInclude(), m_oTagFilters.GetExclude(), bStreamsForTags)) {
+    WriteLog(MCE::LOG_FILE, tFile.oPath.GeneratePath().c_str(), nFiles++);
+    oSearch.ProcessFileNames(tFile, tStream);
+    AddFileChanges(tFile, tStream, m_oStreams, *this);
+  }
+  if (nFiles == 0) WriteLog(L"Failed to parse any files from rlog.");
 }
 
 bool CProvider::ExecuteCommand(const VCM::CString& strCommandLine) {
-  WriteLog(MCE::LOG_COMMAND, strCommandLine.c_str());
-  for (unsigned nAttempt = 0; nAttempt < m_nCmdRepeatCount; ++nAttempt) {
-    const int nResult = m_oProcess.Execute(strCommandLine);
-    m_poInputStream = m_oProcess.GetStdOutputStream();
-    LogErrorOutput();
-    if (nResult == 0) return true;
-  }
-  return false;
+  const bool bSuccess = m_oClient.Execute(strCommandLine);
+  m_oLogSource.SetInput(m_oClient.GetOutput(), m_oLogSource.OwnsInput());
+  return bSuccess;
 }
 
-void CProvider::LogErrorOutput() {
-  wxInputStream* const poErrors = m_oProcess.GetStdErrorStream();
-  if (!poErrors) return;
-  CErrorLines oLines(*poErrors);
-  VCM::CString strLine;
-  while (oLines.ReadLine(strLine))
-    WriteLog(MCE::LOG_CLIENT_LINE, strLine.c_str());
+void CProvider::GenerateLog() {
+  m_oLogSource.Generate({GetStringProperty(L"LogFile"), GetModule(), GetStringProperty(L"StartDate"),
+                         GetStringProperty(L"EndDate")});
+}
+
+void CProvider::GetTagFilters() {
+  m_oTagFilters.Read(GetStringProperty(L"IncludeTags"), GetStringProperty(L"ExcludeTags"));
+}
+
+// A branch starts from the last change of its parent up to the time at which it was made.
+int CProvider::ResolveStreamLinkage() {
+  for (int i = 0; i < m_oStreams.GetCount(); ++i) {
+    if (m_oStreams[i].nParentID == 0) continue;
+    const int nParent = m_oStreams.FindByID(m_oStreams[i].nParentID);
+    if (nParent < 0) continue;
+    const std::uint32_t nCreated = m_oStreams[i].oProps.GetNumber(MCE::STREAM_CREATED, 0);
+    m_oStreams.SetBaseChange(i, FindNearestChange(m_oStreams[nParent], nCreated));
+  }
+  return 0;
+}
+
+bool CProvider::InitialiseClients(const VCM::CString& strClientFolder) {
+  return m_oCheckout.Initialise(strClientFolder, GetBooleanProperty(L"ForceFileByFile"));
+}
+
+int CProvider::RetrieveChangeFiles(const MCE::TChangeRecord& tChange) {
+  const bool bWhole = m_oCheckout.WantsModule(tChange);
+  if (bWhole && !RetrieveFiles(tChange.nTime)) return MCE::RESULT_FAILED;
+  m_oCheckout.BeginChange(!bWhole, tChange.nTime);
+  return MCE::RESULT_OK;
+}
+
+bool CProvider::RetrieveFiles(unsigned int nTime) {
+  if (m_oCheckout.IsForcedFileByFile()) return true;
+  m_oCheckout.CheckOutModule(GetModule(), m_tCurrentStream, nTime == 0 ? std::time(nullptr) : nTime);
+  return true;
+}
+
+int CProvider::RetrieveChangeItemFile(const MCE::TChangeItemRecord& tItem,
+                                      const VCM::CString& strTargetPath) {
+  m_oCheckout.RetrieveItem(GetModule(), m_tCurrentStream, tItem, strTargetPath);
+  return MCE::RESULT_OK;
 }
 
 }  // namespace TALVEK::MCV

@@ -14,9 +14,12 @@ bool IsOnVendorBranch(const MCE::TCVSRevision& oRevision) {
 void NormaliseTag(TTagInfo& tTag) {
   MCE::TCVSRevision& oRevision = tTag.oRevision;
   const int nCount = oRevision.GetCount();
-  tTag.bIsBranch = oRevision.IsBranchName();
-  if (nCount > 1 && oRevision[nCount - 2] == 0) oRevision.RemoveAt(nCount - 2);
+  if (nCount > 1 && oRevision[nCount - 2] == 0) {
+    tTag.bIsBranch = true;
+    oRevision.RemoveAt(nCount - 2);
+  }
   if (!IsOnVendorBranch(oRevision)) return;
+  if (oRevision.GetCount() == 3) tTag.bIsBranch = true;
   oRevision.RemoveAt(0);
   oRevision.RemoveAt(0);
 }

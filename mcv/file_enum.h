@@ -54,10 +54,6 @@ class CFileEnum {
   bool GetNextFile(TFileInfo& tFile, const VCM::CArray<VCM::CString>& astrIncludeTags,
                    const VCM::CArray<VCM::CString>& astrExcludeTags, bool bKeepTags);
 
-  /// For who never asks for tags: of their names nothing is kept then, not even while a file is read. To be
-  /// said before the first file.
-  void SetBranchesOnly(bool bBranchesOnly) { m_oParser.SetBranchesOnly(bBranchesOnly); }
-
  private:
   bool GetFileRevs(TFileInfo& tFile, const VCM::CArray<VCM::CString>& astrIncludeTags,
                    const VCM::CArray<VCM::CString>& astrExcludeTags, bool bKeepTags);

@@ -47,7 +47,7 @@ class CDumpingProvider : public CProvider {
 
  private:
   void DumpStreams() const {
-    for (const TStreamInfo& tStream : m_atStreams) {
+    for (const TStreamInfo& tStream : m_oStreams) {
       Print(VCM::CJsonLine("stream")
                 .Number("id", tStream.nID)
                 .Number("parent", tStream.nParentID)

@@ -2,35 +2,16 @@
 
 #include <utility>
 
-#include <wx/filefn.h>
-
+#include "client/log_date.h"
+#include "client/tag_filters.h"
 #include "core/case_map.h"
 #include "core/text_codec.h"
-#include "mcv/log_date.h"
 
 namespace TALVEK::MCV {
 
 namespace {
 
 constexpr int MAX_POOLED_TEXTS = 262144;
-
-/// wxMatchWild, with its ways (a name that begins with "." matches nothing).
-bool MatchesPattern(const VCM::CString& strPattern, std::wstring_view strName) {
-  const bool bAll = strPattern.GetLength() == 1 && strPattern[0] == L'*';
-  if (bAll && !strName.empty()) return strName[0] != L'.';  // the default filter, and most logs
-  return wxMatchWild(wxString(std::wstring(strPattern.View())), wxString(std::wstring(strName)), true);
-}
-
-bool PassesFilters(std::wstring_view strName, const VCM::CArray<VCM::CString>& astrIncludeTags,
-                   const VCM::CArray<VCM::CString>& astrExcludeTags) {
-  for (const VCM::CString& strPattern : astrIncludeTags) {
-    if (!MatchesPattern(strPattern, strName)) return false;
-  }
-  for (const VCM::CString& strPattern : astrExcludeTags) {
-    if (MatchesPattern(strPattern, strName)) return false;
-  }
-  return true;
-}
 
 /// A file that is dead on the trunk lies in a folder "Attic" beside its living neighbours.
 void RemoveAtticFolder(VCM::CFilePath& oPath) {
@@ -42,10 +23,9 @@ void RemoveAtticFolder(VCM::CFilePath& oPath) {
   oPath.Add(strName);
 }
 
-/// An editor or a shell may have put the mark in front of a saved log; with it the first file's header would
-/// not be known as one, and the file be lost. In front of each item, because saved logs are joined.
+/// An editor may have put the mark in front of a saved log; with it the first file's header would not be
+/// known as one, and the file be lost.
 void DropByteOrderMark(std::wstring_view& strLine) {
-  if (strLine.empty() || strLine[0] < 0x80) return;
   const VCM::CString strMark = VCM::FromBytes("\xEF\xBB\xBF");
   if (strLine.starts_with(strMark.View())) strLine.remove_prefix(strMark.View().size());
 }
@@ -151,7 +131,8 @@ bool CLogParser::GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& a
   do {
     if (m_oLines.IsAtEnd()) return false;
     m_oLines.ReadLineView(m_strLine);
-    DropByteOrderMark(m_strLine);
+    if (m_bAtStart) DropByteOrderMark(m_strLine);
+    m_bAtStart = false;
   } while (m_strLine.empty());
 
   if (LineBegins(L"RCS file:")) {
@@ -247,9 +228,8 @@ void CLogParser::ProcessNameLine(TLogItem& tItem, const VCM::CArray<VCM::CString
     m_nSection = SECTION_NONE;
     return;
   }
-  if (!PassesFilters(strName, astrIncludeTags, astrExcludeTags)) return;
+  if (!CLIENT::PassesFilters(strName, astrIncludeTags, astrExcludeTags)) return;
   m_oNameNumber.Parse(TrimLeft(LineFrom(nColon + 1)));
-  if (m_bBranchesOnly && !m_oNameNumber.IsBranchName()) return;
   tItem.astrTagNames.Add(Intern(strName));
   tItem.aoTagRevisions.Add(m_oNameNumber);
 }
@@ -280,7 +260,7 @@ void CLogParser::ProcessDateLine(TLogItem& tItem) {
 }
 
 void CLogParser::ParseDateTime(std::wstring_view strText, VCM::CTimestamp& oTime) {
-  oTime = ParseLogDate(strText);
+  oTime = CLIENT::ParseLogDate(strText);
 }
 
 bool CLogParser::GetRevisionFromString(const VCM::CString& strText, MCE::TCVSRevision& oRevision) {

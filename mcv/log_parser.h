@@ -56,7 +56,7 @@ struct TLogItem {
 ///
 /// Keywords are compared without regard to case and on a fixed number of characters only. A message line that
 /// looks like a keyword line is taken for one, and one that begins with ten dashes or equals signs ends its
-/// item: the format has no way to tell them apart. A byte-order mark in front of an item is passed over.
+/// item: the format has no way to tell them apart. A byte-order mark at the very start is passed over.
 ///
 /// Errors   None: a line of unknown form is ignored, a malformed number reads as 0. The input ends where its
 ///          stream does, also in the middle of an item.
@@ -75,10 +75,6 @@ class CLogParser : public wxTextInputStream {
   /// counts).
   bool GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
                    const VCM::CArray<VCM::CString>& astrExcludeTags, bool bKeepTags);
-
-  /// From the next line on, names of tags are left out of the items: most names of most logs, and mostly for
-  /// nothing. Off at first.
-  void SetBranchesOnly(bool bBranchesOnly) { m_bBranchesOnly = bBranchesOnly; }
 
   /// The number of any text (MCE::TCVSRevision); always true.
   bool GetRevisionFromString(const VCM::CString& strText, MCE::TCVSRevision& oRevision);
@@ -130,7 +126,7 @@ class CLogParser : public wxTextInputStream {
   VCM::CString m_strReposDir;
   MCE::TCVSRevision m_oNameNumber;  // kept for its storage
   int m_nSection = SECTION_NONE;
-  bool m_bBranchesOnly = false;
+  bool m_bAtStart = true;
   std::unique_ptr<VCM::CStringPool> m_poCurrentPool;
   std::unique_ptr<VCM::CStringPool> m_poPreviousPool;
 };

@@ -1,15 +1,13 @@
-// CVS doesn't record when a branch or tag was made. Each file that carries it narrows the range: not before
-// the revision from which it starts, and taken to be before the revision that replaced that one.
+#include "mcv/stream_times.h"
 
-#include "mcv/cvs_provider.h"
-#include "mcv/file_lookup.h"
+#include "mcv/number_lookup.h"
 
 namespace TALVEK::MCV {
 
 namespace {
 
 /// The revision at which a name stands in its file: a tag's own, or the one that a branch sprouts from.
-MCE::TCVSRevision StartingRevision(const TTagInfo& tTag) {
+MCE::TCVSRevision BranchPoint(const TTagInfo& tTag) {
   MCE::TCVSRevision oRevision = tTag.oRevision;
   if (tTag.bIsBranch && !oRevision.IsEmpty()) oRevision.RemoveAt(oRevision.GetCount() - 1);
   return oRevision;
@@ -21,21 +19,22 @@ std::uint32_t CommitTime(const TRevInfo& tRevision) {
 
 }  // namespace
 
-std::uint32_t CProvider::GetStreamCreationTime(const TTagInfo& tTag, const TFileInfo& tFile) {
-  const TRevInfo* const ptRevision = FindRevision(tFile, StartingRevision(tTag));
+std::uint32_t GetStreamCreationTime(const TTagInfo& tTag, const TFileInfo& tFile) {
+  const TRevInfo* const ptRevision = FindRevision(tFile, BranchPoint(tTag));
   if (!ptRevision || CommitTime(*ptRevision) == 0) return 0;
   return CommitTime(*ptRevision) + 1;
 }
 
-std::uint32_t CProvider::GetStreamMaxCreationTime(const TTagInfo& tTag, const TFileInfo& tFile) {
-  MCE::TCVSRevision oNext = StartingRevision(tTag);
+std::uint32_t GetStreamMaxCreationTime(const TTagInfo& tTag, const TFileInfo& tFile) {
+  MCE::TCVSRevision oNext = BranchPoint(tTag);
   if (oNext.IsEmpty()) return 0;
   ++oNext[oNext.GetCount() - 1];
   const TRevInfo* const ptRevision = FindRevision(tFile, oNext);
   return ptRevision ? CommitTime(*ptRevision) : 0;
 }
 
-bool CProvider::SetStreamCreationTime(TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag) {
+bool SetStreamCreationTime(MCE::CProvider::TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag,
+                           const CStreamRegistry& oStreams, MCE::CProviderBase& oEngine) {
   std::uint32_t nCreated = tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0);
   std::uint32_t nBound = tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0);
   bool bChanged = false;
@@ -51,15 +50,15 @@ bool CProvider::SetStreamCreationTime(TStreamInfo& tStream, const TFileInfo& tFi
 
   std::uint32_t nFileMin = GetStreamCreationTime(tTag, tFile);
   if (nFileMin == 0 && tStream.nParentID != 0) {
-    TStreamInfo tParent;
+    MCE::CProvider::TStreamInfo tParent;
     std::uint32_t nParentCreated = 0;
-    if (GetStreamByID(tStream.nParentID, tParent) &&
+    if (oStreams.GetStreamByID(tStream.nParentID, tParent) &&
         tParent.oProps.GetProperty(MCE::STREAM_CREATED, nParentCreated)) {
       nFileMin = nParentCreated + 1;
     }
   }
   if (nBound != 0 && nFileMin >= nBound) {
-    WriteLog(
+    oEngine.WriteLog(
         L"Ignoring file '%s' tag '%s' for establishing branch creation time. "
         L"The branch is inconsistent with other branches.",
         tFile.oPath.GeneratePath().c_str(), tTag.strName.GetText().c_str());

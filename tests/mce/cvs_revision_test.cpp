@@ -75,20 +75,6 @@ TEST(CVSRevisionTest, TextHasSignedComponents) {
   EXPECT_TRUE(TCVSRevision().GetText().IsEmpty());
 }
 
-TEST(CVSRevisionTest, NameOfABranchHasTheMagicZeroOrIsTheVendors) {
-  const struct {
-    TComponents anNumber;
-    bool bExpected;
-  } atCases[] = {{{}, false},           {{0}, false},           {{0, 5}, true},     {{1, 2}, false},
-                 {{1, 0}, false},       {{1, 2, 0, 4}, true},   {{1, 2, 4}, false}, {{1, 1, 1}, true},
-                 {{1, 1, 2}, false},    {{2, 1, 1}, false},     {{1, 2, 1}, false}, {{1, 1, 1, 1}, false},
-                 {{1, 0, 1, 2}, false}, {{1, 1, 1, 0, 2}, true}};
-  for (const auto& tCase : atCases) {
-    EXPECT_EQ(Number(tCase.anNumber).IsBranchName(), tCase.bExpected)
-        << testing::PrintToString(tCase.anNumber);
-  }
-}
-
 // Read in one go: a row of dots that is looked at again for each of them takes minutes.
 TEST(CVSRevisionTest, MillionsOfComponentsAndDotsAreRead) {
   constexpr int COUNT = 4000000;

@@ -29,7 +29,7 @@ class CEngine : public MCE::CProviderBase {
     ++m_nSearches;
     if (m_bSearchSucceeds) {
       for (const TStreamInfo& tStream : m_atFound)
-        m_atStreams.Add(tStream);
+        m_oStreams.Add(tStream);
     }
     return m_bSearchSucceeds;
   }
@@ -120,10 +120,8 @@ class CEngine : public MCE::CProviderBase {
   }
 
   // What tests look at or set.
-  using CProviderBase::ForgetStreamTree;
   using CProviderBase::GetChangesLookedAt;
-  using CProviderBase::GetStreamsLookedAt;
-  using CProviderBase::m_atStreams;
+  using CProviderBase::m_oStreams;
   using CProviderBase::m_bChangesetsEstablished;
   using CProviderBase::m_bFirstCapability;
   using CProviderBase::m_bSecondCapability;

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cstdint>
 #include <functional>
 #include <random>
@@ -121,32 +120,6 @@ TEST(GrowthTest, LongHistoryCostsNoMoreAnItem) {
   ExpectLinear([](CEngine& oEngine, int i) {
     oEngine.Add(File(i % 10).c_str()).Until(5000L + i * 400L).At(1000L + i * 400L);
   });
-}
-
-/// Streams looked at for each stream of a history in a walk over the whole tree.
-double LookedAtPerStream(int nStreams, const std::function<unsigned(unsigned)>& fnParent) {
-  CEngine oEngine;
-  for (unsigned nID = 1; nID <= static_cast<unsigned>(nStreams); ++nID)
-    oEngine.m_atFound.push_back(Stream(nID, fnParent(nID), L"stream"));
-  int nSeen = 0;
-  for (unsigned nParentID = 0; nParentID <= static_cast<unsigned>(nStreams); ++nParentID) {
-    MCE::POSITION* poPosition = nullptr;
-    MCE::CProvider::TStreamInfo tStream;
-    while (oEngine.GetNextStream(poPosition, tStream, nParentID) == MCE::RESULT_OK)
-      ++nSeen;
-  }
-  EXPECT_EQ(nSeen, nStreams);
-  return static_cast<double>(oEngine.GetStreamsLookedAt()) / nStreams;
-}
-
-TEST(GrowthTest, WalkOverStreamsOfOneParentCostsABisectionEach) {
-  EXPECT_LE(LookedAtPerStream(MANY, [](unsigned nID) { return nID == 1 ? 0U : 1U; }),
-            2 * std::bit_width(static_cast<unsigned>(MANY)) + 4);
-}
-
-TEST(GrowthTest, WalkOverNestedStreamsCostsABisectionEach) {
-  EXPECT_LE(LookedAtPerStream(MANY, [](unsigned nID) { return nID - 1; }),
-            2 * std::bit_width(static_cast<unsigned>(MANY)) + 4);
 }
 
 }  // namespace

@@ -306,7 +306,7 @@ TEST_F(ImportLogTest, StreamsAndChangesAreWrittenOut) {
 TEST_F(ImportLogTest, ChangesOfAStreamComeInOrderOfTimeFromTimeZeroOnAndInUtc) {
   const CEnvironmentScope oZone("TZ", "America/New_York");
   tzset();
-  m_oEngine.m_atStreams.Add(Stream(1, 0, L"Main"));
+  m_oEngine.m_oStreams.Add(Stream(1, 0, L"Main"));
   m_oEngine.AddChange(7, 1, L"ann", L"late", 7200);
   m_oEngine.AddChange(8, 1, L"joe", L"early", 0);
   Open();
@@ -322,7 +322,7 @@ TEST_F(ImportLogTest, ChangesOfAStreamComeInOrderOfTimeFromTimeZeroOnAndInUtc) {
 }
 
 TEST_F(ImportLogTest, WithoutADatabaseNoStreamIsWritten) {
-  m_oEngine.m_atStreams.Add(Stream(1, 0, L"Main"));
+  m_oEngine.m_oStreams.Add(Stream(1, 0, L"Main"));
   CEngine oOwner;
   ASSERT_TRUE(oOwner.PrepareForChanges(false));
   Open();
@@ -332,7 +332,7 @@ TEST_F(ImportLogTest, WithoutADatabaseNoStreamIsWritten) {
 
 // The engine's own transaction can't begin while another one is open.
 TEST_F(ImportLogTest, WithoutAnOpenWalkNoStreamIsWritten) {
-  m_oEngine.m_atStreams.Add(Stream(1, 0, L"Main"));
+  m_oEngine.m_oStreams.Add(Stream(1, 0, L"Main"));
   m_oEngine.AddChange(0, 1, L"joe", L"work", 1000);
   m_oEngine.CommitChanges();
   const VDB::CTransaction oOther(*m_oEngine.m_poDatabase, 0);

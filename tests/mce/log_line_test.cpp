@@ -1,4 +1,4 @@
-#include "mce/log_line.h"
+#include "mce/import_log.h"
 
 #include <gtest/gtest.h>
 

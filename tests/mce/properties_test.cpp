@@ -109,7 +109,7 @@ TEST(ProviderBaseTest, ConstructorHandsOverTheIdentity) {
 
 TEST(ProviderBaseTest, FreshProviderHasNothing) {
   CEngine oEngine;
-  EXPECT_EQ(oEngine.m_atStreams.GetCount(), 0);
+  EXPECT_EQ(oEngine.m_oStreams.GetCount(), 0);
   const MCE::CProvider::TStreamInfo& tStream = oEngine.m_tCurrentStream;
   EXPECT_EQ(tStream.nID + tStream.nParentID + tStream.nBaseChangeID, 0u);
   EXPECT_EQ(tStream.oDestPath.GetCount() + tStream.oSrcPath.GetCount(), 0);

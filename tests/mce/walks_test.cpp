@@ -68,12 +68,18 @@ TEST_F(WalkTest, StreamsComeByParent) {
 
 TEST_F(WalkTest, StreamComesBelowItsNewParent) {
   EXPECT_EQ(Children(m_oEngine, 1), "B D ");
-  m_oEngine.m_atStreams[3].nParentID = 2;
-  EXPECT_EQ(Children(m_oEngine, 0), "Main ");  // where each walk over the tree begins
+  m_oEngine.m_oStreams.Replace(3, Stream(4, 2, L"D"));
+  EXPECT_EQ(Children(m_oEngine, 1), "B ");
   EXPECT_EQ(Children(m_oEngine, 2), "C D ");
-  m_oEngine.m_atStreams[3].nParentID = 3;
-  m_oEngine.ForgetStreamTree();
-  EXPECT_EQ(Children(m_oEngine, 3), "D ");
+}
+
+// As many streams as before, and the host begins below the root.
+TEST_F(WalkTest, ChildrenAreThoseOfTheLastSearch) {
+  EXPECT_EQ(Children(m_oEngine, 1), "B D ");
+  m_oEngine.m_atFound = {Stream(1, 0, L"Main"), Stream(2, 1, L"X"), Stream(3, 1, L"Y"), Stream(4, 3, L"Z")};
+  m_oEngine.ResetStreams();
+  EXPECT_EQ(Children(m_oEngine, 1), "X Y ");
+  EXPECT_EQ(Children(m_oEngine, 3), "Z ");
 }
 
 TEST_F(WalkTest, UnknownParentMeansTheRoots) {
@@ -128,18 +134,18 @@ TEST_F(WalkTest, ParentIsFoundByItsNumberWhereverItStands) {
 }
 
 TEST_F(WalkTest, SearchBeginsWithAnEmptyList) {
-  m_oEngine.m_atStreams.Add(Stream(1, 0, L"left over"));
+  m_oEngine.m_oStreams.Add(Stream(1, 0, L"left over"));
   unsigned nCount = 0;
   EXPECT_EQ(m_oEngine.EstablishStreams(nCount), MCE::RESULT_OK);
   EXPECT_EQ(nCount, 4u);
 }
 
 TEST_F(WalkTest, WalkSearchesByItselfWithoutEmptyingTheList) {
-  m_oEngine.m_atStreams.Add(Stream(9, 0, L"kept"));
+  m_oEngine.m_oStreams.Add(Stream(9, 0, L"kept"));
   EXPECT_EQ(Children(m_oEngine, 0), "kept Main ");
   EXPECT_EQ(m_oEngine.m_nSearches, 1);
   m_oEngine.ResetStreams();
-  EXPECT_EQ(m_oEngine.m_atStreams.GetCount(), 0);
+  EXPECT_EQ(m_oEngine.m_oStreams.GetCount(), 0);
   EXPECT_EQ(Children(m_oEngine, 0), "Main ");
   EXPECT_EQ(m_oEngine.m_nSearches, 2);
 }

@@ -34,10 +34,9 @@ constexpr bool BRANCHES_ONLY = false;
 /// All files of a log, a line each.
 std::string Files(const std::string& strLog, bool bKeepTags,
                   const std::vector<const wchar_t*>& apszInclude = {},
-                  const std::vector<const wchar_t*>& apszExclude = {}, bool bNeverAsksForTags = false) {
+                  const std::vector<const wchar_t*>& apszExclude = {}) {
   wxMemoryInputStream oInput(strLog.data(), strLog.size());
   CFileEnum oFiles(&oInput, L"mod", L"/repo");
-  if (bNeverAsksForTags) oFiles.SetBranchesOnly(true);
   std::string strText;
   TFileInfo tFile;
   while (oFiles.GetNextFile(tFile, Patterns(apszInclude), Patterns(apszExclude), bKeepTags))
@@ -64,17 +63,19 @@ TEST(FileEnumTest, PlainTagIsKeptOnlyWhenTagsAre) {
   EXPECT_EQ(FileWithNames({"REL: 1.3"}, BRANCHES_ONLY), "mod/a.c: |\n");
 }
 
-TEST(FileEnumTest, WhoNeverAsksForTagsGetsTheSameBranches) {
-  CLogText oLog;
-  for (const char* pszPath : {"/repo/mod/a.c,v", "/repo/mod/b.c,v"}) {
-    oLog.File(pszPath);
-    for (const char* pszNumber : {"1.2.0.4", "1.2", "1.1.1", "1.1.1.1", "1.1.1.0.2", "1.2.4", "0.5", "1.0",
-                                  "x", "", "1", "1.1.0.1", "1.1.1.1.1", "2.1.1", "1.0.1.2", ".1", "0.0"})
-      oLog.Name(std::string("N: ") + pszNumber);
+TEST(FileEnumTest, BranchHasTheMagicZeroOrIsTheVendors) {
+  const struct {
+    const char* pszNumber;
+    bool bIsBranch;
+  } atCases[] = {{"", false},        {"0", false},       {"0.5", true},    {"1.2", false},
+                 {"1.0", false},     {"1.2.0.4", true},  {"1.2.4", false}, {"1.1.1", true},
+                 {"1.1.2", false},   {"2.1.1", false},   {"1.2.1", false}, {"1.1.1.1", false},
+                 {"1.0.1.2", false}, {"1.1.1.0.2", true}};
+  for (const auto& tCase : atCases) {
+    const std::string strFile = FileWithNames({std::string("X: ") + tCase.pszNumber}, BRANCHES_ONLY);
+    EXPECT_EQ(strFile.find("(branch)") != std::string::npos, tCase.bIsBranch) << tCase.pszNumber;
+    EXPECT_EQ(strFile.find("X=") != std::string::npos, tCase.bIsBranch) << tCase.pszNumber;
   }
-  const std::string strExpected = Files(oLog.Text(), BRANCHES_ONLY);
-  EXPECT_NE(strExpected.find("(branch)"), std::string::npos);
-  EXPECT_EQ(Files(oLog.Text(), BRANCHES_ONLY, {}, {}, true), strExpected);
 }
 
 TEST(FileEnumTest, VendorBranchIsABranchWithTheNumberOne) {

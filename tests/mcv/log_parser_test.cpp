@@ -311,23 +311,6 @@ TEST(LogParserTest, BranchNameKeepsItsMagicZero) {
             "file mod/a head= total=0 [] BR_1=1.2.0.2\n");
 }
 
-TEST(LogParserTest, NamesOfTagsAreLeftOutOnRequest) {
-  const std::string strNames =
-      "symbolic names:\n\tREL: 1.2\n\tBR: 1.2.0.2\n\tVENDOR: 1.1.1\n\tSTART: 1.1.1.1\n\tx.c: "
-      "1.2.2\n==========\n";
-  const std::string strLog = "RCS file: /repo/mod/a,v\n" + strNames + "RCS file: /repo/mod/b,v\n" + strNames;
-  wxMemoryInputStream oInput(strLog.data(), strLog.size());
-  CLogParser oParser(&oInput, L"mod", L"/repo");
-  TLogItem tItem;
-  oParser.SetBranchesOnly(true);
-  ASSERT_TRUE(oParser.GetNextItem(tItem, {}, {}, true));
-  EXPECT_EQ(Describe(tItem), "file mod/a head= total=0 [] BR=1.2.0.2 VENDOR=1.1.1");
-  oParser.SetBranchesOnly(false);
-  ASSERT_TRUE(oParser.GetNextItem(tItem, {}, {}, true));
-  EXPECT_EQ(Describe(tItem),
-            "file mod/b head= total=0 [] REL=1.2 BR=1.2.0.2 VENDOR=1.1.1 START=1.1.1.1 x.c=1.2.2");
-}
-
 TEST(LogParserTest, NamesSectionTable) {
   const struct {
     const char *pszLines, *pszExpected;
@@ -513,8 +496,8 @@ TEST(LogParserTest, BytesOfAnyEncodingComeThroughUnchanged) {
   std::setlocale(LC_CTYPE, "C");
 }
 
-/// An editor's or a shell's mark must not cost the file behind it.
-TEST(LogParserTest, ByteOrderMarkBeforeAnItemIsPassedOver) {
+/// The mark that an editor puts in front of a saved log must not cost the file behind it.
+TEST(LogParserTest, ByteOrderMarkAtTheStartOfTheLogIsPassedOver) {
   const std::string strMark = "\xef\xbb\xbf";
   const std::string strFile = "RCS file: /repo/mod/a,v\n==========\n";
   const std::string strItem = "file mod/a head= total=0 []\n";
@@ -522,11 +505,22 @@ TEST(LogParserTest, ByteOrderMarkBeforeAnItemIsPassedOver) {
     std::setlocale(LC_CTYPE, pszLocale);
     EXPECT_EQ(Items(strMark + strFile), strItem) << pszLocale;
     EXPECT_EQ(Items(strMark + "\n" + strFile), strItem) << pszLocale;
-    EXPECT_EQ(Items(strMark + "\r\n\r\n" + strFile + strMark + "\n" + strFile), strItem + strItem)
-        << pszLocale;
+    EXPECT_EQ(Items(strMark + "\r\n\r\n" + strFile), strItem) << pszLocale;
     EXPECT_EQ(Items(strMark), "") << pszLocale;
     EXPECT_EQ(Items("\xef\xbb" + strFile), "unknown\n") << pszLocale;
-    // Anywhere else it is text.
+  }
+  std::setlocale(LC_CTYPE, "C");
+}
+
+TEST(LogParserTest, ByteOrderMarkBehindTheStartIsText) {
+  const std::string strMark = "\xef\xbb\xbf";
+  const std::string strFile = "RCS file: /repo/mod/a,v\n==========\n";
+  const std::string strItem = "file mod/a head= total=0 []\n";
+  for (const char* pszLocale : {"C", "C.UTF-8"}) {
+    std::setlocale(LC_CTYPE, pszLocale);
+    EXPECT_EQ(Items(strFile + strMark + strFile), strItem + "unknown\n") << pszLocale;
+    EXPECT_EQ(Items("\n" + strMark + strFile), "unknown\n") << pszLocale;
+    EXPECT_EQ(Items(strMark + strMark + strFile), "unknown\n") << pszLocale;
     EXPECT_EQ(Items("revision 1.5\ndate: 2005/01/02 10:11:12;  author: joe;  state: Exp;\n" + strMark +
                     "revision 1.6\n==========\n"),
               "revision 1.5 time=1104660672 author=joe state=0 [" + strMark + "revision 1.6]\n")

@@ -27,7 +27,7 @@ std::string RevisionText(const MCE::TChangeItemRecord& tItem) {
 
 std::string COpenProvider::Streams() const {
   std::string strText;
-  for (const TStreamInfo& tStream : m_atStreams) {
+  for (const TStreamInfo& tStream : m_oStreams) {
     strText += std::to_string(tStream.nID) + " " + Narrow(tStream.strName) + " below " +
                std::to_string(tStream.nParentID) + " [" +
                std::to_string(tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0)) + "," +
@@ -115,27 +115,10 @@ std::string ProviderTest::Log() const {
   return strLog.substr(std::min(strLog.size(), strFirst.size()));
 }
 
-void ProviderTest::FakeCvs(const std::string& strScript) {
-  const std::string strFolder = m_oFolder.Path().string();
-  WriteFile(CvsPath(), "#!/bin/sh\nfolder='" + strFolder +
-                           "'\n"
-                           "record() { { echo \"in $PWD\"; for a; do printf '[%s]\\n' \"$a\"; done; } "
-                           ">> \"$folder/calls\"; }\n"
-                           "count() { n=$(cat \"$folder/count\" 2>/dev/null || echo 0); "
-                           "echo $((n + 1)) > \"$folder/count\"; echo $n; }\n" +
-                           strScript + "\n");
-  std::filesystem::permissions(CvsPath(), std::filesystem::perms::owner_all);
+void ProviderTest::FakeCvs(const std::string& strScript, std::uint16_t nRepeatCount) {
+  m_oCvs.Make(strScript);
   Set(L"CVSPath", CvsPath().string());
-  m_oProvider.m_strCvsCommand = VCM::FromBytes("\"" + CvsPath().string() + "\"");
-}
-
-std::string ProviderTest::Calls() const {
-  const std::filesystem::path oCalls = m_oFolder / "calls";
-  std::string strCalls = std::filesystem::exists(oCalls) ? ReadFile(oCalls) : "";
-  const std::string strFolder = m_oFolder.Path().string();
-  for (std::size_t n = 0; (n = strCalls.find(strFolder, n)) != std::string::npos;)
-    strCalls.replace(n, strFolder.size(), "@");
-  return strCalls;
+  m_oProvider.m_oClient.SetCommand(VCM::FromBytes(CvsPath().string()), nRepeatCount);
 }
 
 bool ProviderTest::Search(const std::string& strLog) {
@@ -145,14 +128,6 @@ bool ProviderTest::Search(const std::string& strLog) {
   Set(L"ModuleName", "mod");
   Set(L"ReposPath", "/repo");
   return m_oProvider.SearchForStreams();
-}
-
-std::string ReadAll(wxInputStream* poStream) {
-  std::string strBytes;
-  char achBlock[4096];
-  while (poStream && poStream->Read(achBlock, sizeof achBlock).LastRead() > 0)
-    strBytes.append(achBlock, poStream->LastRead());
-  return strBytes;
 }
 
 }  // namespace TALVEK::TEST

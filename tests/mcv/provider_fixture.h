@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
 #include "mcv/cvs_provider.h"
 #include "tests/mcv/log_text.h"
 #include "tests/support/environment_scope.h"
+#include "tests/support/fake_cvs.h"
 #include "tests/support/temp_folder.h"
 
 namespace TALVEK::TEST {
@@ -24,22 +26,14 @@ class COpenProvider : public MCV::CProvider {
   /// The changes in the order of the walks, a line each: "Main 200 joe [work] a.c 1.2, b.c 1.4".
   std::string Changes();
 
-  using CProvider::m_astrExcludeTags;
-  using CProvider::m_astrIncludeTags;
-  using CProvider::m_bFileByFile;
-  using CProvider::m_bForceFileByFile;
-  using CProvider::m_bOwnInputStream;
-  using CProvider::m_nChangeTime;
-  using CProvider::m_nCmdRepeatCount;
-  using CProvider::m_oClientPath;
-  using CProvider::m_oProcess;
-  using CProvider::m_poInputStream;
-  using CProvider::m_strCvsCommand;
-  using CProviderBase::GetChangesLookedAt;
-  using CProviderBase::m_atStreams;
+  using CProvider::m_oCheckout;
+  using CProvider::m_oClient;
+  using CProvider::m_oLogSource;
+  using CProvider::m_oTagFilters;
   using CProviderBase::m_bFirstCapability;
   using CProviderBase::m_bSecondCapability;
   using CProviderBase::m_nChangesAdded;
+  using CProviderBase::m_oStreams;
   using CProviderBase::m_poDatabase;
   using CProviderBase::m_tCurrentStream;
 
@@ -59,25 +53,20 @@ class ProviderTest : public ::testing::Test {
   /// What the provider has logged so far, without the seconds and the line with which each log begins.
   std::string Log() const;
 
-  /// Makes a shell script the `cvs` client. It may call `record "$@"`, which appends the working directory
-  /// and the arguments to what Calls() shows, and `count`, which prints how often it has been run before.
-  void FakeCvs(const std::string& strScript);
-  /// What has been recorded: "in FOLDER" and then each argument in brackets, a line each. "@" stands for the
-  /// test's folder.
-  std::string Calls() const;
-  std::filesystem::path CvsPath() const { return m_oFolder / "bin/my cvs"; }
+  /// Makes a shell script the `cvs` client, see CFakeCvs.
+  void FakeCvs(const std::string& strScript, std::uint16_t nRepeatCount = 5);
+  std::string Calls() const { return m_oCvs.Calls(); }
+  std::filesystem::path CvsPath() const { return m_oCvs.Path(); }
 
   /// Searches for the streams in a saved log of the module "mod" below "/repo".
   bool Search(const std::string& strLog);
   bool Search(CLogText& oLog) { return Search(oLog.Text()); }
 
   CTempFolder m_oFolder;
+  CFakeCvs m_oCvs{m_oFolder.Path()};
   CTempFolder m_oTemporaryFiles;
   CEnvironmentScope m_oTmpDir{"TMPDIR", m_oTemporaryFiles.Path().string()};
   COpenProvider m_oProvider;
 };
-
-/// What is left in a stream, which may be null.
-std::string ReadAll(wxInputStream* poStream);
 
 }  // namespace TALVEK::TEST

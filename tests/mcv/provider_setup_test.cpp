@@ -7,7 +7,6 @@
 #include "core/file_system.h"
 #include "core/text_codec.h"
 #include "tests/mcv/provider_fixture.h"
-#include "tests/support/layout.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -22,16 +21,6 @@ std::string Bracketed(const VCM::CArray<VCM::CString>& astrTexts) {
   return strText;
 }
 
-/// A stream that counts how often one was deleted.
-class CCountedStream : public wxMemoryInputStream {
- public:
-  explicit CCountedStream(int& nDeleted) : wxMemoryInputStream("", 0), m_nDeleted(nDeleted) {}
-  ~CCountedStream() override { ++m_nDeleted; }
-
- private:
-  int& m_nDeleted;
-};
-
 TEST_F(ProviderSetupTest, IdentityIsThatOfCvs) {
   EXPECT_EQ(Narrow(m_oProvider.GetName()), "cvs");
   EXPECT_EQ(Narrow(m_oProvider.GetDisplayName()), "CVS");
@@ -40,26 +29,19 @@ TEST_F(ProviderSetupTest, IdentityIsThatOfCvs) {
   EXPECT_TRUE(m_oProvider.m_bSecondCapability);
 }
 
-TEST_F(ProviderSetupTest, MembersHaveTheirDefaults) {
-  EXPECT_EQ(m_oProvider.m_oClientPath.GetCount(), 0);
-  EXPECT_EQ(m_oProvider.m_poInputStream, nullptr);
-  EXPECT_FALSE(m_oProvider.m_bOwnInputStream);
-  EXPECT_EQ(m_oProvider.m_oProcess.GetStdOutputStream(), nullptr);
-  EXPECT_EQ(m_oProvider.m_oProcess.GetStdErrorStream(), nullptr);
-  EXPECT_TRUE(m_oProvider.m_astrExcludeTags.IsEmpty());
-  EXPECT_TRUE(m_oProvider.m_astrIncludeTags.IsEmpty());
-  EXPECT_TRUE(m_oProvider.m_strCvsCommand.IsEmpty());
-  EXPECT_EQ(m_oProvider.m_nChangeTime, 0u);
-  EXPECT_EQ(m_oProvider.m_nCmdRepeatCount, 5);
-  EXPECT_FALSE(m_oProvider.m_bFileByFile);
-  EXPECT_FALSE(m_oProvider.m_bForceFileByFile);
-}
-
-TEST_F(ProviderSetupTest, MembersStandInTheOrderOfTheirDeclaration) {
+TEST_F(ProviderSetupTest, PartsHaveTheirDefaults) {
   const COpenProvider& o = m_oProvider;
-  EXPECT_TRUE(AreInOrder({&o.m_oClientPath, &o.m_poInputStream, &o.m_bOwnInputStream, &o.m_oProcess,
-                          &o.m_astrExcludeTags, &o.m_astrIncludeTags, &o.m_strCvsCommand, &o.m_nChangeTime,
-                          &o.m_nCmdRepeatCount, &o.m_bFileByFile, &o.m_bForceFileByFile}));
+  EXPECT_EQ(o.m_oCheckout.GetClientPath().GetCount(), 0);
+  EXPECT_EQ(o.m_oCheckout.GetChangeTime(), 0u);
+  EXPECT_FALSE(o.m_oCheckout.IsFileByFile());
+  EXPECT_FALSE(o.m_oCheckout.IsForcedFileByFile());
+  EXPECT_EQ(o.m_oLogSource.GetInput(), nullptr);
+  EXPECT_FALSE(o.m_oLogSource.OwnsInput());
+  EXPECT_TRUE(o.m_oTagFilters.GetExclude().IsEmpty());
+  EXPECT_TRUE(o.m_oTagFilters.GetInclude().IsEmpty());
+  EXPECT_TRUE(o.m_oClient.GetCommand().IsEmpty());
+  EXPECT_EQ(o.m_oClient.GetRepeatCount(), 5);
+  EXPECT_EQ(o.m_oClient.GetOutput(), nullptr);
 }
 
 TEST_F(ProviderSetupTest, ProviderConstructedLastIsTheLiveInstance) {
@@ -70,77 +52,61 @@ TEST_F(ProviderSetupTest, TrunkIsCalledHeadInCvs) {
   EXPECT_EQ(std::wstring_view(MCV::PSZ_TRUNK_NAME), L"Head");
 }
 
-TEST_F(ProviderSetupTest, FiltersKeepBlanksAndEmptyPiecesButNoneBehindTheLastComma) {
-  const struct {
-    const char *pszValue, *pszExclude, *pszInclude;
-  } atCases[] = {
-      {"", "", "[*]"},
-      {"A", "[A]", "[A]"},
-      {"A, B", "[A][ B]", "[A][ B]"},
-      {"A,,B", "[A][][B]", "[A][][B]"},
-      {"A,", "[A]", "[A]"},
-      {"A,,", "[A]", "[A]"},
-      {",A", "[][A]", "[][A]"},
-      {",", "[]", "[]"},  // the tokenizer's way: delimiters alone are one empty token
-      {",,", "[]", "[]"},
-      {" ", "[ ]", "[ ]"},
-      {"\"A,B\"", "[\"A][B\"]", "[\"A][B\"]"},
-      {"REL*,*_?", "[REL*][*_?]", "[REL*][*_?]"},
-  };
-  for (const auto& tCase : atCases) {
-    Set(L"ExcludeTags", tCase.pszValue);
-    Set(L"IncludeTags", tCase.pszValue);
-    m_oProvider.GetTagFilters();
-    EXPECT_EQ(Bracketed(m_oProvider.m_astrExcludeTags), tCase.pszExclude) << tCase.pszValue;
-    EXPECT_EQ(Bracketed(m_oProvider.m_astrIncludeTags), tCase.pszInclude) << tCase.pszValue;
-  }
+TEST_F(ProviderSetupTest, FiltersComeFromTheProperties) {
+  m_oProvider.GetTagFilters();
+  EXPECT_EQ(Bracketed(m_oProvider.m_oTagFilters.GetExclude()), "");
+  EXPECT_EQ(Bracketed(m_oProvider.m_oTagFilters.GetInclude()), "[*]");
+  Set(L"ExcludeTags", "A,B");
+  Set(L"IncludeTags", "C");
+  m_oProvider.GetTagFilters();
+  EXPECT_EQ(Bracketed(m_oProvider.m_oTagFilters.GetExclude()), "[A][B]");
+  EXPECT_EQ(Bracketed(m_oProvider.m_oTagFilters.GetInclude()), "[C]");
 }
 
-TEST_F(ProviderSetupTest, EmptyFiltersIncludeAllAndExcludeNothing) {
-  m_oProvider.GetTagFilters();
-  EXPECT_EQ(Bracketed(m_oProvider.m_astrExcludeTags), "");
-  EXPECT_EQ(Bracketed(m_oProvider.m_astrIncludeTags), "[*]");
-  Set(L"ExcludeTags", "");
-  Set(L"IncludeTags", "");
-  m_oProvider.GetTagFilters();
-  EXPECT_EQ(Bracketed(m_oProvider.m_astrExcludeTags), "");
-  EXPECT_EQ(Bracketed(m_oProvider.m_astrIncludeTags), "[*]");
+TEST_F(ProviderSetupTest, SearchReadsTheExecutableAndTheRepeatCount) {
+  Set(L"LogFile", "/nonexistent/log");  // the search ends right after it has read them
+  EXPECT_FALSE(m_oProvider.SearchForStreams());
+  EXPECT_EQ(Narrow(m_oProvider.m_oClient.GetCommand()), "\"\"");
+  EXPECT_EQ(m_oProvider.m_oClient.GetRepeatCount(), 1);
+  Set(L"CVSPath", "/opt/my cvs");
+  Set(L"CmdRepeatCount", "70000");
+  EXPECT_FALSE(m_oProvider.SearchForStreams());
+  EXPECT_EQ(Narrow(m_oProvider.m_oClient.GetCommand()), "\"/opt/my cvs\"");
+  EXPECT_EQ(m_oProvider.m_oClient.GetRepeatCount(), 4464);
 }
 
-TEST_F(ProviderSetupTest, FiltersReadAgainReplaceTheOldOnes) {
-  Set(L"ExcludeTags", "A,B,C");
-  m_oProvider.GetTagFilters();
-  Set(L"ExcludeTags", "D");
-  m_oProvider.GetTagFilters();
-  EXPECT_EQ(Bracketed(m_oProvider.m_astrExcludeTags), "[D]");
-  EXPECT_EQ(Bracketed(m_oProvider.m_astrIncludeTags), "[*]");
+TEST_F(ProviderSetupTest, LogIsAskedForByTheProperties) {
+  FakeCvs("for a; do printf '[%s]\\n' \"$a\"; done");
+  Set(L"ReposPath", "/repo");
+  Set(L"ModuleName", "mod");
+  Set(L"StartDate", "2005-01-01");
+  Set(L"EndDate", "2006-01-01");
+  m_oProvider.GenerateLog();
+  EXPECT_EQ(ReadAll(m_oProvider.m_oLogSource.GetInput()),
+            "[-d]\n[/repo]\n[rlog]\n[-d]\n[2006-01-01>2005-01-01]\n[mod]\n");
+  WriteFile(m_oFolder / "saved.rlog", "saved");
+  Set(L"LogFile", (m_oFolder / "saved.rlog").string());
+  m_oProvider.GenerateLog();
+  EXPECT_EQ(ReadAll(m_oProvider.m_oLogSource.GetInput()), "saved");
+  m_oProvider.CleanUpLog();
+  EXPECT_EQ(m_oProvider.m_oLogSource.GetInput(), nullptr);
 }
 
-TEST_F(ProviderSetupTest, RepeatCountIsAtLeastOneAndHasSixteenBits) {
-  Set(L"LogFile", "/nonexistent/log");  // the search ends right after it has read the count
-  const struct {
-    const char* pszValue;
-    int nExpected;
-  } atCases[] = {{"0", 1},  {"", 1},         {"many", 1},  {"3", 3},      {" 4", 4},
-                 {"5x", 5}, {"70000", 4464}, {"65536", 1}, {"-1", 65535}, {"+2", 2}};
-  for (const auto& tCase : atCases) {
-    Set(L"CmdRepeatCount", tCase.pszValue);
-    EXPECT_FALSE(m_oProvider.SearchForStreams());
-    EXPECT_EQ(m_oProvider.m_nCmdRepeatCount, tCase.nExpected) << "\"" << tCase.pszValue << "\"";
-  }
+TEST_F(ProviderSetupTest, OutputOfACommandIsLeftInTheLogSource) {
+  FakeCvs("echo out $(count); printf 'caf\\303\\251 100%%s\\n' >&2; exit 1", 2);
+  EXPECT_FALSE(m_oProvider.ExecuteCommand(m_oProvider.m_oClient.GetCommand()));
+  EXPECT_EQ(ReadAll(m_oProvider.m_oLogSource.GetInput()), "out 1\n");
+  EXPECT_FALSE(m_oProvider.m_oLogSource.OwnsInput());
+  const std::string strLine = "    ** caf\xC3\xA9 100%s\n";
+  EXPECT_EQ(Log(), "Performing command \"" + CvsPath().string() + "\"\n" + strLine + strLine);
 }
 
-TEST_F(ProviderSetupTest, ExecutableIsAlwaysQuoted) {
-  Set(L"LogFile", "/nonexistent/log");
-  const struct {
-    const char *pszValue, *pszExpected;
-  } atCases[] = {
-      {"cvs", "\"cvs\""}, {"", "\"\""}, {"/opt/my cvs", "\"/opt/my cvs\""}, {"a\"b\\c", "\"a\\\"b\\\\c\""}};
-  for (const auto& tCase : atCases) {
-    Set(L"CVSPath", tCase.pszValue);
-    EXPECT_FALSE(m_oProvider.SearchForStreams());
-    EXPECT_EQ(Narrow(m_oProvider.m_strCvsCommand), tCase.pszExpected);
-  }
+TEST_F(ProviderSetupTest, ClosedLogTakesNothingAndTheCommandRunsAllTheSame) {
+  m_oProvider.OpenLog(false);
+  FakeCvs("record; echo error >&2");
+  EXPECT_TRUE(m_oProvider.ExecuteCommand(m_oProvider.m_oClient.GetCommand()));
+  EXPECT_EQ(Log(), "");
+  EXPECT_NE(Calls(), "");
 }
 
 TEST_F(ProviderSetupTest, MissingExecutableIsAWarning) {
@@ -172,63 +138,16 @@ TEST_F(ProviderSetupTest, ExistingExecutableIsNoWarning) {
   EXPECT_EQ(Calls(), "");
 }
 
-TEST_F(ProviderSetupTest, DatesAreInUtcWhateverTheLocalZone) {
-  const struct {
-    long long nSeconds;
-    const char* pszExpected;
-  } atCases[] = {{0, "1970/01/01 00:00:00"},
-                 {1237014309, "2009/03/14 07:05:09"},
-                 {2147483648LL, "2038/01/19 03:14:08"},
-                 {4294967295LL, "2106/02/07 06:28:15"},
-                 {-1, "1969/12/31 23:59:59"}};
-  const CEnvironmentScope oZone("TZ", "America/New_York");
-  for (const auto& tCase : atCases)
-    EXPECT_EQ(Narrow(m_oProvider.FormatUTCDateTime(tCase.nSeconds)), tCase.pszExpected);
-}
-
-TEST_F(ProviderSetupTest, OwnedStreamIsDeletedOnceHoweverOftenItIsCleared) {
-  int nDeleted = 0;
-  m_oProvider.m_poInputStream = new CCountedStream(nDeleted);
-  m_oProvider.m_bOwnInputStream = true;
-  m_oProvider.ClearInputStream();
-  m_oProvider.ClearInputStream();
-  EXPECT_EQ(nDeleted, 1);
-  EXPECT_EQ(m_oProvider.m_poInputStream, nullptr);
-  EXPECT_FALSE(m_oProvider.m_bOwnInputStream);
-}
-
-TEST_F(ProviderSetupTest, LentStreamIsForgottenAndNotDeleted) {
-  int nDeleted = 0;
-  {
-    CCountedStream oStream(nDeleted);
-    m_oProvider.m_poInputStream = &oStream;
-    m_oProvider.CleanUpLog();
-    EXPECT_EQ(nDeleted, 0);
-    EXPECT_EQ(m_oProvider.m_poInputStream, nullptr);
-  }
-}
-
-TEST_F(ProviderSetupTest, DestructionLeavesTheInputStreamAlone) {
-  int nDeleted = 0;
-  CCountedStream oStream(nDeleted);
-  {
-    COpenProvider oProvider;
-    oProvider.m_poInputStream = &oStream;
-    oProvider.m_bOwnInputStream = true;
-  }
-  EXPECT_EQ(nDeleted, 0);
-}
-
 TEST_F(ProviderSetupTest, InitialisingTakesTheFolderAndThePolicy) {
   Set(L"ForceFileByFile", "1");
-  EXPECT_FALSE(m_oProvider.m_bForceFileByFile);
+  EXPECT_FALSE(m_oProvider.m_oCheckout.IsForcedFileByFile());
   EXPECT_TRUE(m_oProvider.InitialiseClients(L"/some/client folder/"));
-  EXPECT_EQ(Narrow(m_oProvider.m_oClientPath.GeneratePath()), "/some/client folder");
-  EXPECT_TRUE(m_oProvider.m_bForceFileByFile);
+  EXPECT_EQ(Narrow(m_oProvider.m_oCheckout.GetClientPath().GeneratePath()), "/some/client folder");
+  EXPECT_TRUE(m_oProvider.m_oCheckout.IsForcedFileByFile());
   Set(L"ForceFileByFile", "0");
-  EXPECT_TRUE(m_oProvider.m_bForceFileByFile);
+  EXPECT_TRUE(m_oProvider.m_oCheckout.IsForcedFileByFile());
   EXPECT_TRUE(m_oProvider.InitialiseClients(L"relative"));
-  EXPECT_FALSE(m_oProvider.m_bForceFileByFile);
+  EXPECT_FALSE(m_oProvider.m_oCheckout.IsForcedFileByFile());
 }
 
 TEST_F(ProviderSetupTest, InitialisingFailsWhenTheFolderIsNoPath) {
@@ -236,14 +155,14 @@ TEST_F(ProviderSetupTest, InitialisingFailsWhenTheFolderIsNoPath) {
   for (const bool bForce : {true, false}) {
     Set(L"ForceFileByFile", bForce ? "1" : "0");
     EXPECT_FALSE(m_oProvider.InitialiseClients(VCM::CString(std::wstring_view(L"/a\0b", 4))));
-    EXPECT_EQ(m_oProvider.m_bForceFileByFile, bForce);
+    EXPECT_EQ(m_oProvider.m_oCheckout.IsForcedFileByFile(), bForce);
   }
 }
 
 TEST_F(ProviderSetupTest, EmptyClientFolderIsAPath) {
   EXPECT_TRUE(m_oProvider.InitialiseClients(L"/some/folder"));
   EXPECT_TRUE(m_oProvider.InitialiseClients(L""));
-  EXPECT_EQ(m_oProvider.m_oClientPath.GetCount(), 0);
+  EXPECT_EQ(m_oProvider.m_oCheckout.GetClientPath().GetCount(), 0);
 }
 
 TEST_F(ProviderSetupTest, NothingIsLeftToEnumerateOrToRemove) {

@@ -166,7 +166,7 @@ class SearchModelTest : public ::testing::Test {
 
   std::string BaseChanges() const {
     std::string strText;
-    for (const auto& tStream : m_oProvider.m_atStreams)
+    for (const auto& tStream : m_oProvider.m_oStreams)
       strText += std::to_string(tStream.nBaseChangeID) + " ";
     return strText;
   }

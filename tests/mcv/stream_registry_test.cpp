@@ -212,7 +212,7 @@ TEST_F(StreamRegistryTest, TreeIsPrintedDepthFirstAndIndentedByTwo) {
 TEST_F(StreamRegistryTest, TreeOfAnyDepthIsWalked) {
   m_oProvider.OpenLog(false);
   for (unsigned i = 1; i < 200000; ++i)
-    m_oProvider.m_atStreams.Add(
+    m_oProvider.m_oStreams.Add(
         MCE::CProvider::TStreamInfo(i + 1, i, VCM::CFilePath(), VCM::CFilePath(), L"S"));
   EXPECT_EQ(Logged([this] { m_oProvider.DumpStreamChildren(0, L""); }), "");
 }
@@ -252,7 +252,7 @@ class StreamLinkageTest : public StreamRegistryTest {
  protected:
   std::string BaseChanges() const {
     std::string strText;
-    for (const TStreamInfo& tStream : m_oProvider.m_atStreams)
+    for (const TStreamInfo& tStream : m_oProvider.m_oStreams)
       strText += Narrow(tStream.strName) + "=" + std::to_string(tStream.nBaseChangeID) + " ";
     return strText;
   }
@@ -299,7 +299,7 @@ TEST_F(StreamLinkageTest, ParentIsTheStreamWithThatIdWhereverItStands) {
     TStreamInfo tStream = Stream(nParentID, pszName, 3000);
     tStream.nID = nID;
     tStream.nBaseChangeID = 42;
-    m_oProvider.m_atStreams.Add(tStream);
+    m_oProvider.m_oStreams.Add(tStream);
   }
   EXPECT_EQ(Change(5, 1000), 1u);
   EXPECT_EQ(Change(9, 2000), 2u);

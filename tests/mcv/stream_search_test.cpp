@@ -342,7 +342,7 @@ TEST_F(StreamSearchTest, TagsAndOnlyTagsAreMarkedAsTags) {
   oLog.File("/repo/mod/b.c,v").Name("REL: 1.1.0.2").Name("BR: 1.1").Name("LAST: 1.1.0.4").At("1.1", 1000);
   ASSERT_TRUE(Search(oLog));
   std::string strTags, strOthers;
-  for (const auto& tStream : m_oProvider.m_atStreams) {
+  for (const auto& tStream : m_oProvider.m_oStreams) {
     const std::uint32_t nIsTag = tStream.oProps.GetNumber(MCE::STREAM_IS_TAG, 0);
     ASSERT_LE(nIsTag, 1u);
     (nIsTag == 1 ? strTags : strOthers) += Narrow(tStream.strName) + " ";
@@ -483,10 +483,10 @@ TEST_F(StreamSearchTest, NestingProposalTable) {
     m_oProvider.ResetStreams();
     ASSERT_TRUE(Search(oLog));
     std::string strTree;
-    for (int i = 1; i < m_oProvider.m_atStreams.GetCount(); ++i) {
-      const auto& tStream = m_oProvider.m_atStreams[i];
+    for (int i = 1; i < m_oProvider.m_oStreams.GetCount(); ++i) {
+      const auto& tStream = m_oProvider.m_oStreams[i];
       strTree += Narrow(tStream.strName) + "<" +
-                 Narrow(m_oProvider.m_atStreams[static_cast<int>(tStream.nParentID) - 1].strName) + " ";
+                 Narrow(m_oProvider.m_oStreams[static_cast<int>(tStream.nParentID) - 1].strName) + " ";
     }
     EXPECT_EQ(strTree, tCase.pszExpected);
   }
@@ -575,7 +575,7 @@ TEST_F(StreamSearchTest, LogThatBreaksOffFailsTheSearch) {
   Set(L"ModuleName", "mod");
   EXPECT_FALSE(m_oProvider.SearchForStreams());
   EXPECT_EQ(LogOfFiles(), "Failed to parse any files from rlog.\nFinished Parsing Log\nMain\n");
-  EXPECT_EQ(m_oProvider.m_poInputStream, nullptr);
+  EXPECT_EQ(m_oProvider.m_oLogSource.GetInput(), nullptr);
 }
 
 TEST_F(StreamSearchTest, EmptyLogIsReportedAndLeavesMain) {
@@ -638,8 +638,8 @@ TEST_F(StreamSearchTest, OutputOfAFailingClientIsReadAllTheSame) {
 
 TEST_F(StreamSearchTest, StreamIsReleasedAtTheEnd) {
   EXPECT_TRUE(Search(""));
-  EXPECT_EQ(m_oProvider.m_poInputStream, nullptr);
-  EXPECT_FALSE(m_oProvider.m_bOwnInputStream);
+  EXPECT_EQ(m_oProvider.m_oLogSource.GetInput(), nullptr);
+  EXPECT_FALSE(m_oProvider.m_oLogSource.OwnsInput());
 }
 
 TEST_F(StreamSearchTest, SearchStartsFromAnEmptyDatabase) {

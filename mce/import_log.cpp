@@ -1,0 +1,117 @@
+// Nothing may be said about a file that can't be written; the toolkit would tell the server's standard error,
+// hence the wxLogNull.
+
+#include "mce/import_log.h"
+
+#include <ctime>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include <wx/convauto.h>
+#include <wx/filename.h>
+#include <wx/log.h>
+#include <wx/txtstrm.h>
+
+#include "core/decimal.h"
+#include "core/text_codec.h"
+
+namespace TALVEK::MCE {
+
+namespace {
+
+// The hour's seconds only: enough to see how long a step took, whatever day the import ran.
+constexpr int SECONDS_PER_HOUR = 3600;
+
+}  // namespace
+
+/// The toolkit's text stream, with native line ends and UTF-8, and a way past its conversions: those copy a
+/// line character by character and take longer than all else that is done to write it.
+class CImportLog::CLineStream : public wxTextOutputStream {
+ public:
+  /// The stream is lent and must outlive this one.
+  explicit CLineStream(wxOutputStream& oOutput) : wxTextOutputStream(oOutput, wxEOL_NATIVE, wxConvAuto()) {}
+
+  /// Writes a line that is UTF-8 already and ends with a line feed, which is the native line end.
+  void WriteLine(std::string_view strBytes) { m_output.Write(strBytes.data(), strBytes.size()); }
+};
+
+VCM::CString MakeLogLine(VCM::CString strText, long long nNow) {
+  std::wstring strLine = strText.Release();
+  strLine.insert(0, L": ");
+  strLine.insert(0, VCM::CDecimal(nNow % SECONDS_PER_HOUR).View());
+  if (!strLine.ends_with(L'\n')) strLine += L'\n';
+  return VCM::CString(std::move(strLine));
+}
+
+CImportLog::CImportLog(const TReposView& oReposView) : m_oReposView(oReposView) {}
+
+CImportLog::~CImportLog() {
+  CloseFile();
+}
+
+void CImportLog::LogToConnection() {
+  m_bToConnection = true;
+  m_bOpen = true;
+}
+
+bool CImportLog::Open() {
+  if (m_bOpen) return false;
+  m_bOpen = true;
+
+  const wxLogNull oQuiet;
+  wxFileName oFile;
+  oFile.AssignTempFileName("Talvek");
+  const wxString strPath = oFile.GetFullPath();
+  m_strPath = VCM::CString(strPath.ToStdWstring());
+  // A log that was only paused has its file open still. It ends here: each of its lines has been flushed.
+  CloseFile();
+  m_poFile = std::make_unique<wxFFileOutputStream>(strPath, "wb");
+  // The toolkit's checks speak up when a file is written that isn't open; without a stream the lines are lost
+  // in silence.
+  if (m_poFile->IsOk()) m_poLines = std::make_unique<CLineStream>(*m_poFile);
+  return true;
+}
+
+void CImportLog::CloseFile() {
+  const wxLogNull oQuiet;
+  m_poLines.reset();
+  m_poFile.reset();
+}
+
+VCM::CString CImportLog::Close() {
+  CloseFile();
+  m_bOpen = false;
+  return m_strPath;
+}
+
+void CImportLog::WriteV(const wchar_t* pszFormat, std::va_list args) {
+  if (!m_bOpen) return;
+  m_strLastLine.FormatV(pszFormat, args);
+  m_strLastLine = MakeLogLine(std::move(m_strLastLine), std::time(nullptr));
+
+  if (m_poLines) {
+    const wxLogNull oQuiet;
+    m_poLines->WriteLine(VCM::ToUtf8(m_strLastLine));
+    m_poFile->GetFile()->Flush();
+  }
+  if (m_bToConnection && !m_oReposView.IsEmpty()) {
+    if (VRM::CConnection* poConnection = m_oReposView->GetConnection()) {
+      poConnection->Message(L"%s", m_strLastLine.c_str());
+    }
+  }
+}
+
+CLogSink::CLogSink(std::function<void(const VCM::CString& strText)> fnWrite)
+    : m_fnWrite(std::move(fnWrite)) {}
+
+void CLogSink::WriteLog(const wchar_t* pszFormat, ...) const {
+  VCM::CString strText;
+  std::va_list args;
+  va_start(args, pszFormat);
+  strText.FormatV(pszFormat, args);
+  va_end(args);
+  m_fnWrite(strText);
+}
+
+}  // namespace TALVEK::MCE

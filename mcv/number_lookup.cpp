@@ -1,0 +1,60 @@
+#include "mcv/number_lookup.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace TALVEK::MCV {
+
+namespace {
+
+/// The components in front of the first `nCount`, compared as CompareRevisions does, but equal ones are
+/// equal.
+bool IsBefore(const MCE::TCVSRevision& oLeft, const MCE::TCVSRevision& oRight, int nRightCount) {
+  return std::lexicographical_compare(oLeft.begin(), oLeft.end(), oRight.begin(),
+                                      oRight.begin() + nRightCount);
+}
+
+bool IsSame(const MCE::TCVSRevision& oLeft, const MCE::TCVSRevision& oRight, int nRightCount) {
+  return oLeft.GetCount() == nRightCount && oLeft.IsPrefixOf(oRight);
+}
+
+/// Index of the first element with the number made of the first `nCount` components of `oNumber`, or -1. A
+/// record that was filled by hand may be unsorted.
+template <class TItem>
+int FindNumber(const VCM::CArray<TItem>& atItems, const MCE::TCVSRevision& oNumber, int nCount) {
+  const auto fnSame = [&](const TItem& tItem) { return IsSame(tItem.oRevision, oNumber, nCount); };
+  const auto fnBefore = [&](const TItem& tItem) { return IsBefore(tItem.oRevision, oNumber, nCount); };
+  const auto it = atItems.IsUnsorted() ? std::find_if(atItems.begin(), atItems.end(), fnSame)
+                                       : std::partition_point(atItems.begin(), atItems.end(), fnBefore);
+  return it != atItems.end() && fnSame(*it) ? static_cast<int>(std::distance(atItems.begin(), it)) : -1;
+}
+
+}  // namespace
+
+const TRevInfo* FindRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision) {
+  const int nFound = FindNumber(tFile.atRevisions, oRevision, oRevision.GetCount());
+  return nFound < 0 ? nullptr : &tFile.atRevisions[nFound];
+}
+
+int FindTagOfRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision) {
+  return oRevision.IsEmpty() ? -1 : FindNumber(tFile.atTags, oRevision, oRevision.GetCount() - 1);
+}
+
+int CTagNesting::NextParent() {
+  const TTagInfo& tTag = m_tFile.atTags[m_nNext];
+  while (!m_anBeginnings.empty() && !Number(m_anBeginnings.back()).IsPrefixOf(tTag.oRevision))
+    m_anBeginnings.pop_back();
+
+  const int nCount = tTag.oRevision.GetCount();
+  const int nMaxCount = nCount - (tTag.bIsBranch ? 2 : 1);
+  const auto it = std::find_if(m_anBeginnings.rbegin(), m_anBeginnings.rend(),
+                               [&](int nTag) { return Number(nTag).GetCount() <= nMaxCount; });
+  const int nParent = nCount <= 3 || it == m_anBeginnings.rend() ? -1 : *it;
+
+  if (!m_anBeginnings.empty() && Number(m_anBeginnings.back()).GetCount() == nCount)
+    m_anBeginnings.pop_back();
+  m_anBeginnings.push_back(m_nNext++);
+  return nParent;
+}
+
+}  // namespace TALVEK::MCV

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "core/string.h"
+#include "mce/provider_base.h"
+#include "mce/stream_list.h"
+
+namespace TALVEK::MCV {
+
+/// The streams that the search finds: MCE::CStreamList, with its changes told to the import log while that is
+/// open. Numbers count from 1 in the order of the list, and the trunk is 1.
+///
+/// Owns     Nothing. The list and the engine, for its log, are lent.
+class CStreamRegistry {
+ public:
+  using TStreamInfo = MCE::CProvider::TStreamInfo;
+
+  CStreamRegistry(MCE::CStreamList& oStreams, MCE::CProviderBase& oEngine)
+      : m_oStreams(oStreams), m_oEngine(oEngine) {}
+
+  const MCE::CStreamList& GetList() const { return m_oStreams; }
+
+  /// Appends the stream; gives it the next ID.
+  void AddStream(TStreamInfo& tStream);
+  void AddTrunkStream();
+  /// Overwrites the stream that has this ID.
+  void UpdateStream(const TStreamInfo& tStream);
+  /// Copies the first stream of that name, without regard to case; leaves the record alone when there is
+  /// none.
+  bool GetStreamByName(const VCM::CString& strName, TStreamInfo& tStream) const;
+  /// False, and the record left alone, when the ID is beyond the list. 0 is no ID.
+  bool GetStreamByID(unsigned int nStreamID, TStreamInfo& tStream) const;
+
+  void LogStreamUpdate(const TStreamInfo& tStream, bool bAdding);
+  /// Logs the streams below a parent as an indented tree, the oldest of siblings first.
+  void DumpStreamChildren(unsigned int nParentID, const wchar_t* pszIndent);
+  /// Below, at or above 0: the left stream was made before, with or after the right one.
+  static int CompareCreationTime(const TStreamInfo* ptLeft, const TStreamInfo* ptRight);
+
+ private:
+  MCE::CStreamList& m_oStreams;
+  MCE::CProviderBase& m_oEngine;
+};
+
+}  // namespace TALVEK::MCV

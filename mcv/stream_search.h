@@ -1,0 +1,38 @@
+#pragma once
+
+#include "mce/provider_base.h"
+#include "mcv/file_enum.h"
+#include "mcv/stream_registry.h"
+
+namespace TALVEK::MCV {
+
+/// Makes streams of the symbolic names of files: finds each name's stream or adds one, chooses its parent and
+/// narrows the time at which it was made.
+///
+/// Shape    Files in the order of the log, with one working record for all of them: a name seen for the first
+///          time starts from whatever the record holds, so a new stream inherits the times of the stream that
+///          came before.
+/// Owns     Nothing. The registry, and the engine for its properties and log, are lent.
+class CStreamSearch {
+ public:
+  using TStreamInfo = MCE::CProvider::TStreamInfo;
+
+  /// With `bNested` a branch that sprouts from a branch hangs below that one, else all hang below the trunk.
+  CStreamSearch(CStreamRegistry& oStreams, MCE::CProviderBase& oEngine, bool bNested)
+      : m_oStreams(oStreams), m_oEngine(oEngine), m_bNested(bNested) {}
+
+  /// Takes one file's names. `tStream` is the working record.
+  void ProcessFileNames(const TFileInfo& tFile, TStreamInfo& tStream);
+
+ private:
+  unsigned int ProposeParent(const TFileInfo& tFile, int nParentTag) const;
+  void CreateStreamForTag(TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag,
+                          unsigned int nParentID);
+  bool MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, const TFileInfo& tFile);
+
+  CStreamRegistry& m_oStreams;
+  MCE::CProviderBase& m_oEngine;
+  bool m_bNested;
+};
+
+}  // namespace TALVEK::MCV
