@@ -5,15 +5,27 @@
 #include <utility>
 #include <vector>
 
-#include "core/capacity.h"
 #include "core/exceptions.h"
 
 namespace TALVEK::VCM {
 
+/// Capacity that an array or a map starts with, in elements; a full one doubles.
+inline constexpr int FIRST_CAPACITY = 16;
+
+/// The capacity after adding `nCount` elements one by one; 0 for no element.
+constexpr std::size_t GrownCapacity(std::size_t nCount) {
+  if (nCount == 0) return 0;
+  std::size_t nCapacity = FIRST_CAPACITY;
+  while (nCapacity < nCount)
+    nCapacity *= 2;
+  return nCapacity;
+}
+
 /// A dynamic array with a signed 32-bit count.
 ///
-/// Shape    The first element makes room for 16; a full array doubles. A copy has the room that its elements
-///          would have made if added to it.
+/// Shape    The first element makes the capacity 16; a full array doubles. A copy has the capacity that
+/// adding
+///          its elements one by one would have given.
 /// Errors   GetAt and operator[] throw EArrayIndexOutOfRange unless 0 <= index < count. Allocation may throw.
 /// Owns     Its elements, by value. A reference to an element is good until the next Add, RemoveAt, RemoveAll
 ///          or Sort.
@@ -62,8 +74,8 @@ class CArray {
     m_atItems.erase(m_atItems.begin() + static_cast<std::ptrdiff_t>(CheckIndex(nIndex)));
   }
 
-  /// Removes every element; `bFreeStorage` false keeps the room they took for the next ones. What Add has
-  /// marked as unsorted stays so.
+  /// Removes every element. `bFreeStorage` false keeps the storage for the next elements. IsUnsorted() stays
+  /// as it was.
   void RemoveAll(bool bFreeStorage) {
     m_atItems.clear();
     if (bFreeStorage) m_atItems.shrink_to_fit();

@@ -5,11 +5,12 @@
 namespace TALVEK::VCM {
 
 /// The lower-case form of one character, or the character itself: what towlower gives in a UTF-8 locale of
-/// Debian 12. The mapping is compiled in, so it is the same in every locale and with every C library: names
-/// that differ in case only must meet the same way wherever an import runs.
+/// Debian 12. The mapping is compiled in, so it is the same in every locale and with every C library: which
+/// names are equal without regard to case must not depend on where an import runs.
 inline wchar_t ToLower(wchar_t ch);
 
-/// ToLower beyond ASCII. Nearly all text is ASCII, and not worth a call for each character.
+/// ToLower for characters beyond ASCII. A function of its own, so that ASCII, which most text is, needs no
+/// call.
 TALVEK_CORE_API wchar_t ToLowerByTable(wchar_t ch);
 
 inline wchar_t ToLower(wchar_t ch) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Prints core/case_map_table.inc: the lower-case mapping of the C library's C.UTF-8 locale as ranges.
 
-Refresh (the mapping decides which names meet, so do it only on purpose, on Debian 12):
+Refresh (the mapping decides which names count as equal, so do it only on purpose, on Debian 12):
     python3 core/case_map_table.py > core/case_map_table.inc
 """
 

@@ -5,15 +5,15 @@
 
 #include "core/export.h"
 
-/// The server's side of a plug-in, as far as a plug-in sees it: a view of a repository that leads to the
-/// connection over which messages go to the administrator.
+/// What a plug-in sees of the server: a view of a repository, and through it the connection that shows
+/// messages to the administrator.
 
 namespace TALVEK::VRM {
 
-/// A connection to whoever watches. Implemented by the host.
+/// Shows messages to the administrator. The host implements it.
 class TALVEK_CORE_API CConnection {
  public:
-  virtual ~CConnection();
+  virtual ~CConnection() = default;
   /// One message, printf style ("%s" takes wide text). It ends with a line feed; the connection adds none.
   virtual void Message(const wchar_t* pszFormat, ...) = 0;
 };
@@ -21,8 +21,8 @@ class TALVEK_CORE_API CConnection {
 /// Something that messages can be sent to.
 class TALVEK_CORE_API CMsgTarget {
  public:
-  virtual ~CMsgTarget();
-  /// Null when nobody is connected. The target owns the connection, or lends it from its own owner.
+  virtual ~CMsgTarget() = default;
+  /// Null when nobody is connected. The caller must not delete the connection.
   virtual CConnection* GetConnection() const = 0;
 };
 
@@ -31,10 +31,7 @@ class TALVEK_CORE_API CMsgTarget {
 namespace TALVEK::VRO {
 
 /// The host's view of the repository into which an import goes.
-class TALVEK_CORE_API CReposView : public VRM::CMsgTarget {
- public:
-  ~CReposView() override;
-};
+class TALVEK_CORE_API CReposView : public VRM::CMsgTarget {};
 
 }  // namespace TALVEK::VRO
 

@@ -9,8 +9,8 @@
 
 namespace TALVEK::VCM {
 
-/// A number in plain decimal as wide text, which std::to_chars doesn't make, and std::to_wstring only by way
-/// of printf and in ten times the time.
+/// A decimal number as wide text. std::to_chars makes narrow text only, and std::to_wstring takes ten times
+/// as long.
 class CDecimal {
  public:
   explicit CDecimal(std::intmax_t nNumber) {

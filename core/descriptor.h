@@ -8,8 +8,8 @@
 
 namespace TALVEK::VCM {
 
-/// Owns one open file descriptor, or none (-1). Closing keeps errno, so that the error that made a caller
-/// give up is still there when its descriptors have gone.
+/// Owns one open file descriptor, or none (-1). Closing keeps errno: a caller that gives up because of an
+/// error can still read it after its descriptors were closed.
 class CDescriptor {
  public:
   CDescriptor() = default;
@@ -37,9 +37,10 @@ class CDescriptor {
   int m_nDescriptor = -1;
 };
 
-/// For the start of a program. One that is started without a standard descriptor would open some file of its
-/// own in its place, such as the import database, and write its output or its messages into it. Afterwards
-/// output to a missing one fails.
+/// Opens /dev/null for each standard descriptor that isn't open. Call it at the start of a program. Without
+/// it the next file that the program opens, such as the import database, would get that descriptor's number,
+/// and messages would be written into it. They are refused instead, because /dev/null is open for reading
+/// only.
 inline void OpenStandardDescriptors() {
   for (int nDescriptor = STDIN_FILENO; nDescriptor <= STDERR_FILENO; ++nDescriptor) {
     // open() takes the lowest number that is free, and those below are taken.

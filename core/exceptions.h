@@ -8,8 +8,7 @@
 
 namespace TALVEK::VCM {
 
-/// Base of the core library's exceptions. Default visibility: a type thrown in one module is caught in
-/// another.
+/// Base of the core library's exceptions. Exported, because what one module throws another one catches.
 class TALVEK_CORE_API EBaseException : public std::exception {
  public:
   ~EBaseException() override;
@@ -21,7 +20,7 @@ class TALVEK_CORE_API EBaseException : public std::exception {
   mutable std::string m_strWhat;
 };
 
-/// Common to both index errors: a message built from the offending index.
+/// Base of both index errors: builds the message from the bad index.
 class TALVEK_CORE_API EIndexOutOfRange : public EBaseException {
  public:
   EIndexOutOfRange(const wchar_t* pszFormat, int nIndex);

@@ -1,4 +1,4 @@
 #pragma once
 
-/// Marks what libtalvek-core shows to the programs and plug-ins that link it; all else stays hidden.
+/// Exports a class or a function from libtalvek-core. Everything else is hidden.
 #define TALVEK_CORE_API __attribute__((visibility("default")))

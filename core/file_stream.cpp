@@ -44,8 +44,8 @@ CFileReadStream::~CFileReadStream() {
 }
 
 std::size_t CFileReadStream::OnSysRead(void* pBuffer, std::size_t nBytes) {
-  // An error stays until Reset: the toolkit asks on after one, and an end of file met later would pass a
-  // damaged input off as a whole one.
+  // An error stays until Reset. The toolkit reads on after an error; if it then met the end of the file, a
+  // damaged input would look whole.
   if (m_lasterror == wxSTREAM_READ_ERROR) return 0;
   ssize_t nRead = -1;
   if (m_nDescriptor >= 0) {
@@ -71,7 +71,7 @@ bool CFileWriteStream::Open(const VCM::CString& strPath, int nMode, unsigned nFl
   std::string strSystemPath;
   const bool bKnownMode = nMode == MODE_EXISTING || nMode == MODE_CREATE;
   if (!bKnownMode || nFlags != 0 || !VCM::ToSystemPath(strPath, strSystemPath)) return false;
-  // O_NONBLOCK: opening a named pipe that nobody reads fails instead of waiting for ever.
+  // O_NONBLOCK: opening a named pipe that nobody reads fails, where it would otherwise wait for a reader.
   const int nCommon = O_WRONLY | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   const int nCreation = nMode == MODE_CREATE ? O_CREAT | O_TRUNC : 0;
   m_nDescriptor = ::open(strSystemPath.c_str(), nCommon | nCreation, 0666);
@@ -98,7 +98,7 @@ bool CFileWriteStream::SetModificationTime(const VCM::CTimestamp& oTime) {
 }
 
 bool CFileWriteStream::Close() {
-  // Linux releases the descriptor whatever close answers: it must not be called again.
+  // Linux frees the descriptor even when close fails, so close must not be called twice.
   return !IsOpen() || ::close(std::exchange(m_nDescriptor, -1)) == 0;
 }
 

@@ -17,7 +17,7 @@ namespace TALVEK::VFH {
 class TALVEK_CORE_API CFileReadStream : public wxInputStream {
  public:
   explicit CFileReadStream(const VCM::CString& strPath);
-  /// Takes over an open descriptor, read from where it stands.
+  /// Takes over an open descriptor and reads from its current position.
   explicit CFileReadStream(int nDescriptor);
   ~CFileReadStream() override;
 
@@ -44,15 +44,14 @@ class TALVEK_CORE_API CFileWriteStream {
   CFileWriteStream(const CFileWriteStream&) = delete;
   CFileWriteStream& operator=(const CFileWriteStream&) = delete;
 
-  /// Never follows a symbolic link at the path itself. `nFlags` is kept for the server's library and must be
-  /// 0.
+  /// Refuses a path that is a symbolic link. `nFlags` belongs to the server's interface and must be 0.
   bool Open(const VCM::CString& strPath, int nMode, unsigned nFlags);
   bool IsOpen() const { return m_nDescriptor >= 0; }
   /// True when every byte was written.
   bool Write(const void* pBytes, std::size_t nBytes);
   /// Sets modification and access time to whole seconds.
   bool SetModificationTime(const VCM::CTimestamp& oTime);
-  /// False when the last bytes couldn't be written.
+  /// False when the system reports now that earlier bytes couldn't be written.
   bool Close();
 
  private:

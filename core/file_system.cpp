@@ -25,8 +25,8 @@ mode_t GetMode(const CString& strPath) {
   return tStatus.st_mode;
 }
 
-/// A regular file held by a descriptor that names it without opening it: no read permission is needed, and
-/// what is looked at is what is changed, whatever happens to the path in between.
+/// A regular file, held by an O_PATH descriptor. Such a descriptor needs no read permission, and the file
+/// that was checked is the one that is changed, even if its path is replaced in between.
 class CHeldFile {
  public:
   explicit CHeldFile(const CString& strPath) {
@@ -77,7 +77,7 @@ bool RemoveFile(const CString& strPath) {
 
 bool MakeFileWritable(const CString& strPath, bool* pbWasReadOnly) {
   const CHeldFile oFile(strPath);
-  // By the mode bits, not by trying: for root every file can be written.
+  // The permission bits decide: trying to write would tell nothing, because root may write every file.
   const bool bReadOnly = oFile.IsHeld() && !(oFile.GetPermissions() & S_IWUSR);
   if (pbWasReadOnly) *pbWasReadOnly = bReadOnly;
   return oFile.IsHeld() && oFile.SetPermissions(oFile.GetPermissions() | S_IWUSR);
@@ -101,8 +101,8 @@ CWorkingFolderScope::~CWorkingFolderScope() {
   const CDescriptor oPrevious(m_nPreviousFolder);
   if (!m_bEntered) return;
   const int nError = errno;
-  // A folder that was left can be entered again unless its permissions were taken away meanwhile, and then
-  // there is nowhere better to go.
+  // This fails only when the folder's permissions were taken away meanwhile. The process stays where it is
+  // then.
   [[maybe_unused]] const int nIgnored = ::fchdir(oPrevious.Get());
   errno = nError;
 }

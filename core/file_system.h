@@ -3,20 +3,20 @@
 #include "core/export.h"
 #include "core/string.h"
 
-/// Files and folders by wide path. Paths become bytes as core/text_codec.h says, so a name in any encoding
-/// reaches the file it names; a path with a NUL within names nothing.
+/// Files and folders by wide path. ToSystemPath (core/text_codec.h) makes bytes of a path, so that files with
+/// names in any encoding are found. A path that contains a NUL names no file.
 namespace TALVEK::VCM {
 
 TALVEK_CORE_API bool FileExists(const CString& strPath);
 TALVEK_CORE_API bool FolderExists(const CString& strPath);
-/// Creates one folder with permissions `nMode` before the process mask. False when that fails, also when it
-/// is there already; errno says why.
+/// Creates one folder with the permissions `nMode` less the process's umask. False when that fails, also when
+/// the folder exists already; errno says why.
 TALVEK_CORE_API bool CreateFolder(const CString& strPath, unsigned nMode);
-/// False when there is nothing to remove or it can't be removed.
+/// False when there is no such file, or it can't be removed.
 TALVEK_CORE_API bool RemoveFile(const CString& strPath);
 
 /// Gives the owner write permission on a regular file (never through a symbolic link). False when there is no
-/// such file. `pbWasReadOnly`, if given, tells whether the owner had no write permission before.
+/// such file. `*pbWasReadOnly`, if given, becomes true when the owner had no write permission before.
 TALVEK_CORE_API bool MakeFileWritable(const CString& strPath, bool* pbWasReadOnly = nullptr);
 /// Takes every write permission from a regular file.
 TALVEK_CORE_API bool MakeFileReadOnly(const CString& strPath);
@@ -25,16 +25,16 @@ TALVEK_CORE_API bool MakeFileReadOnly(const CString& strPath);
 class TALVEK_CORE_API CWorkingFolderScope {
  public:
   explicit CWorkingFolderScope(const CString& strFolder);
-  /// Goes back to where the process was, even if that folder has been renamed meanwhile.
+  /// Returns to the former folder, even if it has been renamed meanwhile.
   ~CWorkingFolderScope();
   CWorkingFolderScope(const CWorkingFolderScope&) = delete;
   CWorkingFolderScope& operator=(const CWorkingFolderScope&) = delete;
 
-  /// False when the folder can't be entered; the working directory is then what it was.
+  /// False when the folder can't be entered; the working directory hasn't changed then.
   bool HasEntered() const { return m_bEntered; }
 
  private:
-  int m_nPreviousFolder = -1;  // a descriptor: a path could have been renamed
+  int m_nPreviousFolder = -1;  // a descriptor, which stays valid when the folder is renamed
   bool m_bEntered = false;
 };
 

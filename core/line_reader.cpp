@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t BLOCK_BYTES = 64UL * 1024;
 constexpr std::size_t WIDE_CHARACTERS = 4096;
 
-/// Where the byte is at or after `nStart`; the size for nowhere.
+/// Position of the first such byte at or after `nStart`; the size when there is none.
 std::size_t FindByte(std::string_view strBytes, char chWanted, std::size_t nStart) {
   return std::min(strBytes.find(chWanted, nStart), strBytes.size());
 }
@@ -61,8 +61,8 @@ void CLineReader::ReleaseLongLine() {
   m_strLine.Release();
 }
 
-/// Where in the buffer the next \n or \r is; m_nFilled when there is none. Each is remembered until it is
-/// passed: a block whose lines all end in \n is searched for \r once, not once a line.
+/// Position of the next \n or \r in the buffer; m_nFilled when there is none. Both are remembered until they
+/// are passed: a block whose lines all end in \n is searched for \r once, not once a line.
 std::size_t CLineReader::FindLineEnd() {
   const std::string_view strFilled(m_strBuffer.data(), m_nFilled);
   if (m_nLineFeed < m_nPosition) m_nLineFeed = FindByte(strFilled, '\n', m_nPosition);
@@ -70,7 +70,8 @@ std::size_t CLineReader::FindLineEnd() {
   return std::min(m_nLineFeed, m_nReturn);
 }
 
-/// The line that ends at `nLineEnd` in the buffer, and may have begun in an earlier block.
+/// The line that ends at `nLineEnd` in the buffer. Its beginning may be in m_strLineBytes, from earlier
+/// blocks.
 std::wstring_view CLineReader::DecodeLine(std::size_t nLineEnd) {
   const std::size_t nLength = nLineEnd - m_nPosition;
   const std::string_view strBytes(m_strBuffer.data() + m_nPosition, nLength);
@@ -80,8 +81,8 @@ std::wstring_view CLineReader::DecodeLine(std::size_t nLineEnd) {
   return {m_strWide.data() + (m_nPosition - m_nWideStart), nLength};
 }
 
-/// Lines are short, and nearly all are ASCII: many together are checked and widened at a fraction of the
-/// cost.
+/// Decodes the next bytes as far as they are ASCII, at most WIDE_CHARACTERS: doing so for many short lines at
+/// once is much faster than for each line.
 void CLineReader::WidenAhead() {
   const std::size_t nAhead = std::min(m_nFilled - m_nPosition, m_strWide.size());
   m_nWideStart = m_nPosition;
@@ -97,7 +98,7 @@ bool CLineReader::FillBuffer() {
   m_nPosition = m_nFilled = m_nWideStart = m_nWideEnd = 0;
   if (m_bInputEnded) return false;
   m_nFilled = m_poInput->Read(m_strBuffer.data(), m_strBuffer.size()).LastRead();
-  // A stream that failed is not asked again: it might go on behind a gap.
+  // A stream that failed is not read again: it could continue behind a gap.
   m_bInputEnded = m_nFilled == 0 || !m_poInput->IsOk();
   const std::string_view strFilled(m_strBuffer.data(), m_nFilled);
   m_nLineFeed = FindByte(strFilled, '\n', 0);

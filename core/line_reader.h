@@ -20,8 +20,7 @@ namespace TALVEK::VCM {
 ///          locale can't decode; this one reads blocks.
 class TALVEK_CORE_API CLineReader {
  public:
-  /// A line of `nMostBytes` or more comes in pieces: what reads words for a log needn't hold a gigabyte of
-  /// them.
+  /// A line of `nMostBytes` or more is returned in pieces, so that nobody has to hold a line of a gigabyte.
   explicit CLineReader(wxInputStream* poInput, std::size_t nMostBytes = std::string::npos);
 
   /// True when no further line will come: the stream is at its end (or failed) and nothing is left over.
@@ -40,20 +39,21 @@ class TALVEK_CORE_API CLineReader {
   bool HasHeldLongLine() const { return m_strLineBytes.capacity() > MOST_KEPT_BYTES; }
   void ReleaseLongLine();
 
-  // A line that is far longer than others would else hold its memory, four bytes for each of its characters
-  // and two more, as long as there are lines.
+  // Larger buffers are freed before the next line. One very long line would otherwise keep its memory, six
+  // bytes a character, until the end of the input.
   static constexpr std::size_t MOST_KEPT_BYTES = 1024UL * 1024;
 
   wxInputStream* m_poInput;
   std::size_t m_nMostBytes;
   std::string m_strBuffer;
-  std::size_t m_nPosition = 0;  // of the first byte not handed out yet
+  std::size_t m_nPosition = 0;  // of the first byte that hasn't been returned
   std::size_t m_nFilled = 0;    // bytes of the buffer that hold input
-  // The next \n and the next \r, m_nFilled for none; not known when before m_nPosition.
+  // Positions of the next \n and of the next \r; m_nFilled when there is none. Unknown when below
+  // m_nPosition.
   std::size_t m_nLineFeed = 0;
   std::size_t m_nReturn = 0;
-  // The buffer's bytes from m_nWideStart to m_nWideEnd as text. They are all ASCII; so a line between them
-  // needn't be looked at again.
+  // The buffer's bytes from m_nWideStart to m_nWideEnd as text. They are all ASCII, so a line among them is
+  // decoded already.
   std::wstring m_strWide;
   std::size_t m_nWideStart = 0;
   std::size_t m_nWideEnd = 0;

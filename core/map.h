@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "core/capacity.h"
+#include "core/array.h"
 #include "core/exceptions.h"
 
 namespace TALVEK::VCM {
@@ -13,8 +13,8 @@ namespace TALVEK::VCM {
 /// Key/value pairs kept sorted by key and searched by bisection.
 ///
 /// Shape    Keys are unique and ordered by their `<` (for CString: ordinal, with regard to case).
-///          Room for 16 pairs at first; a full map doubles. A copy has 16, doubled as often as its pairs
-///          need.
+///          Capacity 16 at first; a full map doubles. A copy has the smallest of these capacities that its
+///          pairs fit in.
 /// Errors   GetKeyAt, GetValueAt and RemoveAt throw EMapIndexOutOfRange unless 0 <= index < count.
 /// Owns     Keys and values, by value.
 template <class K, class V>

@@ -33,9 +33,9 @@ void AppendLength(std::string& strOut, std::size_t nLength) {
   strOut.push_back(static_cast<char>(nLength));
 }
 
-/// Only the shortest form passes: the same set has one encoding.
+/// Accepts the shortest form only, so that a set has one encoding.
 bool TakeLength(std::string_view& strBytes, std::size_t& nLength) {
-  constexpr unsigned LIMIT = 56;  // bits; no text is longer, and nothing is shifted out
+  constexpr unsigned LIMIT = 56;  // bits: more than any length has, and few enough to shift
   nLength = 0;
   for (unsigned nShift = 0; nShift < LIMIT && !strBytes.empty(); nShift += 7) {
     const auto nByte = static_cast<unsigned char>(strBytes[0]);
@@ -122,8 +122,9 @@ bool CProperties::Decode(std::string_view strBytes) {
   return true;
 }
 
-/// Takes one entry off the front into the place `nIndex`. Entries that are there are used again: sets are
-/// decoded one after the other, and most are alike.
+/// Decodes the first entry of `strBytes` into place `nIndex`, and removes it from `strBytes`. An entry in
+/// that place is overwritten, which saves allocations: sets are decoded one after another, and most have the
+/// same size.
 bool CProperties::DecodeEntry(std::string_view& strBytes, std::size_t nIndex) {
   std::string_view strNumber;
   std::string_view strValue;

@@ -16,7 +16,7 @@ namespace TALVEK::VCM {
 ///
 /// Shape    Property numbers are 16-bit and unique. A number is stored as 4 bytes, most significant first; a
 ///          text as EncodeStored (core/text_codec.h) gives it.
-/// Errors   Reads of an absent property are false and leave the result alone.
+/// Errors   Reading an absent property returns false and leaves the result unchanged.
 class TALVEK_CORE_API CProperties {
  public:
   bool IsEmpty() const { return m_atEntries.empty(); }
@@ -40,7 +40,7 @@ class TALVEK_CORE_API CProperties {
 
   /// The whole set as bytes, appended to `strOut`: the same set gives the same bytes.
   void Encode(std::string& strOut) const;
-  /// Reads the whole of what Encode wrote; false (and empty) when `strBytes` is anything else.
+  /// Reads what Encode wrote, all of it. False, and the set empty, when `strBytes` is anything else.
   bool Decode(std::string_view strBytes);
 
   bool operator==(const CProperties&) const = default;
@@ -52,7 +52,7 @@ class TALVEK_CORE_API CProperties {
   const std::string* Find(std::uint16_t nProperty) const;
   void Put(std::uint16_t nProperty, std::string strBytes);
 
-  // Sorted by number. Sets hold one or two entries, so a plain vector beats every map.
+  // Sorted by number. Sets hold one or two entries, so a vector is faster than a map.
   std::vector<TEntry> m_atEntries;
 };
 

@@ -9,7 +9,7 @@ namespace TALVEK::VCM {
 
 namespace {
 
-/// `nValue` moved into 0 to `nLimit`.
+/// `nValue`, or the nearest number from 0 to `nLimit`.
 std::size_t Clip(int nValue, std::size_t nLimit) {
   return nValue < 0 ? 0 : std::min(static_cast<std::size_t>(nValue), nLimit);
 }
@@ -24,13 +24,10 @@ bool EqualNoCase(wchar_t chLeft, wchar_t chRight) {
 
 }  // namespace
 
-// Neither text lies in the other, so that many characters are copied at a time.
 void CString::AssignLatin1(std::string_view strBytes) {
   m_strText.resize(strBytes.size());
-  const char* __restrict pFrom = strBytes.data();
-  wchar_t* __restrict pTo = m_strText.data();
-  for (std::size_t i = 0; i < strBytes.size(); ++i)
-    pTo[i] = static_cast<unsigned char>(pFrom[i]);
+  std::transform(strBytes.begin(), strBytes.end(), m_strText.begin(),
+                 [](char chByte) { return static_cast<unsigned char>(chByte); });
 }
 
 CString& CString::operator+=(const CString& strOther) {
@@ -65,11 +62,6 @@ int CString::CompareNoCase(std::wstring_view strOther) const {
 
 bool CString::EqualsNoCase(std::wstring_view strOther) const {
   return VCM::EqualsNoCase(View(), strOther);
-}
-
-bool CString::StartsNoCase(std::wstring_view strOther, int nCount) const {
-  const std::size_t nLength = Clip(nCount, std::wstring_view::npos);
-  return VCM::EqualsNoCase(View().substr(0, nLength), strOther.substr(0, nLength));
 }
 
 int CString::Find(wchar_t chWanted, int nStart) const {

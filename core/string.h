@@ -16,13 +16,15 @@ namespace TALVEK::VCM {
 /// A character U+DC80 to U+DCFF stands for one input byte 80 to FF that was no text in the locale's encoding;
 /// see core/text_codec.h, which turns bytes into text and back without loss.
 ///
-/// Errors   Indexes are clipped, searches answer -1; only allocation throws.
+/// Errors   An index or count outside the text is moved to its nearest end. A search that finds nothing
+/// returns
+///          -1. Only allocation throws.
 /// Case     "NoCase" and MakeLower map character by character, the same in every locale (core/case_map.h).
 class TALVEK_CORE_API CString {
  public:
   CString() = default;
   CString(const wchar_t* pszText)
-      : m_strText(pszText ? pszText : L"") {}  // NOLINT: text literals are CStrings
+      : m_strText(pszText ? pszText : L"") {}  // not explicit: a literal can stand for a CString
   explicit CString(std::wstring_view strText) : m_strText(strText) {}
   explicit CString(std::wstring&& strText) : m_strText(std::move(strText)) {}
 
@@ -36,7 +38,7 @@ class TALVEK_CORE_API CString {
   void Assign(std::wstring_view strText) { m_strText.assign(strText); }
   /// Each byte becomes the character of that number.
   void AssignLatin1(std::string_view strBytes);
-  /// Gives the text away with its storage, and leaves this one empty.
+  /// Moves the text out, and leaves this one empty.
   std::wstring Release() { return std::exchange(m_strText, {}); }
   CString& operator+=(const CString& strOther);
   CString& operator+=(std::wstring_view strOther);
@@ -50,9 +52,6 @@ class TALVEK_CORE_API CString {
   /// < 0, 0, > 0.
   int CompareNoCase(std::wstring_view strOther) const;
   bool EqualsNoCase(std::wstring_view strOther) const;
-  /// True when the first `nCount` characters of both are equal without regard to case. A text shorter than
-  /// that is taken whole, so it equals only a text whose first `nCount` characters are the same few.
-  bool StartsNoCase(std::wstring_view strOther, int nCount) const;
 
   /// Index of the first occurrence at or after `nStart`, or -1.
   int Find(wchar_t chWanted, int nStart = 0) const;

@@ -1,9 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
 #include <string_view>
-#include <vector>
+#include <unordered_set>
 
 #include "core/export.h"
 #include "core/string.h"
@@ -12,12 +11,12 @@ namespace TALVEK::VCM {
 
 /// One text of a CStringPool. Copying it copies a pointer. Default: the empty text.
 ///
-/// Lifetime  Good as long as the pool that gave it out.
+/// Lifetime  Valid as long as the pool that returned it.
 class TALVEK_CORE_API CStringRef {
  public:
   CStringRef() = default;
   const CString& GetText() const { return m_pText ? *m_pText : EmptyText(); }
-  operator const CString&() const { return GetText(); }  // NOLINT: stands wherever the text itself could
+  operator const CString&() const { return GetText(); }  // not explicit: can stand for the text itself
   bool IsEmpty() const { return GetText().IsEmpty(); }
 
  private:
@@ -30,7 +29,7 @@ class TALVEK_CORE_API CStringRef {
 
 /// Interned texts: equal texts are stored once.
 ///
-/// Owns     Every text, until the pool is destroyed. Not copyable: references point into it.
+/// Owns     Every text, until the pool is destroyed. Not copyable, because references point into it.
 class TALVEK_CORE_API CStringPool {
  public:
   CStringPool() = default;
@@ -42,19 +41,21 @@ class TALVEK_CORE_API CStringPool {
   int GetCount() const { return static_cast<int>(m_astrTexts.size()); }
 
  private:
-  /// A place of the hash table; empty without a text.
-  struct TSlot {
-    std::size_t nHash = 0;
-    const CString* pText = nullptr;
+  // Both take a view, so that a text that is there is found without a copy of it.
+  struct THash {
+    using is_transparent = void;
+    std::size_t operator()(std::wstring_view strText) const;
+    std::size_t operator()(const CString& strText) const { return operator()(strText.View()); }
+  };
+  struct TEqual {
+    using is_transparent = void;
+    bool operator()(std::wstring_view strLeft, const CString& strRight) const {
+      return strLeft == strRight.View();
+    }
+    bool operator()(const CString& strLeft, const CString& strRight) const { return strLeft == strRight; }
   };
 
-  TSlot& FindSlot(std::wstring_view strText, std::size_t nHash);
-  void Grow();
-
-  std::deque<CString> m_astrTexts;  // a deque never moves its elements
-  // A power of two, at least twice as many as texts. A search mostly ends at the first slot that it looks at,
-  // and looks at no text but an equal one; a chain of nodes would have it wait for memory three times.
-  std::vector<TSlot> m_atSlots;
+  std::unordered_set<CString, THash, TEqual> m_astrTexts;  // never moves its elements
 };
 
 }  // namespace TALVEK::VCM

@@ -32,18 +32,19 @@ constexpr bool IsAscii(char chByte) {
   return static_cast<unsigned char>(chByte) < 0x80;
 }
 
-/// How many characters at the start of `strText` are ASCII: nearly always all of them.
+/// Number of ASCII characters at the start of `strText`. Nearly always they are all.
 template <class TChar>
 std::size_t AsciiLength(std::basic_string_view<TChar> strText) {
   const auto itEnd = std::find_if_not(strText.begin(), strText.end(), [](TChar ch) { return IsAscii(ch); });
   return static_cast<std::size_t>(itEnd - strText.begin());
 }
 
-/// Decodes what `pfnDecode(bytes, ch)` takes (it returns a length, 0 for refused); escapes the other bytes.
+/// Decodes by `pfnDecode(bytes, ch)`, which returns the length of the first character, 0 when it can't decode
+/// it. A byte that can't be decoded becomes its escape.
 template <class TDecode>
 void DecodeInto(std::string_view strBytes, CString& strOut, TDecode pfnDecode) {
   std::wstring strText = strOut.Release();
-  strText.resize(strBytes.size());  // no encoding needs more than one character for a byte
+  strText.resize(strBytes.size());  // a byte becomes one character at most
   wchar_t* pOut = strText.data();
   while (true) {
     const std::size_t nAscii = WidenAscii(strBytes, pOut);
@@ -95,7 +96,7 @@ std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut) {
   return nLength;
 }
 
-// The encodings that Debian's locales use extend ASCII, so only the bytes from 80 on are asked for.
+// The encodings of Debian's locales extend ASCII, so only the bytes from 80 on are decoded by them.
 void DecodeBytes(std::string_view strBytes, CString& strOut) {
   const CLocaleCodec oCodec;
   DecodeInto(strBytes, strOut,
@@ -137,8 +138,7 @@ std::string ToUtf8(const CString& strText) {
 }
 
 std::size_t Utf8Size(const CString& strText) {
-  return AsciiLength(strText.View()) == strText.View().size() ? strText.View().size()
-                                                              : ToUtf8(strText).size();
+  return ToUtf8(strText).size();
 }
 
 void EncodeStored(std::wstring_view strText, std::string& strOut) {

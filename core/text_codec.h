@@ -16,23 +16,23 @@ namespace TALVEK::VCM {
 /// is b for every b, whatever the locale. What the C library decodes into a surrogate or beyond U+10FFFF
 /// counts as undecodable.
 TALVEK_CORE_API CString FromBytes(std::string_view strBytes);
-/// As FromBytes, into a text whose storage is used again.
+/// As FromBytes, into a text whose storage is reused.
 TALVEK_CORE_API void DecodeBytes(std::string_view strBytes, CString& strOut);
 
-/// Widens the ASCII at the start of `strBytes` into `pOut`, which has room for all of them; returns how much
-/// there was. ASCII is the same in every encoding used here.
+/// Copies the ASCII characters at the start of `strBytes` to `pOut`, which has room for all of `strBytes`.
+/// Returns their number. ASCII is the same in every encoding used here.
 TALVEK_CORE_API std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut);
 
-/// The bytes of `strText` in the locale's encoding. A character that the locale doesn't have is written in
-/// UTF-8: it can only come from outside the locale, and losing it would be worse.
+/// The bytes of `strText` in the locale's encoding. A character that this encoding lacks is written in UTF-8,
+/// rather than lost.
 TALVEK_CORE_API std::string ToBytes(const CString& strText);
 
-/// As ToBytes for texts that the operating system ends at a NUL; false when there is a NUL within.
+/// As ToBytes, for the paths of system calls, which end at a NUL. False when `strText` contains one.
 TALVEK_CORE_API bool ToSystemPath(const CString& strText, std::string& strOut);
 
 /// UTF-8, the same in every locale; a character without a UTF-8 form (such as U+DC80) becomes U+FFFD.
 TALVEK_CORE_API std::string ToUtf8(const CString& strText);
-/// The bytes that ToUtf8 gives, counted only.
+/// Number of the bytes that ToUtf8 gives.
 TALVEK_CORE_API std::size_t Utf8Size(const CString& strText);
 
 /// UTF-8 extended to surrogates (three bytes each), the same in every locale: what the database stores.

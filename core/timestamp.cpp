@@ -13,16 +13,16 @@ namespace {
 
 constexpr wchar_t DEFAULT_FORMAT[] = L"%Y-%m-%d %H:%M:%S";
 constexpr long SECONDS_PER_HOUR = 3600;
-// A format can ask for blanks without end ("%999999999d"); a date text of this many characters is a mistake.
+// A format can ask for any number of blanks ("%999999999d"). Longer date texts than this are refused.
 constexpr std::size_t MAX_TEXT = 1U << 20U;
 
-/// Seconds east of Greenwich; 0 for what is no fixed zone.
+/// Seconds that the zone is ahead of GMT; 0 when the number names no fixed zone.
 long ZoneOffset(int nZone) {
   const bool bFixed = nZone >= ZONE_GMT_MINUS_12 && nZone <= ZONE_GMT_PLUS_13;
   return bFixed ? (nZone - ZONE_GMT0) * SECONDS_PER_HOUR : 0;
 }
 
-/// False when the year is beyond what `struct tm` counts.
+/// False when the year doesn't fit into `struct tm`.
 bool BreakDown(long long nSeconds, int nZone, std::tm& tParts) {
   if (nZone == ZONE_LOCAL) {
     tzset();  // localtime_r alone need not look at TZ
@@ -37,7 +37,7 @@ bool BreakDown(long long nSeconds, int nZone, std::tm& tParts) {
   return true;
 }
 
-/// Names a fixed zone for "%Z", which would say GMT for all of them.
+/// What "%Z" prints for a fixed zone; the C library would print GMT for all of them.
 std::string ZoneName(int nZone) {
   const long nHours = ZoneOffset(nZone) / SECONDS_PER_HOUR;
   if (nHours == 0) return "GMT";
@@ -46,7 +46,8 @@ std::string ZoneName(int nZone) {
 
 /// False when the text would be unreasonably long.
 bool FormatParts(const wchar_t* pszFormat, const std::tm& tParts, std::wstring& strOut) {
-  // With a character in front no result is empty, so that 0 always says "too small".
+  // The dot keeps every result from being empty, so that a length of 0 always means that the buffer is too
+  // small.
   const std::wstring strFormat = std::wstring(L".") + pszFormat;
   for (std::size_t nRoom = 64; nRoom <= MAX_TEXT; nRoom *= 4) {
     strOut.resize(nRoom);
@@ -59,33 +60,12 @@ bool FormatParts(const wchar_t* pszFormat, const std::tm& tParts, std::wstring& 
   return false;
 }
 
-/// The default format, which shows in every line of a changeset, without the library's help; false for a year
-/// that doesn't have four digits.
-bool FormatDefault(const std::tm& tParts, std::wstring& strOut) {
-  const int nYear = tParts.tm_year + 1900;
-  if (nYear < 1000 || nYear > 9999) return false;
-  strOut = L"0000-00-00 00:00:00";
-  const auto fnPut = [&strOut](std::size_t nPlace, int nNumber) {
-    strOut[nPlace] = static_cast<wchar_t>(L'0' + nNumber / 10);
-    strOut[nPlace + 1] = static_cast<wchar_t>(L'0' + nNumber % 10);
-  };
-  fnPut(0, nYear / 100);
-  fnPut(2, nYear % 100);
-  fnPut(5, tParts.tm_mon + 1);
-  fnPut(8, tParts.tm_mday);
-  fnPut(11, tParts.tm_hour);
-  fnPut(14, tParts.tm_min);
-  fnPut(17, tParts.tm_sec);
-  return true;
-}
-
 }  // namespace
 
 CString CTimestamp::Format(const wchar_t* pszFormat, int nZone) const {
   std::tm tParts{};
   std::wstring strText;
   if (!BreakDown(m_nSeconds, nZone, tParts)) return CString(std::to_wstring(m_nSeconds));
-  if (!pszFormat && FormatDefault(tParts, strText)) return CString(std::move(strText));
   const std::string strZone = ZoneName(nZone);
   if (nZone != ZONE_LOCAL) tParts.tm_zone = strZone.c_str();
   if (!FormatParts(pszFormat ? pszFormat : DEFAULT_FORMAT, tParts, strText)) {

@@ -20,14 +20,13 @@ class TALVEK_CORE_API CTimestamp {
   void Set(long long nSeconds) { m_nSeconds = nSeconds; }
   long long GetUTC() const { return m_nSeconds; }
 
-  /// Text in the zone, by a strftime format. Without a format: "%Y-%m-%d %H:%M:%S". A time whose year the C
-  /// library can't count gives its seconds as a number. A zone outside 0 to 26 counts as GMT0.
+  /// The time in the zone, by a strftime format; by "%Y-%m-%d %H:%M:%S" without one. A time whose year
+  /// doesn't fit into `struct tm` gives the number of its seconds. A zone outside 0 to 26 counts as GMT0.
   CString Format(const wchar_t* pszFormat, int nZone) const;
   CString Format(int nZone) const;
 
-  /// Declares that the time of day held so far (as if in UTC) was read off a clock in `nZone`, and moves it
-  /// to the UTC instant: 10:00 declared to be GMT+2 becomes 08:00. `bDaylightSaving` takes one more hour off.
-  /// A zone outside 1 to 26 changes nothing.
+  /// Takes the time so far for a local time in `nZone`, and converts it to UTC: 10:00 with GMT+2 becomes
+  /// 08:00. `bDaylightSaving` takes one more hour off. A zone outside 1 to 26 changes nothing.
   void ChangeTimezone(int nZone, bool bDaylightSaving);
 
   auto operator<=>(const CTimestamp&) const = default;

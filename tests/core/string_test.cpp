@@ -129,18 +129,6 @@ TEST(StringTest, ComparingWithoutCaseMapsEachCharacterInEveryLocale) {
   }
 }
 
-TEST(StringTest, StartsNoCaseComparesAFixedLength) {
-  const CString strLine = L"RCS File: /cvs/a,v";
-  EXPECT_TRUE(strLine.StartsNoCase(L"RCS file:", 9));
-  EXPECT_TRUE(strLine.StartsNoCase(L"rcs file: something else", 9));
-  EXPECT_FALSE(strLine.StartsNoCase(L"rcs file:x", 10));
-  EXPECT_FALSE(CString(L"RCS").StartsNoCase(L"RCS file:", 9));
-  EXPECT_TRUE(CString(L"RCS").StartsNoCase(L"rcs", 9));
-  EXPECT_FALSE(CString(L"RCS x").StartsNoCase(L"rcs", 9));
-  EXPECT_TRUE(CString().StartsNoCase(L"x", 0));
-  EXPECT_TRUE(CString().StartsNoCase(L"x", -1));
-}
-
 TEST(StringTest, TrimTakesTheSixWhiteSpaceCharactersOnly) {
   CString strText =
       L" \t\n\v\f\r\xA0"
