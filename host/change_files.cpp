@@ -10,6 +10,7 @@
 #include "core/text_codec.h"
 #include "host/exit_status.h"
 #include "host/git_names.h"
+#include "host/stop_signal.h"
 #include "host/text_output.h"
 
 namespace TALVEK::HOST {
@@ -168,6 +169,8 @@ void CChangeFiles::LoseFile(const std::string& strShownPath, const std::string& 
 }
 
 std::string CChangeFiles::Lose(const std::string& strShownPath, const std::string& strReason) {
+  // A client that the stop signal ended brings no file, but that is no loss.
+  ThrowIfStopped();
   m_tParts.oWork.RequireRoom();
   const std::string strText = "stream " + ShowQuoted(m_strStream) + ", file " + strShownPath + ", " +
                               ShowTime(m_nChangeTime) + ": " + strReason;
