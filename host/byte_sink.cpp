@@ -75,7 +75,7 @@ int CExportTarget::GetDescriptor() const {
 
 void CExportTarget::Finish() {
   if (m_oPartial.empty()) return;
-  // A temporary file is made for its owner alone; this one is to be as any other file is.
+  // mkostemp() lets only the owner read the file; give it the usual permissions.
   fchmod(m_oDescriptor.Get(), 0666 & ~ProcessMask());
   std::error_code oError;
   fs::rename(m_oPartial, m_oFile, oError);

@@ -31,8 +31,9 @@ class CByteSink {
   std::string m_strBuffer;
 };
 
-/// The file to which a stream is exported: it has its name only once it is whole, so a failed run leaves what
-/// was there before. "-" and what is no regular file (a pipe, a device) are written directly.
+/// The file to which a stream is exported. It is written under another name and renamed when it is whole, so
+/// a failed run leaves an older file as it was. Standard output ("-"), pipes and devices are written
+/// directly.
 ///
 /// Errors   EHostError (STATUS_FAILED).
 class CExportTarget {
@@ -47,8 +48,8 @@ class CExportTarget {
 
  private:
   std::filesystem::path m_oFile;
-  std::filesystem::path m_oPartial;  // empty: written directly
-  VCM::CDescriptor m_oDescriptor;    // none: standard output
+  std::filesystem::path m_oPartial;  // the other name; empty: written directly
+  VCM::CDescriptor m_oDescriptor;    // not open: standard output
 };
 
 }  // namespace TALVEK::HOST

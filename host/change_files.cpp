@@ -10,12 +10,13 @@
 #include "core/text_codec.h"
 #include "host/exit_status.h"
 #include "host/git_names.h"
+#include "host/stop_signal.h"
 #include "host/text_output.h"
 
 namespace TALVEK::HOST {
 namespace {
 
-// Exactly `nSize` bytes: so many have been announced.
+// Copies exactly `nSize` bytes, because the stream has announced that many.
 void CopyBytes(int nDescriptor, std::uint64_t nSize, CFastImportStream& oStream) {
   char achBuffer[64 * 1024];
   while (nSize > 0) {
@@ -82,7 +83,7 @@ void CChangeFiles::Retrieve(MCE::CProvider::TChangeInfo& tChange) {
   m_tParts.oWatch.ForgetClientWords();
 }
 
-// A client that complains has perhaps left only a part of a file.
+// When the client complains, it may have written only a part of a file because the disk is full.
 void CChangeFiles::RequireRoom() const {
   if (!m_tParts.oWatch.GetClientWords().IsEmpty()) m_tParts.oWork.RequireRoom();
 }
@@ -92,7 +93,7 @@ void CChangeFiles::Take(const MCE::CProvider::TChangeItemInfo& tItem, bool bFail
   RequireRoom();
   TakeItem(VCM::ToBytes(PathText(tItem.oFilePath)), tItem, bFailed);
   m_tParts.oWatch.ForgetClientWords();
-  // A client may have pruned it, because we take the files away; the provider makes folders only below it.
+  // The client may have removed the folder as empty, because we take the files away. The provider needs it.
   m_oFolder.Make();
 }
 
@@ -168,6 +169,8 @@ void CChangeFiles::LoseFile(const std::string& strShownPath, const std::string& 
 }
 
 std::string CChangeFiles::Lose(const std::string& strShownPath, const std::string& strReason) {
+  // A client that the stop signal ended brings no file, but that is no loss.
+  ThrowIfStopped();
   m_tParts.oWork.RequireRoom();
   const std::string strText = "stream " + ShowQuoted(m_strStream) + ", file " + strShownPath + ", " +
                               ShowTime(m_nChangeTime) + ": " + strReason;

@@ -36,7 +36,7 @@ Exit status: 0 all imported, 1 failed, 2 wrong use, 3 imported with losses.)";
 
 constexpr const char* VERSION_TEXT = "talvek-import " TALVEK_VERSION;
 
-// The toolkit takes "--name=" for an option without a value, and the next word for its value.
+// CLI11 reads "--name=" as an option without a value, and takes the next word for its value.
 std::vector<std::string> SplitEmptyValues(const std::vector<std::string>& astrArguments) {
   std::vector<std::string> astrSplit;
   for (const std::string& strArgument : astrArguments) {
@@ -51,7 +51,7 @@ std::vector<std::string> SplitEmptyValues(const std::vector<std::string>& astrAr
   return astrSplit;
 }
 
-/// The whole grammar, built anew for each parse.
+/// The options of all commands.
 class CGrammar {
  public:
   explicit CGrammar(CPropertyTable& oTable) : m_oTable(oTable), m_oApp(DESCRIPTION, "talvek-import") {
@@ -91,8 +91,11 @@ class CGrammar {
         ->default_str("cvs");
     m_oApp.add_option("--provider-path", m_strUnused, "The provider's file, or the folder it is in")
         ->type_name("PATH");
-    m_oApp.add_flag("--quiet,-q", m_tResult.bQuiet, "No progress; errors, losses and the summary remain");
-    m_oApp.add_option("--set", m_astrSet, "Sets a property by its key; an option of its own goes before")
+    m_oApp.add_flag("--quiet,-q", m_tResult.bQuiet,
+                    "Show no progress, only errors, losses, changes and the summary");
+    m_oApp
+        .add_option("--set", m_astrSet,
+                    "Set a property by its key; the option of the property overrides this")
         ->type_name("KEY=VALUE")
         ->allow_extra_args(false);
   }
@@ -112,7 +115,7 @@ class CGrammar {
 
   void AddCheck() {
     CLI::App* poCommand = AddCommand(TCommandLine::COMMAND_CHECK, "check",
-                                     "See whether all is there, and what will be imported");
+                                     "Check that everything needed is there, and show what will be imported");
     AddImportLog(poCommand);
     AddPropertyOptions(poCommand);
   }
@@ -142,7 +145,7 @@ class CGrammar {
         ->default_str("main");
     poCommand
         ->add_option("--work", m_tResult.strWork,
-                     "The folder to which files are checked out; it stays. Without it a temporary one")
+                     "Check files out into this folder and keep it; the default is a temporary folder")
         ->type_name("DIR");
     poCommand
         ->add_option("--max-losses", m_tResult.nMaxLosses,
@@ -155,7 +158,7 @@ class CGrammar {
   }
 
   void AddFormat(CLI::App* poCommand, const std::vector<std::string>& astrFormats) {
-    poCommand->add_option("--format", m_tResult.strFormat, "The form of the output")
+    poCommand->add_option("--format", m_tResult.strFormat, "The format of the output")
         ->check(CLI::IsMember(astrFormats))
         ->default_str("text");
   }
@@ -201,7 +204,7 @@ class CGrammar {
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   }
 
-  // Without a command the toolkit says only that one is missing, also when a word was taken for one.
+  // CLI11 says only that a command is missing, also when there was a word that is none.
   std::string Complaint(const CLI::ParseError& oError) const {
     const std::vector<std::string> astrUnknown = m_oApp.remaining();
     const bool bNoCommand = dynamic_cast<const CLI::RequiredError*>(&oError) && CommandName().empty();

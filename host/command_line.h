@@ -23,10 +23,10 @@ struct TCommandLine {
   std::string strWork;        ///< empty: a temporary folder
   std::string strTrunkBranch = "main";
   bool bBare = false;
-  std::uint64_t nMaxLosses = 50;  ///< so many first files may not all be lost; 0: any number may
+  std::uint64_t nMaxLosses = 50;  ///< the run fails when this many first files are all lost; 0: never
 };
 
-/// The options that say which plug-in to load: they must be known before the others can be.
+/// Which plug-in to load. It is read before all else, because the other options depend on the plug-in.
 TProviderChoice FindProviderChoice(const std::vector<std::string>& astrArguments);
 bool AsksForHelp(const std::vector<std::string>& astrArguments);
 

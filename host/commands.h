@@ -36,7 +36,7 @@ class CPreview : public CHistoryVisitor {
 std::unique_ptr<CPreview> MakeTextPreview(const VCM::CString& strFolder);
 
 /// One JSON object per line: streams by id, changesets by stream, time and id, items by changeset and number.
-/// Takes some 50 bytes of memory for a changeset; the rest waits on disk.
+/// Takes about 50 bytes of memory for a changeset; the rest is in temporary files.
 std::unique_ptr<CPreview> MakeJsonPreview(const VCM::CString& strFolder);
 
 }  // namespace TALVEK::HOST

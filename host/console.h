@@ -8,7 +8,7 @@
 
 namespace TALVEK::HOST {
 
-/// Standard error: whole lines, and on a terminal one line below them that is written over again and again.
+/// Standard error: whole lines, and on a terminal a progress line below them that is overwritten in place.
 class CConsole {
  public:
   CConsole();
@@ -22,7 +22,7 @@ class CConsole {
   /// Replaces the line below (terminals only); it is cut to the terminal's width.
   void Transient(std::string_view strText);
   void ClearTransient();
-  /// What the last line of a failed run is to say besides its reason.
+  /// Text that the last line of a failed run adds to its reason.
   void SetPostscript(std::string strText) { m_strPostscript = std::move(strText); }
   const std::string& GetPostscript() const { return m_strPostscript; }
 
@@ -45,7 +45,7 @@ class CReport {
   void Loss(const std::string& strText);
   /// Something is in the result, but not as it was.
   void Changed(const std::string& strText) { m_oConsole.Line("changed: " + strText); }
-  /// A stream has another name in Git than in the foreign system. Both names are fit to be shown.
+  /// A stream has another name in Git than in the foreign system. Both names hold no control characters.
   void Renamed(const std::string& strName, const std::string& strGitName, const std::string& strReason);
   void Warning(const std::string& strText) { m_oConsole.Line("warning: " + strText); }
   void Note(const std::string& strText) { m_oConsole.Line(strText); }

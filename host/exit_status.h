@@ -13,7 +13,7 @@ enum TExitStatus : int {
   STATUS_LOSSES = 3,  ///< imported, but something of the history is missing
 };
 
-/// Ends the run with one line: what is wrong and, behind a semicolon, what helps.
+/// Ends the run with one line: what is wrong and, after a semicolon, what to do about it.
 class EHostError : public std::runtime_error {
  public:
   EHostError(TExitStatus eStatus, const std::string& strWhat, const std::string& strRemedy)
@@ -24,7 +24,7 @@ class EHostError : public std::runtime_error {
   TExitStatus m_eStatus;
 };
 
-/// What EHostError says of a descriptor that takes no more bytes: whoever reads them may know better why.
+/// A descriptor takes no more bytes. When a program reads them, its own error message may tell more.
 class EWriteError : public EHostError {
  public:
   EWriteError(const std::string& strName, const std::string& strReason)

@@ -74,7 +74,7 @@ bool IsRefusedInRef(char ch) {
   return nByte <= 0x20 || nByte == 0x7F || std::string_view("~^:?*[\\").find(ch) != std::string_view::npos;
 }
 
-// Not within a character of UTF-8.
+// Cuts between characters of UTF-8, never within one.
 void CutItem(std::string& strItem) {
   if (strItem.size() <= LONGEST_REF_ITEM) return;
   std::size_t nLength = LONGEST_REF_ITEM;
@@ -84,7 +84,7 @@ void CutItem(std::string& strItem) {
   strItem.resize(nLength);
 }
 
-// Pairs that may not stand together: the second byte goes.
+// Replaces the second byte of pairs that Git refuses.
 void BreakPairs(std::string& strItem) {
   for (std::size_t nIndex = 1; nIndex < strItem.size(); ++nIndex) {
     const std::string_view strPair = std::string_view(strItem).substr(nIndex - 1, 2);
@@ -108,13 +108,13 @@ std::size_t MatchDisguise(std::string_view strItem, std::string_view strName) {
     const bool bUpper = ch >= 'A' && ch <= 'Z';
     if ((bUpper ? static_cast<char>(ch + ('a' - 'A')) : ch) != strName[nIndex]) return 0;
   }
-  // Blanks and dots at the end, and what follows a colon, are nothing to some file systems.
+  // Some file systems ignore blanks and dots at the end of a name, and what follows a colon.
   const std::size_t nEnd = strItem.find_first_not_of(" .", strName.size());
   const bool bSame = nEnd == std::string_view::npos || strItem[nEnd] == ':';
   return bSame ? strName.size() : 0;
 }
 
-// Git guards its own folder as the file systems of other systems see it, where "\" separates too.
+// Git refuses names that mean .git on other systems too, where "\" separates folders.
 void MendPathPart(std::string& strPart) {
   if (strPart == "." || strPart == "..") {
     strPart += '_';

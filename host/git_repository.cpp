@@ -65,7 +65,7 @@ void CGitRepository::InspectRepository() {
   const bool bBare = !bHasGitFolder && fs::exists(oFolder / "HEAD") && fs::exists(oFolder / "objects");
   if (!bHasGitFolder && !bBare) ThrowNotEmpty(oFolder, "is not empty");
   m_oGitFolder = bBare ? oFolder : oFolder / ".git";
-  // Checking out over files that are there would lose them.
+  // The checkout at the end would overwrite them.
   if (!bBare && std::distance(fs::directory_iterator(oFolder), {}) != 1) {
     ThrowNotEmpty(oFolder, "has files beside its repository");
   }
@@ -94,7 +94,7 @@ void CGitRepository::Make() {
                      "");
   }
   m_oGitFolder = m_tOptions.bBare ? oFolder : oFolder / ".git";
-  // No template: hooks and settings of whoever runs the import have no part in it.
+  // No template: the user's hooks and settings must not take part in the import.
   std::vector<std::string> astrInit = {"-c", "init.defaultBranch=main", "init", "--quiet", "--template="};
   if (m_tOptions.bBare) astrInit.push_back("--bare");
   astrInit.push_back("--");
@@ -149,7 +149,7 @@ void CGitRepository::Undo() noexcept {
       EmptyFolder();
     }
   } catch (const std::exception&) {
-    // The run has failed already and says why; a second complaint would hide the first.
+    // The run has failed already and reports the reason; another message would hide it.
   }
 }
 

@@ -44,7 +44,7 @@ class CStreamEnumerator {
     MCE::CProvider::TStreamInfo tStream;
     int nResult = MCE::RESULT_OK;
     while ((nResult = m_oProvider.GetNextStream(poPosition, tStream, nParent)) == MCE::RESULT_OK) {
-      // A parent that doesn't exist has the roots for children.
+      // The provider returns the roots when it is asked for the children of a stream that doesn't exist.
       if (tStream.nParentID == nParent) atChildren.push_back(tStream);
       if (++m_nSteps > 4ULL * m_nCount * m_nCount + m_nCount) ThrowBroken();
     }
@@ -52,7 +52,7 @@ class CStreamEnumerator {
     return atChildren;
   }
 
-  // Depth first, without recursion: nobody bounds the depth.
+  // Depth first, without recursion, because the depth has no limit.
   void AddTree() {
     std::vector<TStream> atOpen;
     PushChildren(0, 0, atOpen);

@@ -9,7 +9,7 @@
 
 namespace TALVEK::HOST {
 
-/// A stream and its place.
+/// A stream and its place in the tree of streams.
 struct TStream {
   MCE::CProvider::TStreamInfo tInfo;
   int nDepth = 0;           ///< 0 for a root
@@ -17,12 +17,11 @@ struct TStream {
 };
 
 /// All streams of a provider that has established `nCount` of them: every parent before its children,
-/// siblings in the provider's order; behind them, in the order of their ids, those that no walk from the
+/// siblings in the provider's order; then, in the order of their ids, those that no walk from the
 /// roots reaches, which count as roots. EHostError when the provider fails or its walk doesn't end.
 std::vector<TStream> EnumerateStreams(MCE::CProvider& oProvider, unsigned nCount);
 
-/// Number of items of a changeset. The count that comes with it is one more; 0 is that of one that never had
-/// any.
+/// Number of items of a changeset. nItemCount is one more, or 0 for a changeset that never had an item.
 inline std::uint32_t CountItems(const MCE::CProvider::TChangeInfo& tChange) {
   return tChange.nItemCount > 0 ? tChange.nItemCount - 1 : 0;
 }
@@ -34,7 +33,8 @@ class CHistoryVisitor {
   /// False: Item is never called, and the items aren't read. Reading one costs several calls of the file
   /// system: the provider makes its folder and looks for its file.
   virtual bool WantsItems() const { return true; }
-  /// The folder below which the stream's files go, or would go: the provider makes folders there in any case.
+  /// Returns the folder below which the stream's files go. The provider makes folders there even when no file
+  /// is retrieved.
   virtual VCM::CString BeginStream(const TStream& tStream) = 0;
   virtual void BeginChange(MCE::CProvider::TChangeInfo& /*tChange*/) {}
   /// `nNumber` counts the items of the changeset from 1. `bFailed`: the provider could not do its part for
@@ -48,8 +48,7 @@ class CHistoryVisitor {
 /// Walks the streams in order, the changesets of each and the items of each changeset.
 ///
 /// Errors   EHostError (STATUS_FAILED) when the provider fails, or when it gives back more or less than it
-///          said was there: a lost part of the history must never pass for a whole one. EStopped between
-///          calls.
+///          said was there: a part of the history must never pass for the whole. EStopped between calls.
 class CHistoryWalk {
  public:
   CHistoryWalk(MCE::CProvider& oProvider, const std::vector<TStream>& atStreams, std::uint32_t nChangeCount,

@@ -20,7 +20,7 @@ std::wstring_view TextOfLine(std::wstring_view strLine) {
   return strLine;
 }
 
-// What the client says of folders as it goes, when all is well.
+// The client names each folder that it works on; that is no complaint.
 bool IsRoutine(std::wstring_view strText) {
   return strText.find(L": Logging ") != std::wstring_view::npos ||
          strText.find(L": Updating ") != std::wstring_view::npos;
@@ -48,8 +48,8 @@ void CImportLogWatch::Message(const wchar_t* pszFormat, ...) {
   if (m_bStopping) ThrowIfStopped();
 }
 
-// By its size, and by its end, because the lines that came before the first one here aren't counted. Reading
-// it all would take as long as writing it.
+// Compares the size and the last line. The lines written before we listened aren't counted, so a file may be
+// larger; reading it whole would take as long as writing it.
 bool CImportLogWatch::IsKeptIn(const std::filesystem::path& oLog) const {
   std::ifstream oFile(oLog, std::ios::binary | std::ios::ate);
   if (!oFile || static_cast<std::uint64_t>(oFile.tellg()) < m_nLogBytes) return false;

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 namespace TALVEK::HOST {
 namespace {
 
-/// What the provider sees of us: a repository view that leads to whoever watches the log.
+/// The repository view that the provider is given. Its connection receives the lines of the import log.
 class CHostView : public VRO::CReposView {
  public:
   explicit CHostView(std::shared_ptr<CImportLogWatch> poWatch) : m_poWatch(std::move(poWatch)) {}
@@ -34,7 +34,7 @@ bool IsAbsentOrFile(const fs::path& oPath) {
   return oStatus.type() == fs::file_type::not_found || fs::is_regular_file(oStatus);
 }
 
-// A rename where that can be done, else a copy. A link, a pipe or a device is written to, not replaced.
+// Renames where possible, else copies. A link, a pipe or a device is written to, not replaced.
 bool MoveFile(const fs::path& oFrom, const fs::path& oTo) {
   std::error_code oError;
   if (IsAbsentOrFile(oTo)) {
@@ -43,14 +43,14 @@ bool MoveFile(const fs::path& oFrom, const fs::path& oTo) {
   }
   std::ofstream oTarget(oTo, std::ios::binary);
   std::ifstream oSource(oFrom, std::ios::binary);
-  // Inserting nothing counts as a failure.
+  // operator<< counts an empty file as a failure.
   if (oSource.peek() != std::ifstream::traits_type::eof()) oTarget << oSource.rdbuf();
   if (!oTarget.flush()) return false;
   fs::remove(oFrom, oError);
   return true;
 }
 
-// Hours before the log goes there.
+// Checked at the start, because the log is written there only at the end, perhaps hours later.
 void RequirePlaceForLog(const fs::path& oLog) {
   if (oLog.empty()) return;
   std::error_code oError;
@@ -128,7 +128,7 @@ void CImportSession::EstablishStreams() {
   }
 }
 
-// Only once the streams are tied together: a copy taken before doesn't say where a stream starts.
+// After ResolveStreamLinkage: a copy taken before doesn't have the base changes.
 void CImportSession::TakeStreams() {
   m_atStreams = EnumerateStreams(GetProvider(), m_nStreamCount);
   if (m_atStreams.size() == m_nStreamCount) return;
@@ -139,8 +139,8 @@ void CImportSession::TakeStreams() {
                    "");
 }
 
-// Without a word that the client reached the module, nothing of the history is there: that is no import with
-// losses but a wrong name, a server that is down or a client that is missing.
+// When the client never reached the module, there is no history at all: the name is wrong, the server is down
+// or the client is missing. That is a failure, not an import with losses.
 void CImportSession::RequireModule() const {
   if (!IsCutShort() || m_poWatch->HasReachedModule()) return;
   throw EHostError(STATUS_FAILED, "the repository gives no history" + CutShortText(),
@@ -186,7 +186,7 @@ void CImportSession::SettleLog(const std::string& strLog) {
   }
   const std::string strWhere =
       "the import log is " + ShowBytes(strLog) + (bWhole ? "" : ", without lines that found no room");
-  // On the way out of a failure: whoever catches it has one line for everything.
+  // While an exception is in flight: its handler prints one line for everything.
   if (std::uncaught_exceptions() > 0) {
     m_tParts.oConsole.SetPostscript("; " + strWhere);
   } else {

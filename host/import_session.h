@@ -42,7 +42,7 @@ class CImportSession {
   void Open(const std::string& strClientFolder);
   /// Reads the whole history into the import database.
   void ReadHistory();
-  /// The log is of no more use.
+  /// The import has succeeded: the log need not be kept.
   void Succeed() { m_bSucceeded = true; }
 
   MCE::CProvider& GetProvider() const { return m_tParts.oProvider; }

@@ -7,15 +7,15 @@
 
 namespace TALVEK::HOST {
 
-/// The files that are in the tree of a commit: what can be deleted, and where a file and a folder would need
-/// the same name, which Git would settle by silently dropping what was there.
+/// The files in the tree of a commit. Tells what can be deleted, and where a file and a folder would need the
+/// same name: there Git would silently drop what it has.
 ///
 /// Shape    A tree of folders whose unchanged parts are shared between copies.
 /// Cost     A copy costs nothing; a change copies the folders on its path, once after each copy.
 class CLiveTree {
  public:
-  /// Files that stand under a name that isn't quite theirs (host/git_names.h) are told from those that do, so
-  /// that one never takes the other's place.
+  /// Whether a file has its own name or a changed one (host/git_names.h). The two kinds are kept apart, so
+  /// that a file with a changed name never replaces the file whose name that is.
   enum TNameKind { OWN_NAME, CHANGED_NAME };
 
   /// True when there is no folder at the path, no file where it needs a folder, and no file of the other

@@ -31,7 +31,7 @@ int Dispatch(const TCommandContext& tContext) {
   return STATUS_IMPORTED;
 }
 
-// The options depend on the provider, but help must not: without the provider it is shown without them.
+// Help is shown even when the provider can't be loaded, then without the provider's options.
 int ShowHelpAlone(const std::vector<std::string>& astrArguments) {
   CPropertyTable oNoProperties;
   WriteOutput(ParseCommandLine(astrArguments, oNoProperties).strShow);
@@ -72,11 +72,11 @@ int RunGuarded(const std::vector<std::string>& astrArguments) {
 }  // namespace TALVEK::HOST
 
 int main(int argc, char** argv) {
-  // The same import in every locale: names and messages are bytes that should be UTF-8, and what isn't comes
-  // through all the same.
+  // The import must be the same in every locale: names and messages are read as UTF-8, and bytes that are no
+  // UTF-8 are kept.
   std::setlocale(LC_CTYPE, "C.UTF-8");
-  // The same import in every time zone: a client prints dates in its caller's, of which only whole hours are
-  // read.
+  // The import must be the same in every time zone: a client prints dates in its caller's zone, and of a zone
+  // only whole hours are read.
   setenv("TZ", "UTC", 1);
   TALVEK::VCM::OpenStandardDescriptors();
   TALVEK::HOST::CatchStopSignals();

@@ -24,7 +24,7 @@ bool IsRunnable(const std::string& strFile) {
   return fs::is_regular_file(strFile, oError) && access(strFile.c_str(), X_OK) == 0;
 }
 
-// The provider puts the path between double quotes, where these two have a meaning.
+// The provider puts the path between double quotes, where '"' and '\' have a meaning.
 bool CanStandBetweenQuotes(const std::string& strPath) {
   return strPath.find_first_of("\"\\") == std::string::npos;
 }

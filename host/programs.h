@@ -17,8 +17,8 @@ std::filesystem::path ProgramFolder();
 std::string FindProgram(const VCM::CString& strProgram);
 
 /// Makes `cvs-session`, when it lies in `oProgramFolder`, the default client of a provider that asks for the
-/// path of `cvs`, and exact revisions the default way to fetch files. The plain client sleeps until the next
-/// full second after each file; this one keeps its connection and doesn't.
+/// path of `cvs`, and fetching by exact revision the default. After each file the plain client sleeps until
+/// the next full second; `cvs-session` doesn't, and keeps its connection.
 void PreferBundledClient(CPropertyTable& oTable, const std::filesystem::path& oProgramFolder);
 
 /// True when the plain client is used only because no other was found.
@@ -34,7 +34,7 @@ inline constexpr const char* PLACE_OF_CLIENT_HINT =
 
 /// Checks the programs that the provider and the bundled client need. `strEnvironment` is what the provider
 /// says of its environment; empty: nothing. EHostError (STATUS_FAILED) when one of them can't be found. A
-/// provider may warn of a program that is on the PATH; so its words are reported only when it needs none.
+/// provider may warn although the program is on the PATH, so its warning is shown only when it needs none.
 void RequirePrograms(const CPropertyTable& oTable, const VCM::CString& strEnvironment, CReport& oReport);
 
 }  // namespace TALVEK::HOST

@@ -33,7 +33,7 @@ std::string ProgressText(const std::string& strPhase, const std::string& strUnit
   std::string strText = strPhase + ": " + std::to_string(nDone);
   if (nTotal > 0) strText += " of " + std::to_string(nTotal);
   strText += ' ' + strUnit;
-  // Before the first second a rate says more about the start than about the work.
+  // In the first second the rate is not yet meaningful.
   if (nDone == 0 || nSeconds < 1) return strText;
   const double nRate = static_cast<double>(nDone) / nSeconds;
   strText += ", " + RateText(nRate);

@@ -9,7 +9,7 @@
 namespace TALVEK::HOST {
 
 /// Shows how far the run is: on a terminal one line that is kept up to date, elsewhere a line at the start of
-/// a phase and then one every ten seconds. Costs next to nothing when nothing is due.
+/// a phase and then one every ten seconds. Cheap: Advance() may be called for each item.
 class CProgress {
  public:
   using TClock = std::chrono::steady_clock;
@@ -36,8 +36,8 @@ class CProgress {
   TClock::time_point m_tShown;
 };
 
-/// "importing: 120 of 4000 changesets, 35/s, 1:50 left". A total of 0 is not shown, nor is what can't be told
-/// yet.
+/// "importing: 120 of 4000 changesets, 35/s, 1:50 left". A total of 0 is not shown, nor is the rate in the
+/// first second.
 std::string ProgressText(const std::string& strPhase, const std::string& strUnit, std::uint64_t nDone,
                          std::uint64_t nTotal, double nSeconds);
 

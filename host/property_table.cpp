@@ -24,7 +24,7 @@ bool BeginsWord(const VCM::CString& strKey, int nIndex) {
   return !bAfterCapital || bBeforeSmall;
 }
 
-// What is relative to our working folder must still be found when the provider works in another one.
+// The provider changes its working folder, so a relative path is made absolute.
 VCM::CString ProvidedValue(const TProperty& tProperty) {
   const std::string strValue = VCM::ToBytes(tProperty.strValue);
   const bool bProgram = tProperty.nType == MCE::TPropertyInfo::TYPE_EXECUTABLE;

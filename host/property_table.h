@@ -14,7 +14,7 @@ struct TProperty {
   VCM::CString strLabel;
   VCM::CString strKey;
   VCM::CString strDefault;      ///< the provider's
-  VCM::CString strHostDefault;  ///< what we set when the administrator says nothing; seldom another
+  VCM::CString strHostDefault;  ///< the host's, used when the administrator gives none; mostly the same
   unsigned long nType = MCE::TPropertyInfo::TYPE_TEXT;
   std::string strOption;  ///< "module-name"; empty when another option has that name
   VCM::CString strValue;
@@ -34,12 +34,12 @@ class CPropertyTable {
   /// Null when the provider has no such property.
   const TProperty* Find(const wchar_t* pszKey) const;
 
-  /// Sets what a property is when the administrator says nothing. The provider must have it, and nothing must
-  /// have been given yet.
+  /// Replaces the provider's default. Call it before any value is given; a key that the provider doesn't have
+  /// is ignored.
   void SetHostDefault(const wchar_t* pszKey, const VCM::CString& strValue);
 
-  /// Takes a "Key=Value". EHostError (STATUS_WRONG_USE) when it is none, when the provider has no such key,
-  /// or when a switch gets something else than 1 or 0: providers take "true" for off.
+  /// Sets a property from "Key=Value". EHostError (STATUS_WRONG_USE) when there is no "=", when the provider
+  /// has no such key, or when a switch gets another value than 1 or 0: providers read "true" as off.
   void SetFromText(const std::string& strText);
 
   /// Validates every value and hands it to the provider. EHostError (STATUS_WRONG_USE) for one it refuses.

@@ -23,7 +23,7 @@ bool IsProviderName(const std::string& strName) {
   });
 }
 
-// A path to a plug-in says its name too.
+// The name of the provider in the plug-in's file name; empty when there is none.
 std::string NameFromFile(const fs::path& oFile) {
   const std::string strFile = oFile.filename().string();
   if (!strFile.starts_with(PREFIX) || !strFile.ends_with(SUFFIX)) return "";

@@ -21,8 +21,7 @@ struct TProviderChoice {
 ///          folder (the build tree, or the folder it is installed in) and in the folder that the build
 ///          was set up to install to.
 /// Errors   EHostError: STATUS_WRONG_USE when there is no such plug-in, STATUS_FAILED when it can't be
-/// loaded.
-///
+///          loaded.
 /// Owns     Both; the provider is ended with Destroy, whatever happens.
 class CProviderLibrary {
  public:

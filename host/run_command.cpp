@@ -23,8 +23,8 @@ namespace fs = std::filesystem;
 namespace TALVEK::HOST {
 namespace {
 
-/// The first of the two walks of a run: notes the items of every changeset, and shows that the whole history
-/// can be read before anything is made of it.
+/// The first of the two walks of a run. It notes the items of every changeset, and proves that the whole
+/// history can be read before anything is imported.
 class CItemNoter : public CHistoryVisitor {
  public:
   CItemNoter(CItemSpool& oSpool, const VCM::CString& strFolder) : m_oSpool(oSpool), m_strFolder(strFolder) {}
@@ -106,7 +106,7 @@ class CRun {
  private:
   const TCommandLine& CommandLine() const { return m_tContext.tCommandLine; }
 
-  // Made before the long reading, so that what can't be made is known at once.
+  // Before the history is read, so that a target that can't be made is known at once.
   void TakeTarget() {
     if (CommandLine().strInto.empty()) {
       m_oExport.emplace(CommandLine().strFastExport);
@@ -144,7 +144,7 @@ class CRun {
     try {
       Import(oSession, oWork, oSpool, oGit.GetInput(), "git fast-import");
     } catch (const EWriteError&) {
-      // The reader has gone: it knows why, unless it went for the same signal as we.
+      // git has ended and says why, unless the signal that stops us has ended it too.
       ThrowIfStopped();
       ThrowGitFailure(oGit.Finish());
     }
@@ -156,7 +156,7 @@ class CRun {
     if (strProblem) m_oReport.Warning("all is imported, but the files can't be checked out: " + *strProblem);
   }
 
-  // Every commit hangs on a branch, so all of them can be found again.
+  // Every commit belongs to a branch, so counting from all branches must find it.
   void RequireCommits(std::uint64_t nExpected) const {
     const std::uint64_t nCommits = m_oRepository->CountCommits("--all");
     if (nCommits == nExpected || (nCommits < nExpected && HasEveryDepth())) return;
@@ -166,7 +166,8 @@ class CRun {
                      "see that git works and that there is room for the repository");
   }
 
-  // Two branches that say and do the same at the same time are one commit for Git.
+  // Git makes one commit of two that are equal in everything, so there may be fewer in all. Each branch must
+  // still have its whole length.
   bool HasEveryDepth() const {
     return std::all_of(m_anDepths.begin(), m_anDepths.end(), [this](const auto& tBranch) {
       return m_oRepository->CountCommits(tBranch.first) == tBranch.second;
@@ -223,7 +224,7 @@ class CRun {
   CProgress m_oProgress;
   CReport m_oReport;
   CClientNotes m_oClientNotes;
-  std::optional<CGitRepository> m_oRepository;  // this or the other
+  std::optional<CGitRepository> m_oRepository;  // one of these two is set
   std::optional<CExportTarget> m_oExport;
   std::map<std::string, std::uint64_t> m_anDepths;  // of the branches
   std::uint64_t m_nItems = 0;

@@ -22,7 +22,7 @@ namespace {
 
 }  // namespace
 
-// Not tmpfile(), which knows nothing of TMPDIR.
+// Not tmpfile(), which ignores TMPDIR.
 CSpoolFile::CSpoolFile() {
   std::error_code oError;
   const std::filesystem::path oTemp = std::filesystem::temp_directory_path(oError);

@@ -46,7 +46,7 @@ class CItemSpool {
   void EndChange();
   /// Ends the writing; the next changeset read is the first.
   void Rewind() { m_oFile.Seek(0); }
-  /// The paths of the next changeset, in the order of its items. Only as often as EndChange was called.
+  /// The paths of the next changeset, in the order of its items. Call it at most as often as EndChange.
   std::vector<std::string> ReadChange();
 
  private:

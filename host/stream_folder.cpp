@@ -42,7 +42,7 @@ bool IsFolderAt(int nParent, const std::string& strName) {
   return fstatat(nParent, strName.c_str(), &tStat, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(tStat.st_mode);
 }
 
-// By way of the descriptor, so that no link on the path to it can lead elsewhere.
+// Removes through the folder's descriptor, so that no link on the path can lead elsewhere.
 void RemoveAt(int nParent, const std::string& strName) {
   if (!IsFolderAt(nParent, strName)) {
     unlinkat(nParent, strName.c_str(), 0);
@@ -82,7 +82,7 @@ void CStreamFolder::Make() const {
 TRetrievedFile CStreamFolder::Open(const CItemPath& oItem) const {
   const VCM::CDescriptor oFolder = OpenParent(m_oPath, oItem.GetItems());
   if (!oFolder.IsOpen()) return Problem(OpenProblem());
-  // Without blocking: what looks like a file may be a pipe.
+  // O_NONBLOCK, because opening a pipe would wait.
   constexpr int OPEN_FLAGS = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
   TRetrievedFile tFile;
   tFile.oDescriptor = VCM::CDescriptor(openat(oFolder.Get(), oItem.GetItems().back().c_str(), OPEN_FLAGS));

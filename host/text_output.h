@@ -9,8 +9,8 @@
 
 namespace TALVEK::HOST {
 
-/// The bytes of a text for a person's eyes: its own bytes, but control characters as \xNN, because names come
-/// from foreign servers and go to terminals.
+/// Text for messages: control characters become \xNN, because names come from foreign servers and may go to a
+/// terminal. All other bytes stay.
 std::string ShowText(const VCM::CString& strText);
 std::string ShowBytes(std::string_view strBytes);
 /// The same between single quotes.

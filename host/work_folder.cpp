@@ -18,12 +18,12 @@ namespace fs = std::filesystem;
 namespace TALVEK::HOST {
 namespace {
 
-// Where less is free, what a client failed over is most likely that.
+// When a client fails and less than this is free, the full disk is taken for the reason.
 constexpr off_t LEAST_ROOM_BYTES = 1 << 20;
 
 constexpr const char* MARKER = ".talvek-import-work";
 
-// Plain items, with nothing empty between, before or behind them.
+// True for items joined by single "/", none of them "." or "..".
 bool IsCleanPath(const std::string& strPath) {
   const std::optional<CItemPath> oPath = CItemPath::Parse(strPath);
   return oPath && oPath->GetText() == strPath;

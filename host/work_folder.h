@@ -27,7 +27,7 @@ class CScratchFolder {
 /// The client folder, with one folder per stream in it.
 ///
 /// Shape    A temporary folder that goes at the end, or one that the administrator names, which stays: it
-///          must be empty or come from an earlier run (a file in it says so), and is emptied first.
+///          must be empty or come from an earlier run (a marker file shows that), and is emptied first.
 /// Errors   EHostError: STATUS_WRONG_USE for a folder with foreign things in it, STATUS_FAILED when it can't
 ///          be made or emptied.
 class CWorkFolder {
@@ -36,8 +36,8 @@ class CWorkFolder {
   explicit CWorkFolder(const std::filesystem::path& oFolder);
 
   const std::filesystem::path& GetPath() const { return m_oPath; }
-  /// EHostError when the folder's disk is full: then a file that is missing is no loss of the foreign
-  /// system's.
+  /// EHostError when the folder's disk is full: then a missing file is not the foreign system's fault, and
+  /// the run must fail instead of reporting a loss.
   void RequireRoom() const;
   /// Makes the folder of a stream, where providers expect it: its name below the client folder ("a/b" is a
   /// folder in a folder). A name that would lead out of there ("../a", "/a"), or that is no clean path, gets

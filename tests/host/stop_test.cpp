@@ -31,6 +31,14 @@ TEST_F(CStopTest, SignalInTheMiddleOfARunLeavesNothingBehind) {
   }
 }
 
+// The client that should have brought it was ended by the same signal.
+TEST_F(CStopTest, FileThatDoesNotComeAfterTheSignalIsNoLoss) {
+  Script("stream|1|0|Main\nchange|1|1|joe|1|x\nitem|1|0|a|missing\nsignal|1|15\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 128 + SIGTERM);
+  EXPECT_EQ(tRun.strError, "talvek-import: stopped; nothing was imported\n");
+}
+
 TEST_F(CStopTest, StoppedExportLeavesNoFile) {
   ScriptWithSignal(SIGTERM);
   EXPECT_EQ(Run("run --quiet --fast-export stream").nStatus, 128 + SIGTERM);
