@@ -1,5 +1,6 @@
 #include "client/log_date.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <optional>
@@ -51,15 +52,11 @@ std::optional<TSeconds> MakeTime(int nYear, int nMonth, int nDay, int nHour, int
 /// Nothing for all else, for what is no date, and for a year below 1000, which the toolkit takes for a day or
 /// a month.
 std::optional<TSeconds> ReadUsualForm(std::wstring_view strText) {
-  constexpr std::wstring_view FORM = L"dddd/dd/dd dd:dd:dd";
-  if (strText.size() != FORM.size() || strText[0] == L'0') return std::nullopt;
-  for (std::size_t i = 0; i < FORM.size(); ++i) {
-    const bool bFits = FORM[i] == L'd' ? IsDigit(strText[i])
-                       : FORM[i] == L'/'
-                           ? strText[i] == strText[4] && (strText[i] == L'/' || strText[i] == L'-')
-                           : strText[i] == FORM[i];
-    if (!bFits) return std::nullopt;
-  }
+  constexpr std::wstring_view WITH_SLASHES = L"0000/00/00 00:00:00", WITH_HYPHENS = L"0000-00-00 00:00:00";
+  if (strText.size() != WITH_SLASHES.size() || strText[0] == L'0') return std::nullopt;
+  std::wstring strForm(strText);
+  std::replace_if(strForm.begin(), strForm.end(), IsDigit, L'0');
+  if (strForm != WITH_SLASHES && strForm != WITH_HYPHENS) return std::nullopt;
   const auto fnPair = [&](std::size_t nPlace) {
     return static_cast<int>((strText[nPlace] - L'0') * 10 + strText[nPlace + 1] - L'0');
   };

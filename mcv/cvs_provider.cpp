@@ -10,7 +10,7 @@
 
 #include "core/file_system.h"
 #include "mce/import_log_texts.h"
-#include "mcv/file_changes.h"
+#include "mcv/change_items.h"
 #include "mcv/stream_search.h"
 
 namespace TALVEK::MCV {

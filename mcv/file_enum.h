@@ -39,7 +39,8 @@ struct TFileInfo {
 int CompareRevs(const TRevInfo* ptLeft, const TRevInfo* ptRight);
 int CompareTags(const TTagInfo* ptLeft, const TTagInfo* ptRight);
 
-/// Puts the items of a log together into whole files, one at a time.
+/// Puts the items of a log together into whole files, one at a time. What becomes of a file is up to
+/// CProvider::ReadFiles: its names go to CStreamSearch, its revisions to AddFileChanges.
 ///
 /// Owns     The parser and at most one item that it has read too far. The stream is lent.
 /// Lifetime A file's texts are good until the next call of GetNextFile.

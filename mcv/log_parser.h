@@ -58,6 +58,8 @@ struct TLogItem {
 /// looks like a keyword line is taken for one, and one that begins with ten dashes or equals signs ends its
 /// item: the format has no way to tell them apart. A byte-order mark at the very start is passed over.
 ///
+/// Decides  GetNextItem by the first line of an item; ProcessFileLine and ProcessRevisionLine by each line
+///          behind it. What becomes of an item is up to CFileEnum.
 /// Errors   None: a line of unknown form is ignored, a malformed number reads as 0. The input ends where its
 ///          stream does, also in the middle of an item.
 /// Owns     Two string pools. The stream is lent and must outlive the parser. An item's references are good

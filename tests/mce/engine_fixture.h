@@ -42,13 +42,13 @@ class CEngine : public MCE::CProviderBase {
   class CItem {
    public:
     CItem(CEngine& oEngine, const char* pszPath) : m_oEngine(oEngine), m_strPath(pszPath) {}
-    CItem& In(unsigned nStream) { return m_nStream = nStream, *this; }
-    CItem& By(const char* pszUser) { return m_strUser = pszUser, *this; }
-    CItem& Saying(const char* pszComment) { return m_strComment = pszComment, *this; }
-    CItem& Until(long nEndTime) { return m_nEndTime = nEndTime, *this; }
-    CItem& Ranked(int nRevision) { return m_nRevision = nRevision, *this; }
-    CItem& Numbered(const char* pszRevision) { return m_strNumber = pszRevision, *this; }
-    CItem& IgnoringComments() { return m_bMatchComment = false, *this; }
+    CItem& In(unsigned nStream) { return Set(m_nStream, nStream); }
+    CItem& By(const char* pszUser) { return Set(m_strUser, pszUser); }
+    CItem& Saying(const char* pszComment) { return Set(m_strComment, pszComment); }
+    CItem& Until(long nEndTime) { return Set(m_nEndTime, nEndTime); }
+    CItem& Ranked(int nRevision) { return Set(m_nRevision, nRevision); }
+    CItem& Numbered(const char* pszRevision) { return Set(m_strNumber, pszRevision); }
+    CItem& IgnoringComments() { return Set(m_bMatchComment, false); }
     bool At(long nTime) {
       TStreamInfo tStream;
       tStream.nID = m_nStream;
@@ -61,6 +61,12 @@ class CEngine : public MCE::CProviderBase {
     }
 
    private:
+    template <class TMember, class TValue>
+    CItem& Set(TMember& member, const TValue& value) {
+      member = value;
+      return *this;
+    }
+
     CEngine& m_oEngine;
     std::string m_strPath;
     unsigned m_nStream = 1;
@@ -121,7 +127,6 @@ class CEngine : public MCE::CProviderBase {
 
   // What tests look at or set.
   using CProviderBase::GetChangesLookedAt;
-  using CProviderBase::m_oStreams;
   using CProviderBase::m_bChangesetsEstablished;
   using CProviderBase::m_bFirstCapability;
   using CProviderBase::m_bSecondCapability;
@@ -132,6 +137,7 @@ class CEngine : public MCE::CProviderBase {
   using CProviderBase::m_oOpenChanges;
   using CProviderBase::m_oProperties;
   using CProviderBase::m_oReposView;
+  using CProviderBase::m_oStreams;
   using CProviderBase::m_oWorkFolder;
   using CProviderBase::m_poChangeItemIterator;
   using CProviderBase::m_poChangeIterator;

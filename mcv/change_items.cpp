@@ -1,4 +1,4 @@
-#include "mcv/file_changes.h"
+#include "mcv/change_items.h"
 
 #include <utility>
 
