@@ -139,10 +139,12 @@ int Run(const CString& strCommandLine, int nStdOutput, int nStdError) {
   const std::vector<CString> astrWords = SplitCommandLine(strCommandLine);
   if (astrWords.empty()) return Refuse(nStdError, "can't start a program: the command line is empty");
   const std::string strProgram = "'" + ToBytes(astrWords[0]) + "'";
-  std::vector<std::string> astrArguments;
-  if (!ToSystemArguments(astrWords, astrArguments))
+  TChildStart tStart;
+  tStart.nStdOutput = nStdOutput;
+  tStart.nStdError = nStdError;
+  if (!ToSystemArguments(astrWords, tStart.astrArguments))
     return Refuse(nStdError, "can't start " + strProgram + ": an argument holds a NUL character");
-  const TChildResult tResult = RunChild(std::move(astrArguments), nStdOutput, nStdError);
+  const TChildResult tResult = RunChild(tStart);
   if (tResult.nKind == TChildResult::ENDED) return tResult.nValue;
   const char* pszWhat = tResult.nKind == TChildResult::LOST ? "can't learn the end of " : "can't start ";
   return Refuse(nStdError, pszWhat + strProgram + ": " + DescribeError(tResult.nValue));

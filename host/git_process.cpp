@@ -1,9 +1,8 @@
 #include "host/git_process.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -11,6 +10,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "core/child_process.h"
 #include "host/exit_status.h"
 
 namespace TALVEK::HOST {
@@ -71,41 +71,22 @@ std::string ReadCapture(const VCM::CDescriptor& oFile) {
   return strBytes;
 }
 
-struct TSpawnFiles {
-  int nInput;  // -1: empty
-  int nOutput;
-  int nError;
-};
-
-// 0 or the reason as an errno. The child's descriptors are duplicates; ours close when it starts.
-int SpawnGit(const std::vector<std::string>& astrArguments, const TSpawnFiles& tFiles, pid_t& nProcess) {
-  std::vector<std::string> astrAll = {"git"};
-  astrAll.insert(astrAll.end(), astrArguments.begin(), astrArguments.end());
-  std::vector<char*> apArguments;
-  for (std::string& strArgument : astrAll)
-    apArguments.push_back(strArgument.data());
-  apArguments.push_back(nullptr);
-  posix_spawn_file_actions_t tActions;
-  posix_spawn_file_actions_init(&tActions);
-  if (tFiles.nInput < 0) {
-    posix_spawn_file_actions_addopen(&tActions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-  } else {
-    posix_spawn_file_actions_adddup2(&tActions, tFiles.nInput, STDIN_FILENO);
-  }
-  posix_spawn_file_actions_adddup2(&tActions, tFiles.nOutput, STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&tActions, tFiles.nError, STDERR_FILENO);
-  const int nError =
-      posix_spawnp(&nProcess, "git", &tActions, nullptr, apArguments.data(), ChildEnvironment().data());
-  posix_spawn_file_actions_destroy(&tActions);
-  return nError;
+/// A start that lacks its descriptors. The environment must outlive it. Git runs after a stop, too: it is
+/// then that a target is brought back to what it was.
+VCM::TChildStart GitStart(const std::vector<std::string>& astrArguments,
+                          const std::vector<char*>& apEnvironment) {
+  VCM::TChildStart tStart;
+  tStart.astrArguments = {"git"};
+  tStart.astrArguments.insert(tStart.astrArguments.end(), astrArguments.begin(), astrArguments.end());
+  tStart.ppszEnvironment = apEnvironment.data();
+  tStart.bAfterStop = true;
+  return tStart;
 }
 
-int WaitFor(pid_t nProcess) {
-  int nStatus = 0;
-  while (waitpid(nProcess, &nStatus, 0) < 0) {
-    if (errno != EINTR) return 127;
-  }
-  return WIFSIGNALED(nStatus) ? 128 + WTERMSIG(nStatus) : WEXITSTATUS(nStatus);
+constexpr int CANNOT_START = 127;
+
+int StatusOf(const VCM::TChildResult& tResult) {
+  return tResult.nKind == VCM::TChildResult::ENDED ? tResult.nValue : CANNOT_START;
 }
 
 }  // namespace
@@ -113,22 +94,28 @@ int WaitFor(pid_t nProcess) {
 TProcessResult RunGit(const std::vector<std::string>& astrArguments) {
   const VCM::CDescriptor oOutput = CaptureFile();
   const VCM::CDescriptor oError = CaptureFile();
-  pid_t nProcess = -1;
-  const int nSpawnError = SpawnGit(astrArguments, {-1, oOutput.Get(), oError.Get()}, nProcess);
-  if (nSpawnError != 0) return {127, "", std::strerror(nSpawnError)};
-  const int nStatus = WaitFor(nProcess);
-  return {nStatus, ReadCapture(oOutput), ReadCapture(oError)};
+  const std::vector<char*> apEnvironment = ChildEnvironment();
+  VCM::TChildStart tStart = GitStart(astrArguments, apEnvironment);
+  tStart.nStdOutput = oOutput.Get();
+  tStart.nStdError = oError.Get();
+  const VCM::TChildResult tResult = VCM::RunChild(tStart);
+  if (tResult.nKind == VCM::TChildResult::NOT_STARTED)
+    return {CANNOT_START, "", std::strerror(tResult.nValue)};
+  return {StatusOf(tResult), ReadCapture(oOutput), ReadCapture(oError)};
 }
 
 CPipedGit::CPipedGit(const std::vector<std::string>& astrArguments) : m_oError(CaptureFile()) {
   int anPipe[2] = {-1, -1};
-  // Closed on exec: a client that the provider starts would keep the pipe open after us.
   if (pipe2(anPipe, O_CLOEXEC) != 0) {
     throw EHostError(STATUS_FAILED, std::string("no pipe: ") + std::strerror(errno), "");
   }
   const VCM::CDescriptor oRead(anPipe[0]);
   m_oInput = VCM::CDescriptor(anPipe[1]);
-  const int nError = SpawnGit(astrArguments, {oRead.Get(), m_oError.Get(), m_oError.Get()}, m_nProcess);
+  const std::vector<char*> apEnvironment = ChildEnvironment();
+  VCM::TChildStart tStart = GitStart(astrArguments, apEnvironment);
+  tStart.nStdInput = oRead.Get();
+  tStart.nStdOutput = tStart.nStdError = m_oError.Get();
+  const int nError = VCM::StartChild(tStart, m_nProcess);
   if (nError != 0) {
     throw EHostError(STATUS_FAILED, std::string("can't start git: ") + std::strerror(nError), "install git");
   }
@@ -140,7 +127,7 @@ CPipedGit::~CPipedGit() {
 
 TProcessResult CPipedGit::Finish() {
   m_oInput.Close();
-  const int nStatus = WaitFor(m_nProcess);
+  const int nStatus = StatusOf(VCM::WaitForChild(m_nProcess));
   m_nProcess = -1;
   return {nStatus, "", ReadCapture(m_oError)};
 }

@@ -11,7 +11,7 @@ namespace TALVEK::HOST {
 
 struct TProcessResult {
   int nStatus = 0;        ///< exit status; 128 + signal; 127 when the program can't be started
-  std::string strOutput;  ///< standard output; empty for CPipedChild
+  std::string strOutput;  ///< standard output; empty for CPipedGit
   std::string strError;   ///< standard error, or why the program can't be started
 };
 

@@ -7,7 +7,6 @@
 
 #include "core/child_process.h"
 #include "host/exit_status.h"
-#include "host/process_tree.h"
 
 namespace TALVEK::HOST {
 namespace {
@@ -17,43 +16,24 @@ constexpr unsigned GRACE_SECONDS = 10;
 
 volatile std::sig_atomic_t s_nStopSignal = 0;
 
-TProcesses s_tTold;
+// The two functions below run in signal handlers: only calls that are safe there.
 
-// The functions up to OnAlarm run in signal handlers: only calls that are safe there.
-
-/// A terminal tells the children too, `kill` doesn't; and reading a history can take a child hours. With
-/// their descendants, because a client may be a script, and what it runs would go on alone.
-void TellChildren(int nSignal) {
-  ReadOwnChildren(s_tTold);
-  for (std::size_t nIndex = 0; nIndex < s_tTold.nCount; ++nIndex)
-    SignalTree(s_tTold.anPids[nIndex], nSignal);
-  alarm(GRACE_SECONDS);
-}
-
-/// Ends those that didn't listen. What was started since then is our own and clears up.
-void KillTold() {
-  TProcesses tChildren;
-  ReadOwnChildren(tChildren);
-  for (std::size_t nIndex = 0; nIndex < tChildren.nCount; ++nIndex) {
-    if (s_tTold.Contains(tChildren.anPids[nIndex])) SignalTree(tChildren.anPids[nIndex], SIGKILL);
-  }
-}
-
+/// A terminal tells the children too, `kill` doesn't; and reading a history can take a child hours.
 void RememberSignal(int nSignal) {
   const int nError = errno;
   if (s_nStopSignal == 0) {
     s_nStopSignal = nSignal;
-    VCM::RefuseChildren();
-    TellChildren(nSignal);
+    VCM::StopChildren(nSignal);
+    alarm(GRACE_SECONDS);
   } else {
-    KillTold();
+    VCM::KillStoppedChildren();
   }
   errno = nError;
 }
 
 void OnAlarm(int) {
   const int nError = errno;
-  KillTold();
+  VCM::KillStoppedChildren();
   errno = nError;
 }
 
@@ -81,6 +61,8 @@ void CatchStopSignals() {
     if (!IsIgnored(nSignal)) SetHandler(nSignal, RememberSignal);
   }
   SetHandler(SIGALRM, OnAlarm);
+  // Whoever started us may ignore it; then nobody could learn how a child ended.
+  SetHandler(SIGCHLD, SIG_DFL);
   // A handler, not SIG_IGN: children start with the default action for it, as they expect.
   SetHandler(SIGPIPE, DoNothing);
   SetHandler(SIGXFSZ, DoNothing);

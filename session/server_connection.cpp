@@ -49,8 +49,8 @@ std::vector<std::string> ServerCommand(const TRoot& tRoot) {
 }
 
 /// A folder in memory with room for the largest of files; empty when there is none, or when the environment
-/// names a folder for such files. A server writes half a dozen small files for every file that it hands out,
-/// and writes them anew each time: on a disk that takes longer than reading the repository.
+/// names a folder for temporary files. For each file that it hands out a server writes half a dozen small
+/// files: on a disk that takes longer than reading the repository.
 std::string MemoryFolder() {
   constexpr const char* FOLDER = "/dev/shm";
   constexpr std::uint64_t ENOUGH = std::uint64_t(1) << 30;
@@ -63,8 +63,10 @@ std::string MemoryFolder() {
 
 CTransport OpenTransport(const TRoot& tRoot, const TPatience& tPatience) {
   if (tRoot.nMethod == TRoot::PSERVER) return CTransport::Connect(tRoot.strHost, PortOf(tRoot), tPatience);
-  // Only for a server of our own: where it fails, the client does without one.
-  return CTransport::Start(ServerCommand(tRoot), tRoot.nMethod == TRoot::LOCAL ? MemoryFolder() : "");
+  // Only for the server of a local root: when it fails, the client does the checkout without a server.
+  const std::string strFolder = tRoot.nMethod == TRoot::LOCAL ? MemoryFolder() : std::string();
+  if (!strFolder.empty()) ::setenv("TMPDIR", strFolder.c_str(), 1);
+  return CTransport::Start(ServerCommand(tRoot));
 }
 
 /// The scrambled password; that of an empty one when none is known.

@@ -14,8 +14,9 @@ namespace TALVEK::SESSION {
 /// A connection to a server that knows which root is meant and waits for the first command.
 class CServerConnection : public IByteSource {
  public:
-  /// Connects, logs in, and tells the server the root and the global options.
-  /// Throws EFailure with the server's words when it can't be done.
+  /// Connects, logs in, and tells the server the root and the global options. Sets TMPDIR in this process
+  /// when the server is to have its temporary files in memory. Throws EFailure with the server's words when
+  /// it can't be done.
   CServerConnection(const TCheckout& tCheckout, const TPatience& tPatience);
 
   /// False when the server has gone.

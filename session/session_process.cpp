@@ -1,5 +1,6 @@
 #include "session/session_process.h"
 
+#include <csignal>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -12,6 +13,7 @@
 #include "session/failure.h"
 #include "session/frame.h"
 #include "session/server_connection.h"
+#include "session/short_turns.h"
 
 namespace TALVEK::SESSION {
 
@@ -202,6 +204,9 @@ void LetGo(VCM::CDescriptor& oListener, int& nCaller) {
 [[noreturn]] void BecomeSession(VCM::CDescriptor oListener, const TCheckout& tCheckout, int nCaller,
                                 const std::string& strKey) {
   LetGo(oListener, nCaller);
+  // A caller may ignore it; then nobody could learn when the server ends.
+  ::signal(SIGCHLD, SIG_DFL);
+  TakeShortTurns();
   {
     CSession oSession(oListener.Release(), TPatience{ConfiguredTimeout(), nCaller}, strKey);
     try {

@@ -15,11 +15,10 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include "core/child_process.h"
 #include "session/failure.h"
-#include "session/processor.h"
 
 namespace TALVEK::SESSION {
 
@@ -48,35 +47,18 @@ void MakeAbsolute(std::string& strProgram) {
   if (::getcwd(achFolder, sizeof achFolder)) strProgram = std::string(achFolder) + "/" + strProgram;
 }
 
-[[noreturn]] void BecomeProgram(const std::vector<char*>& apszArguments, int nInput, int nOutput, int nErrors,
-                                const std::string& strTemporary) {
-  ::dup2(nInput, STDIN_FILENO);
-  ::dup2(nOutput, STDOUT_FILENO);
-  ::dup2(nErrors, STDERR_FILENO);
-  ::signal(SIGPIPE, SIG_DFL);
-  if (!strTemporary.empty()) ::setenv("TMPDIR", strTemporary.c_str(), 1);
-  TakeShortTurns();
-  if (::chdir("/") == 0) ::execvp(apszArguments[0], apszArguments.data());
-  const std::string strLine = std::string("cvs [checkout aborted]: cannot exec ") + apszArguments[0] + ": " +
-                              std::strerror(errno) + "\n";
-  [[maybe_unused]] const ssize_t nIgnored = ::write(STDERR_FILENO, strLine.data(), strLine.size());
-  ::_exit(1);
-}
-
 bool EndsInTime(pid_t nChild) {
   const VCM::CDescriptor oChild = OpenProcess(nChild);
   pollfd tPoll = {oChild.Get(), POLLIN, 0};
-  // Without a pidfd the poll is only a pause, and waitpid tells.
-  ::poll(&tPoll, 1, static_cast<int>(GRACE.count()));
-  return ::waitpid(nChild, nullptr, WNOHANG) != 0;
+  return ::poll(&tPoll, 1, static_cast<int>(GRACE.count())) > 0;
 }
 
 void EndChild(pid_t nChild) {
-  if (EndsInTime(nChild)) return;
-  ::kill(nChild, SIGTERM);
-  if (EndsInTime(nChild)) return;
-  ::kill(nChild, SIGKILL);
-  ::waitpid(nChild, nullptr, 0);
+  for (const int nSignal : {SIGTERM, SIGKILL}) {
+    if (EndsInTime(nChild)) break;
+    VCM::SignalChild(nChild, nSignal);
+  }
+  VCM::WaitForChild(nChild);
 }
 
 /// An address to connect to, and its text.
@@ -122,7 +104,7 @@ std::string OutputOf(CTransport oProgram, const TPatience& tPatience) {
 /// those that look names up can't be held so, and getent has them.
 std::vector<TAddress> AddressesOf(const std::string& strHost, unsigned nPort, const TPatience& tPatience) {
   if (std::optional<TAddress> tAddress = ParseAddress(strHost, nPort)) return {*tAddress};
-  std::istringstream oLines(OutputOf(CTransport::Start({"getent", "ahosts", "--", strHost}, ""), tPatience));
+  std::istringstream oLines(OutputOf(CTransport::Start({"getent", "ahosts", "--", strHost}), tPatience));
   std::vector<TAddress> atAddresses;
   for (std::string strText, strKind, strRest;
        oLines >> strText >> strKind && std::getline(oLines, strRest);) {
@@ -161,24 +143,26 @@ VCM::CDescriptor TryAddress(const TAddress& tAddress, const TPatience& tPatience
 
 }  // namespace
 
-CTransport CTransport::Start(std::vector<std::string> astrArguments, const std::string& strTemporary) {
+CTransport CTransport::Start(std::vector<std::string> astrArguments) {
   MakeAbsolute(astrArguments[0]);
-  std::vector<char*> apszArguments;
-  for (std::string& strArgument : astrArguments)
-    apszArguments.push_back(strArgument.data());
-  apszArguments.push_back(nullptr);
   TPipe oInput, oOutput, oErrors;
+  VCM::TChildStart tStart;
+  tStart.astrArguments = std::move(astrArguments);
+  tStart.nStdInput = oInput.oRead.Get();
+  tStart.nStdOutput = oOutput.oWrite.Get();
+  tStart.nStdError = oErrors.oWrite.Get();
+  tStart.pszFolder = "/";
   CTransport oTransport;
-  oTransport.m_tChild.nId = ::fork();
-  if (oTransport.m_tChild.nId < 0) throw Aborted(std::string("cannot fork: ") + std::strerror(errno));
-  if (oTransport.m_tChild.nId == 0)
-    BecomeProgram(apszArguments, oInput.oRead.Get(), oOutput.oWrite.Get(), oErrors.oWrite.Get(),
-                  strTemporary);
+  if (const int nError = VCM::StartChild(tStart, oTransport.m_tChild.nId)) {
+    const std::string strLine = "cvs [checkout aborted]: cannot exec " + tStart.astrArguments[0] + ": " +
+                                std::strerror(nError) + "\n";
+    [[maybe_unused]] const ssize_t nIgnored = ::write(oErrors.oWrite.Get(), strLine.data(), strLine.size());
+  }
   oTransport.m_oRead = std::move(oOutput.oRead);
   oTransport.m_oWrite = std::move(oInput.oWrite);
   oTransport.m_oErrors = std::move(oErrors.oRead);
-  // A server that finds no room for a large file waits for its reader, and its reader for it. No matter if
-  // it can't be had.
+  // A large pipe, because a server that finds no room for a large file waits for its reader, and its reader
+  // for it. A small one does as well, only slower.
   ::fcntl(oTransport.m_oRead.Get(), F_SETPIPE_SZ, MAX_PIPE);
   for (const int nEnd : {oTransport.m_oRead.Get(), oTransport.m_oWrite.Get(), oTransport.m_oErrors.Get()})
     MakeNonBlocking(nEnd);

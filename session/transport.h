@@ -15,9 +15,8 @@ namespace TALVEK::SESSION {
 class CTransport {
  public:
   /// Starts a program; execvp finds it. Its working folder is "/", so that it keeps no file system busy.
-  /// A program that can't be started shows as an end with the reason among the errors. `strTemporary`: its
-  /// folder for temporary files; empty for the one that it would take itself.
-  static CTransport Start(std::vector<std::string> astrArguments, const std::string& strTemporary);
+  /// A program that can't be started looks like one that ends at once, with the reason among its errors.
+  static CTransport Start(std::vector<std::string> astrArguments);
   /// Throws EFailure, worded as the client does, when nobody can be reached there.
   static CTransport Connect(const std::string& strHost, unsigned nPort, const TPatience& tPatience);
 

@@ -350,13 +350,55 @@ TEST_F(ProcessCaptureTest, ProgramHasDefaultSignalsAndNoneBlocked) {
   sigaddset(&oBlocked, SIGUSR1);
   sigprocmask(SIG_BLOCK, &oBlocked, &oPrevious);
   const auto pfnPipe = std::signal(SIGPIPE, SIG_IGN);
+  // Whoever started the tests may ignore these, and they stay ignored.
+  const auto pfnInterrupt = std::signal(SIGINT, SIG_DFL);
+  const auto pfnQuit = std::signal(SIGQUIT, SIG_DFL);
+  const auto pfnHangUp = std::signal(SIGHUP, SIG_DFL);
   std::string strOutcome = Outcome(L"grep -E \"^Sig(Blk|Ign)\" /proc/self/status");
   std::signal(SIGPIPE, pfnPipe);
+  std::signal(SIGINT, pfnInterrupt);
+  std::signal(SIGQUIT, pfnQuit);
+  std::signal(SIGHUP, pfnHangUp);
   sigprocmask(SIG_SETMASK, &oPrevious, nullptr);
   // 32 and 33 are the C library's own: no program can set them, and whoever started this one may ignore them.
   const std::size_t nOwn = strOutcome.find("Ign:\t0000000180000000");
   if (nOwn != std::string::npos) strOutcome.replace(nOwn, 21, "Ign:\t0000000000000000");
   EXPECT_EQ(strOutcome, "0|SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n|");
+}
+
+// Under nohup a hang-up would end the client, and not the program that waits for it.
+TEST_F(ProcessCaptureTest, HangUpStaysIgnoredWhereTheCallerIgnoresIt) {
+  const auto pfnPrevious = std::signal(SIGHUP, SIG_IGN);
+  EXPECT_EQ(Outcome(Shell("kill -HUP $$; echo goes on")), "0|goes on\n|");
+  std::signal(SIGHUP, pfnPrevious);
+}
+
+/// Runs a client that has started another process, and stops it. Returns what the two have written.
+std::string OutcomeOfStop(const std::string& strScript) {
+  const CTempFolder oFolder;
+  TEST::RunInChild([&] {
+    ::setsid();
+    std::signal(SIGALRM, [](int) { KillStoppedChildren(); });
+    std::signal(SIGUSR1, [](int) {
+      StopChildren(SIGTERM);
+      ::alarm(1);
+    });
+    CProcessCapture oProcess;
+    TEST::WriteFile(oFolder / "outcome",
+                    Outcome(oProcess, Shell("parent=" + std::to_string(::getpid()) + "\n" + strScript)));
+    return 0;
+  });
+  return TEST::ReadFile(oFolder / "outcome");
+}
+
+TEST_F(ProcessCaptureTest, StopReachesWhatAProgramHasStarted) {
+  EXPECT_EQ(OutcomeOfStop("(trap 'echo inner; exit' TERM; kill -USR1 $parent; sleep 1000 & wait) &\n"
+                          "trap 'wait; echo outer; exit 3' TERM; wait"),
+            "3|inner\nouter\n|");
+}
+
+TEST_F(ProcessCaptureTest, ProgramThatIgnoresTheStopIsKilled) {
+  EXPECT_EQ(OutcomeOfStop("trap '' TERM; kill -USR1 $parent; sleep 1000; echo on"), "137||");
 }
 
 TEST_F(ProcessCaptureTest, CallersSignalMaskIsLeftAsItWas) {
@@ -531,10 +573,10 @@ TEST_F(ProcessCaptureTest, OutputThatFitsIsWhole) {
 }
 
 // A caller that tries again would start a program that nobody tells to end.
-TEST_F(ProcessCaptureTest, NothingStartsOnceChildrenAreRefused) {
+TEST_F(ProcessCaptureTest, NothingStartsOnceChildrenAreStopped) {
   const CTempFolder oFolder;
   TEST::RunInChild([&] {
-    RefuseChildren();
+    StopChildren(SIGTERM);
     CProcessCapture oProcess;
     const int nResult = oProcess.Execute(L"touch " + FromBytes((oFolder / "started").string()));
     TEST::WriteFile(oFolder / "outcome",

@@ -80,7 +80,8 @@ class World:
         program = arguments[0] if arguments[0].startswith("/") else os.path.join(self.programs, arguments[0])
         process = subprocess.Popen([program] + arguments[1:], cwd=self.folder, stdin=subprocess.DEVNULL,
                                 stdout=open(self.path("out"), "wb"), stderr=open(self.path("err"), "wb"),
-                                env=self.environment(environment or {}), preexec_fn=before)
+                                env=self.environment(environment or {}), preexec_fn=before,
+                                start_new_session=True)
         self.pids.append(process.pid)
         return process
 

@@ -38,6 +38,8 @@ std::vector<std::string> Joined(std::vector<std::string> astrFirst,
   setenv("TMPDIR", (oFolder / "tmp").c_str(), 1);
   setenv("TALVEK_FAULT", oFolder.c_str(), 1);
   if (chdir(oFolder.c_str()) != 0) _exit(125);
+  // Without a terminal, whether or not the tests have one.
+  setsid();
   if (fnBefore) fnBefore();
   std::vector<const char*> apszArguments = {TALVEK_BIN_DIR "/talvek-import"};
   for (const std::string& strArgument : astrArguments)

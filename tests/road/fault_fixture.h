@@ -30,7 +30,8 @@ class FaultTest : public testing::Test {
                                                 const std::string& strRepository = TALVEK_EXAMPLE_REPOSITORY,
                                                 const std::string& strTarget = "target");
 
-  /// `fnBefore` runs in the process before it becomes the program.
+  /// `fnBefore` runs in the process before it becomes the program. The process has no terminal and leads a
+  /// session of its own.
   pid_t Start(const std::vector<std::string>& astrArguments, const std::function<void()>& fnBefore = {});
   /// The exit status and both outputs, with the folder's name taken out.
   TShellResult Finish(pid_t nProcess);

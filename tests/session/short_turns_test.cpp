@@ -1,4 +1,4 @@
-#include "session/processor.h"
+#include "session/short_turns.h"
 
 #include <gtest/gtest.h>
 
@@ -26,7 +26,7 @@ int AskAs(int nPolicy, int nNice) {
   return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
 }
 
-TEST(ProcessorTest, ShortTurnsDontRaiseAProcessAboveOthers) {
+TEST(ShortTurnsTest, TheyDontRaiseAProcessAboveOthers) {
   EXPECT_EQ(AskAs(SCHED_OTHER, ::getpriority(PRIO_PROCESS, 0)), 0);
   EXPECT_EQ(AskAs(SCHED_OTHER, 19), 0);
   EXPECT_EQ(AskAs(SCHED_BATCH, 19), 0);

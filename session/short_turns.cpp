@@ -1,4 +1,4 @@
-#include "session/processor.h"
+#include "session/short_turns.h"
 
 #include <cstdint>
 
