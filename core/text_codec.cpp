@@ -95,7 +95,7 @@ std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut) {
   return nLength;
 }
 
-// The encodings of Debian's locales extend ASCII, so only the bytes from 80 on are decoded by them.
+// Every encoding of Debian's locales extends ASCII, so the locale is asked about bytes from 80 on only.
 void DecodeBytes(std::string_view strBytes, CString& strOut) {
   const CLocaleCodec oCodec;
   DecodeInto(strBytes, strOut,
