@@ -24,8 +24,7 @@ constexpr std::size_t GrownCapacity(std::size_t nCount) {
 /// A dynamic array with a signed 32-bit count.
 ///
 /// Shape    The first element makes the capacity 16; a full array doubles. A copy has the capacity that
-/// adding
-///          its elements one by one would have given.
+///          adding its elements one by one would have given.
 /// Errors   GetAt and operator[] throw EArrayIndexOutOfRange unless 0 <= index < count. Allocation may throw.
 /// Owns     Its elements, by value. A reference to an element is good until the next Add, RemoveAt, RemoveAll
 ///          or Sort.

@@ -14,6 +14,9 @@ constexpr bool IsScalarValue(std::uint32_t nCode) {
   return nCode <= 0x10FFFF && (nCode & 0xFFFFF800U) != 0xD800;
 }
 
+/// Stands in UTF-8 for what is no character.
+inline constexpr std::uint32_t REPLACEMENT = 0xFFFD;
+
 /// One sequence of UTF-8. A length of 0 means: no whole sequence was found.
 struct TUtf8Sequence {
   std::uint32_t nCode = 0;

@@ -101,8 +101,7 @@ CWorkingFolderScope::~CWorkingFolderScope() {
   const CDescriptor oPrevious(m_nPreviousFolder);
   if (!m_bEntered) return;
   const int nError = errno;
-  // This fails only when the folder's permissions were taken away meanwhile. The process stays where it is
-  // then.
+  // Fails only when the folder's permissions were taken away meanwhile; then the process stays here.
   [[maybe_unused]] const int nIgnored = ::fchdir(oPrevious.Get());
   errno = nError;
 }

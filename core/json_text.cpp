@@ -1,7 +1,11 @@
 #include "core/json_text.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <utility>
+
+#include "core/character_codec.h"
 
 namespace TALVEK::VCM {
 namespace {
@@ -13,58 +17,18 @@ void AppendHexEscape(std::uint32_t nCode, std::string& strOut) {
     strOut += HEX_DIGITS[(nCode >> nShift) & 0xF];
 }
 
-// The letter of the two-character escape, or 0.
-char ShortEscape(std::uint32_t nCode) {
-  switch (nCode) {
-    case '"':
-      return '"';
-    case '\\':
-      return '\\';
-    case '\b':
-      return 'b';
-    case '\f':
-      return 'f';
-    case '\n':
-      return 'n';
-    case '\r':
-      return 'r';
-    case '\t':
-      return 't';
-    default:
-      return 0;
-  }
-}
-
-void AppendTrailByte(std::uint32_t nBits, std::string& strOut) {
-  strOut += static_cast<char>(0x80 | (nBits & 0x3F));
-}
-
-void AppendUtf8(std::uint32_t nCode, std::string& strOut) {
-  if (nCode < 0x80) {
-    strOut += static_cast<char>(nCode);
-    return;
-  }
-  if (nCode < 0x800) {
-    strOut += static_cast<char>(0xC0 | (nCode >> 6));
-  } else if (nCode < 0x10000) {
-    strOut += static_cast<char>(0xE0 | (nCode >> 12));
-    AppendTrailByte(nCode >> 6, strOut);
-  } else {
-    strOut += static_cast<char>(0xF0 | (nCode >> 18));
-    AppendTrailByte(nCode >> 12, strOut);
-    AppendTrailByte(nCode >> 6, strOut);
-  }
-  AppendTrailByte(nCode, strOut);
-}
-
 void AppendCharacter(std::uint32_t nCode, std::string& strOut) {
-  if (const char chEscape = ShortEscape(nCode)) {
+  // The characters with an escape of one letter, and their letters.
+  static constexpr std::wstring_view ESCAPED = L"\"\\\b\f\n\r\t";
+  static constexpr char LETTERS[] = "\"\\bfnrt";
+  const std::size_t nEscape = ESCAPED.find(static_cast<wchar_t>(nCode));
+  if (nEscape != std::wstring_view::npos) {
     strOut += '\\';
-    strOut += chEscape;
+    strOut += LETTERS[nEscape];
   } else if (nCode < 0x20 || (nCode >= 0xD800 && nCode < 0xE000)) {
     AppendHexEscape(nCode, strOut);
   } else {
-    AppendUtf8(nCode > 0x10FFFF ? 0xFFFD : nCode, strOut);
+    AppendUtf8(strOut, IsScalarValue(nCode) ? nCode : REPLACEMENT);
   }
 }
 

@@ -48,8 +48,7 @@ class TALVEK_CORE_API CLineReader {
   std::string m_strBuffer;
   std::size_t m_nPosition = 0;  // of the first byte that hasn't been returned
   std::size_t m_nFilled = 0;    // bytes of the buffer that hold input
-  // Positions of the next \n and of the next \r; m_nFilled when there is none. Unknown when below
-  // m_nPosition.
+  // Positions of the next \n and the next \r; m_nFilled for none. Unknown when below m_nPosition.
   std::size_t m_nLineFeed = 0;
   std::size_t m_nReturn = 0;
   // The buffer's bytes from m_nWideStart to m_nWideEnd as text. They are all ASCII, so a line among them is

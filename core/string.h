@@ -17,8 +17,7 @@ namespace TALVEK::VCM {
 /// see core/text_codec.h, which turns bytes into text and back without loss.
 ///
 /// Errors   An index or count outside the text is moved to its nearest end. A search that finds nothing
-/// returns
-///          -1. Only allocation throws.
+///          returns -1. Only allocation throws.
 /// Case     "NoCase" and MakeLower map character by character, the same in every locale (core/case_map.h).
 class TALVEK_CORE_API CString {
  public:
@@ -46,7 +45,7 @@ class TALVEK_CORE_API CString {
   CString& operator+=(wchar_t chOther);
 
   /// Ordinal, with regard to case.
-  auto operator<=>(const CString&) const = default;  // NOLINT(modernize-use-nullptr): compares with a plain 0
+  auto operator<=>(const CString&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
   bool operator==(const CString&) const = default;
   bool operator==(const wchar_t* pszOther) const { return m_strText == (pszOther ? pszOther : L""); }
   /// < 0, 0, > 0.

@@ -21,8 +21,9 @@ bool Contains(std::wstring_view strSet, wchar_t ch) {
   return strSet.find(ch) != std::wstring_view::npos;
 }
 
-/// Our format as the C library's. "%s" and "%c" take wide text there as "%ls" and "%lc". "%n" would write
-/// through a pointer, and what is no directive would fail the whole format: these become plain text.
+/// Translates our format into the C library's. There "%s" and "%c" take bytes, so they become "%ls" and
+/// "%lc". "%n" would write through a pointer, and a directive that is cut off would make the library refuse
+/// the whole format: they become plain text.
 std::wstring ToLibraryFormat(std::wstring_view strRest) {
   std::wstring strResult;
   strResult.reserve(2 * strRest.size());

@@ -13,7 +13,6 @@ namespace TALVEK::VCM {
 namespace {
 
 constexpr std::uint32_t ESCAPE_BASE = 0xDC00;
-constexpr std::uint32_t REPLACEMENT = 0xFFFD;
 
 constexpr std::uint32_t Code(wchar_t ch) {
   return static_cast<std::uint32_t>(ch);
@@ -96,7 +95,7 @@ std::size_t WidenAscii(std::string_view strBytes, wchar_t* pOut) {
   return nLength;
 }
 
-// The encodings of Debian's locales extend ASCII, so only the bytes from 80 on are decoded by them.
+// Every encoding of Debian's locales extends ASCII, so the locale is asked about bytes from 80 on only.
 void DecodeBytes(std::string_view strBytes, CString& strOut) {
   const CLocaleCodec oCodec;
   DecodeInto(strBytes, strOut,
@@ -135,10 +134,6 @@ std::string ToUtf8(const CString& strText) {
     AppendUtf8(strOut, IsScalarValue(Code(ch)) ? Code(ch) : REPLACEMENT);
   });
   return strBytes;
-}
-
-std::size_t Utf8Size(const CString& strText) {
-  return ToUtf8(strText).size();
 }
 
 void EncodeStored(std::wstring_view strText, std::string& strOut) {

@@ -32,8 +32,6 @@ TALVEK_CORE_API bool ToSystemPath(const CString& strText, std::string& strOut);
 
 /// UTF-8, the same in every locale; a character without a UTF-8 form (such as U+DC80) becomes U+FFFD.
 TALVEK_CORE_API std::string ToUtf8(const CString& strText);
-/// Number of the bytes that ToUtf8 gives.
-TALVEK_CORE_API std::size_t Utf8Size(const CString& strText);
 
 /// UTF-8 extended to surrogates (three bytes each), the same in every locale: what the database stores.
 /// DecodeStored(EncodeStored(t)) is t.

@@ -43,7 +43,7 @@ void CImportLogWatch::Message(const wchar_t* pszFormat, ...) {
   va_start(args, pszFormat);
   m_strLastLine.FormatV(pszFormat, args);
   va_end(args);
-  m_nLogBytes += VCM::Utf8Size(m_strLastLine);
+  m_nLogBytes += VCM::ToUtf8(m_strLastLine).size();
   TakeLine(TextOfLine(m_strLastLine.View()));
   if (m_bStopping) ThrowIfStopped();
 }

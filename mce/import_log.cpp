@@ -13,7 +13,6 @@
 #include <wx/log.h>
 #include <wx/txtstrm.h>
 
-#include "core/decimal.h"
 #include "core/text_codec.h"
 
 namespace TALVEK::MCE {
@@ -39,7 +38,7 @@ class CImportLog::CLineStream : public wxTextOutputStream {
 VCM::CString MakeLogLine(VCM::CString strText, long long nNow) {
   std::wstring strLine = strText.Release();
   strLine.insert(0, L": ");
-  strLine.insert(0, VCM::CDecimal(nNow % SECONDS_PER_HOUR).View());
+  strLine.insert(0, std::to_wstring(nNow % SECONDS_PER_HOUR));
   if (!strLine.ends_with(L'\n')) strLine += L'\n';
   return VCM::CString(std::move(strLine));
 }

@@ -227,12 +227,6 @@ TEST(TextCodecLocaleTest, Utf8ShowsWhatIsNoCharacterAsTheReplacement) {
   }
 }
 
-TEST(TextCodecLocaleTest, Utf8IsCountedAsItIsWritten) {
-  for (const std::wstring_view strText :
-       {L""sv, L"abc\n"sv, L"a\0b"sv, L"caf\xE9"sv, L"\x10FFFF\xDC80\x110000z"sv})
-    EXPECT_EQ(Utf8Size(CString(strText)), ToUtf8(CString(strText)).size());
-}
-
 // Blocks of characters are looked at and narrowed together.
 TEST(TextCodecLocaleTest, CharacterIsEncodedAtEveryPlaceOfALongText) {
   for (std::size_t nPlace = 0; nPlace < 200; ++nPlace) {
