@@ -7,8 +7,8 @@
 
 namespace TALVEK::HOST {
 
-/// Learns which checkouts the bundled client handed on to the plain `cvs`, and why: each of them costs about
-/// a second.
+/// Learns which checkouts the bundled client handed on to the plain `cvs`, and why: most of
+/// them cost a second.
 ///
 /// Shape    While the object lives, the environment variable CVS_SESSION_NOTES names a file, to which the
 ///          client appends a line, the reason, for each such checkout. Only one object at a time.

@@ -151,7 +151,7 @@ class CGrammar {
         ->add_option("--max-losses", m_tResult.nMaxLosses,
                      "Fail (status 1) when the first N files are all lost; 0: never")
         ->type_name("N")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
         ->capture_default_str();
     AddImportLog(poCommand);
     AddPropertyOptions(poCommand);

@@ -81,6 +81,7 @@ class CRun {
     RequireFetchableModule(m_tContext.oTable, m_tContext.oLibrary.GetProvider().GetName());
     TakeTarget();
     const CWorkFolder oWork(CommandLine().strWork);
+    const CClientNotes oClientNotes;
     CImportSession oSession(
         {m_tContext.oLibrary.GetProvider(), m_tContext.oTable, m_tContext.oConsole, m_oProgress, m_oReport},
         CommandLine().strImportLog);
@@ -99,7 +100,7 @@ class CRun {
       ImportIntoFile(oSession, oWork, oSpool);
     }
     if (m_oReport.GetLossCount() == 0) oSession.Succeed();
-    ShowSummary(oSession);
+    ShowSummary(oSession, oClientNotes);
     return m_oReport.GetLossCount() == 0 ? STATUS_IMPORTED : STATUS_LOSSES;
   }
 
@@ -206,8 +207,8 @@ class CRun {
     m_anDepths = oImport.GetDepths();
   }
 
-  void ShowSummary(const CImportSession& oSession) {
-    for (const std::string& strText : {m_oReport.RenamedText(), m_oClientNotes.GetText()}) {
+  void ShowSummary(const CImportSession& oSession, const CClientNotes& oClientNotes) {
+    for (const std::string& strText : {m_oReport.RenamedText(), oClientNotes.GetText()}) {
       if (!strText.empty()) m_oReport.Note(strText);
     }
     const auto nSeconds =
@@ -223,7 +224,6 @@ class CRun {
   CProgress::TClock::time_point m_tBegin = CProgress::TClock::now();
   CProgress m_oProgress;
   CReport m_oReport;
-  CClientNotes m_oClientNotes;
   std::optional<CGitRepository> m_oRepository;  // one of these two is set
   std::optional<CExportTarget> m_oExport;
   std::map<std::string, std::uint64_t> m_anDepths;  // of the branches

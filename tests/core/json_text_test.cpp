@@ -37,5 +37,12 @@ TEST(JsonTextTest, TextIsAppended) {
   EXPECT_EQ(strOut, R"({"name":"joe")");
 }
 
+TEST(JsonTextTest, LineIsOneRecordWithItsFieldsInOrder) {
+  EXPECT_EQ(
+      CJsonLine("item").Number("change", 4294967295).Text("path", L"a\xDCE9\"").Number("type", 0).Take(),
+      "{\"item\":{\"change\":4294967295,\"path\":\"a\\udce9\\\"\",\"type\":0}}\n");
+  EXPECT_EQ(CJsonLine("stream").Take(), "{\"stream\":{}}\n");
+}
+
 }  // namespace
 }  // namespace TALVEK::VCM

@@ -1,6 +1,8 @@
 // Checkouts that the bundled client hands to the plain one are counted.
 
+#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "tests/road/fault_fixture.h"
 
@@ -8,6 +10,9 @@ namespace TALVEK::TEST {
 namespace {
 
 using SlowCheckoutsTest = FaultTest;
+
+// A single changeset of three files.
+const std::vector<std::string> DATES = {"--start-date", "2004-04-09", "--end-date", "2004-05-01"};
 
 // Notes a reason for some of the checkouts, as the bundled client does for those that it hands on.
 constexpr const char* SCRIPT =
@@ -17,18 +22,31 @@ constexpr const char* SCRIPT =
     "esac\n"
     "exec " TALVEK_BIN_DIR "/cvs-session \"$@\"";
 
+// The server has no file for the two deletions in the example.
 TEST_F(SlowCheckoutsTest, SummaryCountsThemByReason) {
   const TShellResult tRun = Run(ExampleImport({"--cvs-path", Client(SCRIPT)}));
   EXPECT_EQ(tRun.nStatus, 0);
-  EXPECT_NE(tRun.strOutput.find("talvek-import: 10 checkouts took the slow way through cvs: 6 a folder is "
-                                "called CVS; 4 an odd \\x1b option\ntalvek-import: imported "),
+  EXPECT_NE(tRun.strOutput.find("talvek-import: 12 checkouts took the slow way through cvs: 6 a folder is "
+                                "called CVS; 4 an odd \\x1b option; 2 the server answered with more or "
+                                "less than the file\ntalvek-import: imported "),
             std::string::npos)
       << tRun.strOutput;
   EXPECT_EQ(Leftovers(), "target\n");
 }
 
+TEST_F(SlowCheckoutsTest, BundledClientNotesThem) {
+  WriteFile(Folder() / "home/.cvsrc", "checkout -P\n");
+  const std::string strHome = (Folder() / "home").string();
+  const TShellResult tRun = Run(ExampleImport(DATES), [&] { setenv("HOME", strHome.c_str(), 1); });
+  EXPECT_EQ(tRun.nStatus, 0) << tRun.strOutput;
+  EXPECT_NE(tRun.strOutput.find("talvek-import: 3 checkouts took the slow way through cvs: 3 ~/.cvsrc has "
+                                "options for the client\ntalvek-import: imported "),
+            std::string::npos)
+      << tRun.strOutput;
+}
+
 TEST_F(SlowCheckoutsTest, RunWithoutAnySaysNothingOfThem) {
-  const TShellResult tRun = Run(ExampleImport());
+  const TShellResult tRun = Run(ExampleImport(DATES));
   EXPECT_EQ(tRun.nStatus, 0);
   EXPECT_EQ(tRun.strOutput.find("slow way"), std::string::npos) << tRun.strOutput;
 }
