@@ -20,8 +20,8 @@ constexpr suseconds_t MICROSECONDS_FOR_WORDS = 5000;
 
 /// How long to listen when nothing comes; 0: for ever.
 void SetPatience(int nConnection, suseconds_t nMicroseconds) {
-  const timeval tPatience{0, nMicroseconds};
-  ::setsockopt(nConnection, SOL_SOCKET, SO_RCVTIMEO, &tPatience, sizeof tPatience);
+  const timeval tLimits{0, nMicroseconds};
+  ::setsockopt(nConnection, SOL_SOCKET, SO_RCVTIMEO, &tLimits, sizeof tLimits);
 }
 
 /// Listens until the words have come, or nothing comes any more.

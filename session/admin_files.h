@@ -6,22 +6,22 @@
 
 namespace TALVEK::SESSION {
 
-/// The text of CVS/Entries: a line for each file and sub-folder checked out, in the order in which they came.
+/// The text of CVS/Entries: a line for each file and sub-folder checked out, the latest last.
 class CEntries {
  public:
   /// Shape    The text of Entries, then that of Entries.Log, which holds what came since Entries was written.
-  /// Returns  False for a line of a kind that isn't known; the client then has to see to this folder.
+  /// Returns  False for a line of an unknown kind; this folder is then left to the client.
   bool Parse(std::string_view strEntries, std::string_view strLog);
 
-  /// True when the folder is entered.
+  /// True when there is a line for the sub-folder.
   bool HasFolder(std::string_view strName) const;
-  /// The names of the folders entered, in their order.
+  /// The names of the sub-folders, in the order of their lines.
   std::vector<std::string> Folders() const;
   /// The line of a file, empty without one.
   std::string FileLine(std::string_view strName) const;
-  /// Enters a file or folder by its whole line. One of the same name goes, and the new one comes last.
+  /// Adds the line of a file or sub-folder as the last one, and removes an older line of the same name.
   void Add(const std::string& strLine);
-  /// Says that all sub-folders are entered here, even when there is none.
+  /// Notes that every sub-folder has its line here; without sub-folders a line "D" says so.
   void SetFoldersKnown() { m_bFoldersKnown = true; }
   bool AreFoldersKnown() const { return m_bFoldersKnown; }
 

@@ -15,8 +15,8 @@ class IByteSource {
   virtual std::string Read() = 0;
 };
 
-/// Cuts what comes from a source into lines and blocks. A line is bounded, so that a server which never ends
-/// one can't fill the memory.
+/// Cuts what comes from a source into lines and blocks. The length of a line is limited, so that a server
+/// can't fill the memory by never ending one.
 class CReplyReader {
  public:
   explicit CReplyReader(IByteSource& oSource) : m_oSource(oSource) {}

@@ -25,7 +25,7 @@ bool IsThisProgram(const std::string& strPath) {
          tThis.st_dev == tOther.st_dev && tThis.st_ino == tOther.st_ino;
 }
 
-/// The first `cvs` on the PATH that isn't this program under that name.
+/// The first `cvs` on the PATH, unless it is a link to this program.
 std::string FindOnPath() {
   const char* pszPath = std::getenv("PATH");
   std::string strRest = pszPath ? pszPath : "/usr/bin:/bin";

@@ -9,15 +9,15 @@
 
 namespace TALVEK::SESSION {
 
-/// A checkout of one revision of one file into a named folder: what this program does itself.
+/// A checkout of one revision of one file into a named folder, which this program does itself.
 struct TCheckout {
   TRoot tRoot;
   std::string strQuiet;  ///< "-q", "-Q" or empty
   bool bReadOnly = false;
   int nCompression = 0;     ///< 0 to 9
   std::string strRevision;  ///< digits and dots
-  std::string strFolder;    ///< plain names joined by "/", below the working folder
-  std::string strFile;      ///< plain names joined by "/", the module first; at least two
+  std::string strFolder;    ///< a plain path below the working folder
+  std::string strFile;      ///< a plain path, the module first; at least two names
 };
 
 /// Shape    `astrArguments` is the command line after the program's name, `strCvsrc` the text of ~/.cvsrc.

@@ -11,12 +11,12 @@ namespace {
 constexpr std::size_t BLOCK = 1 << 16;
 
 void SetInput(z_stream& tStream, std::string_view strBytes) {
-  // zlib reads through this pointer only; its type is from before const.
+  // zlib only reads through this pointer, though its type lacks the const.
   tStream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(strBytes.data()));
   tStream.avail_in = static_cast<uInt>(strBytes.size());
 }
 
-/// Calls `fnStep` until it leaves room in the block, and gathers what it made.
+/// Calls `fnStep` until it no longer fills the block, and returns all that it has written.
 template <class TStep>
 std::string Run(z_stream& tStream, const TStep& fnStep) {
   std::string strMade;

@@ -6,8 +6,8 @@
 
 namespace TALVEK::SESSION {
 
-/// Both directions of a compressed connection. Each is one zlib stream from its first byte to the last, which
-/// is why it lives as long as the connection and not as long as a command.
+/// Both directions of a compressed connection. Each is a single zlib stream, and so lives as long as the
+/// connection.
 class CCompression {
  public:
   explicit CCompression(int nLevel);
@@ -15,9 +15,9 @@ class CCompression {
   CCompression(const CCompression&) = delete;
   CCompression& operator=(const CCompression&) = delete;
 
-  /// What to send for these bytes; the other end can read all of it at once.
+  /// What to send for these bytes. Flushed, so that the other end can read all of it.
   std::string Deflate(std::string_view strBytes);
-  /// What the received bytes mean, perhaps nothing yet. Throws EFailure when they are no zlib stream.
+  /// The text in these bytes, perhaps none yet. Throws EFailure when they are no zlib stream.
   std::string Inflate(std::string_view strBytes);
 
  private:

@@ -19,8 +19,8 @@ CConversation::CConversation(const TCheckout& tCheckout, const TCaller& tCaller)
     : m_tCheckout(tCheckout),
       m_tCaller(tCaller),
       m_strKey(SessionKey(tCheckout, tCaller)),
-      m_tPatience{ConfiguredTimeout(), -1},
-      m_oFrames(-1, m_tPatience) {}
+      m_tLimits{ConfiguredTimeout(), -1},
+      m_oFrames(-1, m_tLimits) {}
 
 bool CConversation::Connect() {
   m_oSocket = ConnectTo(m_strKey);
@@ -31,14 +31,14 @@ bool CConversation::Connect() {
   }
   if (!m_oSocket.IsOpen()) return false;
   MakeNonBlocking(m_oSocket.Get());
-  m_oFrames = CFrameReader(m_oSocket.Get(), m_tPatience);
+  m_oFrames = CFrameReader(m_oSocket.Get(), m_tLimits);
   return true;
 }
 
-/// Sends the requests without waiting for the session's word: a switch of processes less for each command.
+/// Sends the requests without waiting for READY, which saves each command a switch of processes.
 bool CConversation::Introduce(const std::string& strRequests) {
-  return SendFrame(m_oSocket.Get(), FRAME_KEY, m_strKey, m_tPatience) &&
-         SendFrame(m_oSocket.Get(), FRAME_REQUEST, strRequests, m_tPatience);
+  return SendFrame(m_oSocket.Get(), FRAME_KEY, m_strKey, m_tLimits) &&
+         SendFrame(m_oSocket.Get(), FRAME_REQUEST, strRequests, m_tLimits);
 }
 
 std::string CConversation::Reach(const std::string& strRequests) {
@@ -53,7 +53,7 @@ std::string CConversation::Reach(const std::string& strRequests) {
       if (chFrame == FRAME_FAILED) return strText;
       break;
     } catch (const EBrokenConnection&) {
-      // It has ended since. There will be another.
+      // It has ended meanwhile; the next try starts another.
     }
   }
   throw EHandOver(HAND_OVER_SESSION);
@@ -70,12 +70,12 @@ char CConversation::ReadFrame(std::string& strText) {
       break;
   }
   throw Aborted("no answer from the server within " +
-                std::to_string(std::chrono::duration_cast<std::chrono::seconds>(m_tPatience.nLimit).count()) +
+                std::to_string(std::chrono::duration_cast<std::chrono::seconds>(m_tLimits.nTimeout).count()) +
                 " seconds");
 }
 
 void CConversation::Ask(const std::string& strRequests) {
-  if (!SendFrame(m_oSocket.Get(), FRAME_REQUEST, strRequests, m_tPatience)) throw EBrokenConnection();
+  if (!SendFrame(m_oSocket.Get(), FRAME_REQUEST, strRequests, m_tLimits)) throw EBrokenConnection();
 }
 
 std::string CConversation::Read() {
@@ -84,13 +84,13 @@ std::string CConversation::Read() {
     const char chFrame = ReadFrame(strText);
     if (chFrame == FRAME_REPLY && !strText.empty()) return strText;
     if (chFrame == FRAME_BROKEN) throw EBrokenConnection();
-    // As the client does it: what ssh says goes where ssh would have said it.
-    if (chFrame == FRAME_ERRORS) WriteAll(STDERR_FILENO, strText, m_tPatience);
+    // Under the client, ssh would have written it there itself.
+    if (chFrame == FRAME_ERRORS) WriteAll(STDERR_FILENO, strText, m_tLimits);
   }
 }
 
 void CConversation::Release() {
-  SendFrame(m_oSocket.Get(), FRAME_RELEASE, "", m_tPatience);
+  SendFrame(m_oSocket.Get(), FRAME_RELEASE, "", m_tLimits);
 }
 
 }  // namespace TALVEK::SESSION

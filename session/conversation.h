@@ -10,8 +10,8 @@
 
 namespace TALVEK::SESSION {
 
-/// One command's talk with the session that has its connection. Throws EBrokenConnection when the session or
-/// its server goes away, EFailure when either keeps silent for too long.
+/// One command's exchange with the session. Throws EBrokenConnection when the session or its server goes
+/// away, EFailure when neither sends anything before the time-out.
 class CConversation : public IByteSource {
  public:
   CConversation(const TCheckout& tCheckout, const TCaller& tCaller);
@@ -20,10 +20,10 @@ class CConversation : public IByteSource {
   /// server. Throws EHandOver when there is no session to be had: another user's process holds its name, or
   /// this system can't have one.
   std::string Reach(const std::string& strRequests);
-  /// Asks more.
+  /// Sends more requests.
   void Ask(const std::string& strRequests);
   std::string Read() override;
-  /// Leaves the connection to the next command. Without this it is closed.
+  /// Leaves the connection to the next command. Without this, the session closes it.
   void Release();
 
  private:
@@ -34,7 +34,7 @@ class CConversation : public IByteSource {
   const TCheckout& m_tCheckout;
   const TCaller& m_tCaller;
   std::string m_strKey;
-  TPatience m_tPatience;
+  TWaitLimits m_tLimits;
   VCM::CDescriptor m_oSocket;
   CFrameReader m_oFrames;
 };

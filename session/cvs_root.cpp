@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <charconv>
-
-#include "session/password.h"
+#include <sstream>
 
 namespace TALVEK::SESSION {
 
 namespace {
 
 constexpr unsigned MAX_PORT = 65535;
+
+/// What each letter from ' ' to '~' becomes. Done twice, it gives the letter back.
+constexpr std::string_view SCRAMBLED =
+    "rx5O`mHlF@LCtJDWo4Kw1\"RQ_ApVvnzi)9S+.f(Y&g-2*{[#}76B|~;/\\GsNXkj8$yuhedEIc?^]'%=0:q Z,b<3!a>MTPU";
+static_assert(SCRAMBLED.size() == '~' - ' ' + 1);
 
 std::string ToLower(std::string_view strText) {
   std::string strLower(strText);
@@ -18,7 +22,7 @@ std::string ToLower(std::string_view strText) {
   return strLower;
 }
 
-bool ParseMethod(std::string_view strName, TRoot::EMethod& nMethod) {
+bool ParseMethod(std::string_view strName, TRoot::TMethodType& nMethod) {
   const std::string strLower = ToLower(strName);
   if (strLower == "local") {
     nMethod = TRoot::LOCAL;
@@ -34,7 +38,7 @@ bool ParseMethod(std::string_view strName, TRoot::EMethod& nMethod) {
   return true;
 }
 
-/// The server compares the folder it is told with those that it serves, letter by letter.
+/// Without "." and "..": a server compares the folder, letter by letter, with those that it serves.
 bool ParseFolder(std::string_view strText, std::string& strFolder) {
   while (strText.size() > 1 && strText.ends_with('/'))
     strText.remove_suffix(1);
@@ -47,9 +51,10 @@ bool ParseFolder(std::string_view strText, std::string& strFolder) {
   return true;
 }
 
-/// "user:password@" with both parts left out as one likes. False for a password that has no scrambled form.
+/// Takes off "user:password@", each part of which may be missing. False for a password that can't be
+/// scrambled.
 bool ParseUser(std::string_view& strText, TRoot& tRoot) {
-  // A password may hold "@", a folder too: the last one before the folder counts.
+  // A password may hold "@", and so may a folder: the last "@" before the folder ends the password.
   const std::size_t nAt = strText.substr(0, strText.find('/')).rfind('@');
   if (nAt == std::string_view::npos) return true;
   const std::string_view strWho = strText.substr(0, nAt);
@@ -76,12 +81,12 @@ bool ParseRemote(std::string_view strText, TRoot& tRoot) {
   if (tRoot.strHost.empty() || tRoot.strHost[0] == '-' || tRoot.strUser.starts_with('-')) return false;
   if (nColon != std::string_view::npos && !ParsePort(strPlace.substr(nColon + 1), tRoot.nPort)) return false;
   if (tRoot.nMethod == TRoot::RSH && (tRoot.nPort != 0 || tRoot.strPassword)) return false;
-  // Who calls is the client's business to find out.
+  // The client knows which user to take when none is named.
   if (tRoot.nMethod == TRoot::PSERVER && tRoot.strUser.empty()) return false;
   return ParseFolder(strText.substr(nSlash), tRoot.strFolder);
 }
 
-bool IsRemote(TRoot::EMethod nMethod) {
+bool IsRemote(TRoot::TMethodType nMethod) {
   return nMethod == TRoot::RSH || nMethod == TRoot::PSERVER;
 }
 
@@ -99,6 +104,12 @@ bool ParseInto(std::string_view strText, TRoot& tRoot) {
   return IsRemote(tRoot.nMethod) ? ParseRemote(strRest, tRoot) : ParseFolder(strRest, tRoot.strFolder);
 }
 
+bool IsSamePlace(const TRoot& tOne, const TRoot& tOther, unsigned nDefaultPort) {
+  const auto Port = [nDefaultPort](const TRoot& tRoot) { return tRoot.nPort ? tRoot.nPort : nDefaultPort; };
+  return tOne.nMethod == tOther.nMethod && tOne.strUser == tOther.strUser && tOne.strHost == tOther.strHost &&
+         tOne.strFolder == tOther.strFolder && Port(tOne) == Port(tOther);
+}
+
 }  // namespace
 
 std::optional<TRoot> ParseRoot(std::string_view strText) {
@@ -107,6 +118,30 @@ std::optional<TRoot> ParseRoot(std::string_view strText) {
   if (strText.find_first_of(std::string_view("\n\r\0", 3)) != std::string_view::npos) return std::nullopt;
   if (!ParseInto(strText, tRoot)) return std::nullopt;
   return tRoot;
+}
+
+std::optional<std::string> ScramblePassword(std::string_view strPassword) {
+  std::string strScrambled = "A";
+  for (const char ch : strPassword) {
+    if (ch < ' ' || ch > '~') return std::nullopt;
+    strScrambled += SCRAMBLED[static_cast<std::size_t>(ch - ' ')];
+  }
+  return strScrambled;
+}
+
+std::optional<std::string> FindPassword(std::string_view strCvspass, const TRoot& tRoot,
+                                        unsigned nDefaultPort) {
+  std::istringstream oLines{std::string(strCvspass)};
+  for (std::string strLine; std::getline(oLines, strLine);) {
+    std::string_view strRest = strLine;
+    if (strRest.starts_with("/1 ")) strRest.remove_prefix(3);
+    // A scrambled password may hold blanks, a root in this file doesn't.
+    const std::size_t nBlank = strRest.find(' ');
+    if (nBlank == std::string_view::npos) continue;
+    const std::optional<TRoot> tFound = ParseRoot(strRest.substr(0, nBlank));
+    if (tFound && IsSamePlace(*tFound, tRoot, nDefaultPort)) return std::string(strRest.substr(nBlank + 1));
+  }
+  return std::nullopt;
 }
 
 }  // namespace TALVEK::SESSION

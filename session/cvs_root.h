@@ -8,13 +8,13 @@ namespace TALVEK::SESSION {
 
 /// A CVS root, taken apart.
 struct TRoot {
-  enum EMethod {
+  enum TMethodType {
     LOCAL,    ///< a folder of this machine, reached without a server
     FORK,     ///< a folder of this machine, through a server that is a child process
     RSH,      ///< through a remote shell: CVS_RSH
     PSERVER,  ///< TCP with a password
   };
-  EMethod nMethod = LOCAL;
+  TMethodType nMethod = LOCAL;
   std::string strText;                     ///< as it was given; this is what CVS/Root holds
   std::string strUser;                     ///< empty: none was given
   std::string strHost;                     ///< RSH and PSERVER only
@@ -23,8 +23,16 @@ struct TRoot {
   std::string strFolder;                   ///< absolute, without a slash at its end
 };
 
-/// Nothing for a root that isn't spoken here: other methods, options in the root, and forms that the client
-/// would refuse or that are ambiguous. The client then says what is wrong with it.
+/// Nothing for a root of another kind: other methods, options in the root, and forms that the client would
+/// refuse or that are ambiguous. The client then says what is wrong with it.
 std::optional<TRoot> ParseRoot(std::string_view strText);
+
+/// The form in which a password is sent and stored in ~/.cvspass: "A", then each letter replaced by another.
+/// It hides the password from a passing glance and from nobody else. Nothing when a letter has no such form.
+std::optional<std::string> ScramblePassword(std::string_view strPassword);
+
+/// The scrambled password for a root in the text of ~/.cvspass; nothing when it has none.
+std::optional<std::string> FindPassword(std::string_view strCvspass, const TRoot& tRoot,
+                                        unsigned nDefaultPort);
 
 }  // namespace TALVEK::SESSION

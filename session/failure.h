@@ -5,7 +5,7 @@
 
 namespace TALVEK::SESSION {
 
-/// The command can't be done; the text is the line for standard error, without its line end.
+/// The command has failed; the text is the line for standard error, without its line end.
 class EFailure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -17,7 +17,7 @@ class EBrokenConnection : public std::runtime_error {
   EBrokenConnection() : std::runtime_error("the connection is broken") {}
 };
 
-/// The error that stands for "give up", worded as the client words its own.
+/// A failure in the words of the client: "cvs [checkout aborted]: REASON".
 inline EFailure Aborted(const std::string& strReason) {
   return EFailure("cvs [checkout aborted]: " + strReason);
 }

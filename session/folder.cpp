@@ -16,7 +16,7 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-/// No file of the client's own is near this.
+/// The client's own files are much smaller.
 constexpr std::size_t MAX_FILE = 1 << 28;
 
 [[noreturn]] void Fail(const char* pszWhat, const std::string& strName) {
@@ -33,11 +33,28 @@ bool WriteOut(int nFile, std::string_view strBytes) {
   return true;
 }
 
+/// Nothing when it can't be read to its end, or is larger than MAX_FILE.
+std::optional<std::string> ReadAll(const VCM::CDescriptor& oFile) {
+  std::string strText;
+  char achBlock[4096];
+  while (strText.size() <= MAX_FILE) {
+    const ssize_t nRead = ::read(oFile.Get(), achBlock, sizeof achBlock);
+    if (nRead == 0) return strText;
+    if (nRead > 0) strText.append(achBlock, static_cast<std::size_t>(nRead));
+    if (nRead < 0 && errno != EINTR) break;
+  }
+  return std::nullopt;
+}
+
 VCM::CDescriptor OpenFolderAt(int nParent, const char* pszName) {
   return VCM::CDescriptor(::openat(nParent, pszName, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
 }
 
 }  // namespace
+
+std::string ReadFileText(const std::string& strPath) {
+  return ReadAll(VCM::CDescriptor(::open(strPath.c_str(), O_RDONLY | O_CLOEXEC))).value_or("");
+}
 
 CFolder CFolder::Working() {
   VCM::CDescriptor oDescriptor = OpenFolderAt(AT_FDCWD, ".");
@@ -92,14 +109,7 @@ std::optional<std::string> CFolder::Read(const std::string& strName) const {
       ::openat(m_oDescriptor.Get(), strName.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat tStat {};
   if (!oFile.IsOpen() || ::fstat(oFile.Get(), &tStat) != 0 || !S_ISREG(tStat.st_mode)) return std::nullopt;
-  std::string strText;
-  char achBlock[1 << 16];
-  for (;;) {
-    const ssize_t nRead = ::read(oFile.Get(), achBlock, sizeof achBlock);
-    if (nRead == 0) return strText;
-    if (nRead < 0 || strText.size() > MAX_FILE) return std::nullopt;
-    strText.append(achBlock, static_cast<std::size_t>(nRead));
-  }
+  return ReadAll(oFile);
 }
 
 void CFolder::WriteTo(const std::string& strName, int nFlags, std::string_view strText) const {

@@ -11,8 +11,12 @@
 
 namespace TALVEK::SESSION {
 
-/// An open folder. Everything is reached by a plain name inside it and nothing through a symbolic link, so
-/// that nobody can lead a write elsewhere by exchanging a folder for a link meanwhile.
+/// The whole of a file, through whatever links its path leads; empty when it can't be read. Standard streams
+/// do the same, but setting them up takes this program a good part of its time.
+std::string ReadFileText(const std::string& strPath);
+
+/// An open folder. Everything in it is reached by a plain name, and never through a symbolic link: nobody can
+/// redirect a write by putting a link in the place of a folder meanwhile.
 ///
 /// Errors   What fails throws EFailure with the name and the reason, unless said otherwise.
 class CFolder {
@@ -22,7 +26,7 @@ class CFolder {
   /// Nothing when there is no such thing, or when it is no folder.
   std::optional<CFolder> Open(const std::string& strName) const;
   CFolder Make(const std::string& strName) const;
-  /// True for anything of that name, be it a dangling link.
+  /// True for anything of that name, even a link that leads nowhere.
   bool Has(const std::string& strName) const;
   /// True when the file system tells "cvs" from "CVS" here. Makes a file and removes it; false when it can't.
   bool TellsCaseApart() const;
@@ -35,7 +39,7 @@ class CFolder {
   void Write(const std::string& strName, std::string_view strText) const;
   /// Makes the file when there is none.
   void Append(const std::string& strName, std::string_view strText) const;
-  /// Puts a file in the place of another, which need not be there; nobody ever sees neither of them.
+  /// Renames `strBy` to `strName`, in the place of a file that may be there. At every moment one of both is.
   void Replace(const std::string& strName, const std::string& strBy) const;
   void Remove(const std::string& strName) const;
 
@@ -48,23 +52,24 @@ class CFolder {
   VCM::CDescriptor m_oDescriptor;
 };
 
-/// A file without a name yet, which goes without a trace when the command fails or is killed.
+/// A file that has no name until it is complete, so that nothing remains of it when the command fails or is
+/// killed. File systems that can't do that get a temporary name.
 class CStagedFile {
  public:
-  /// In a folder of the file system where it is to go.
+  /// `oFolder` is on the file system to which the file is to go, and must outlive it.
   explicit CStagedFile(const CFolder& oFolder);
   ~CStagedFile();
   CStagedFile(const CStagedFile&) = delete;
   CStagedFile& operator=(const CStagedFile&) = delete;
 
   void Write(std::string_view strBytes);
-  /// Gives it mode, time and name. A thing that has the name already isn't touched: that fails.
+  /// Gives it mode, time and name. Fails when something has that name already.
   void Publish(const CFolder& oFolder, const std::string& strName, mode_t nMode, std::optional<time_t> nTime);
   time_t ModificationTime() const;
 
  private:
   int m_nFolder;
-  std::string m_strName;  // on file systems without nameless files
+  std::string m_strName;  // temporary name; empty for a file without one
   VCM::CDescriptor m_oFile;
 };
 

@@ -16,14 +16,14 @@ std::size_t LengthIn(std::string_view strHead) {
 
 }  // namespace
 
-bool SendFrame(int nSocket, EFrame nFrame, std::string_view strText, const TPatience& tPatience) {
+bool SendFrame(int nSocket, TFrameType nFrame, std::string_view strText, const TWaitLimits& tLimits) {
   std::string strFrame(1, nFrame);
   for (int nShift = 24; nShift >= 0; nShift -= 8)
     strFrame += static_cast<char>(strText.size() >> nShift & 0xFF);
-  return WriteAll(nSocket, strFrame.append(strText), tPatience);
+  return WriteAll(nSocket, strFrame.append(strText), tLimits);
 }
 
-EFrameRead CFrameReader::Fill(std::size_t nBytes) {
+TFrameReadType CFrameReader::Fill(std::size_t nBytes) {
   while (m_strPending.size() < nBytes) {
     char achBlock[BLOCK];
     const std::ptrdiff_t nRead = ReadSome(m_nSocket, achBlock, sizeof achBlock);
@@ -32,14 +32,14 @@ EFrameRead CFrameReader::Fill(std::size_t nBytes) {
       m_strPending.append(achBlock, static_cast<std::size_t>(nRead));
       continue;
     }
-    const EWait nWait = WaitToRead({m_nSocket}, m_tPatience);
+    const TWaitType nWait = WaitToRead({m_nSocket}, m_tLimits);
     if (nWait != WAIT_READY) return nWait == WAIT_TIMED_OUT ? FRAME_TIMED_OUT : FRAME_END;
   }
   return FRAME_READ;
 }
 
-EFrameRead CFrameReader::Read(char& chFrame, std::string& strText) {
-  EFrameRead nRead = Fill(HEAD);
+TFrameReadType CFrameReader::Read(char& chFrame, std::string& strText) {
+  TFrameReadType nRead = Fill(HEAD);
   if (nRead != FRAME_READ) return nRead;
   const std::size_t nLength = LengthIn(m_strPending);
   if (nLength > MAX_FRAME) return FRAME_END;

@@ -8,21 +8,22 @@
 
 namespace TALVEK::SESSION {
 
-/// What commands and the session process say to each other: a letter, the length of the text in four bytes
-/// (the highest first), the text.
+/// A message between a command and the session process: a letter, the length of the text in four bytes (the
+/// highest first), the text.
 ///
-/// Command  Sends KEY, then REQUEST, each when it has read the whole reply to the last, and at last RELEASE.
-///
-/// Session  Sends REFUSED (another key), or READY; then any of REPLY and ERRORS; at last nothing, or BROKEN,
-///          or FAILED.
-enum EFrame : char {
-  FRAME_KEY = 'K',      ///< what the session must be for; one that is for something else refuses
-  FRAME_REQUEST = 'Q',  ///< goes to the server
+/// Command  Sends KEY and a first REQUEST; each further REQUEST when it has read the whole reply to the one
+///          before; RELEASE at the end.
+/// Session  Answers KEY with READY, with REFUSED (it is for another key) or with FAILED (it has no
+/// connection).
+///          After READY it sends REPLY and ERRORS as they come, and BROKEN when the server hangs up.
+enum TFrameType : char {
+  FRAME_KEY = 'K',      ///< what the session must be for, see SessionKey
+  FRAME_REQUEST = 'Q',  ///< text for the server
   FRAME_RELEASE = 'R',  ///< the connection is free for the next command
   FRAME_REFUSED = 'N',
   FRAME_READY = 'A',
-  FRAME_REPLY = 'D',   ///< came from the server
-  FRAME_ERRORS = 'S',  ///< came from the program that connects, such as ssh
+  FRAME_REPLY = 'D',   ///< text from the server
+  FRAME_ERRORS = 'S',  ///< text from the standard error of the program that connects, such as ssh
   FRAME_BROKEN = 'X',  ///< the server hung up
   FRAME_FAILED = 'F',  ///< there is no connection; the text says why
 };
@@ -31,23 +32,23 @@ enum EFrame : char {
 constexpr std::size_t MAX_FRAME = 1 << 22;
 
 /// False when the other end has gone.
-bool SendFrame(int nSocket, EFrame nFrame, std::string_view strText, const TPatience& tPatience);
+bool SendFrame(int nSocket, TFrameType nFrame, std::string_view strText, const TWaitLimits& tLimits);
 
-/// How reading a frame came out.
-enum EFrameRead { FRAME_READ, FRAME_END, FRAME_TIMED_OUT };
+/// The result of reading a frame.
+enum TFrameReadType { FRAME_READ, FRAME_END, FRAME_TIMED_OUT };
 
 /// Reads frames off a socket that doesn't block.
 class CFrameReader {
  public:
-  CFrameReader(int nSocket, TPatience tPatience) : m_nSocket(nSocket), m_tPatience(tPatience) {}
+  CFrameReader(int nSocket, TWaitLimits tLimits) : m_nSocket(nSocket), m_tLimits(tLimits) {}
   /// FRAME_END also for a frame longer than MAX_FRAME, and when the process to wait with has ended.
-  EFrameRead Read(char& chFrame, std::string& strText);
+  TFrameReadType Read(char& chFrame, std::string& strText);
 
  private:
-  EFrameRead Fill(std::size_t nBytes);
+  TFrameReadType Fill(std::size_t nBytes);
 
   int m_nSocket;
-  TPatience m_tPatience;
+  TWaitLimits m_tLimits;
   std::string m_strPending;
 };
 

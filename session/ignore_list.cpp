@@ -5,13 +5,13 @@
 
 #include <fnmatch.h>
 
-#include "session/file_text.h"
+#include "session/folder.h"
 
 namespace TALVEK::SESSION {
 
 namespace {
 
-/// As the manual of cvs lists them.
+/// From the manual of cvs.
 constexpr const char* CLIENTS_PATTERNS =
     "RCS SCCS CVS CVS.adm RCSLOG cvslog.* tags TAGS .make.state .nse_depinfo *~ #* .#* ,* _$* *$ "
     "*.old *.bak *.BAK *.orig *.rej .del-* *.a *.olb *.o *.obj *.so *.exe *.Z *.elc *.ln core";

@@ -6,13 +6,13 @@
 
 namespace TALVEK::SESSION {
 
-/// Patterns of names that nobody asks about when they lie in a folder without being entered there.
+/// Patterns of names about which a client doesn't ask the server.
 class CIgnoreList {
  public:
   /// The client's own patterns, then those of ~/.cvsignore and of the variable CVSIGNORE.
   static CIgnoreList OfUser();
 
-  /// Adds the text of a .cvsignore: patterns between white space; a "!" makes it forget all those before.
+  /// Adds the patterns of a .cvsignore, which white space separates. A "!" removes all those before it.
   void Add(std::string_view strPatterns);
   bool Matches(const std::string& strName) const;
 

@@ -1,4 +1,5 @@
-// A cvs command that leaves its connection open for the next one.
+// A cvs command that leaves its connection open for the next one. This file follows one command: read the
+// command line, look at the working folder, ask the session, write the file; or become the client.
 
 #include <csignal>
 #include <cstdlib>
@@ -13,7 +14,7 @@
 #include "session/command_line.h"
 #include "session/conversation.h"
 #include "session/failure.h"
-#include "session/file_text.h"
+#include "session/folder.h"
 #include "session/reply.h"
 #include "session/working_folder.h"
 
@@ -35,7 +36,7 @@ std::optional<TCheckout> ReadCommandLine(char** ppszArguments) {
   return tCheckout;
 }
 
-/// Reads the reply to a checkout. Then `tReply` and the file hold it, if it is the plain answer.
+/// Reads the reply to a checkout into `tReply`, and the content into the file that it returns.
 std::unique_ptr<CStagedFile> TakeReply(CConversation& oConversation, const TCheckout& tCheckout,
                                        const CWorkingFolder& oFolder, TReply& tReply) {
   std::unique_ptr<CStagedFile> poFile = oFolder.Stage();
@@ -52,18 +53,18 @@ void Ask(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFo
       QuestionRequests(tCheckout.tRoot, oFolder.Questions()) + CheckoutRequests(tCheckout);
   const std::string strRefusal = oConversation.Reach(strRequests);
   if (!strRefusal.empty()) {
-    // Where the client needs no server it doesn't complain about one.
+    // The client checks a local root out without a server, so this isn't a failure yet.
     if (tCheckout.tRoot.nMethod == TRoot::LOCAL) throw EHandOver(HAND_OVER_SERVER);
     throw EFailure(strRefusal);
   }
-  const std::string strReminder = ReminderRequests(tCheckout, oFolder.Repository());
+  const std::string strReset = ResetRequests(tCheckout, oFolder.Repository());
   std::unique_ptr<CStagedFile> poFile = TakeReply(oConversation, tCheckout, oFolder, tReply);
-  // A file without its time shows a server that remembers something.
+  // A file without its time comes from a server that has sent it before.
   if (tReply.bIsWhole && !(tReply.bIsFile && tReply.nTime)) {
-    oConversation.Ask(strReminder + strRequests);
+    oConversation.Ask(strReset + strRequests);
     poFile = TakeReply(oConversation, tCheckout, oFolder, tReply);
   }
-  if (tReply.bIsFile) oConversation.Ask(strReminder);
+  if (tReply.bIsFile) oConversation.Ask(strReset);
   if (tReply.bIsWhole) oConversation.Release();
   if (!tReply.bIsFile) throw EHandOver(HAND_OVER_ANSWER);
   oFolder.Apply(tReply, *poFile);
@@ -73,7 +74,7 @@ void AskTwice(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder
   try {
     return Ask(tCheckout, tCaller, oFolder, tReply);
   } catch (const EBrokenConnection&) {
-    // Perhaps the server has only been restarted.
+    // The server may have been restarted.
   }
   try {
     return Ask(tCheckout, tCaller, oFolder, tReply);
@@ -110,14 +111,14 @@ int Run(char** ppszArguments) {
     }
   } catch (const std::exception& oFailure) {
     tReply.strErrors += std::string(oFailure.what()) + "\n";
-    // The server has named the file, perhaps, but it isn't there.
+    // It may say that the file was updated, but the file isn't there.
     tReply.strOutput.clear();
     nStatus = 1;
   }
   ::signal(SIGPIPE, nPipeBefore);
-  const TPatience tPatience{ConfiguredTimeout(), -1};
-  const bool bShown = WriteAll(STDERR_FILENO, tReply.strErrors, tPatience) &&
-                      WriteAll(STDOUT_FILENO, tReply.strOutput, tPatience);
+  const TWaitLimits tLimits{ConfiguredTimeout(), -1};
+  const bool bShown = WriteAll(STDERR_FILENO, tReply.strErrors, tLimits) &&
+                      WriteAll(STDOUT_FILENO, tReply.strOutput, tLimits);
   return bShown ? nStatus : 1;
 }
 

@@ -10,7 +10,7 @@ namespace TALVEK::SESSION {
 namespace {
 
 constexpr std::size_t MAX_TEXT = 1 << 24;
-/// More than any file system holds; keeps sums of it in range.
+/// More than any file system holds, and far from the largest number.
 constexpr std::uint64_t MAX_SIZE = std::uint64_t(1) << 48;
 
 /// "Word rest" taken apart.
@@ -76,7 +76,7 @@ class CReply {
   }
 
  private:
-  /// False for a response that doesn't belong to the plain answer.
+  /// False for a response that only the client can deal with.
   bool ReadResponse() {
     const TLine tLine(m_oReader.ReadLine());
     if (tLine.strWord == "ok" || tLine.strWord == "error") {
@@ -93,8 +93,8 @@ class CReply {
 
   bool AddText(std::string& strText, const std::string& strLine) {
     strText += strLine + "\n";
-    if (strText.size() > MAX_TEXT) throw Aborted("the server talks without end");
-    // Without a server between, the client would speak for itself in other words.
+    if (strText.size() > MAX_TEXT) throw Aborted("the server sends text without end");
+    // For a local root the client has no server, and says "cvs checkout:" here.
     return m_tCheckout.tRoot.nMethod != TRoot::LOCAL || !strLine.starts_with("cvs server:");
   }
 
@@ -114,8 +114,8 @@ class CReply {
     return strPlace == m_strRepository + "/" + strName && ReadFile(strName);
   }
 
-  /// The folder without the slash at its end. Checked even where its name doesn't matter: a server that names
-  /// a folder outside, or the client's own, is not one to go on talking to, or to send the client to.
+  /// The folder without the slash at its end. Checked even where its name doesn't matter: a server
+  /// that names a folder outside, or the client's own, is not to be trusted, neither here nor by the client.
   std::string CheckedFolder(std::string_view strText) {
     if (strText == "./") return ".";
     const std::string strFolder(strText.substr(0, strText.find_last_not_of('/') + 1));
@@ -127,7 +127,7 @@ class CReply {
     return strFolder;
   }
 
-  /// Relative to the root: older servers say it absolute.
+  /// The place relative to the root. Older servers send it absolute.
   std::string PlaceInRepository(const std::string& strText) const {
     const std::string strRoot = m_tCheckout.tRoot.strFolder + "/";
     return strText.starts_with(strRoot) ? strText.substr(strRoot.size()) : strText;
@@ -160,7 +160,7 @@ class CReply {
   TReply& m_tReply;
 };
 
-/// Absolute places are understood by all servers, relative ones by new servers only.
+/// With an absolute place: old servers don't understand relative ones.
 std::string DirectoryRequest(const TRoot& tRoot, const std::string& strFolder,
                              const std::string& strRepository) {
   const std::string strPlace = strRepository == "." ? "" : "/" + strRepository;
@@ -189,7 +189,7 @@ std::string CheckoutRequests(const TCheckout& tCheckout) {
   return strRequests + "co\n";
 }
 
-std::string ReminderRequests(const TCheckout& tCheckout, const std::string& strRepository) {
+std::string ResetRequests(const TCheckout& tCheckout, const std::string& strRepository) {
   const std::string& strRevision = tCheckout.strRevision;
   return DirectoryRequest(tCheckout.tRoot, tCheckout.strFolder, strRepository) + "Entry /" +
          NameOf(tCheckout.strFile) + "/" + strRevision + "///T" + strRevision + "\n" +

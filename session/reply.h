@@ -15,9 +15,9 @@
 
 namespace TALVEK::SESSION {
 
-/// What a server answered to a checkout of one file.
+/// A server's answer to a checkout of one file.
 struct TReply {
-  bool bIsFile = false;   ///< the one file asked for came, and nothing happened that calls for the client
+  bool bIsFile = false;   ///< the file came, and nothing else that only the client can deal with
   bool bIsWhole = false;  ///< the reply was read to its end, so the connection is fit for the next command
   std::string strOutput;
   std::string strErrors;
@@ -26,39 +26,39 @@ struct TReply {
   std::optional<std::time_t> nTime;
 };
 
-/// What lies in a folder without being entered there: a client asks a server about these names.
+/// Names that lie in a folder but not in its CVS/Entries. A client tells them to the server, which answers
+/// with a line "? NAME" for each.
 struct TQuestions {
   std::string strFolder;      ///< in the working folder
-  std::string strRepository;  ///< where it comes from, in the root
+  std::string strRepository;  ///< the same folder in the repository, relative to the root
   std::vector<std::string> astrNames;
 };
 
-/// The requests that put these questions. The server answers them at the head of its reply to the checkout.
+/// The requests about such names. The server answers them before the checkout.
 std::string QuestionRequests(const TRoot& tRoot, const std::vector<TQuestions>& atQuestions);
 
 /// The requests for a checkout, given at the top of the working folder.
 std::string CheckoutRequests(const TCheckout& tCheckout);
 
-/// Requests that tell how things are: the target folder comes from `strRepository`, and the file has been
-/// lost.
+/// Requests that make a server forget what it has sent for this file. They say that the target folder comes
+/// from `strRepository`, and that the file is lost.
 ///
-/// A server remembers what it was asked before on the same connection. It keeps quiet about a file which it
-/// believes to be there in this revision, sends another revision without its time, and refuses a folder that
-/// came from elsewhere. These make it forget. They bring no reply, so they are best sent after a checkout:
-/// the server then writes its small files anew (on some file systems that takes longer than all the rest)
-/// while this command ends and the next one begins.
-std::string ReminderRequests(const TCheckout& tCheckout, const std::string& strRepository);
+/// Without them a server that has sent a file on this connection doesn't send the same revision again, sends
+/// another revision without its time, and refuses the folder when it is checked out from another place. They
+/// have no reply, so they are sent after a checkout: the server writes the small files that they cost it,
+/// slow on some file systems, while this command ends and the next one begins.
+std::string ResetRequests(const TCheckout& tCheckout, const std::string& strRepository);
 
-/// Says that commands are given at the top of the working folder.
+/// The request that makes the top of the working folder the place where commands are given.
 std::string TopRequests(const TRoot& tRoot);
 
 /// Reads a reply.
 ///
 /// Shape    `strRepository` is where in the repository the target folder comes from. `fnTake` gets the file's
 ///          content piece by piece; it gets nothing of any other file.
-/// Errors   EFailure when the server names a path outside the working folder or says what makes no sense.
-///          All else that is not the plain answer ends in a reply without `bIsFile`: the client deals with
-///          it. What the server said up to there is in `tReply` then.
+/// Errors   EFailure when the server names a path outside the working folder, or sends what can't be
+/// understood.
+///          Any other answer than the file leaves `bIsFile` false. `tReply` then holds what came up to there.
 void ReadReply(CReplyReader& oReader, const TCheckout& tCheckout, const std::string& strRepository,
                const std::function<void(std::string_view)>& fnTake, TReply& tReply);
 

@@ -9,8 +9,7 @@
 #include <unistd.h>
 
 #include "session/failure.h"
-#include "session/file_text.h"
-#include "session/password.h"
+#include "session/folder.h"
 #include "session/reply.h"
 
 namespace TALVEK::SESSION {
@@ -20,8 +19,8 @@ namespace {
 constexpr unsigned DEFAULT_PORT = 2401;
 constexpr std::size_t MAX_ERRORS = 1 << 20;
 
-/// Every response that a checkout may bring. Left out is what would have to be worked out before it can be
-/// believed (Checksum), and tagged text, which says the same as M.
+/// Every response that a checkout may bring, except Checksum, which would have to be verified, and tagged
+/// text, which servers then send as M.
 constexpr std::string_view VALID_RESPONSES =
     "ok error Valid-requests Checked-in New-entry Copy-file Updated Created Update-existing Merged Patched "
     "Rcs-diff Mode Mod-time Removed Remove-entry Set-static-directory Clear-static-directory Set-sticky "
@@ -61,15 +60,15 @@ std::string MemoryFolder() {
   return bInMemory && bRoom && ::access(FOLDER, W_OK | X_OK) == 0 ? FOLDER : std::string();
 }
 
-CTransport OpenTransport(const TRoot& tRoot, const TPatience& tPatience) {
-  if (tRoot.nMethod == TRoot::PSERVER) return CTransport::Connect(tRoot.strHost, PortOf(tRoot), tPatience);
+CTransport OpenTransport(const TRoot& tRoot, const TWaitLimits& tLimits) {
+  if (tRoot.nMethod == TRoot::PSERVER) return CTransport::Connect(tRoot.strHost, PortOf(tRoot), tLimits);
   // Only for the server of a local root: when it fails, the client does the checkout without a server.
   const std::string strFolder = tRoot.nMethod == TRoot::LOCAL ? MemoryFolder() : std::string();
   if (!strFolder.empty()) ::setenv("TMPDIR", strFolder.c_str(), 1);
   return CTransport::Start(ServerCommand(tRoot));
 }
 
-/// The scrambled password; that of an empty one when none is known.
+/// The scrambled password. When none is known, that of an empty one, and `bKnown` is false.
 std::string PasswordOf(const TRoot& tRoot, bool& bKnown) {
   std::optional<std::string> strPassword;
   if (tRoot.strPassword) {
@@ -103,8 +102,8 @@ bool HasWord(const std::string& strWords, const std::string& strWord) {
 
 }  // namespace
 
-CServerConnection::CServerConnection(const TCheckout& tCheckout, const TPatience& tPatience)
-    : m_tPatience(tPatience), m_oTransport(OpenTransport(tCheckout.tRoot, tPatience)) {
+CServerConnection::CServerConnection(const TCheckout& tCheckout, const TWaitLimits& tLimits)
+    : m_tLimits(tLimits), m_oTransport(OpenTransport(tCheckout.tRoot, tLimits)) {
   try {
     if (tCheckout.tRoot.nMethod == TRoot::PSERVER) LogIn(tCheckout.tRoot);
     Introduce(tCheckout);
@@ -118,7 +117,7 @@ void CServerConnection::Fail(const std::string& strReason) {
   std::string strText = TakeErrors() + strReason;
   while (strText.ends_with('\n'))
     strText.pop_back();
-  if (strText.empty()) throw Aborted("the server refuses and doesn't say why");
+  if (strText.empty()) throw Aborted("the server refuses without a reason");
   throw EFailure(strText);
 }
 
@@ -137,7 +136,7 @@ void CServerConnection::LogIn(const TRoot& tRoot) {
     if (!strLine.starts_with("E "))
       Fail("cvs [checkout aborted]: unrecognized auth response from " + tRoot.strHost + ": " + strLine);
     m_strErrors += strLine.substr(2) + "\n";
-    if (m_strErrors.size() > MAX_ERRORS) Fail("cvs [checkout aborted]: the server complains without end");
+    if (m_strErrors.size() > MAX_ERRORS) Fail("cvs [checkout aborted]: the server sends errors without end");
   }
 }
 
@@ -149,7 +148,7 @@ std::string CServerConnection::ReadValidRequests(CReplyReader& oReader) {
     if (strLine == "error" || strLine.starts_with("error ")) Fail(ErrorText(strLine));
     if (strLine.starts_with("Valid-requests ")) strRequests = strLine.substr(15);
     if (strLine.starts_with("E ")) m_strErrors += strLine.substr(2) + "\n";
-    if (m_strErrors.size() > MAX_ERRORS) Fail("cvs [checkout aborted]: the server complains without end");
+    if (m_strErrors.size() > MAX_ERRORS) Fail("cvs [checkout aborted]: the server sends errors without end");
   }
 }
 
@@ -172,8 +171,8 @@ void CServerConnection::Introduce(const TCheckout& tCheckout) {
 }
 
 bool CServerConnection::Send(std::string_view strRequests) {
-  if (!m_poCompression) return WriteAll(m_oTransport.WriteDescriptor(), strRequests, m_tPatience);
-  return WriteAll(m_oTransport.WriteDescriptor(), m_poCompression->Deflate(strRequests), m_tPatience);
+  if (!m_poCompression) return WriteAll(m_oTransport.WriteDescriptor(), strRequests, m_tLimits);
+  return WriteAll(m_oTransport.WriteDescriptor(), m_poCompression->Deflate(strRequests), m_tLimits);
 }
 
 std::string CServerConnection::ReadAvailable(bool& bEnded) {
@@ -193,14 +192,14 @@ std::string CServerConnection::Read() {
     if (!strRead.empty()) return strRead;
     const std::string strErrors = TakeErrors();
     m_strErrors = strErrors;
-    switch (WaitToRead({ReadDescriptor(), ErrorDescriptor()}, m_tPatience)) {
+    switch (WaitToRead({ReadDescriptor(), ErrorDescriptor()}, m_tLimits)) {
       case WAIT_READY:
         break;
       case WAIT_CALLER_ENDED:
         throw EBrokenConnection();
       case WAIT_TIMED_OUT:
         Fail("cvs [checkout aborted]: no answer from the server within " +
-             std::to_string(std::chrono::duration_cast<std::chrono::seconds>(m_tPatience.nLimit).count()) +
+             std::to_string(std::chrono::duration_cast<std::chrono::seconds>(m_tLimits.nTimeout).count()) +
              " seconds");
     }
   }
@@ -220,12 +219,12 @@ std::string CServerConnection::TakeErrors() {
 }
 
 std::string CServerConnection::TakeLastErrors() {
-  // The program that connects closes its two ends in any order.
-  TPatience tShort = m_tPatience;
-  tShort.nLimit = std::chrono::seconds(1);
+  // The program that connects may close its standard output before its standard error.
+  TWaitLimits tShortLimits = m_tLimits;
+  tShortLimits.nTimeout = std::chrono::seconds(1);
   std::string strErrors = TakeErrors();
   while (ErrorDescriptor() >= 0 && strErrors.size() < MAX_ERRORS &&
-         WaitToRead({ErrorDescriptor()}, tShort) == WAIT_READY)
+         WaitToRead({ErrorDescriptor()}, tShortLimits) == WAIT_READY)
     strErrors += TakeErrors();
   return strErrors;
 }

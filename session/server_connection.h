@@ -11,24 +11,24 @@
 
 namespace TALVEK::SESSION {
 
-/// A connection to a server that knows which root is meant and waits for the first command.
+/// A connection to a server that has been told the root and the options, and waits for the first command.
 class CServerConnection : public IByteSource {
  public:
   /// Connects, logs in, and tells the server the root and the global options. Sets TMPDIR in this process
   /// when the server is to have its temporary files in memory. Throws EFailure with the server's words when
   /// it can't be done.
-  CServerConnection(const TCheckout& tCheckout, const TPatience& tPatience);
+  CServerConnection(const TCheckout& tCheckout, const TWaitLimits& tLimits);
 
   /// False when the server has gone.
   bool Send(std::string_view strRequests);
   /// Waits for the server's next bytes. Throws EBrokenConnection when it has hung up, or the caller ended,
   /// and EFailure when nothing comes in time.
   std::string Read() override;
-  /// The bytes that are there, perhaps none yet; `bEnded` is set when the server has hung up.
+  /// The bytes that have arrived, perhaps none. Sets `bEnded` when the server has hung up.
   std::string ReadAvailable(bool& bEnded);
-  /// What the program that connects has said on standard error since the last call.
+  /// What the program that connects has written to standard error since the last call.
   std::string TakeErrors();
-  /// The same, all of it up to its end, when the server has hung up.
+  /// The same, up to its end; for a server that has hung up.
   std::string TakeLastErrors();
 
   int ReadDescriptor() const { return m_oTransport.ReadDescriptor(); }
@@ -40,7 +40,7 @@ class CServerConnection : public IByteSource {
   std::string ReadValidRequests(CReplyReader& oReader);
   [[noreturn]] void Fail(const std::string& strReason);
 
-  TPatience m_tPatience;
+  TWaitLimits m_tLimits;
   CTransport m_oTransport;
   std::unique_ptr<CCompression> m_poCompression;
   std::string m_strErrors;

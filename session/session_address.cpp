@@ -13,14 +13,14 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-#include "session/file_text.h"
+#include "session/folder.h"
 #include "session/waiting.h"
 
 namespace TALVEK::SESSION {
 
 namespace {
 
-/// Shells change these from command to command; no program that a session starts looks at them.
+/// Shells change these from command to command, and no program that a session starts reads them.
 constexpr std::string_view UNSTEADY_VARIABLES[] = {"_=", "PWD=", "OLDPWD=", "SHLVL="};
 
 /// The 22nd field of /proc/PID/stat. The second one is the program's name, which may hold anything.
@@ -33,7 +33,8 @@ std::string StartTimeOf(pid_t nId) {
   return strText.substr(nAt + 1, strText.find(' ', nAt + 1) - nAt - 1);
 }
 
-/// Process numbers and folders mean something only inside their namespaces; abstract names reach further.
+/// Process numbers and folders are valid inside a namespace only, and abstract names are visible from outside
+/// it.
 std::string Namespace(const char* pszName) {
   struct stat tStat {};
   if (::stat((std::string("/proc/self/ns/") + pszName).c_str(), &tStat) != 0) return "?";
@@ -64,7 +65,7 @@ std::uint64_t Fnv1a(std::string_view strText, std::uint64_t nHash) {
 struct TAddress {
   explicit TAddress(std::string_view strKey) {
     tName.sun_family = AF_UNIX;
-    // Two keys with one name only refuse each other's commands, so any hash will do.
+    // Sessions with two keys that have the same hash refuse each other's commands, so any hash will do.
     const int nLength = std::snprintf(tName.sun_path + 1, sizeof tName.sun_path - 1,
                                       "cvs-session-%u-%016" PRIx64 "%016" PRIx64, ::geteuid(),
                                       Fnv1a(strKey, 0xCBF29CE484222325U), Fnv1a(strKey, 0x9E3779B97F4A7C15U));
@@ -86,7 +87,7 @@ std::optional<TCaller> FindCaller() {
   tCaller.nId = ::getppid();
   tCaller.oDescriptor = OpenProcess(tCaller.nId);
   tCaller.strStartTime = StartTimeOf(tCaller.nId);
-  // Still the parent: then the number wasn't given to somebody else in between.
+  // Still the parent, so its number hasn't been given to another process in between.
   if (!tCaller.oDescriptor.IsOpen() || tCaller.strStartTime.empty() || ::getppid() != tCaller.nId)
     return std::nullopt;
   return tCaller;

@@ -19,18 +19,18 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-/// As much of a long reply as is handed on while the rest is still under way.
+/// A reply is passed on in pieces of this size while the rest of it is still to come.
 constexpr std::size_t PIECE = 1 << 16;
 
 /// One session, from its first connection to its last.
 class CSession {
  public:
-  CSession(int nListener, const TPatience& tPatience, const std::string& strKey)
-      : m_oListener(nListener), m_tPatience(tPatience), m_strKey(strKey) {}
+  CSession(int nListener, const TWaitLimits& tLimits, const std::string& strKey)
+      : m_oListener(nListener), m_tLimits(tLimits), m_strKey(strKey) {}
 
   void Run(const TCheckout& tCheckout) {
     const std::string strFailure = Open(tCheckout);
-    // Only now, because the way to a server may have been given relative to where the command was.
+    // Only now: the path of the password file may be relative to the folder of the command.
     if (::chdir("/") != 0) return;
     if (strFailure.empty()) {
       while (AwaitCommand() && ServeCommand()) {
@@ -42,21 +42,22 @@ class CSession {
 
  private:
   std::string Open(const TCheckout& tCheckout) try {
-    m_poServer = std::make_unique<CServerConnection>(tCheckout, m_tPatience);
+    m_poServer = std::make_unique<CServerConnection>(tCheckout, m_tLimits);
     return std::string();
   } catch (const EFailure& oFailure) {
     return oFailure.what();
   }
 
-  /// Whoever has come by now came for this connection. The next command gets a new session.
+  /// Commands that are waiting now asked for this connection, and are told of the failure. The next one
+  /// starts a new session.
   void TellWaiting(const std::string& strFailure) {
-    TPatience tShort{std::chrono::seconds(1), m_tPatience.nCallerDescriptor};
-    while (WaitToRead({m_oListener.Get()}, tShort) == WAIT_READY) {
+    TWaitLimits tShortLimits{std::chrono::seconds(1), m_tLimits.nCallerDescriptor};
+    while (WaitToRead({m_oListener.Get()}, tShortLimits) == WAIT_READY) {
       if (!Accept()) continue;
-      SendFrame(m_oCommand.Get(), FRAME_FAILED, strFailure, m_tPatience);
+      SendFrame(m_oCommand.Get(), FRAME_FAILED, strFailure, m_tLimits);
       WaitUntilCommandLeaves();
-      // Commands that follow each other closely would all be told of the one failure, and for ever.
-      tShort.nLimit = std::chrono::milliseconds(0);
+      // Else commands in close succession would all be told of this one failure, without end.
+      tShortLimits.nTimeout = std::chrono::milliseconds(0);
     }
   }
 
@@ -68,11 +69,11 @@ class CSession {
 
   /// False when the session is over: no command came in time, the caller ended, the server hung up.
   bool AwaitCommand() {
-    const TPatience tIdle{SecondsFromEnvironment("CVS_SESSION_IDLE", std::chrono::seconds(60)),
-                          m_tPatience.nCallerDescriptor};
-    // A server has nothing to say now, so anything from it, and above all its end, ends the session.
+    const TWaitLimits tIdleLimits{SecondsFromEnvironment("CVS_SESSION_IDLE", std::chrono::seconds(60)),
+                                  m_tLimits.nCallerDescriptor};
+    // Between commands a server sends nothing. Whatever comes from it, even its end, ends the session.
     m_oCommand.Close();
-    while (WaitToRead({m_oListener.Get(), m_poServer->ReadDescriptor()}, tIdle) == WAIT_READY) {
+    while (WaitToRead({m_oListener.Get(), m_poServer->ReadDescriptor()}, tIdleLimits) == WAIT_READY) {
       bool bEnded = false;
       if (!m_poServer->ReadAvailable(bEnded).empty() || bEnded) return false;
       if (Accept()) return true;
@@ -82,15 +83,15 @@ class CSession {
 
   /// False when the connection isn't fit for another command.
   bool ServeCommand() {
-    CFrameReader oFrames(m_oCommand.Get(), m_tPatience);
+    CFrameReader oFrames(m_oCommand.Get(), m_tLimits);
     char chFrame = 0;
     std::string strText;
     if (oFrames.Read(chFrame, strText) != FRAME_READ || chFrame != FRAME_KEY) return true;
     if (strText != m_strKey) {
-      SendFrame(m_oCommand.Get(), FRAME_REFUSED, "", m_tPatience);
+      SendFrame(m_oCommand.Get(), FRAME_REFUSED, "", m_tLimits);
       return true;
     }
-    if (!SendFrame(m_oCommand.Get(), FRAME_READY, "", m_tPatience) || !PassErrors()) return true;
+    if (!SendFrame(m_oCommand.Get(), FRAME_READY, "", m_tLimits) || !PassErrors()) return true;
     return ServeRequests(oFrames);
   }
 
@@ -98,7 +99,7 @@ class CSession {
     for (bool bAsked = false;; bAsked = true) {
       char chFrame = 0;
       std::string strText;
-      // One that leaves in the middle of a reply leaves the rest of it to the next, who can't use it.
+      // The rest of a reply that a command hasn't read would go to the next command.
       if (oFrames.Read(chFrame, strText) != FRAME_READ) return !bAsked;
       if (chFrame != FRAME_REQUEST) return chFrame == FRAME_RELEASE;
       if (!m_poServer->Send(strText)) return Break();
@@ -108,10 +109,10 @@ class CSession {
 
   bool PassErrors() { return PassErrors(m_poServer->TakeErrors()); }
   bool PassErrors(const std::string& strErrors) {
-    return strErrors.empty() || SendFrame(m_oCommand.Get(), FRAME_ERRORS, strErrors, m_tPatience);
+    return strErrors.empty() || SendFrame(m_oCommand.Get(), FRAME_ERRORS, strErrors, m_tLimits);
   }
 
-  /// Hands on the reply until the command has something to say. False when the connection is of no more use.
+  /// Passes the reply on until the command sends something. False when the connection can't be used again.
   bool Relay() {
     std::string strReply;
     for (;;) {
@@ -120,20 +121,20 @@ class CSession {
       strReply += strRead;
       if (!PassErrors()) return false;
       if (bEnded) return PassReply(strReply) && Break();
-      const bool bPass = MayBeWhole(strReply) || strReply.size() >= PIECE;
+      const bool bPass = LooksComplete(strReply) || strReply.size() >= PIECE;
       if (bPass && !PassReply(std::exchange(strReply, std::string()))) return false;
       if (!strRead.empty()) continue;
       char chByte;
       if (::recv(m_oCommand.Get(), &chByte, 1, MSG_PEEK) >= 0) return true;
-      const EWait nWait = AwaitEither(!strReply.empty());
+      const TWaitType nWait = AwaitEither(!strReply.empty());
       if (nWait == WAIT_CALLER_ENDED) return false;
       if (nWait == WAIT_TIMED_OUT && !PassReply(std::exchange(strReply, std::string()))) return false;
     }
   }
 
-  /// A server hands out a reply in many small pieces. Handing on each by itself would wake the command as
-  /// many times, which takes longer than all the rest of its work.
-  static bool MayBeWhole(std::string_view strReply) {
+  /// True when the reply may have ended. A server sends a reply in many small pieces; passing on each by
+  /// itself would wake the command as many times, which takes longer than all the rest of its work.
+  static bool LooksComplete(std::string_view strReply) {
     if (!strReply.ends_with('\n')) return false;
     const std::size_t nLast =
         strReply.size() >= 2 ? strReply.rfind('\n', strReply.size() - 2) : strReply.npos;
@@ -142,37 +143,38 @@ class CSession {
     return strLast.ends_with("ok\n") || strLast.starts_with("error");
   }
 
-  /// Waits for the server, its errors or the command. How long is the command's affair: it leaves when it
-  /// has waited enough. With a piece in hand the wait is short, so that the command sees a slow server work.
-  EWait AwaitEither(bool bHasPiece) {
-    const TPatience tPatience{bHasPiece ? std::chrono::milliseconds(50) : std::chrono::hours(24),
-                              m_tPatience.nCallerDescriptor};
-    return WaitLightly({m_poServer->ReadDescriptor(), m_poServer->ErrorDescriptor(), m_oCommand.Get()},
-                       tPatience);
+  /// Waits for the server, its errors or the command, without a time-out of its own: the command leaves when
+  /// it has waited long enough. With a piece to pass on the wait is short, so that the command sees that a
+  /// slow server is working.
+  TWaitType AwaitEither(bool bHasPiece) {
+    const TWaitLimits tLimits{bHasPiece ? std::chrono::milliseconds(50) : std::chrono::hours(24),
+                              m_tLimits.nCallerDescriptor};
+    return WaitWithNaps({m_poServer->ReadDescriptor(), m_poServer->ErrorDescriptor(), m_oCommand.Get()},
+                        tLimits);
   }
 
   bool PassReply(std::string_view strReply) {
     while (!strReply.empty()) {
       const std::string_view strPiece = strReply.substr(0, MAX_FRAME);
-      if (!SendFrame(m_oCommand.Get(), FRAME_REPLY, strPiece, m_tPatience)) return false;
+      if (!SendFrame(m_oCommand.Get(), FRAME_REPLY, strPiece, m_tLimits)) return false;
       strReply.remove_prefix(strPiece.size());
     }
     return true;
   }
 
-  /// The listener goes first: who learns that the connection is broken finds the name free.
+  /// Closes the listener first: a command that learns that the connection is broken must find the name free.
   bool Break() {
     m_oListener.Close();
     PassErrors(m_poServer->TakeLastErrors());
-    SendFrame(m_oCommand.Get(), FRAME_BROKEN, "", m_tPatience);
+    SendFrame(m_oCommand.Get(), FRAME_BROKEN, "", m_tLimits);
     WaitUntilCommandLeaves();
     return false;
   }
 
-  /// A socket closed with unread requests in it would take the answer with it.
+  /// Closing a socket that holds unread requests would discard the answer, too.
   void WaitUntilCommandLeaves() {
-    const TPatience tShort{std::chrono::seconds(5), m_tPatience.nCallerDescriptor};
-    CFrameReader oFrames(m_oCommand.Get(), tShort);
+    const TWaitLimits tShortLimits{std::chrono::seconds(5), m_tLimits.nCallerDescriptor};
+    CFrameReader oFrames(m_oCommand.Get(), tShortLimits);
     char chFrame = 0;
     std::string strText;
     while (oFrames.Read(chFrame, strText) == FRAME_READ) {
@@ -180,14 +182,14 @@ class CSession {
   }
 
   VCM::CDescriptor m_oListener;
-  TPatience m_tPatience;
+  TWaitLimits m_tLimits;
   const std::string& m_strKey;
   std::unique_ptr<CServerConnection> m_poServer;
   VCM::CDescriptor m_oCommand;
 };
 
-/// Leaves the process without anything of who started it but the two descriptors.
-void LetGo(VCM::CDescriptor& oListener, int& nCaller) {
+/// Closes every descriptor of the command but these two.
+void DetachFromCommand(VCM::CDescriptor& oListener, int& nCaller) {
   constexpr int FIRST_OWN = 3;
   // Above those that they go to, so that neither lands on the other.
   const int nHighListener = ::fcntl(oListener.Get(), F_DUPFD_CLOEXEC, FIRST_OWN + 2);
@@ -203,16 +205,16 @@ void LetGo(VCM::CDescriptor& oListener, int& nCaller) {
 
 [[noreturn]] void BecomeSession(VCM::CDescriptor oListener, const TCheckout& tCheckout, int nCaller,
                                 const std::string& strKey) {
-  LetGo(oListener, nCaller);
-  // A caller may ignore it; then nobody could learn when the server ends.
+  DetachFromCommand(oListener, nCaller);
+  // A caller may ignore it; then it couldn't be learnt when the server ends.
   ::signal(SIGCHLD, SIG_DFL);
   TakeShortTurns();
   {
-    CSession oSession(oListener.Release(), TPatience{ConfiguredTimeout(), nCaller}, strKey);
+    CSession oSession(oListener.Release(), TWaitLimits{ConfiguredTimeout(), nCaller}, strKey);
     try {
       oSession.Run(tCheckout);
     } catch (const std::exception&) {
-      // Nobody is left to tell; the command sees that the session has gone, and asks another.
+      // The command sees that the session has gone, and starts another.
     }
   }
   ::_exit(0);

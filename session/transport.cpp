@@ -25,7 +25,7 @@ namespace TALVEK::SESSION {
 namespace {
 
 constexpr std::chrono::milliseconds GRACE{2000};
-/// The most that the kernel gives everybody.
+/// The largest that the kernel gives to a process without privileges.
 constexpr int MAX_PIPE = 1 << 20;
 
 struct TPipe {
@@ -40,7 +40,7 @@ struct TPipe {
   VCM::CDescriptor oWrite;
 };
 
-/// "./server" is meant from where the command was given, and the program starts elsewhere.
+/// A path such as "./server" is relative to the folder of the command, but the program starts in another.
 void MakeAbsolute(std::string& strProgram) {
   if (strProgram.find('/') == std::string::npos || strProgram[0] == '/') return;
   char achFolder[4096];
@@ -68,7 +68,7 @@ struct TAddress {
   std::string strText;
 };
 
-/// Takes a numeric address.
+/// Nothing for a text that isn't a numeric address.
 std::optional<TAddress> ParseAddress(const std::string& strText, unsigned nPort) {
   TAddress tAddress;
   tAddress.strText = strText;
@@ -89,10 +89,10 @@ std::optional<TAddress> ParseAddress(const std::string& strText, unsigned nPort)
 }
 
 /// All that a program writes to its standard output, up to its end.
-std::string OutputOf(CTransport oProgram, const TPatience& tPatience) {
+std::string OutputOf(CTransport oProgram, const TWaitLimits& tLimits) {
   std::string strOutput;
   char achBlock[4096];
-  while (WaitToRead({oProgram.ReadDescriptor()}, tPatience) == WAIT_READY) {
+  while (WaitToRead({oProgram.ReadDescriptor()}, tLimits) == WAIT_READY) {
     const std::ptrdiff_t nRead = ReadSome(oProgram.ReadDescriptor(), achBlock, sizeof achBlock);
     if (nRead == 0) break;
     if (nRead > 0) strOutput.append(achBlock, static_cast<std::size_t>(nRead));
@@ -100,11 +100,11 @@ std::string OutputOf(CTransport oProgram, const TPatience& tPatience) {
   return strOutput;
 }
 
-/// The addresses of a host. This program holds its libraries in itself, because loading them takes too long;
-/// those that look names up can't be held so, and getent has them.
-std::vector<TAddress> AddressesOf(const std::string& strHost, unsigned nPort, const TPatience& tPatience) {
+/// The addresses of a host. This program is linked statically, because loading shared libraries takes it too
+/// long. The C library can't look names up in such a program; getent can.
+std::vector<TAddress> AddressesOf(const std::string& strHost, unsigned nPort, const TWaitLimits& tLimits) {
   if (std::optional<TAddress> tAddress = ParseAddress(strHost, nPort)) return {*tAddress};
-  std::istringstream oLines(OutputOf(CTransport::Start({"getent", "ahosts", "--", strHost}), tPatience));
+  std::istringstream oLines(OutputOf(CTransport::Start({"getent", "ahosts", "--", strHost}), tLimits));
   std::vector<TAddress> atAddresses;
   for (std::string strText, strKind, strRest;
        oLines >> strText >> strKind && std::getline(oLines, strRest);) {
@@ -116,9 +116,9 @@ std::vector<TAddress> AddressesOf(const std::string& strHost, unsigned nPort, co
 }
 
 /// Returns 0 or the errno that says why not.
-int FinishConnecting(int nSocket, const TPatience& tPatience) {
-  pollfd atPolls[] = {{nSocket, POLLOUT, 0}, {tPatience.nCallerDescriptor, POLLIN, 0}};
-  const auto nLimit = tPatience.nLimit.count();
+int FinishConnecting(int nSocket, const TWaitLimits& tLimits) {
+  pollfd atPolls[] = {{nSocket, POLLOUT, 0}, {tLimits.nCallerDescriptor, POLLIN, 0}};
+  const auto nLimit = tLimits.nTimeout.count();
   if (::poll(atPolls, 2, static_cast<int>(nLimit)) <= 0 || !atPolls[0].revents) return ETIMEDOUT;
   int nError = 0;
   socklen_t nSize = sizeof nError;
@@ -126,16 +126,16 @@ int FinishConnecting(int nSocket, const TPatience& tPatience) {
   return nError;
 }
 
-VCM::CDescriptor TryAddress(const TAddress& tAddress, const TPatience& tPatience, int& nError) {
+VCM::CDescriptor TryAddress(const TAddress& tAddress, const TWaitLimits& tLimits, int& nError) {
   VCM::CDescriptor oSocket(
       ::socket(tAddress.tSocket.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP));
   nError = 0;
   const auto* ptSocket = reinterpret_cast<const sockaddr*>(&tAddress.tSocket);
   if (!oSocket.IsOpen() || ::connect(oSocket.Get(), ptSocket, tAddress.nSize) != 0) nError = errno;
-  if (nError == EINPROGRESS) nError = FinishConnecting(oSocket.Get(), tPatience);
+  if (nError == EINPROGRESS) nError = FinishConnecting(oSocket.Get(), tLimits);
   if (nError != 0) return VCM::CDescriptor();
   const int nOn = 1;
-  // A request goes out in one write, so waiting for more of it would only cost time.
+  // A request is sent by one write, so the kernel needn't wait for more of it.
   ::setsockopt(oSocket.Get(), IPPROTO_TCP, TCP_NODELAY, &nOn, sizeof nOn);
   ::setsockopt(oSocket.Get(), SOL_SOCKET, SO_KEEPALIVE, &nOn, sizeof nOn);
   return oSocket;
@@ -169,12 +169,12 @@ CTransport CTransport::Start(std::vector<std::string> astrArguments) {
   return oTransport;
 }
 
-CTransport CTransport::Connect(const std::string& strHost, unsigned nPort, const TPatience& tPatience) {
+CTransport CTransport::Connect(const std::string& strHost, unsigned nPort, const TWaitLimits& tLimits) {
   std::string strReason;
-  for (const TAddress& tAddress : AddressesOf(strHost, nPort, tPatience)) {
+  for (const TAddress& tAddress : AddressesOf(strHost, nPort, tLimits)) {
     int nError = 0;
     CTransport oTransport;
-    oTransport.m_oRead = TryAddress(tAddress, tPatience, nError);
+    oTransport.m_oRead = TryAddress(tAddress, tLimits, nError);
     if (nError == 0) return oTransport;
     strReason = "connect to " + strHost + "(" + tAddress.strText + "):" + std::to_string(nPort) +
                 " failed: " + std::strerror(nError);
@@ -184,20 +184,20 @@ CTransport CTransport::Connect(const std::string& strHost, unsigned nPort, const
 
 CTransport::~CTransport() {
   m_oWrite.Close();
-  if (m_tChild.nId > 0) HearOut();
+  if (m_tChild.nId > 0) ReadToEnd();
   m_oRead.Close();
   m_oErrors.Close();
   if (m_tChild.nId > 0) EndChild(m_tChild.nId);
 }
 
-/// A server that can't end its reply has no time to take its temporary files away.
-void CTransport::HearOut() {
+/// Reads the rest of a reply: a server that is blocked by an unread one can't remove its temporary files.
+void CTransport::ReadToEnd() {
   const auto nEnd = std::chrono::steady_clock::now() + GRACE;
   char achBlock[1 << 16];
   while (m_oRead.IsOpen()) {
     const auto nLeft =
         std::chrono::duration_cast<std::chrono::milliseconds>(nEnd - std::chrono::steady_clock::now());
-    if (WaitToRead({m_oRead.Get(), m_oErrors.Get()}, TPatience{nLeft, -1}) != WAIT_READY) return;
+    if (WaitToRead({m_oRead.Get(), m_oErrors.Get()}, TWaitLimits{nLeft, -1}) != WAIT_READY) return;
     if (ReadSome(m_oErrors.Get(), achBlock, sizeof achBlock) == 0) m_oErrors.Close();
     if (ReadSome(m_oRead.Get(), achBlock, sizeof achBlock) == 0) m_oRead.Close();
   }

@@ -14,28 +14,29 @@ namespace TALVEK::SESSION {
 /// The bare connection: a child process or a TCP socket. No descriptor of it blocks.
 class CTransport {
  public:
-  /// Starts a program; execvp finds it. Its working folder is "/", so that it keeps no file system busy.
+  /// Starts a program; execvp finds it. Its working folder is "/", so that it keeps no file
+  /// system from being unmounted.
   /// A program that can't be started looks like one that ends at once, with the reason among its errors.
   static CTransport Start(std::vector<std::string> astrArguments);
   /// Throws EFailure, worded as the client does, when nobody can be reached there.
-  static CTransport Connect(const std::string& strHost, unsigned nPort, const TPatience& tPatience);
+  static CTransport Connect(const std::string& strHost, unsigned nPort, const TWaitLimits& tLimits);
 
   CTransport(CTransport&&) = default;
   CTransport& operator=(CTransport&&) = delete;
-  /// Hangs up. A program that doesn't end by itself is ended, and never left behind.
+  /// Hangs up. A program gets two seconds to end by itself, then SIGTERM, and two seconds later SIGKILL.
   ~CTransport();
 
   int ReadDescriptor() const { return m_oRead.Get(); }
   int WriteDescriptor() const { return m_oWrite.IsOpen() ? m_oWrite.Get() : m_oRead.Get(); }
-  /// Standard error of the program; -1 without one or at its end.
+  /// Standard error of the program; -1 for a TCP connection, and once it has ended.
   int ErrorDescriptor() const { return m_oErrors.Get(); }
   void CloseErrors() { m_oErrors.Close(); }
 
  private:
   CTransport() = default;
-  void HearOut();
+  void ReadToEnd();
 
-  /// A process number that a moved-from object no longer has.
+  /// A process number. Moving it away leaves 0, so that one object alone ends the process.
   struct TChild {
     TChild() = default;
     TChild(TChild&& tOther) noexcept : nId(std::exchange(tOther.nId, 0)) {}

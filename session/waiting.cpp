@@ -17,9 +17,9 @@ namespace {
 
 using CClock = std::chrono::steady_clock;
 
-/// Waits for one event of the first `nCount` descriptors; the last one is the caller's.
-EWait Wait(pollfd* ptPolls, nfds_t nCount, const TPatience& tPatience) {
-  const CClock::time_point nEnd = CClock::now() + tPatience.nLimit;
+/// Waits for an event of one of `nCount` descriptors, the last of which is the caller's pidfd.
+TWaitType Wait(pollfd* ptPolls, nfds_t nCount, const TWaitLimits& tLimits) {
+  const CClock::time_point nEnd = CClock::now() + tLimits.nTimeout;
   for (;;) {
     const auto nLeft = std::chrono::ceil<std::chrono::milliseconds>(nEnd - CClock::now()).count();
     if (nLeft <= 0) return WAIT_TIMED_OUT;
@@ -30,12 +30,12 @@ EWait Wait(pollfd* ptPolls, nfds_t nCount, const TPatience& tPatience) {
   }
 }
 
-EWait WaitToWrite(int nDescriptor, const TPatience& tPatience) {
-  pollfd atPolls[] = {{nDescriptor, POLLOUT, 0}, {tPatience.nCallerDescriptor, POLLIN, 0}};
-  return Wait(atPolls, 2, tPatience);
+TWaitType WaitToWrite(int nDescriptor, const TWaitLimits& tLimits) {
+  pollfd atPolls[] = {{nDescriptor, POLLOUT, 0}, {tLimits.nCallerDescriptor, POLLIN, 0}};
+  return Wait(atPolls, 2, tLimits);
 }
 
-/// Descriptors to read from, and the caller's behind them.
+/// Descriptors to read from, and the caller's pidfd behind them.
 struct TPolls {
   TPolls(std::initializer_list<int> anDescriptors, int nCallerDescriptor) {
     for (const int nDescriptor : anDescriptors)
@@ -48,27 +48,27 @@ struct TPolls {
 
 }  // namespace
 
-EWait WaitToRead(std::initializer_list<int> anDescriptors, const TPatience& tPatience) {
-  TPolls oPolls(anDescriptors, tPatience.nCallerDescriptor);
-  return Wait(oPolls.atPolls, oPolls.nCount, tPatience);
+TWaitType WaitToRead(std::initializer_list<int> anDescriptors, const TWaitLimits& tLimits) {
+  TPolls oPolls(anDescriptors, tLimits.nCallerDescriptor);
+  return Wait(oPolls.atPolls, oPolls.nCount, tLimits);
 }
 
-EWait WaitLightly(std::initializer_list<int> anDescriptors, const TPatience& tPatience) {
+TWaitType WaitWithNaps(std::initializer_list<int> anDescriptors, const TWaitLimits& tLimits) {
   constexpr timespec NAP{0, 100'000};
   constexpr int NAPS = 50;
-  TPolls oPolls(anDescriptors, tPatience.nCallerDescriptor);
+  TPolls oPolls(anDescriptors, tLimits.nCallerDescriptor);
   int nReady = 0;
   for (int nNap = 0; nNap < NAPS && nReady == 0; ++nNap)
     nReady = ::ppoll(oPolls.atPolls, oPolls.nCount, &NAP, nullptr);
-  return Wait(oPolls.atPolls, oPolls.nCount, tPatience);
+  return Wait(oPolls.atPolls, oPolls.nCount, tLimits);
 }
 
-bool WriteAll(int nDescriptor, std::string_view strBytes, const TPatience& tPatience) {
+bool WriteAll(int nDescriptor, std::string_view strBytes, const TWaitLimits& tLimits) {
   while (!strBytes.empty()) {
     const ssize_t nWritten = ::write(nDescriptor, strBytes.data(), strBytes.size());
     if (nWritten > 0) strBytes.remove_prefix(static_cast<std::size_t>(nWritten));
     if (nWritten > 0 || errno == EINTR) continue;
-    if (errno != EAGAIN || WaitToWrite(nDescriptor, tPatience) != WAIT_READY) return false;
+    if (errno != EAGAIN || WaitToWrite(nDescriptor, tLimits) != WAIT_READY) return false;
   }
   return true;
 }

@@ -20,8 +20,7 @@ const std::string REPOSITORY = "Repository";
 const std::string ROOT = "Root";
 const std::string IGNORED = ".cvsignore";
 
-/// What the client writes for folders that stand for none in the repository: the root's own, then those
-/// above.
+/// The client's CVS/Repository of the folder that stands for the root, and of those above it.
 const std::string TOP_REPOSITORY = ".";
 const std::string NO_REPOSITORY = "CVSROOT/Emptydir";
 
@@ -55,8 +54,8 @@ mode_t Umask() {
   return nUmask;
 }
 
-/// True for a line that an earlier checkout of a revision has left: no file that waits for a commit, none
-/// with a date or a branch.
+/// True for the line of a file that was checked out by a revision. False for one that waits for a commit, and
+/// for one with a date or a branch.
 bool IsPlainEntry(const std::string& strLine) {
   TEntry tEntry;
   if (!ParseEntry(strLine, tEntry)) return false;
@@ -73,7 +72,7 @@ void WriteEntries(const CFolder& oAdmin, const CEntries& oEntries) {
   if (oAdmin.Has(ENTRIES_LOG)) oAdmin.Remove(ENTRIES_LOG);
 }
 
-/// Puts what the log of a folder says into its list. A folder in disorder stays as it is.
+/// Applies the lines of Entries.Log to Entries, and removes the log. Leaves a damaged folder as it is.
 std::optional<CEntries> FoldLog(const CFolder& oFolder) {
   const std::optional<CFolder> oAdmin = oFolder.Open(ADMIN);
   const std::optional<std::string> strEntries = oAdmin ? oAdmin->Read(ENTRIES) : std::nullopt;
@@ -93,7 +92,7 @@ void FoldLogsBelow(const CFolder& oFolder) {
   }
 }
 
-/// Collects what a client would ask about a folder and about the folders entered below it.
+/// Collects the names that a client would tell the server, of a folder and of the folders entered below it.
 void Ask(const CFolder& oFolder, const std::string& strPath, const CIgnoreList& oIgnored,
          std::vector<TQuestions>& atQuestions) {
   const std::optional<CFolder> oAdmin = oFolder.Open(ADMIN);
@@ -109,7 +108,7 @@ void Ask(const CFolder& oFolder, const std::string& strPath, const CIgnoreList& 
     if (strName == ADMIN || oEntries.HasFolder(strName) || !oEntries.FileLine(strName).empty()) continue;
     if (!oIgnoredHere.Matches(strName)) tQuestions.astrNames.push_back(strName);
   }
-  // Only where all sub-folders are entered is one that isn't a stranger.
+  // Unless Entries lists all sub-folders, a name that isn't there may be a sub-folder that is checked out.
   if (!tQuestions.astrNames.empty() && !oEntries.AreFoldersKnown()) throw EHandOver(HAND_OVER_STRANGERS);
   if (!tQuestions.astrNames.empty()) atQuestions.push_back(std::move(tQuestions));
   for (const std::string& strName : oEntries.Folders()) {
@@ -171,7 +170,7 @@ void CWorkingFolder::InspectLevel(std::size_t nLevel) {
     if (tLevel.oFolder->Has(ADMIN)) throw EHandOver(HAND_OVER_NO_FOLDER);
     return;
   }
-  // A client with a server makes every folder on its way known.
+  // A client with a server checks out every folder on the way.
   if (!m_bLocal && nLevel > 0 && !m_atLevels[nLevel - 1].IsKnown()) throw EHandOver(HAND_OVER_ABOVE);
   if (!InspectAdmin(tLevel, *oAdmin)) throw EHandOver(HAND_OVER_ADMIN);
 }
@@ -205,7 +204,7 @@ void CWorkingFolder::InspectFile() const {
   if (!strLine.empty() && !IsPlainEntry(strLine)) throw EHandOver(HAND_OVER_ENTRY);
 }
 
-/// From the target upwards, as far as no folder says by itself where it comes from.
+/// From the target upwards, up to the first folder that is checked out and has its own CVS/Repository.
 void CWorkingFolder::SetRepositories() {
   std::string strRepository = FolderOf(m_tCheckout.strFile);
   for (std::size_t nLevel = m_atLevels.size(); nLevel-- > 0 && !m_atLevels[nLevel].IsKnown();) {
@@ -214,7 +213,7 @@ void CWorkingFolder::SetRepositories() {
   }
 }
 
-/// A client without a server has nobody to ask, and knows nothing to ask of a folder that is new to it.
+/// None for a client without a server, and none in a folder that isn't checked out yet.
 void CWorkingFolder::FindQuestions() {
   if (m_bLocal || !m_atLevels.back().IsKnown()) return;
   Ask(*m_atLevels.back().oFolder, m_tCheckout.strFolder, CIgnoreList::OfUser(), m_atQuestions);
@@ -231,8 +230,8 @@ mode_t CWorkingFolder::ModeFor(mode_t nServerMode) const {
   return nServerMode & ~(m_bLocal ? nUmask & 0222 : nUmask);
 }
 
-/// Makes a folder known, and makes it first when it is missing. A folder that somebody else has made is never
-/// entered in the one above, and without a server nobody cares for it unless it is the target.
+/// Makes a folder if it is missing, and its folder CVS. A folder that somebody else has made is never entered
+/// in the one above; without a server it doesn't even get a folder CVS, unless it is the target.
 void CWorkingFolder::SetUp(std::size_t nLevel) {
   TLevel& tLevel = m_atLevels[nLevel];
   if (tLevel.IsKnown()) return;
@@ -252,7 +251,7 @@ void CWorkingFolder::MakeAdmin(TLevel& tLevel) const {
   oAdmin.Write(ENTRIES_STATIC, "");
 }
 
-/// Enters a folder in the one above: in the log, as both kinds of client do it.
+/// Enters a folder in the one above. Both kinds of client write that to the log.
 void CWorkingFolder::EnterFolder(std::size_t nLevel) {
   TLevel& tAbove = m_atLevels[nLevel - 1];
   const std::string strLine = FolderLine(m_atLevels[nLevel].strName);
@@ -266,8 +265,9 @@ void CWorkingFolder::EnterFile(const std::string& strLine) {
   WriteEntries(tTarget.oFolder->Open(ADMIN).value(), *tTarget.oEntries);
 }
 
-/// A client with a server reads the folders that it will tell the server about, the target and those below
-/// it; and those on the way to a new target when the server speaks of them. Reading folds the logs.
+/// When a client reads Entries it applies the log. With a server it reads the target and the folders below
+/// it, to tell the server about them; for a new target it reads those on the way, which the server's answer
+/// names.
 void CWorkingFolder::FoldLogsOnTheWay() const {
   if (m_atLevels.back().IsKnown()) return FoldLogsBelow(*m_atLevels.back().oFolder);
   for (const TLevel& tLevel : m_atLevels) {
@@ -275,9 +275,9 @@ void CWorkingFolder::FoldLogsOnTheWay() const {
   }
 }
 
-/// Such a client then looks which of the folders that the server spoke of are empty. It goes through the
-/// names in a folder up to the first that isn't CVS; when CVS comes before, it reads the list there, which
-/// folds the log. So the file system's order decides.
+/// Such a client then looks for empty folders among those that the server named. It goes through the names in
+/// a folder up to the first that isn't CVS. If it meets CVS before, it reads Entries there, and applies the
+/// log. So the file system's order of names decides.
 void CWorkingFolder::FoldLogsAsPruningDoes() const {
   for (const TLevel& tLevel : m_atLevels) {
     if (tLevel.oFolder->Names().front() == ADMIN) FoldLog(*tLevel.oFolder);

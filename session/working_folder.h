@@ -12,7 +12,7 @@
 
 namespace TALVEK::SESSION {
 
-/// The working folder and the folders down to the target, as far as they are there.
+/// The working folder, and the folders on the way to the target as far as they exist.
 class CWorkingFolder {
  public:
   /// Throws EHandOver when anything is there that isn't as a client leaves it after a checkout such as this
@@ -20,9 +20,9 @@ class CWorkingFolder {
   /// has made, without a folder CVS in them, may be there. Keeps a reference to `tCheckout`.
   explicit CWorkingFolder(const TCheckout& tCheckout);
 
-  /// Where in the repository the target folder comes from: what the folder says, or the file's folder.
+  /// The target folder's place in the repository: as its CVS/Repository says, else the folder of the file.
   const std::string& Repository() const { return m_atLevels.back().strRepository; }
-  /// What a client would ask the server, target first.
+  /// The names that a client would tell the server, those in the target folder first.
   const std::vector<TQuestions>& Questions() const { return m_atQuestions; }
   /// A file on the file system of the target folder.
   std::unique_ptr<CStagedFile> Stage() const;
@@ -34,9 +34,9 @@ class CWorkingFolder {
   /// A folder on the way to the target, or the target.
   struct TLevel {
     std::string strName;
-    std::string strRepository;         // where it comes from; empty when nobody needs to know
-    std::optional<CFolder> oFolder;    // nothing: it is missing
-    std::optional<CEntries> oEntries;  // nothing: no client knows it
+    std::string strRepository;         // its place there; empty when it isn't needed
+    std::optional<CFolder> oFolder;    // nothing: there is no such folder
+    std::optional<CEntries> oEntries;  // nothing: it isn't checked out
 
     bool IsKnown() const { return oEntries.has_value(); }
   };

@@ -174,7 +174,7 @@ TEST_F(FaultsTest, ARefusedLoginIsToldInTheClientsWords) {
 
 TEST_F(FaultsTest, ARefusalWithoutAWordIsTold) {
   AnswerBy("while read -r line; do [ \"$line\" = valid-requests ] && printf 'error  \\n'; done\n");
-  EXPECT_EQ(Ask(), (TShellResult{1, "cvs [checkout aborted]: the server refuses and doesn't say why\n"}));
+  EXPECT_EQ(Ask(), (TShellResult{1, "cvs [checkout aborted]: the server refuses without a reason\n"}));
   ExpectNothingLeft();
 }
 

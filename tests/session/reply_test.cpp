@@ -104,7 +104,7 @@ TEST(ReplyTest, LinesWithoutEndAndTextWithoutEndAreRefused) {
   std::string strLines;
   for (int nLine = 0; nLine < 400; ++nLine)
     strLines += "E " + std::string(60000, 'x') + "\n";
-  EXPECT_EQ(Outcome(strLines, 60000), "cvs [checkout aborted]: the server talks without end");
+  EXPECT_EQ(Outcome(strLines, 60000), "cvs [checkout aborted]: the server sends text without end");
   EXPECT_EQ(Outcome(std::string("M a\0b\nok\n", 9)),
             "cvs [checkout aborted]: the server sends a NUL in a line");
 }
@@ -127,7 +127,7 @@ TEST(RequestsTest, SayNoMoreThanTheyMust) {
   EXPECT_EQ(CheckoutRequests(Checkout()),
             "Argument -P\nArgument -d\nArgument Main/src\nArgument -r\nArgument 1.1\nArgument --\n"
             "Argument mod/src/a.c\nco\n");
-  EXPECT_EQ(ReminderRequests(Checkout(), "mod/src"),
+  EXPECT_EQ(ResetRequests(Checkout(), "mod/src"),
             "Directory Main/src\n/cvs/mod/src\nEntry /a.c/1.1///T1.1\nDirectory .\n/cvs\n");
 }
 
