@@ -55,6 +55,7 @@ std::string CHistory::Message(std::uint64_t nCommit) const {
                                             "and",    "add", "a",      "test",   "for",  "broken",
                                             "locks",  "in",  "sync",   "with",   "head", "from",
                                             "review", "by",  "remove", "unused", "code", "again"};
+  if (m_tShape.nMessages != 0) nCommit = Mix(m_tShape.nSeed, nCommit, 3) % m_tShape.nMessages;
   const std::uint64_t nLength = Mix(m_tShape.nSeed, nCommit, 2) % (2 * m_tShape.nMessageLength + 1);
   std::string strText = "Commit " + std::to_string(nCommit) + ":";
   for (std::uint64_t i = 0; strText.size() < nLength; ++i) {
@@ -69,20 +70,30 @@ TFile CHistory::MakeFile(std::uint32_t nFile) const {
   tFile.strPath = "folder" + std::to_string(nFile / 1000) + "/part" +
                   std::to_string(nFile / FILES_OF_FOLDER % 40) + "/file" + std::to_string(nFile) + ".c";
   const std::vector<std::uint64_t> anCommits = TrunkCommits(nFile);
-  const std::int64_t nStep = (LAST_TIME - FIRST_TIME) / static_cast<std::int64_t>(m_nCommits);
+  const std::vector<std::int64_t> anTimes = TrunkTimes(anCommits, nFile);
   std::vector<TRevision> atTrunk;
-  for (std::size_t i = anCommits.size(); i-- > 0;) {
-    const auto nJitter =
-        static_cast<std::int64_t>(Mix(m_tShape.nSeed, anCommits[i], nFile) % SECONDS_OF_COMMIT);
-    atTrunk.push_back({TrunkNumber(i),
-                       anCommits[i],
-                       FIRST_TIME + nStep * static_cast<std::int64_t>(anCommits[i]) + nJitter,
-                       {}});
-  }
+  for (std::size_t i = anCommits.size(); i-- > 0;)
+    atTrunk.push_back({TrunkNumber(i), anCommits[i], anTimes[i], {}});
   tFile.atLines.push_back(std::move(atTrunk));
   AddTags(anCommits, tFile);
   AddBranches(nFile, anCommits, tFile);
   return tFile;
+}
+
+/// In a span that was asked for, files are committed to one by one: their times have nothing in common.
+std::vector<std::int64_t> CHistory::TrunkTimes(const std::vector<std::uint64_t>& anCommits,
+                                               std::uint32_t nFile) const {
+  const std::int64_t nStep = (LAST_TIME - FIRST_TIME) / static_cast<std::int64_t>(m_nCommits);
+  std::vector<std::int64_t> anTimes;
+  for (const std::uint64_t nCommit : anCommits) {
+    const std::uint64_t nRandom = Mix(m_tShape.nSeed, nCommit, nFile);
+    const auto nInSpan = static_cast<std::int64_t>(nRandom % std::max<std::uint64_t>(1, m_tShape.nSpan));
+    const auto nJitter = static_cast<std::int64_t>(nRandom % SECONDS_OF_COMMIT);
+    const std::int64_t nByCommit = nStep * static_cast<std::int64_t>(nCommit) + nJitter;
+    anTimes.push_back(FIRST_TIME + (m_tShape.nSpan != 0 ? nInSpan : nByCommit));
+  }
+  if (m_tShape.nSpan != 0) std::sort(anTimes.begin(), anTimes.end());
+  return anTimes;
 }
 
 /// One commit in each stretch of the history, so that every commit has about as many files.

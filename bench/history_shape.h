@@ -26,6 +26,8 @@ struct TShape {
   std::uint32_t nImports = 10;    ///< commits that bring all first revisions; 0: each comes by a usual commit
   std::uint32_t nImportedPercent = 0;  ///< of the later revisions, those that come by as many commits again
   std::uint32_t nMessageLength = 60;   ///< characters, on average
+  std::uint32_t nMessages = 0;         ///< so many different ones; 0: each commit has its own
+  std::uint32_t nSpan = 0;  ///< seconds over which the trunk's revisions are strewn; 0: 25 years, by commits
 };
 
 /// One revision of one file.
@@ -62,6 +64,8 @@ class CHistory {
   std::uint64_t PickCommit(std::uint32_t nFile, std::uint64_t nStretch, std::uint64_t nCommits) const;
   bool IsImported(std::uint32_t nFile, std::uint64_t nStretch, std::uint32_t nBranch) const;
   std::uint64_t ImportOf(std::uint32_t nFile, std::uint64_t nCommits) const;
+  std::vector<std::int64_t> TrunkTimes(const std::vector<std::uint64_t>& anCommits,
+                                       std::uint32_t nFile) const;
   std::uint64_t UsualCommits(std::uint64_t nRevisions) const;
   void AddTags(const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;
   void AddBranches(std::uint32_t nFile, const std::vector<std::uint64_t>& anCommits, TFile& tFile) const;

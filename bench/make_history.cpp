@@ -63,6 +63,11 @@ int Run(int argc, char** argv) {
       ->capture_default_str()
       ->check(CLI::Range(0, 100));
   oApp.add_option("--message-length", tShape.nMessageLength, "characters, on average")->capture_default_str();
+  oApp.add_option("--messages", tShape.nMessages, "so many different ones; 0: each commit has its own")
+      ->capture_default_str();
+  oApp.add_option("--span", tShape.nSpan,
+                  "seconds over which the trunk's revisions are strewn; 0: 25 years, by commits")
+      ->capture_default_str();
   oApp.add_option("--root", strRoot, "the module's folder in the log")->capture_default_str();
   oApp.add_option("--rcs", strFolder, "writes RCS files into this folder instead");
   CLI11_PARSE(oApp, argc, argv);

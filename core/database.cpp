@@ -15,6 +15,7 @@
 
 namespace TALVEK::VDB {
 
+using VCM::CStatus;
 using VCM::CString;
 
 // Out of line, so that each class has one table of virtual functions, in the core library.
@@ -83,26 +84,27 @@ bool CTransaction::IsOpen() const {
   return m_poImpl->IsOpen();
 }
 
-bool CTransaction::Commit(bool bKeepOpen, CProgressHelper* poProgress, CCommitFunctor* poFunctor) {
-  if (!IsOpen()) return false;
+CStatus CTransaction::Commit(bool bKeepOpen, CProgressHelper* poProgress, CCommitFunctor* poFunctor) {
+  if (!IsOpen()) return m_poImpl->GetState();
   // The store writes everything in one go and can't tell how far it is.
   if (poProgress) poProgress->OnProgress(0, 1);
-  if (!m_poImpl->Commit()) return false;
+  if (CStatus oStatus = m_poImpl->Commit(); !oStatus) return oStatus;
   if (poProgress) poProgress->OnProgress(1, 1);
   if (poFunctor) poFunctor->OnCommitted();
   if (bKeepOpen) m_poImpl->Begin();
-  return true;
+  return {};
 }
 
 CTable::CTable() = default;
 CTable::~CTable() = default;
 
-bool CTable::Open(CDatabase& oDatabase, const wchar_t* pszName, CTransaction& oTransaction, bool bReadOnly) {
+CStatus CTable::Open(CDatabase& oDatabase, const wchar_t* pszName, CTransaction& oTransaction,
+                     bool bReadOnly) {
   Close();
   CTransaction::CImpl& oOpen = *oTransaction.GetImpl();
   auto* poStore = dynamic_cast<CDatabaseStore*>(&oDatabase);
-  if (!poStore) return false;
-  if (oOpen.GetStore() != poStore || !oOpen.IsUsable()) {
+  if (!poStore) return CStatus::Failed(L"a database of another kind");
+  if (oOpen.GetStore() != poStore || !oOpen.GetState()) {
     return poStore->Fail(L"can't open a table", L"no transaction");
   }
   if (!pszName && GetFileDef()) pszName = GetFileDef()->pszName;
@@ -112,9 +114,10 @@ bool CTable::Open(CDatabase& oDatabase, const wchar_t* pszName, CTransaction& oT
   if (!poSchema) return poStore->Fail(CString(L"can't open table ") + pszName, strError);
   std::string strName;
   VCM::EncodeStored(pszName, strName);
-  if (!oOpen.OpenTable(strName, poSchema, !bReadOnly)) return false;
+  TOpenTable* ptTable = nullptr;
+  if (CStatus oStatus = oOpen.OpenTable(strName, poSchema, !bReadOnly, ptTable); !oStatus) return oStatus;
   m_poImpl.reset(new CImpl{std::move(poSchema), poStore, std::move(strName), bReadOnly});
-  return true;
+  return {};
 }
 
 void CTable::Close() {

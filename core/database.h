@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/export.h"
+#include "core/status.h"
 #include "core/string.h"
 
 /// The embedded database: tables of records, declared by static definitions, in one data file.
@@ -101,9 +102,6 @@ class TALVEK_CORE_API CDatabase {
   virtual ~CDatabase();
   /// What went wrong last, in words for a person; empty when nothing has. Stays until the database is closed.
   virtual VCM::CString GetLastErrorText() const = 0;
-  /// Rows that have been read so far: those that iterators have found, those passed on the way, and those
-  /// from which an index was made.
-  virtual std::uint64_t GetRowsRead() const = 0;
 };
 
 class TALVEK_CORE_API CDatabaseFactory {
@@ -129,10 +127,11 @@ class TALVEK_CORE_API CTransaction {
   CTransaction& operator=(const CTransaction&) = delete;
 
   bool IsOpen() const;
-  /// Makes the changes last and ends the transaction. False when they couldn't be written, and then none is.
+  /// Makes the changes last and ends the transaction. When they can't all be written, none is.
   /// `bKeepOpen` begins a new transaction at once. Close iterators first: what is left open finds nothing any
   /// more.
-  bool Commit(bool bKeepOpen, CProgressHelper* poProgress = nullptr, CCommitFunctor* poFunctor = nullptr);
+  VCM::CStatus Commit(bool bKeepOpen, CProgressHelper* poProgress = nullptr,
+                      CCommitFunctor* poFunctor = nullptr);
 
   class CImpl;
   CImpl* GetImpl() const { return m_poImpl.get(); }
@@ -154,9 +153,9 @@ class TALVEK_CORE_API CTable {
   virtual const TIndexDef* GetIndexDefs() const = 0;
 
   /// Opens the table, which is made when it isn't there. A null name means the name of the file definition.
-  /// False when the definitions can't be served (key fields other than FIELD_UINT32, no unique index 0) or
+  /// Fails when the definitions can't be served (key fields other than FIELD_UINT32, no unique index 0) or
   /// the database refuses.
-  bool Open(CDatabase& oDatabase, const wchar_t* pszName, CTransaction& oTransaction, bool bReadOnly);
+  VCM::CStatus Open(CDatabase& oDatabase, const wchar_t* pszName, CTransaction& oTransaction, bool bReadOnly);
   void Close();
   bool IsOpen() const { return m_poImpl != nullptr; }
 
@@ -179,17 +178,16 @@ class TALVEK_CORE_API CIteratorBase {
   void Close();
 
  protected:
-  bool GetEqual(void* const* papFields, TFieldSet nWanted);
-  bool GetGTE(void* const* papFields, TFieldSet nWanted);
-  bool GetLTE(void* const* papFields, TFieldSet nWanted);
-  bool GetNext(void* const* papFields, TFieldSet nWanted);
-  bool Add(void* const* papFields);
-  bool AddLater(void* const* papFields);
-  bool Update(void* const* papFields, TFieldSet nAltered);
-  bool Remove(void* const* papFields);
+  VCM::CStatus GetEqual(void* const* papFields, TFieldSet nWanted);
+  VCM::CStatus GetGTE(void* const* papFields, TFieldSet nWanted);
+  VCM::CStatus GetLTE(void* const* papFields, TFieldSet nWanted);
+  VCM::CStatus GetNext(void* const* papFields, TFieldSet nWanted);
+  VCM::CStatus Add(void* const* papFields);
+  VCM::CStatus Update(void* const* papFields, TFieldSet nAltered);
 
  private:
   class CImpl;
+  VCM::CStatus m_oState;  // why there is no open iterator
   std::unique_ptr<CImpl> m_poImpl;
 };
 
@@ -198,14 +196,13 @@ class TALVEK_CORE_API CIteratorBase {
 /// Shape    GetEqual, GetGTE and GetLTE place the cursor by the key fields set in the record; GetNext steps
 ///          on in key order. Rows with equal keys come in ascending order of index 0's key (for changes:
 ///          "ID"), so GetEqual and GetGTE find the first of them and GetLTE the last.
-/// Errors   Each operation returns false when there is no such row, and then leaves record and place as they
-///          were. GetNext is false before a row has been found, and at the end again. Add is false when a
-///          unique key is taken, Update when index 0 has no such row or another row has the unique key.
-///          Remove is false when index 0 has no such row.
-///          A write that the store refuses (disk full) is false too, and CDatabase::GetLastErrorText then
-///          tells why. That spoils the transaction: everything else in it is false, and so is its Commit.
-/// Writes   Add gives the record its "ID" where the table's flag says so: one more than the last row's;
-///          the ID of a removed row isn't given again in the same transaction.
+/// Errors   Absent when there is no such row. GetNext is so before a row has been found, and at the end
+/// again;
+///          Add when a unique key is taken, Update when index 0 has no such row or another row has the unique
+///          key. Record and place are then as they were.
+///          Failed when a row can't be read, or the store refuses a write (disk full). A failed write spoils
+///          the transaction: everything else in it fails, and so does its Commit.
+/// Writes   Add gives the record its "ID" where the table's flag says so: one more than the last row's.
 ///          No write moves this or any other cursor: GetNext goes on from the key that the cursor was last
 ///          placed on, so it meets a row again that Update has moved ahead.
 /// Owns     Nothing. Table and transaction must outlive the cursor.
@@ -220,38 +217,31 @@ class CIterator : public CIteratorBase {
   using CIteratorBase::CIteratorBase;
 
   /// First row with exactly this key.
-  bool GetEqual(TRecord& tRecord) { return GetEqual(tRecord, ALL_FIELDS); }
-  bool GetEqual(TRecord& tRecord, TFieldSet nWanted) {
+  VCM::CStatus GetEqual(TRecord& tRecord) { return GetEqual(tRecord, ALL_FIELDS); }
+  VCM::CStatus GetEqual(TRecord& tRecord, TFieldSet nWanted) {
     return CIteratorBase::GetEqual(tRecord.GetFieldAddresses().data(), nWanted);
   }
   /// First row whose key is at or after this key.
-  bool GetGTE(TRecord& tRecord) { return GetGTE(tRecord, ALL_FIELDS); }
-  bool GetGTE(TRecord& tRecord, TFieldSet nWanted) {
+  VCM::CStatus GetGTE(TRecord& tRecord) { return GetGTE(tRecord, ALL_FIELDS); }
+  VCM::CStatus GetGTE(TRecord& tRecord, TFieldSet nWanted) {
     return CIteratorBase::GetGTE(tRecord.GetFieldAddresses().data(), nWanted);
   }
   /// Last row whose key is at or before this key.
-  bool GetLTE(TRecord& tRecord) {
+  VCM::CStatus GetLTE(TRecord& tRecord) {
     return CIteratorBase::GetLTE(tRecord.GetFieldAddresses().data(), ALL_FIELDS);
   }
-  bool GetNext(TRecord& tRecord) { return GetNext(tRecord, ALL_FIELDS); }
-  bool GetNext(TRecord& tRecord, TFieldSet nWanted) {
+  VCM::CStatus GetNext(TRecord& tRecord) { return GetNext(tRecord, ALL_FIELDS); }
+  VCM::CStatus GetNext(TRecord& tRecord, TFieldSet nWanted) {
     return CIteratorBase::GetNext(tRecord.GetFieldAddresses().data(), nWanted);
   }
-  bool Add(TRecord& tRecord) { return CIteratorBase::Add(tRecord.GetFieldAddresses().data()); }
-  /// As Add, for a row whose key is certainly free (a row with a key that is taken is lost). In a table with
-  /// one index and no assigned IDs it is written along with many others, in the order of their keys: that is
-  /// what makes it fast. It is there for whoever reads the table; that no room was left for it shows then, or
-  /// at the next write, or when the transaction is committed.
-  bool AddLater(TRecord& tRecord) { return CIteratorBase::AddLater(tRecord.GetFieldAddresses().data()); }
+  VCM::CStatus Add(TRecord& tRecord) { return CIteratorBase::Add(tRecord.GetFieldAddresses().data()); }
   /// Replaces the row that has this record's key in index 0; the other indexes follow.
-  bool Update(TRecord& tRecord) { return Update(tRecord, ALL_FIELDS); }
+  VCM::CStatus Update(TRecord& tRecord) { return Update(tRecord, ALL_FIELDS); }
   /// As Update, for a row of which only these fields are altered: the record's others aren't looked at, but
   /// for its key.
-  bool Update(TRecord& tRecord, TFieldSet nAltered) {
+  VCM::CStatus Update(TRecord& tRecord, TFieldSet nAltered) {
     return CIteratorBase::Update(tRecord.GetFieldAddresses().data(), nAltered);
   }
-  /// Removes the row that has this record's key in index 0, whatever its other fields are.
-  bool Remove(TRecord& tRecord) { return CIteratorBase::Remove(tRecord.GetFieldAddresses().data()); }
 };
 
 }  // namespace TALVEK::VDB

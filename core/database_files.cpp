@@ -8,9 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string_view>
 
 #include "core/text_codec.h"
@@ -153,18 +151,6 @@ bool CDatabaseFiles::WriteOwner(CString& strError) const {
       ftruncate(m_oLock.Get(), 0) == 0 &&
       pwrite(m_oLock.Get(), strOwner.data(), strOwner.size(), 0) == static_cast<ssize_t>(strOwner.size());
   return bWritten || Refuse(m_strLockPath, SystemReason(errno), strError);
-}
-
-// Not every file system makes files without a name. Where there is none, the name is gone at once.
-CDescriptor CDatabaseFiles::MakeScratchFile() const {
-  const std::string strFolder = std::filesystem::path(m_strDataPath).parent_path().string();
-  CDescriptor oFile(
-      open(strFolder.empty() ? "." : strFolder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, FILE_MODE));
-  if (oFile.IsOpen() || (errno != EOPNOTSUPP && errno != EISDIR && errno != ENOENT)) return oFile;
-  std::string strPath = m_strDataPath + ".XXXXXX";
-  oFile = CDescriptor(mkostemp(strPath.data(), O_CLOEXEC));
-  if (oFile.IsOpen()) unlink(strPath.c_str());
-  return oFile;
 }
 
 bool CDatabaseFiles::OpenExistingData(CString& strError) {

@@ -32,8 +32,6 @@ class TALVEK_CORE_API CDatabaseFiles {
   void Keep() { m_bLockMade = m_bDataMade = false; }
   const std::string& GetDataPath() const { return m_strDataPath; }
   int GetDataDescriptor() const { return m_oData.Get(); }
-  /// A new file without a name, where the data file is; none, with errno, when it can't be made.
-  VCM::CDescriptor MakeScratchFile() const;
 
  private:
   CDatabaseFiles(const std::string& strPath, uid_t nUser);

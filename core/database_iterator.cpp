@@ -13,57 +13,57 @@
 
 namespace TALVEK::VDB {
 
+using VCM::CStatus;
+
 /// The cursor's place is a key, not a position in LMDB's tree: that position is only a short cut, good as
 /// long as nothing has been written since.
 class CIteratorBase::CImpl : public CTransactionUser {
  public:
-  /// Null when table and transaction don't go together or there is no such index.
-  static std::unique_ptr<CImpl> Open(const CTable& oTable, unsigned nIndex, CTransaction& oTransaction);
+  /// Null when it can't be opened. `oStatus` then says why; else what is to be said once it is closed.
+  static std::unique_ptr<CImpl> Open(const CTable& oTable, unsigned nIndex, CTransaction& oTransaction,
+                                     CStatus& oStatus);
   ~CImpl() override;
   CImpl(const CImpl&) = delete;
   CImpl& operator=(const CImpl&) = delete;
   void OnTransactionEnd() override;
 
-  bool GetEqual(void* const* papFields, TFieldSet nWanted);
-  bool GetGTE(void* const* papFields, TFieldSet nWanted);
-  bool GetLTE(void* const* papFields, TFieldSet nWanted);
-  bool GetNext(void* const* papFields, TFieldSet nWanted);
-  bool Add(void* const* papFields);
-  bool AddLater(void* const* papFields);
-  bool Update(void* const* papFields, TFieldSet nAltered);
-  bool Remove(void* const* papFields);
+  CStatus GetEqual(void* const* papFields, TFieldSet nWanted);
+  CStatus GetGTE(void* const* papFields, TFieldSet nWanted);
+  CStatus GetLTE(void* const* papFields, TFieldSet nWanted);
+  CStatus GetNext(void* const* papFields, TFieldSet nWanted);
+  CStatus Add(void* const* papFields);
+  CStatus Update(void* const* papFields, TFieldSet nAltered);
 
  private:
   CImpl(const CTable::CImpl& oTable, unsigned nIndex, CTransaction::CImpl* poTransaction,
         TOpenTable* poOpenTable);
 
-  bool IsUsable() const { return m_poTransaction && m_poTransaction->IsUsable(); }
-  /// Usable, and all rows are in index 0.
-  bool HasAllRows() const { return IsUsable() && m_poTransaction->WriteLateRows(*m_poTable); }
-  /// Usable, and this index has all rows.
-  bool IsReady() const { return HasAllRows() && m_poTransaction->WriteLateIndex(*m_poTable, m_nIndex); }
-  bool IsLate(unsigned nIndex) const { return m_poTable->atTrees[nIndex].bLate; }
-  bool CanWrite();
+  /// Whether the transaction takes anything.
+  CStatus GetState() const;
+  /// The same, and this index has all rows.
+  CStatus MakeReady();
+  bool IsDeferred(unsigned nIndex) const { return m_poTable->atTrees[nIndex].bDeferred; }
+  CStatus CanWrite();
   MDB_cursor* Shared(unsigned nIndex) const { return m_poTable->atTrees[nIndex].poCursor.get(); }
   /// The cursor by which rows are written. LMDB spares itself the descent of the tree when the row lies on
   /// the page where the cursor is: what has been looked for by index 0 is often what is written next.
   MDB_cursor* ForRows() const { return m_nIndex == 0 ? m_poCursor.get() : Shared(0); }
 
-  bool Move(MDB_cursor_op nOperation);
-  bool MoveTo(const CKey& oKey);
-  bool Take(void* const* papFields, TFieldSet nWanted);
-  bool FetchRow(std::string_view strEntry);
-  bool FailDamaged();
+  CStatus Move(MDB_cursor_op nOperation);
+  CStatus MoveTo(const CKey& oKey);
+  CStatus Take(void* const* papFields, TFieldSet nWanted);
+  CStatus FetchRow(std::string_view strEntry);
+  CStatus FailDamaged();
 
-  bool FindForWrite(void* const* papFields, std::string_view& strRow);
-  bool NextId(std::uint32_t& nId);
-  bool Insert(void* const* papFields);
-  bool IsFree(unsigned nIndex, const CKey& oEntry);
+  CStatus FindForWrite(void* const* papFields, std::string_view& strRow);
+  CStatus NextId(std::uint32_t& nId);
+  CStatus Insert(void* const* papFields);
+  CStatus IsFree(unsigned nIndex, const CKey& oEntry);
   int PutRow(const CKey& oKey, std::string_view strRow);
   int PutEntry(unsigned nIndex, const CKey& oEntry);
   int RemoveEntry(unsigned nIndex, const CKey& oEntry);
-  bool Replace(std::string_view strOldRow, std::string_view strRow);
-  bool Done(int nError);
+  CStatus Replace(std::string_view strOldRow, std::string_view strRow);
+  CStatus Done(int nError);
 
   std::shared_ptr<const CSchema> m_poSchema;
   unsigned m_nIndex;
@@ -87,16 +87,18 @@ class CIteratorBase::CImpl : public CTransactionUser {
 };
 
 std::unique_ptr<CIteratorBase::CImpl> CIteratorBase::CImpl::Open(const CTable& oTable, unsigned nIndex,
-                                                                 CTransaction& oTransaction) {
+                                                                 CTransaction& oTransaction,
+                                                                 CStatus& oStatus) {
   const CTable::CImpl* poTable = oTable.GetImpl();
   CTransaction::CImpl* poTransaction = oTransaction.GetImpl();
-  if (!poTable || !poTransaction->IsUsable()) return nullptr;
-  if (poTransaction->GetStore() != poTable->poDatabase) return nullptr;
+  oStatus = CStatus::Failed(L"the table isn't open in this transaction");
+  if (!poTable || poTransaction->GetStore() != poTable->poDatabase) return nullptr;
   if (nIndex >= poTable->poSchema->GetIndexCount()) return nullptr;
-  TOpenTable* poOpenTable =
-      poTransaction->OpenTable(poTable->strName, poTable->poSchema, !poTable->bReadOnly);
-  if (!poOpenTable) return nullptr;
+  TOpenTable* poOpenTable = nullptr;
+  oStatus = poTransaction->OpenTable(poTable->strName, poTable->poSchema, !poTable->bReadOnly, poOpenTable);
+  if (!oStatus) return nullptr;
   std::unique_ptr<CImpl> poImpl(new CImpl(*poTable, nIndex, poTransaction, poOpenTable));
+  oStatus = CStatus::Failed(L"the iterator is closed");
   return poImpl->m_poCursor ? std::move(poImpl) : nullptr;
 }
 
@@ -127,137 +129,151 @@ void CIteratorBase::CImpl::OnTransactionEnd() {
   m_poTransaction = nullptr;
 }
 
-bool CIteratorBase::CImpl::GetEqual(void* const* papFields, TFieldSet nWanted) {
-  if (!IsReady()) return false;
-  CKey oKey;
-  m_poSchema->MakeKey(m_nIndex, papFields, oKey);
-  return MoveTo(oKey) && m_strEntry.starts_with(oKey.View()) && Take(papFields, nWanted);
+CStatus CIteratorBase::CImpl::GetState() const {
+  return m_poTransaction ? m_poTransaction->GetState() : CStatus::Failed(L"the transaction has ended");
 }
 
-bool CIteratorBase::CImpl::GetGTE(void* const* papFields, TFieldSet nWanted) {
-  if (!IsReady()) return false;
-  CKey oKey;
-  m_poSchema->MakeKey(m_nIndex, papFields, oKey);
-  return MoveTo(oKey) && Take(papFields, nWanted);
+CStatus CIteratorBase::CImpl::MakeReady() {
+  CStatus oState = GetState();
+  return oState ? m_poTransaction->MakeDeferredIndex(*m_poTable, m_nIndex) : oState;
 }
 
-bool CIteratorBase::CImpl::GetLTE(void* const* papFields, TFieldSet nWanted) {
-  if (!IsReady()) return false;
+CStatus CIteratorBase::CImpl::GetEqual(void* const* papFields, TFieldSet nWanted) {
+  if (CStatus oReady = MakeReady(); !oReady) return oReady;
+  CKey oKey;
+  m_poSchema->MakeKey(m_nIndex, papFields, oKey);
+  if (CStatus oFound = MoveTo(oKey); !oFound) return oFound;
+  return m_strEntry.starts_with(oKey.View()) ? Take(papFields, nWanted) : CStatus::Absent();
+}
+
+CStatus CIteratorBase::CImpl::GetGTE(void* const* papFields, TFieldSet nWanted) {
+  if (CStatus oReady = MakeReady(); !oReady) return oReady;
+  CKey oKey;
+  m_poSchema->MakeKey(m_nIndex, papFields, oKey);
+  CStatus oFound = MoveTo(oKey);
+  return oFound ? Take(papFields, nWanted) : oFound;
+}
+
+CStatus CIteratorBase::CImpl::GetLTE(void* const* papFields, TFieldSet nWanted) {
+  if (CStatus oReady = MakeReady(); !oReady) return oReady;
   CKey oKey;
   m_poSchema->MakeKey(m_nIndex, papFields, oKey);
   oKey.AppendHighest(m_poSchema->GetSuffixSize(m_nIndex));
-  const bool bAtOrAfter = MoveTo(oKey);
-  const bool bFound = bAtOrAfter ? m_strEntry == oKey.View() || Move(MDB_PREV) : Move(MDB_LAST);
-  return bFound && Take(papFields, nWanted);
+  CStatus oFound = MoveTo(oKey);
+  if (oFound.HasFailed()) return oFound;
+  if (!oFound)
+    oFound = Move(MDB_LAST);
+  else if (m_strEntry != oKey.View())
+    oFound = Move(MDB_PREV);
+  return oFound ? Take(papFields, nWanted) : oFound;
 }
 
-bool CIteratorBase::CImpl::GetNext(void* const* papFields, TFieldSet nWanted) {
-  if (!IsReady() || m_oPlace.GetSize() == 0) return false;
-  const bool bShortCut = m_bCursorAtPlace && m_nWritesAtPlace == m_poTable->nWrites;
+CStatus CIteratorBase::CImpl::GetNext(void* const* papFields, TFieldSet nWanted) {
+  if (CStatus oReady = MakeReady(); !oReady) return oReady;
+  if (m_oPlace.GetSize() == 0) return CStatus::Absent();
+  CStatus oFound;
+  if (!m_bCursorAtPlace || m_nWritesAtPlace != m_poTable->nWrites)
+    oFound = MoveTo(m_oPlace);
+  else
+    m_strEntry = m_oPlace.View();
   // The row that the cursor was placed on may have moved to another key, and then its old place is empty.
-  const bool bAtPlace = bShortCut || (MoveTo(m_oPlace) && m_strEntry == m_oPlace.View());
-  if (bAtPlace) return Move(MDB_NEXT) && Take(papFields, nWanted);
-  return !m_strEntry.empty() && Take(papFields, nWanted);
+  if (oFound && m_strEntry == m_oPlace.View()) oFound = Move(MDB_NEXT);
+  return oFound ? Take(papFields, nWanted) : oFound;
 }
 
-/// Moves LMDB's cursor; false when there is no entry there, or it can't be read.
-bool CIteratorBase::CImpl::Move(MDB_cursor_op nOperation) {
+/// Moves LMDB's cursor.
+CStatus CIteratorBase::CImpl::Move(MDB_cursor_op nOperation) {
   MDB_val tEntry = ToStoreValue(m_strEntry);
   MDB_val tRow = {};
   m_bCursorAtPlace = false;
   const int nError = mdb_cursor_get(m_poCursor.get(), &tEntry, &tRow, nOperation);
   m_strEntry = nError == 0 ? FromStoreValue(tEntry) : std::string_view();
   m_strRow = nError == 0 ? FromStoreValue(tRow) : std::string_view();
-  return nError == 0 || (nError != MDB_NOTFOUND && m_poTransaction->FailRead(nError));
+  if (nError == 0) return {};
+  return nError == MDB_NOTFOUND ? CStatus::Absent() : m_poTransaction->FailRead(nError);
 }
 
 /// Moves LMDB's cursor to the first entry at or after a key.
-bool CIteratorBase::CImpl::MoveTo(const CKey& oKey) {
+CStatus CIteratorBase::CImpl::MoveTo(const CKey& oKey) {
   m_strEntry = oKey.View();
   return Move(MDB_SET_RANGE);
 }
 
 /// Reads the row that Move found and makes it the place.
-bool CIteratorBase::CImpl::Take(void* const* papFields, TFieldSet nWanted) {
+CStatus CIteratorBase::CImpl::Take(void* const* papFields, TFieldSet nWanted) {
   const std::size_t nSize = m_poSchema->GetKeySize(m_nIndex) + m_poSchema->GetSuffixSize(m_nIndex);
   if (m_strEntry.size() != nSize) return FailDamaged();
-  m_poTransaction->GetStore()->CountRowRead();
-  if (m_nIndex != 0 && !FetchRow(m_strEntry)) return false;
+  m_poTransaction->GetStore()->CountStep();
+  if (m_nIndex != 0) {
+    if (CStatus oFetched = FetchRow(m_strEntry); !oFetched) return oFetched;
+  }
   if (!m_oCodec.Decode(m_strRow, papFields, nWanted)) return FailDamaged();
   m_oPlace.Assign(m_strEntry);
   m_bCursorAtPlace = true;
   m_nWritesAtPlace = m_poTable->nWrites;
-  return true;
+  return {};
 }
 
-bool CIteratorBase::CImpl::FetchRow(std::string_view strEntry) {
+CStatus CIteratorBase::CImpl::FetchRow(std::string_view strEntry) {
   MDB_val tKey = ToStoreValue(strEntry.substr(m_poSchema->GetKeySize(m_nIndex)));
   MDB_val tRow = {};
   const int nError = mdb_cursor_get(Shared(0), &tKey, &tRow, MDB_SET);
   m_strRow = nError == 0 ? FromStoreValue(tRow) : std::string_view();
   if (nError == MDB_NOTFOUND) return FailDamaged();
-  return nError == 0 || m_poTransaction->FailRead(nError);
+  return nError == 0 ? CStatus() : m_poTransaction->FailRead(nError);
 }
 
-bool CIteratorBase::CImpl::FailDamaged() {
+CStatus CIteratorBase::CImpl::FailDamaged() {
   return m_poTransaction->GetStore()->Fail(L"can't read", L"the data are damaged");
 }
 
-bool CIteratorBase::CImpl::CanWrite() {
-  if (!HasAllRows()) return false;
-  return !m_bReadOnly ||
-         m_poTransaction->GetStore()->Fail(L"can't write", L"the table is open for reading only");
+CStatus CIteratorBase::CImpl::CanWrite() {
+  CStatus oState = GetState();
+  if (!oState || !m_bReadOnly) return oState;
+  return m_poTransaction->GetStore()->Fail(L"can't write", L"the table is open for reading only");
 }
 
-bool CIteratorBase::CImpl::Add(void* const* papFields) {
-  if (!CanWrite()) return false;
+CStatus CIteratorBase::CImpl::Add(void* const* papFields) {
+  if (CStatus oState = CanWrite(); !oState) return oState;
   if (!m_poSchema->AssignsIds()) return Insert(papFields);
   std::uint32_t nFormerId = 0;
   std::uint32_t nId = 0;
-  if (!NextId(nId)) return false;
+  if (CStatus oState = NextId(nId); !oState) return oState;
   std::memcpy(&nFormerId, papFields[0], sizeof nFormerId);
   std::memcpy(papFields[0], &nId, sizeof nId);
-  const bool bAdded = Insert(papFields);
-  if (!bAdded) std::memcpy(papFields[0], &nFormerId, sizeof nFormerId);
-  return bAdded;
+  CStatus oAdded = Insert(papFields);
+  if (!oAdded) std::memcpy(papFields[0], &nFormerId, sizeof nFormerId);
+  return oAdded;
 }
 
-bool CIteratorBase::CImpl::AddLater(void* const* papFields) {
-  const bool bAlone = m_poSchema->GetIndexCount() == 1 && !m_poSchema->AssignsIds();
-  if (m_bReadOnly || !bAlone || !IsUsable()) return Add(papFields);
-  const std::string_view strRow = m_oCodec.Encode(papFields);
-  // Keeping a large row costs more memory than it saves time.
-  if (strRow.size() > CLateRows::LARGE_ROW) return Add(papFields);
-  m_poSchema->MakeEntry(0, papFields, m_aoEntries[0]);
-  return m_poTransaction->AddLateRow(*m_poTable, m_aoEntries[0].View(), strRow);
-}
-
-bool CIteratorBase::CImpl::NextId(std::uint32_t& nId) {
+CStatus CIteratorBase::CImpl::NextId(std::uint32_t& nId) {
   nId = m_poTable->oLastKey.GetFirstNumber() + 1;
-  return nId != 0 || m_poTransaction->GetStore()->Fail(L"can't write", L"the table has no ID left to give");
+  if (nId != 0) return {};
+  return m_poTransaction->GetStore()->Fail(L"can't write", L"the table has no ID left to give");
 }
 
-bool CIteratorBase::CImpl::Insert(void* const* papFields) {
+CStatus CIteratorBase::CImpl::Insert(void* const* papFields) {
   for (unsigned i = 0; i < m_poSchema->GetIndexCount(); ++i) {
     m_poSchema->MakeEntry(i, papFields, m_aoEntries[i]);
-    if (i > 0 && m_poSchema->IsUnique(i) && !IsFree(i, m_aoEntries[i])) return false;
+    if (i == 0 || !m_poSchema->IsUnique(i)) continue;
+    if (CStatus oFree = IsFree(i, m_aoEntries[i]); !oFree) return oFree;
   }
   int nError = PutRow(m_aoEntries[0], m_oCodec.Encode(papFields));
-  if (nError == MDB_KEYEXIST) return false;
+  if (nError == MDB_KEYEXIST) return CStatus::Absent();
   for (unsigned i = 1; i < m_poSchema->GetIndexCount() && nError == 0; ++i) {
     nError = PutEntry(i, m_aoEntries[i]);
   }
   return Done(nError);
 }
 
-/// False when a row has this key in the index already, or that can't be read.
-bool CIteratorBase::CImpl::IsFree(unsigned nIndex, const CKey& oEntry) {
+/// Absent when a row has this key in the index already.
+CStatus CIteratorBase::CImpl::IsFree(unsigned nIndex, const CKey& oEntry) {
   const std::string_view strKey = oEntry.View().substr(0, m_poSchema->GetKeySize(nIndex));
   MDB_val tFound = ToStoreValue(strKey);
   MDB_val tNothing = {};
   const int nError = mdb_cursor_get(Shared(nIndex), &tFound, &tNothing, MDB_SET_RANGE);
-  if (nError == 0) return !FromStoreValue(tFound).starts_with(strKey);
-  return nError == MDB_NOTFOUND || m_poTransaction->FailRead(nError);
+  if (nError == 0) return FromStoreValue(tFound).starts_with(strKey) ? CStatus::Absent() : CStatus();
+  return nError == MDB_NOTFOUND ? CStatus() : m_poTransaction->FailRead(nError);
 }
 
 int CIteratorBase::CImpl::PutRow(const CKey& oKey, std::string_view strRow) {
@@ -268,11 +284,11 @@ int CIteratorBase::CImpl::PutRow(const CKey& oKey, std::string_view strRow) {
 int CIteratorBase::CImpl::PutEntry(unsigned nIndex, const CKey& oEntry) {
   MDB_val tEntry = ToStoreValue(oEntry.View());
   MDB_val tNothing = {};
-  return IsLate(nIndex) ? 0 : mdb_cursor_put(Shared(nIndex), &tEntry, &tNothing, MDB_NOOVERWRITE);
+  return IsDeferred(nIndex) ? 0 : mdb_cursor_put(Shared(nIndex), &tEntry, &tNothing, MDB_NOOVERWRITE);
 }
 
 int CIteratorBase::CImpl::RemoveEntry(unsigned nIndex, const CKey& oEntry) {
-  if (IsLate(nIndex)) return 0;
+  if (IsDeferred(nIndex)) return 0;
   MDB_val tEntry = ToStoreValue(oEntry.View());
   MDB_val tNothing = {};
   const int nError = mdb_cursor_get(Shared(nIndex), &tEntry, &tNothing, MDB_SET);
@@ -281,48 +297,35 @@ int CIteratorBase::CImpl::RemoveEntry(unsigned nIndex, const CKey& oEntry) {
 }
 
 /// Places the cursor for rows on the one with the record's key; the key is then in m_aoEntries[0].
-bool CIteratorBase::CImpl::FindForWrite(void* const* papFields, std::string_view& strRow) {
-  if (!CanWrite()) return false;
+CStatus CIteratorBase::CImpl::FindForWrite(void* const* papFields, std::string_view& strRow) {
+  if (CStatus oState = CanWrite(); !oState) return oState;
   m_bCursorAtPlace = false;
   m_poSchema->MakeEntry(0, papFields, m_aoEntries[0]);
   MDB_val tKey = ToStoreValue(m_aoEntries[0].View());
   MDB_val tRow = {};
   const int nError = mdb_cursor_get(ForRows(), &tKey, &tRow, MDB_SET);
-  if (nError == MDB_NOTFOUND) return false;
+  if (nError == MDB_NOTFOUND) return CStatus::Absent();
   if (nError != 0) return m_poTransaction->FailRead(nError);
   strRow = FromStoreValue(tRow);
-  return strRow.size() >= m_poSchema->GetFixedSize() || FailDamaged();
+  return strRow.size() >= m_poSchema->GetFixedSize() ? CStatus() : FailDamaged();
 }
 
-bool CIteratorBase::CImpl::Update(void* const* papFields, TFieldSet nAltered) {
+CStatus CIteratorBase::CImpl::Update(void* const* papFields, TFieldSet nAltered) {
   std::string_view strOldRow;
   std::string_view strRow;
-  if (!FindForWrite(papFields, strOldRow)) return false;
+  if (CStatus oFound = FindForWrite(papFields, strOldRow); !oFound) return oFound;
   if (!m_oCodec.EncodeAltered(strOldRow, papFields, nAltered, strRow)) return FailDamaged();
   return Replace(strOldRow, strRow);
 }
 
-bool CIteratorBase::CImpl::Remove(void* const* papFields) {
-  std::string_view strRow;
-  if (!FindForWrite(papFields, strRow)) return false;
-  for (unsigned i = 1; i < m_poSchema->GetIndexCount(); ++i) {
-    m_poSchema->MakeEntry(i, strRow, m_aoOldEntries[i]);
-  }
-  int nError = mdb_cursor_del(ForRows(), 0);
-  for (unsigned i = 1; i < m_poSchema->GetIndexCount() && nError == 0; ++i) {
-    nError = RemoveEntry(i, m_aoOldEntries[i]);
-  }
-  return Done(nError);
-}
-
 /// Replaces the row that the cursor for rows is on.
-bool CIteratorBase::CImpl::Replace(std::string_view strOldRow, std::string_view strRow) {
-  if (strRow == strOldRow) return true;
+CStatus CIteratorBase::CImpl::Replace(std::string_view strOldRow, std::string_view strRow) {
+  if (strRow == strOldRow) return {};
   for (unsigned i = 1; i < m_poSchema->GetIndexCount(); ++i) {
     m_poSchema->MakeEntry(i, strRow, m_aoEntries[i]);
     m_poSchema->MakeEntry(i, strOldRow, m_aoOldEntries[i]);
-    const bool bMoves = !(m_aoEntries[i] == m_aoOldEntries[i]);
-    if (bMoves && m_poSchema->IsUnique(i) && !IsFree(i, m_aoEntries[i])) return false;
+    if (m_aoEntries[i] == m_aoOldEntries[i] || !m_poSchema->IsUnique(i)) continue;
+    if (CStatus oFree = IsFree(i, m_aoEntries[i]); !oFree) return oFree;
   }
   MDB_val tKey = ToStoreValue(m_aoEntries[0].View());
   MDB_val tRow = ToStoreValue(strRow);
@@ -336,14 +339,14 @@ bool CIteratorBase::CImpl::Replace(std::string_view strOldRow, std::string_view 
 }
 
 /// The end of every write.
-bool CIteratorBase::CImpl::Done(int nError) {
+CStatus CIteratorBase::CImpl::Done(int nError) {
   ++m_poTable->nWrites;
-  m_poTransaction->GetStore()->CountRowWritten();
-  return nError == 0 || m_poTransaction->FailWrite(nError);
+  m_poTransaction->GetStore()->CountStep();
+  return nError == 0 ? CStatus() : m_poTransaction->FailWrite(nError);
 }
 
 CIteratorBase::CIteratorBase(const CTable& oTable, unsigned nIndex, CTransaction& oTransaction)
-    : m_poImpl(CImpl::Open(oTable, nIndex, oTransaction)) {}
+    : m_poImpl(CImpl::Open(oTable, nIndex, oTransaction, m_oState)) {}
 
 CIteratorBase::~CIteratorBase() = default;
 
@@ -351,29 +354,23 @@ void CIteratorBase::Close() {
   m_poImpl.reset();
 }
 
-bool CIteratorBase::GetEqual(void* const* papFields, TFieldSet nWanted) {
-  return m_poImpl && m_poImpl->GetEqual(papFields, nWanted);
+CStatus CIteratorBase::GetEqual(void* const* papFields, TFieldSet nWanted) {
+  return m_poImpl ? m_poImpl->GetEqual(papFields, nWanted) : m_oState;
 }
-bool CIteratorBase::GetGTE(void* const* papFields, TFieldSet nWanted) {
-  return m_poImpl && m_poImpl->GetGTE(papFields, nWanted);
+CStatus CIteratorBase::GetGTE(void* const* papFields, TFieldSet nWanted) {
+  return m_poImpl ? m_poImpl->GetGTE(papFields, nWanted) : m_oState;
 }
-bool CIteratorBase::GetLTE(void* const* papFields, TFieldSet nWanted) {
-  return m_poImpl && m_poImpl->GetLTE(papFields, nWanted);
+CStatus CIteratorBase::GetLTE(void* const* papFields, TFieldSet nWanted) {
+  return m_poImpl ? m_poImpl->GetLTE(papFields, nWanted) : m_oState;
 }
-bool CIteratorBase::GetNext(void* const* papFields, TFieldSet nWanted) {
-  return m_poImpl && m_poImpl->GetNext(papFields, nWanted);
+CStatus CIteratorBase::GetNext(void* const* papFields, TFieldSet nWanted) {
+  return m_poImpl ? m_poImpl->GetNext(papFields, nWanted) : m_oState;
 }
-bool CIteratorBase::Add(void* const* papFields) {
-  return m_poImpl && m_poImpl->Add(papFields);
+CStatus CIteratorBase::Add(void* const* papFields) {
+  return m_poImpl ? m_poImpl->Add(papFields) : m_oState;
 }
-bool CIteratorBase::AddLater(void* const* papFields) {
-  return m_poImpl && m_poImpl->AddLater(papFields);
-}
-bool CIteratorBase::Update(void* const* papFields, TFieldSet nAltered) {
-  return m_poImpl && m_poImpl->Update(papFields, nAltered);
-}
-bool CIteratorBase::Remove(void* const* papFields) {
-  return m_poImpl && m_poImpl->Remove(papFields);
+CStatus CIteratorBase::Update(void* const* papFields, TFieldSet nAltered) {
+  return m_poImpl ? m_poImpl->Update(papFields, nAltered) : m_oState;
 }
 
 }  // namespace TALVEK::VDB

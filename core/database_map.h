@@ -10,7 +10,8 @@ namespace TALVEK::VDB {
 ///
 /// The system keeps them as long as there is room, and counts them as the process's: a walk over a large
 /// history would seem to take as much memory as the history has bytes. Letting go of them costs nothing but a
-/// short fault when one is read again, as the system still has it.
+/// short fault when one is read again, as the system still has it. Without this an import of 6.4 million
+/// revisions takes 1630 MB at its peak instead of 1020.
 class TALVEK_CORE_API CStoreMap {
  public:
   CStoreMap() = default;

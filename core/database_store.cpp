@@ -13,6 +13,7 @@
 
 namespace TALVEK::VDB {
 
+using VCM::CStatus;
 using VCM::CString;
 
 namespace {
@@ -115,19 +116,21 @@ CDatabaseStore::~CDatabaseStore() {
   if (m_poEnvironment) mdb_env_close(m_poEnvironment);
 }
 
-bool CDatabaseStore::Renew() {
+void CDatabaseStore::Renew() {
   mdb_env_close(m_poEnvironment);
   malloc_trim(0);  // what was freed lies among what is still in use
   int nError = 0;
   m_poEnvironment = OpenEnvironment(*m_poFiles, m_nMaxBytes, nError).release();
-  if (!m_poEnvironment) return Fail(L"can't open the data file again", StoreReason(nError));
+  if (!m_poEnvironment) {
+    Fail(L"can't open the data file again", StoreReason(nError));
+    return;
+  }
   m_oMap = FindMap(*m_poFiles, m_poEnvironment);
-  return true;
 }
 
-bool CDatabaseStore::Fail(const CString& strWhat, const CString& strWhy) {
+CStatus CDatabaseStore::Fail(const CString& strWhat, const CString& strWhy) {
   m_strError = VCM::FromBytes(m_poFiles->GetDataPath()) + L": " + strWhat + L": " + strWhy;
-  return false;
+  return CStatus::Failed(m_strError);
 }
 
 }  // namespace TALVEK::VDB

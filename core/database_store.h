@@ -11,6 +11,7 @@
 #include "core/database_files.h"
 #include "core/database_map.h"
 #include "core/export.h"
+#include "core/status.h"
 
 namespace TALVEK::VDB {
 
@@ -32,8 +33,7 @@ inline std::string_view FromStoreValue(const MDB_val& tValue) {
 ///          The file is written with write(2), never through the map, so a full disk is an error and no
 ///          signal.
 /// Memory   LMDB holds changed pages, at most 512 MB, until the transaction ends; then it keeps their memory,
-///          so Renew. Pages that are read are let go of in time (CStoreMap), rows that are added later wait
-///          in a file when there are many (CLateRows).
+///          so Renew. Pages that are read are let go of in time (CStoreMap).
 /// Owns     The environment and the files; ends the open transaction when destroyed.
 class TALVEK_CORE_API CDatabaseStore : public CDatabase {
  public:
@@ -48,40 +48,32 @@ class TALVEK_CORE_API CDatabaseStore : public CDatabase {
   CDatabaseStore& operator=(const CDatabaseStore&) = delete;
 
   VCM::CString GetLastErrorText() const override { return m_strError; }
-  std::uint64_t GetRowsRead() const override { return m_nRowsRead; }
-  void CountRowRead() {
-    ++m_nRowsRead;
-    CountStep();
+  /// To be called for each row that is read or written: keeps an eye on the memory.
+  void CountStep() {
+    if (++m_nSteps % STEPS_BETWEEN_TRIMS == 0) m_oMap.Trim();
   }
-  void CountRowWritten() { CountStep(); }
-  const CDatabaseFiles& GetFiles() const { return *m_poFiles; }
-  /// Notes what went wrong, and returns false.
-  bool Fail(const VCM::CString& strWhat, const VCM::CString& strWhy);
+  /// Notes what went wrong, and returns it.
+  VCM::CStatus Fail(const VCM::CString& strWhat, const VCM::CString& strWhy);
 
   /// Null once Renew has failed.
   MDB_env* GetEnvironment() const { return m_poEnvironment; }
   /// Gives back the memory that LMDB keeps for the next changes, by closing and opening the environment; not
-  /// while a transaction is open. False when it can't be opened again, and then nothing can any more.
-  bool Renew();
+  /// while a transaction is open. When it can't be opened again, no transaction begins any more.
+  void Renew();
   /// The transaction that is open on this database, or null.
   CTransaction::CImpl* GetTransaction() const { return m_poTransaction; }
   void SetTransaction(CTransaction::CImpl* poTransaction) { m_poTransaction = poTransaction; }
 
  private:
-  static constexpr unsigned STEPS_BETWEEN_TRIMS = 512;  // each may bring in several times 64 KiB
+  static constexpr unsigned STEPS_BETWEEN_TRIMS = 2048;  // each may bring in several times 64 KiB
 
   CDatabaseStore(std::unique_ptr<CDatabaseFiles> poFiles, MDB_env* poEnvironment, std::size_t nMaxBytes);
-
-  void CountStep() {
-    if (++m_nSteps % STEPS_BETWEEN_TRIMS == 0) m_oMap.Trim();
-  }
 
   std::unique_ptr<CDatabaseFiles> m_poFiles;
   MDB_env* m_poEnvironment;
   std::size_t m_nMaxBytes;
   CTransaction::CImpl* m_poTransaction = nullptr;
   VCM::CString m_strError;
-  std::uint64_t m_nRowsRead = 0;
   CStoreMap m_oMap;
   unsigned m_nSteps = 0;
 };

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "core/database.h"
-#include "core/database_late_rows.h"
 #include "core/database_schema.h"
 #include "core/database_store.h"
 
@@ -37,13 +36,12 @@ struct TOpenTable {
   struct TTree {
     MDB_dbi nTree = 0;
     TCursorPtr poCursor;
-    bool bLate = false;  ///< empty as yet; written, from the rows, before it is read
+    bool bDeferred = false;  ///< empty as yet; made from the rows before it is read
   };
 
   std::shared_ptr<const CSchema> poSchema;
   std::vector<TTree> atTrees;  ///< by index number
   CKey oLastKey;               ///< the last key of index 0; its size is 0 when there is none
-  CLateRows oLateRows;         ///< not in the trees yet; written before anything is read
   std::uint64_t nWrites = 0;   ///< grows with every write, after which no cursor is sure of its place
 
   /// Puts a row into index 0 by one of its cursors. Returns LMDB's result, MDB_KEYEXIST when the key is
@@ -58,48 +56,44 @@ class CTransaction::CImpl {
   CImpl(const CImpl&) = delete;
   CImpl& operator=(const CImpl&) = delete;
 
-  bool Begin();
+  void Begin();
   void Abort();
-  bool Commit();
+  VCM::CStatus Commit();
 
   bool IsOpen() const { return m_poTransaction != nullptr; }
-  /// False once a write has failed: nothing is read or written any more, so that no half-written row is seen.
-  bool IsUsable() const { return IsOpen() && !m_bFailed; }
+  /// Not ok once a write has failed: nothing is read or written any more, so that no half-written row is
+  /// seen.
+  const VCM::CStatus& GetState() const { return m_oState; }
   /// Null for a database of another kind. Good while the transaction is open.
   CDatabaseStore* GetStore() const { return m_poStore; }
   MDB_txn* Get() const { return m_poTransaction; }
 
-  /// The table's trees, made with `bCreate` when they aren't there; null when that can't be done.
-  TOpenTable* OpenTable(const std::string& strName, const std::shared_ptr<const CSchema>& poSchema,
-                        bool bCreate);
+  /// The table's trees, made with `bCreate` when they aren't there.
+  VCM::CStatus OpenTable(const std::string& strName, const std::shared_ptr<const CSchema>& poSchema,
+                         bool bCreate, TOpenTable*& ptTable);
 
-  /// Keeps a row back until WriteLateRows.
-  bool AddLateRow(TOpenTable& tTable, std::string_view strKey, std::string_view strRow);
-  bool WriteLateRows(TOpenTable& tTable);
-  bool WriteLateIndex(TOpenTable& tTable, unsigned nIndex);
+  /// Makes an index that has been deferred. Entries that came row by row would each have to find their place,
+  /// and find it again when the row is altered; sorted, they are appended.
+  VCM::CStatus MakeDeferredIndex(TOpenTable& tTable, unsigned nIndex);
 
   void AddUser(CTransactionUser* poUser) { m_apoUsers.push_back(poUser); }
   void RemoveUser(CTransactionUser* poUser);
 
-  /// Notes a failed read; returns false.
-  bool FailRead(int nError);
-  /// Notes a failed write, and gives the transaction up: what it has written may be half a row. Returns
-  /// false.
-  bool FailWrite(int nError);
+  /// Notes a failed read, and returns it.
+  VCM::CStatus FailRead(int nError);
+  /// Notes a failed write, and gives the transaction up: what it has written may be half a row.
+  VCM::CStatus FailWrite(int nError);
 
  private:
-  bool OpenTree(const std::string& strName, unsigned nFlags, TOpenTable::TTree& tTree);
-  bool ReadLastKey(TOpenTable& tTable);
-  bool WriteAllThatIsLate();
-  bool ReadEntries(TOpenTable& tTable, unsigned nIndex, CLateRows& oEntries);
-  bool AddLate(CLateRows& oRows, std::string_view strKey, std::string_view strRow);
-  template <class TPut>
-  bool WriteLate(CLateRows& oRows, TPut fnPut);
+  VCM::CStatus OpenTree(const std::string& strName, unsigned nFlags, TOpenTable::TTree& tTree);
+  VCM::CStatus ReadLastKey(TOpenTable& tTable);
+  VCM::CStatus MakeDeferredIndexes();
+  VCM::CStatus ReadEntries(TOpenTable& tTable, unsigned nIndex, std::vector<std::string>& astrEntries);
   void LetGo();
 
   CDatabaseStore* m_poStore;
   MDB_txn* m_poTransaction = nullptr;
-  bool m_bFailed = false;
+  VCM::CStatus m_oState = VCM::CStatus::Failed(L"no transaction is open");
   std::map<std::string, TOpenTable> m_atTables;
   std::vector<CTransactionUser*> m_apoUsers;
 };

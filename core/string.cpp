@@ -107,7 +107,8 @@ void CString::MakeLower() {
 }
 
 bool EqualsNoCase(std::wstring_view strLeft, std::wstring_view strRight) {
-  return std::equal(strLeft.begin(), strLeft.end(), strRight.begin(), strRight.end(),
+  return strLeft == strRight ||
+         std::equal(strLeft.begin(), strLeft.end(), strRight.begin(), strRight.end(),
                     [](wchar_t chLeft, wchar_t chRight) { return EqualNoCase(chLeft, chRight); });
 }
 

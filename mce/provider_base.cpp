@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <utility>
+
 #include "core/file_system.h"
 #include "core/text_codec.h"
 
@@ -73,7 +75,9 @@ bool CProviderBase::CreateDatabase() {
   m_strDatabasePath.Format(PSZ_DATABASE_PATH, static_cast<int>(getpid()));
   VCM::CString strConnection;
   strConnection.Format(PSZ_CONNECTION, m_strDatabasePath.c_str());
-  m_poDatabase = VDB::CDatabaseFactory::Create(strConnection, &m_strCreateError);
+  VCM::CString strError;
+  m_poDatabase = VDB::CDatabaseFactory::Create(strConnection, &strError);
+  if (!m_poDatabase) NoteFailure(VCM::CStatus::Failed(strError));
   return m_poDatabase != nullptr;
 }
 
@@ -83,14 +87,14 @@ bool CProviderBase::PrepareForChanges(bool bReset) {
     CloseIterators();
     CloseTables();
     m_poTransaction.reset();
+    m_bReloadsGrouping = true;
   }
-  if (m_poTransaction) WriteBackOpenChanges();
   if (!bHasDatabase || m_poTransaction) return bHasDatabase;
 
   m_poTransaction = std::make_unique<VDB::CTransaction>(*m_poDatabase, TRANSACTION_TIMEOUT);
   if (!m_oChangeTable.IsOpen()) {
-    m_oChangeTable.Open(*m_poDatabase, nullptr, *m_poTransaction, false);
-    m_oChangeItemTable.Open(*m_poDatabase, nullptr, *m_poTransaction, false);
+    NoteFailure(m_oChangeTable.Open(*m_poDatabase, nullptr, *m_poTransaction, false));
+    NoteFailure(m_oChangeItemTable.Open(*m_poDatabase, nullptr, *m_poTransaction, false));
   }
   OpenIterators();
   return true;
@@ -103,53 +107,45 @@ void CProviderBase::OpenIterators() {
       std::make_unique<VDB::CIterator<TChangeItemRecord>>(m_oChangeItemTable, INDEX_ITEM, *m_poTransaction);
   m_poChangeByIdIterator =
       std::make_unique<VDB::CIterator<TChangeRecord>>(m_oChangeTable, INDEX_CHANGE_ID, *m_poTransaction);
-  m_oGroupingIndex.Open(*m_poDatabase, *m_poTransaction);
+  if (std::exchange(m_bReloadsGrouping, false)) NoteFailure(m_oGrouping.Load(Rows()));
 }
 
 void CProviderBase::CommitChanges() {
   if (!m_poTransaction) return;
-  WriteBackOpenChanges();
   CloseIterators();
-  m_poTransaction->Commit(false);
+  m_bReloadsGrouping = !NoteFailure(m_poTransaction->Commit(false));
   m_poTransaction.reset();
 }
 
 void CProviderBase::ReportLostChanges() {
   if (m_bChangesLost) return;
   m_bChangesLost = true;
-  const VCM::CString strReason = m_poDatabase ? m_poDatabase->GetLastErrorText() : m_strCreateError;
-  WriteLog(L"Failed to keep the changes in the import database: %s", strReason.c_str());
+  WriteLog(L"Failed to keep the changes in the import database: %s", m_oFailure.GetReason().c_str());
 }
 
-bool CProviderBase::HasLostChanges() {
-  if (!m_poDatabase->GetLastErrorText().IsEmpty()) ReportLostChanges();
-  return m_bChangesLost;
+VCM::CStatus CProviderBase::NoteFailure(VCM::CStatus oStatus) {
+  if (oStatus.HasFailed() && !m_oFailure.HasFailed()) m_oFailure = oStatus;
+  return oStatus;
 }
 
 bool CProviderBase::UpdateChangeItemCount(unsigned int nChangeID, unsigned int nCount) {
   if (!m_poTransaction) return false;
-  WriteBackOpenChanges();
   VDB::CIterator<TChangeRecord> oIterator(m_oChangeTable, INDEX_CHANGE_ID, *m_poTransaction);
   m_tChange.nID = nChangeID;
-  if (!oIterator.GetEqual(m_tChange)) return false;
+  if (!NoteFailure(oIterator.GetEqual(m_tChange))) return false;
   m_tChange.nNextItem = nCount;
-  oIterator.Update(m_tChange);
-  return true;
+  return NoteFailure(oIterator.Update(m_tChange));
 }
 
 void CProviderBase::CloseIterators() {
   m_poChangeIterator.reset();
   m_poChangeItemIterator.reset();
   m_poChangeByIdIterator.reset();
-  m_oGroupingIndex.CloseIterators();
-  m_oOpenChanges.TakeAll();
-  m_oPathHistory.Forget();
 }
 
 void CProviderBase::CloseTables() {
   m_oChangeTable.Close();
   m_oChangeItemTable.Close();
-  m_oGroupingIndex.CloseTables();
 }
 
 }  // namespace TALVEK::MCE

@@ -8,14 +8,13 @@
 #include "core/database.h"
 #include "core/map.h"
 #include "core/path.h"
+#include "core/status.h"
 #include "core/string.h"
+#include "mce/change_grouping.h"
 #include "mce/change_item_table.h"
 #include "mce/change_table.h"
 #include "mce/cvs_revision.h"
-#include "mce/grouping_index.h"
 #include "mce/import_log.h"
-#include "mce/open_changes.h"
-#include "mce/path_history.h"
 #include "mce/provider.h"
 #include "mce/stream_list.h"
 
@@ -129,9 +128,6 @@ class CProviderBase : public CProvider {
   static void AddToComment(VCM::CString& strComment, const VCM::CString& strAddition);
 
  protected:
-  /// Changes, of those that needn't be read for it, that have been looked at so far to find one for an item.
-  std::uint64_t GetChangesLookedAt() const { return m_nChangesLookedAt; }
-
   CStreamList m_oStreams;
   TStreamInfo m_tCurrentStream;
   VCM::CFilePath m_oWorkFolder;
@@ -146,53 +142,30 @@ class CProviderBase : public CProvider {
   std::unique_ptr<VDB::CIterator<TChangeItemRecord>> m_poChangeItemIterator;  // "citems" index 0
   TChangeRecord m_tChange;          // search key and result of the change iterator
   TChangeItemRecord m_tChangeItem;  // of the item iterator
-  COpenChanges m_oOpenChanges;      // rows of these are behind until PrepareForChanges or CommitChanges
+  CChangeGrouping m_oGrouping;
   std::uint32_t m_nChangesAdded = 0;
   bool m_bStreamsEstablished = false;
   bool m_bChangesetsEstablished = false;
 
  private:
-  /// Where a change stands in its group.
-  struct TPlace {
-    CChangeGroup* poGroup = nullptr;
-    int nChange = 0;
-  };
-
   bool CreateDatabase();
-  bool HasLostChanges();
+  /// Keeps the first failure; gives the status back.
+  VCM::CStatus NoteFailure(VCM::CStatus oStatus);
   void OpenIterators();
   void CloseIterators();
   void CloseTables();
 
-  int FillChangeInfo(bool bFound, TChangeInfo& tChange) const;
-  bool FillChangeItemInfo(bool bFound, TChangeItemInfo& tItem) const;
+  int FillChangeInfo(const VCM::CStatus& oFound, TChangeInfo& tChange);
+  int FillChangeItemInfo(const VCM::CStatus& oFound, TChangeItemInfo& tItem);
   int RetrieveCurrentItem();
 
-  bool FindOpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, const VCM::CString& strComment,
-                      const TGroupingWindow& tWindow, TPlace& tPlace);
-  CChangeGroup* FetchGroup(const TChangeGroupKey& tKey);
-  bool WriteBack(const std::vector<const CChangeGroup*>& apoGroups);
-  bool WriteBackOpenChanges();
-  bool WriteBackSurplus();
-  bool FindChangeByTime(std::uint32_t nStreamID, const VCM::CString& strUser, const VCM::CString* pstrComment,
-                        const TGroupingWindow& tWindow);
-  bool JoinOpenChange(const TPlace& tPlace, std::uint32_t nItemTime, std::uint32_t nItemEnd);
-  bool JoinChange(std::uint32_t nItemTime, std::uint32_t nItemEnd, const VCM::CString& strComment);
-  bool OpenChange(std::uint32_t nStreamID, const VCM::CString& strUser, std::uint32_t nItemTime,
-                  std::uint32_t nItemEnd, const VCM::CString& strComment);
-  bool FindRank(std::uint32_t nChangeID, const VCM::CFilePath& oPath, std::int32_t& nRevision);
-  bool FindItem(std::uint32_t nChangeID, const VCM::CFilePath& oPath, VDB::TFieldSet nWanted);
-  bool IndexItems(std::uint32_t nChangeID);
+  TImportRows Rows();
   void LogChangesOfStream(const TStreamInfo& tStream);
 
   std::unique_ptr<VDB::CIterator<TChangeRecord>> m_poChangeByIdIterator;  // "change" index 0
-  CGroupingIndex m_oGroupingIndex;
-  VCM::CString m_strCreateError;  // why there is no database
+  bool m_bReloadsGrouping = false;  // the database has lost rows that the grouping knows
+  VCM::CStatus m_oFailure;          // the database's first one
   bool m_bChangesLost = false;
-  TChangeRecord m_tCandidate;    // result of the iterator by ID
-  TChangeItemRecord m_tNewItem;  // on its way to the index
-  CPathHistory m_oPathHistory;
-  std::uint64_t m_nChangesLookedAt = 0;
 
   CImportLog m_oLog{m_oReposView};
 };

@@ -14,6 +14,9 @@ constexpr unsigned FOLDER_MODE = 0777;
 void CProviderBase::ResetStreams() {
   m_oStreams.RemoveAll();
   m_bStreamsEstablished = false;
+  // A new search finds the changes anew.
+  m_oFailure = {};
+  m_bChangesLost = false;
 }
 
 int CProviderBase::EstablishStreams(unsigned int& nCount) {
@@ -59,15 +62,17 @@ int CProviderBase::EstablishChangesets(unsigned int& nCount) {
     if (!m_poDatabase && !PrepareForChanges(false)) return RESULT_FAILED;
     if (!EnumerateChanges()) return RESULT_FAILED;
     CommitChanges();
-    if (HasLostChanges()) return RESULT_FAILED;
+    if (m_oFailure.HasFailed()) ReportLostChanges();
+    if (m_bChangesLost) return RESULT_FAILED;
     m_bChangesetsEstablished = true;
   }
   nCount = m_nChangesAdded;
   return RESULT_OK;
 }
 
-int CProviderBase::FillChangeInfo(bool bFound, TChangeInfo& tChange) const {
-  if (!bFound || m_tChange.nStreamID != m_tCurrentStream.nID) return RESULT_END;
+int CProviderBase::FillChangeInfo(const VCM::CStatus& oFound, TChangeInfo& tChange) {
+  if (NoteFailure(oFound).HasFailed()) return RESULT_FAILED;
+  if (!oFound || m_tChange.nStreamID != m_tCurrentStream.nID) return RESULT_END;
   tChange.nID = m_tChange.nID;
   tChange.strUser = m_tChange.strUser;
   tChange.nTime = m_tChange.nTime;
@@ -84,20 +89,21 @@ int CProviderBase::OnFirstChangeset(TChangeInfo& tChange) {
 }
 
 int CProviderBase::OnNextChangeset(TChangeInfo& tChange) {
-  return FillChangeInfo(m_poChangeIterator && m_poChangeIterator->GetNext(m_tChange), tChange);
+  return m_poChangeIterator ? FillChangeInfo(m_poChangeIterator->GetNext(m_tChange), tChange) : RESULT_END;
 }
 
 int CProviderBase::OnProcessChange(TChangeInfo& /*tChange*/) {
   return RetrieveChangeFiles(m_tChange);
 }
 
-bool CProviderBase::FillChangeItemInfo(bool bFound, TChangeItemInfo& tItem) const {
-  if (!bFound || m_tChangeItem.nID != m_tChange.nID) return false;
+int CProviderBase::FillChangeItemInfo(const VCM::CStatus& oFound, TChangeItemInfo& tItem) {
+  if (NoteFailure(oFound).HasFailed()) return RESULT_FAILED;
+  if (!oFound || m_tChangeItem.nID != m_tChange.nID) return RESULT_END;
   tItem.nChangeID = m_tChangeItem.nID;
   tItem.nType = m_tChangeItem.nType;
   tItem.oFilePath = m_tChangeItem.oFilePath;
   tItem.nRevision = m_tChangeItem.nRevision;
-  return true;
+  return RESULT_OK;
 }
 
 int CProviderBase::RetrieveCurrentItem() {
@@ -108,14 +114,16 @@ int CProviderBase::OnFirstChangeItem(TChangeItemInfo& tItem) {
   if (!m_poChangeItemIterator) return RESULT_END;
   m_tChangeItem.nID = m_tChange.nID;
   m_tChangeItem.nItem = 0;
-  if (!FillChangeItemInfo(m_poChangeItemIterator->GetGTE(m_tChangeItem), tItem)) return RESULT_END;
+  const int nResult = FillChangeItemInfo(m_poChangeItemIterator->GetGTE(m_tChangeItem), tItem);
+  if (nResult != RESULT_OK) return nResult;
   if (!EnsureFolderExists(m_tChangeItem.oFilePath)) return RESULT_FAILED;
   return RetrieveCurrentItem() == RESULT_OK ? RESULT_OK : RESULT_FAILED;
 }
 
 int CProviderBase::OnNextChangeItem(TChangeItemInfo& tItem) {
-  const bool bFound = m_poChangeItemIterator && m_poChangeItemIterator->GetNext(m_tChangeItem);
-  if (!FillChangeItemInfo(bFound, tItem)) return RESULT_END;
+  if (!m_poChangeItemIterator) return RESULT_END;
+  const int nResult = FillChangeItemInfo(m_poChangeItemIterator->GetNext(m_tChangeItem), tItem);
+  if (nResult != RESULT_OK) return nResult;
   if (!EnsureFolderExists(m_tChangeItem.oFilePath)) {
     WriteLog(L"Failed to create folder for change item '%s'", m_tChangeItem.oFilePath.GeneratePath().c_str());
     return RESULT_FAILED;

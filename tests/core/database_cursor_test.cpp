@@ -68,7 +68,7 @@ TEST_F(DatabaseCursorTest, LookupsFindFirstOrLastOfEqualKeys) {
       {2, MAX, 5, 5, 5}, {3, 0, 0, 6, 5},  {MAX, 0, 6, 6, 6}, {MAX, 1, 0, 0, 6}, {MAX, MAX, 0, 0, 6},
   };
   for (const TCase& tCase : atCases) {
-    const auto fnLookup = [&](bool (CIterator<TEvent>::*pfnGet)(TEvent&)) {
+    const auto fnLookup = [&](VCM::CStatus (CIterator<TEvent>::*pfnGet)(TEvent&)) {
       TEvent tEvent = {0, tCase.nGroup, tCase.nTime, {}};
       return ((*m_tEvents.poByTime).*pfnGet)(tEvent) ? tEvent.nId : 0;
     };
@@ -90,7 +90,7 @@ TEST_F(DatabaseCursorTest, LookupsInTheUniqueIndexFindTheirNeighbours) {
     tPart.nCode = nCode;
     ASSERT_TRUE(oParts.Add(tPart));
   }
-  const auto fnLookup = [&](bool (CIterator<TPart>::*pfnGet)(TPart&), std::uint32_t nOwner,
+  const auto fnLookup = [&](VCM::CStatus (CIterator<TPart>::*pfnGet)(TPart&), std::uint32_t nOwner,
                             std::uint32_t nNumber) {
     TPart tPart;
     tPart.nOwner = nOwner;
@@ -235,13 +235,11 @@ TEST_F(DatabaseCursorTest, IndexThatIsReadLateHasTheRowsAsTheyAreThen) {
     m_tEvents.Add(1, nTime);
   ASSERT_TRUE(m_tEvents.Update({1, 1, 15, L"earlier"}));
   ASSERT_TRUE(m_tEvents.Update({2, 0, 99, L"other group"}));
-  TEvent tGone = {4, 0, 0, {}};
-  ASSERT_TRUE(m_tEvents.poById->Remove(tGone));
-  EXPECT_EQ(m_tEvents.List(1), "2:0/99 other group\n1:1/15 earlier\n3:1/20 \n");
+  EXPECT_EQ(m_tEvents.List(1), "2:0/99 other group\n1:1/15 earlier\n3:1/20 \n4:1/40 \n");
   // And what happens to them afterwards.
   m_tEvents.Add(1, 17, L"new");
   ASSERT_TRUE(m_tEvents.Update({3, 1, 1, L"first"}));
-  EXPECT_EQ(m_tEvents.List(1), "2:0/99 other group\n3:1/1 first\n1:1/15 earlier\n5:1/17 new\n");
+  EXPECT_EQ(m_tEvents.List(1), "2:0/99 other group\n3:1/1 first\n1:1/15 earlier\n5:1/17 new\n4:1/40 \n");
 }
 
 TEST_F(DatabaseCursorTest, IndexThatNobodyReadIsThereAfterTheCommit) {
@@ -254,7 +252,6 @@ TEST_F(DatabaseCursorTest, IndexThatNobodyReadIsThereAfterTheCommit) {
   EXPECT_EQ(tEvents.List(1), "2:1/10 \n4:1/15 \n3:1/20 \n1:1/30 \n");
 }
 
-// More entries than are kept in memory.
 TEST_F(DatabaseCursorTest, IndexOfManyRowsIsComplete) {
   constexpr std::uint32_t MANY = 240'000;
   for (std::uint32_t i = 0; i < MANY; ++i)
@@ -272,30 +269,6 @@ TEST_F(DatabaseCursorTest, UpdateOfAnAbsentRowIsFalse) {
   EXPECT_FALSE(m_tEvents.Update({0, 1, 1, L"b"}));
   EXPECT_EQ(m_tEvents.List(0), "1:1/1 a\n");
   EXPECT_TRUE(m_poDatabase->GetLastErrorText().IsEmpty());
-}
-
-TEST_F(DatabaseCursorTest, RemovedRowIsGoneFromEveryIndex) {
-  for (const std::uint32_t nTime : {10U, 20U, 30U}) {
-    m_tEvents.Add(1, nTime);
-  }
-  TEvent tEvent = {0, 1, 20, {}};
-  ASSERT_TRUE(m_tEvents.poByTime->GetEqual(tEvent));
-  TEvent tRemoved = {2, 7, 7, L"only the ID counts"};
-  EXPECT_TRUE(m_tEvents.poById->Remove(tRemoved));
-  EXPECT_FALSE(m_tEvents.poById->Remove(tRemoved));
-  EXPECT_EQ(m_tEvents.List(0), "1:1/10 \n3:1/30 \n");
-  EXPECT_EQ(m_tEvents.List(1), m_tEvents.List(0));
-  // The walk goes on from where the row was.
-  EXPECT_EQ(Show(m_tEvents.poByTime->GetNext(tEvent), tEvent), "3:1/30 ");
-}
-
-TEST_F(DatabaseCursorTest, IdOfTheLastRowIsNotGivenAgainWhenItIsRemoved) {
-  m_tEvents.Add(1, 1);
-  m_tEvents.Add(1, 2);
-  TEvent tLast = {2, 0, 0, {}};
-  ASSERT_TRUE(m_tEvents.poById->Remove(tLast));
-  EXPECT_EQ(m_tEvents.Add(1, 3), 3U);
-  EXPECT_EQ(m_tEvents.List(0), "1:1/1 \n3:1/3 \n");
 }
 
 TEST_F(DatabaseCursorTest, RowsMayGrowPastAPageAndShrinkAgain) {

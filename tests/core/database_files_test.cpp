@@ -283,19 +283,6 @@ TEST_F(DatabaseFilesTest, NameThatIsNoTextIsKept) {
   EXPECT_EQ(Names(), (TNames{"b\xF6se.tdf", "b\xF6se.tlf"}));
 }
 
-TEST_F(DatabaseFilesTest, ScratchFileHasNoNameAndIsNotInherited) {
-  const auto poFiles = CDatabaseFiles::Open(m_oPath.string(), true, geteuid(), m_strError);
-  ASSERT_NE(poFiles, nullptr) << Error();
-  const VCM::CDescriptor oFile = poFiles->MakeScratchFile();
-  struct stat tStat = {};
-  ASSERT_EQ(fstat(oFile.Get(), &tStat), 0);
-  EXPECT_EQ(tStat.st_nlink, 0U);
-  EXPECT_EQ(tStat.st_mode & 0777U, 0600U);
-  EXPECT_EQ(fcntl(oFile.Get(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-  EXPECT_EQ(pwrite(oFile.Get(), "x", 1, 0), 1);
-  EXPECT_EQ(Names(), (TNames{"db.tdf", "db.tlf"}));
-}
-
 TEST_F(DatabaseFilesTest, FailedCreationLeavesNothingBehind) {
   const auto fnCreateWith = [&](rlim_t nBytes) {
     return RunInChild([&] {

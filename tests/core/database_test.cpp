@@ -354,6 +354,18 @@ TEST_F(DatabaseTest, DefinitionsThatCannotBeServedAreRefused) {
   EXPECT_TRUE(oTransaction.Commit(false));
 }
 
+TEST_F(DatabaseTest, WhatIsAbsentHasNotFailed) {
+  TEventSession tEvents(*m_poDatabase);
+  TEvent tEvent = {7, 1, 1, L"a"};
+  EXPECT_TRUE(tEvents.poById->GetEqual(tEvent).IsAbsent());
+  EXPECT_TRUE(tEvents.poById->GetGTE(tEvent).IsAbsent());
+  EXPECT_TRUE(tEvents.poById->GetLTE(tEvent).IsAbsent());
+  EXPECT_TRUE(tEvents.poById->GetNext(tEvent).IsAbsent());
+  EXPECT_TRUE(tEvents.poById->Update(tEvent).IsAbsent());
+  tEvents.poById->Close();
+  EXPECT_TRUE(tEvents.poById->GetGTE(tEvent).HasFailed());
+}
+
 TEST_F(DatabaseTest, RowsOfOtherDefinitionsAreNotRead) {
   TEventSession tEvents(*m_poDatabase);
   tEvents.Add(1, 1, L"a");
@@ -369,9 +381,10 @@ TEST_F(DatabaseTest, RowsOfOtherDefinitionsAreNotRead) {
   ASSERT_TRUE(tTable.OpenIn(*m_poDatabase, oTransaction));
   CIterator<TOther> oOthers(tTable, 0, oTransaction);
   TOther tOther;
-  EXPECT_FALSE(oOthers.GetGTE(tOther));
+  const VCM::CStatus oRead = oOthers.GetGTE(tOther);
+  EXPECT_TRUE(oRead.HasFailed() && !oRead && !oRead.IsAbsent());
   EXPECT_TRUE(tOther.strText == L"kept");
-  EXPECT_EQ(LastError(), ErrorOfDataFile("can't read: the data are damaged"));
+  EXPECT_EQ(VCM::ToUtf8(oRead.GetReason()), ErrorOfDataFile("can't read: the data are damaged"));
 }
 
 // The row is replaced before the index turns out to lack its entry; so all of the transaction must go.

@@ -126,7 +126,6 @@ class CEngine : public MCE::CProviderBase {
   }
 
   // What tests look at or set.
-  using CProviderBase::GetChangesLookedAt;
   using CProviderBase::m_bChangesetsEstablished;
   using CProviderBase::m_bFirstCapability;
   using CProviderBase::m_bSecondCapability;
@@ -134,7 +133,7 @@ class CEngine : public MCE::CProviderBase {
   using CProviderBase::m_nChangesAdded;
   using CProviderBase::m_oChangeItemTable;
   using CProviderBase::m_oChangeTable;
-  using CProviderBase::m_oOpenChanges;
+  using CProviderBase::m_oGrouping;
   using CProviderBase::m_oProperties;
   using CProviderBase::m_oReposView;
   using CProviderBase::m_oStreams;

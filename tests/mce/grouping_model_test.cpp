@@ -11,7 +11,6 @@ namespace TALVEK::TEST {
 namespace {
 
 constexpr std::uint32_t ABSENT = 0xFFFFFFFF;
-constexpr std::size_t MANY_SETS = MCE::COpenChanges::MANY_SETS;
 
 std::string Text(const MCE::TChangeRecord& tChange) {
   return std::to_string(tChange.nID) + " " + std::to_string(tChange.nTime) + " " +
@@ -107,23 +106,20 @@ TEST(GroupingModelTest, GivesTheSameAsThePlainVersion) {
     std::uint32_t nStart;
     unsigned nFiles;
     bool bMixed;
-    std::size_t nSets;
   } atCases[] = {
-      {1000000000, 1, false, MANY_SETS},    // nothing but the same file
-      {1000000000, 6, false, MANY_SETS},    // the same file again and again
-      {1000000000, 300, false, MANY_SETS},  // changes with many items
-      {1000000000, 300, true, MANY_SETS},   // merged comments and changes without items among them
-      {100, 30, false, MANY_SETS},          // windows that begin before 1970
-      {4294964900, 30, true, MANY_SETS},    // windows that end after the last 32-bit second
-      {1000000000, 1, false, 1},            // groups that leave, and come back from the database
-      {1000000000, 300, true, 1},          {4294964900, 30, false, 1},
+      {1000000000, 1, false},    // nothing but the same file
+      {1000000000, 6, false},    // the same file again and again
+      {1000000000, 300, false},  // changes with many items
+      {1000000000, 300, true},   // merged comments and changes without items among them
+      {100, 30, false},          // windows that begin before 1970
+      {4294964900, 30, false},   // windows that end after the last 32-bit second
+      {4294964900, 30, true},
   };
   unsigned nSeed = 20070;
   for (const auto& tCase : atCases) {
     for (int nRun = 0; nRun < 4; ++nRun, ++nSeed) {
       SCOPED_TRACE("seed " + std::to_string(nSeed));
       CEngine oEngine;
-      oEngine.m_oOpenChanges = MCE::COpenChanges(tCase.nSets);
       CPlainGrouping oPlain;
       CHistoryMaker oMaker(nSeed, tCase.nStart, tCase.nFiles, tCase.bMixed);
       for (int i = 0; i < (tCase.nFiles == 1 ? 1500 : 300); ++i)
@@ -134,16 +130,40 @@ TEST(GroupingModelTest, GivesTheSameAsThePlainVersion) {
   }
 }
 
-// As above, with no room for texts: each item has all groups leave, the one just looked into among them.
-TEST(GroupingModelTest, GivesTheSameAsThePlainVersionWithoutAnyRoom) {
-  CEngine oEngine;
-  oEngine.m_oOpenChanges = MCE::COpenChanges(16, 0);
-  CPlainGrouping oPlain;
-  CHistoryMaker oMaker(7, 1000000000, 6, false);
-  for (int i = 0; i < 300; ++i)
-    oMaker.Step(oEngine, oPlain);
-  EXPECT_EQ(Dump(oEngine, 1), Dump(oPlain, 1));
-  EXPECT_EQ(Dump(oEngine, 2), Dump(oPlain, 2));
+// Texts and paths that share a hash are told apart by their rows.
+TEST(GroupingModelTest, GivesTheSameAsThePlainVersionWhenTextsShareAHash) {
+  for (unsigned nSeed = 1; nSeed <= 8; ++nSeed) {
+    SCOPED_TRACE("seed " + std::to_string(nSeed));
+    CEngine oEngine;
+    oEngine.m_oGrouping.SetHash([](std::wstring_view strText) { return strText.size() % 2; });
+    CPlainGrouping oPlain;
+    CHistoryMaker oMaker(nSeed, 1000000000, 30, nSeed % 2 == 0);
+    for (int i = 0; i < 300; ++i)
+      oMaker.Step(oEngine, oPlain);
+    EXPECT_EQ(Dump(oEngine, 1), Dump(oPlain, 1));
+    EXPECT_EQ(Dump(oEngine, 2), Dump(oPlain, 2));
+  }
+}
+
+// What was committed is read again when what wasn't is discarded.
+TEST(GroupingModelTest, GivesTheSameAsThePlainVersionAfterAReset) {
+  for (unsigned nSeed = 1; nSeed <= 8; ++nSeed) {
+    SCOPED_TRACE("seed " + std::to_string(nSeed));
+    CEngine oEngine;
+    CPlainGrouping oPlain;
+    CHistoryMaker oMaker(nSeed, 1000000000, 6, nSeed % 2 == 0);
+    for (int i = 0; i < 100; ++i)
+      oMaker.Step(oEngine, oPlain);
+    oEngine.CommitChanges();
+    CPlainGrouping oDiscarded = oPlain;
+    for (int i = 0; i < 100; ++i)
+      oMaker.Step(oEngine, oDiscarded);
+    ASSERT_TRUE(oEngine.PrepareForChanges(true));
+    for (int i = 0; i < 100; ++i)
+      oMaker.Step(oEngine, oPlain);
+    EXPECT_EQ(Dump(oEngine, 1), Dump(oPlain, 1));
+    EXPECT_EQ(Dump(oEngine, 2), Dump(oPlain, 2));
+  }
 }
 
 // What the item record holds after a search in vain is what a walk over all items leaves there.

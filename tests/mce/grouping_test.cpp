@@ -56,6 +56,22 @@ TEST(GroupingTest, AuthorsAreFoldedBeyondAscii) {
   EXPECT_EQ(oEngine.Changes(), "1010 Øle: a.c b.c\n");
 }
 
+// U+0130 and the Kelvin sign become ASCII letters, so the texts have one form in lower case.
+TEST(GroupingTest, LettersThatFoldIntoAsciiAreGrouped) {
+  const struct {
+    const char *pszFirst, *pszSecond;
+  } atCases[] = {
+      {"\u0130smail", "ismail"}, {"ismail", "\u0130SMAIL"}, {"\u212Aelvin", "kelvin"}, {"kay", "\u212AAY"}};
+  for (const auto& tCase : atCases) {
+    CEngine oEngine;
+    oEngine.Add("a.c").By(tCase.pszFirst).At(1000);
+    oEngine.Add("b.c").By(tCase.pszSecond).At(1010);
+    oEngine.Add("c.c").Saying(tCase.pszFirst).At(2000);
+    oEngine.Add("d.c").Saying(tCase.pszSecond).At(2010);
+    EXPECT_EQ(oEngine.Changes(), std::string("1010 ") + tCase.pszFirst + ": a.c b.c\n2010 joe: c.c d.c\n");
+  }
+}
+
 TEST(GroupingTest, CommentsThatDifferOnlyInCaseMatchAndTheFirstStays) {
   CEngine oEngine;
   oEngine.Add("a.c").Saying("Fix. Ärger").At(1000);
@@ -361,6 +377,14 @@ TEST(GroupingTest, ItemWhoseNumberIsTakenIsNotStored) {
   EXPECT_TRUE(oEngine.AddChangeItem(7u, 4u, MCE::CHANGE_ITEM_ADD, oFirst, 1u));
   EXPECT_FALSE(oEngine.AddChangeItem(7u, 4u, MCE::CHANGE_ITEM_ADD, oSecond, 1u));
   EXPECT_EQ(oEngine.Paths(7), std::vector<std::string>{"a.c"});
+}
+
+TEST(GroupingTest, GroupedItemWhoseNumberIsTakenIsNotStored) {
+  CEngine oEngine;
+  ASSERT_TRUE(oEngine.Add("a.c").At(1000));
+  ASSERT_TRUE(oEngine.UpdateChangeItemCount(1, 1));  // the next item gets the number of the first one
+  EXPECT_FALSE(oEngine.Add("b.c").At(1000));
+  EXPECT_EQ(oEngine.Paths(1), std::vector<std::string>{"a.c"});
 }
 
 // A change without grouping has no base time, which counts as the latest time there is.

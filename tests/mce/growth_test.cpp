@@ -5,39 +5,33 @@
 #include <random>
 #include <string>
 
-#include "mce/open_changes.h"
+#include "mce/change_groups.h"
 #include "tests/mce/engine_fixture.h"
+#include "tests/support/growth.h"
 
-// Guards against work that grows faster than the history, by counting what is read and looked at: a clock
-// would measure the machine.
+// Guards against work that grows faster than the history. The work of a long history is compared with that of
+// a short one in the same run.
 namespace TALVEK::TEST {
 namespace {
 
-constexpr int FEW = 250;
+constexpr int FEW = 2000;
 constexpr int MANY = 16 * FEW;
-constexpr double LIMIT = 1.3;
+constexpr double LIMIT = 4;  // quadratic work would be 16 times as much for each item
 
 using TAdd = std::function<void(CEngine&, int)>;
 
-/// Rows read and changes looked at for each item of a history of `nItems`.
-double WorkPerItem(int nItems, const TAdd& fnAdd, const TAdd& fnBegin = {}) {
+double SecondsOf(int nItems, const TAdd& fnAdd, const TAdd& fnBegin) {
   CEngine oEngine;
   if (fnBegin) fnBegin(oEngine, nItems);
+  const double fStart = ThreadSeconds();
   for (int i = 0; i < nItems; ++i)
     fnAdd(oEngine, i);
-  oEngine.PrepareForChanges(false);  // the rows are brought up to date
-  return static_cast<double>(oEngine.m_poDatabase->GetRowsRead() + oEngine.GetChangesLookedAt()) / nItems;
+  oEngine.PrepareForChanges(false);
+  return ThreadSeconds() - fStart;
 }
 
 void ExpectLinear(const TAdd& fnAdd, const TAdd& fnBegin = {}) {
-  const double fFew = WorkPerItem(FEW, fnAdd, fnBegin);
-  EXPECT_GT(fFew, 0);
-  EXPECT_LE(WorkPerItem(MANY, fnAdd, fnBegin), LIMIT * fFew);
-}
-
-/// Has room for four groups of changes only, so that most items read one from the database.
-void ForgetSoon(CEngine& oEngine, int) {
-  oEngine.m_oOpenChanges = MCE::COpenChanges(1);
+  EXPECT_LE(CostGrowth(FEW, MANY, [&](int nItems) { return SecondsOf(nItems, fnAdd, fnBegin); }), LIMIT);
 }
 
 std::string File(int nNumber) {
@@ -74,12 +68,14 @@ TEST(GrowthTest, LargeChangeWhoseFilesComeAgainCostsNoMoreAnItem) {
                });
 }
 
+// Each file leaves and comes back as often as it has items.
+TEST(GrowthTest, FilesThatTakeTurnsCostNoMoreAnItem) {
+  ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i % 2).c_str()).At(1000L + i * 400L); });
+}
+
 // Each item is replaced before another could come to it: the search passes by all their changes.
-TEST(GrowthTest, CrowdOfClosedChangesIsPassedBySecondForSecond) {
-  const auto fnAdd = [](CEngine& oEngine, int i) {
-    oEngine.Add(File(i).c_str()).Until(1000).At(1000 + i % 100);
-  };
-  EXPECT_LE(WorkPerItem(MANY, fnAdd), 100);
+TEST(GrowthTest, CrowdOfClosedChangesCostsNoMoreAnItem) {
+  ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).Until(1000).At(1000 + i % 100); });
 }
 
 TEST(GrowthTest, CrowdOfClosedChangesCostsNoMoreAnItemThatStays) {
@@ -88,38 +84,80 @@ TEST(GrowthTest, CrowdOfClosedChangesCostsNoMoreAnItemThatStays) {
   });
 }
 
+// The first change of the second is open, but its window has moved on; all others there are closed.
+TEST(GrowthTest, OpenChangeBeforeACrowdOfClosedOnesCostsNoMoreAnItem) {
+  ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).At(1300); },
+               [](CEngine& oEngine, int nItems) {
+                 oEngine.Add("first").At(949);
+                 oEngine.Add("second").At(1249);
+                 for (int i = 0; i < nItems; ++i)
+                   oEngine.Add(File(i).c_str()).Until(1248).At(1249);
+               });
+}
+
+// All of them are open, but too late for an item that ends early.
+TEST(GrowthTest, CrowdOfChangesThatAreTooLateCostsNoMoreAnItem) {
+  ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).Until(1000).At(1001); },
+               [](CEngine& oEngine, int nItems) {
+                 for (int i = 0; i < nItems; ++i)
+                   oEngine.Add("one file").Ranked(i).At(1000 + i % 299);
+               });
+}
+
 // One file, one author, one message, and times that jump about within five minutes: each item could join a
 // good part of all the changes before.
-TEST(GrowthTest, JumpingClockLooksAtNoMoreThanTheWindowsSeconds) {
+TEST(GrowthTest, JumpingClockCostsNoMoreAnItem) {
   std::mt19937 oRandom(1);
   long nTime = 1000;
-  const double fWork = WorkPerItem(4 * MANY, [&](CEngine& oEngine, int) {
+  ExpectLinear([&](CEngine& oEngine, int) {
     const long nNext = 1000 + static_cast<long>(oRandom() % 300);
     oEngine.Add("a.c").Until(nNext).At(nTime);
     nTime = nNext;
   });
-  EXPECT_LT(fWork, 2 * MCE::TGroupingWindow::SECONDS);
 }
 
-TEST(GrowthTest, CyclingClockLooksAtNoMoreThanTheWindowsSeconds) {
-  const double fWork = WorkPerItem(4 * MANY, [](CEngine& oEngine, int i) {
-    oEngine.Add("a.c").Until(1000 + (i + 1) % 300).At(1000 + i % 300);
-  });
-  EXPECT_LT(fWork, 2 * MCE::TGroupingWindow::SECONDS);
-}
-
-TEST(GrowthTest, GroupThatHasLeftIsReadAtTheSameCost) {
+TEST(GrowthTest, CyclingClockCostsNoMoreAnItem) {
   ExpectLinear(
-      [](CEngine& oEngine, int i) {
-        oEngine.Add(File(i).c_str()).Saying(("comment " + std::to_string(i % 50)).c_str()).At(1000 + i % 100);
-      },
-      ForgetSoon);
+      [](CEngine& oEngine, int i) { oEngine.Add("a.c").Until(1000 + (i + 1) % 300).At(1000 + i % 300); });
+}
+
+// Thousands of files by one author with one message within an hour, several revisions of each.
+TEST(GrowthTest, BusyHourCostsNoMoreAnItem) {
+  std::mt19937 oRandom(1);
+  long nTime = 0;
+  ExpectLinear([&](CEngine& oEngine, int i) {
+    if (i % 20 == 0) nTime = 10'000 + static_cast<long>(oRandom() % 3000);
+    const long nNext = nTime + static_cast<long>(oRandom() % 20);
+    oEngine.Add(File(i / 20).c_str()).Until(nNext).At(nTime);
+    nTime = nNext;
+  });
 }
 
 TEST(GrowthTest, LongHistoryCostsNoMoreAnItem) {
   ExpectLinear([](CEngine& oEngine, int i) {
     oEngine.Add(File(i % 10).c_str()).Until(5000L + i * 400L).At(1000L + i * 400L);
   });
+}
+
+/// Changes of one group at random, closed or open. The search looks for one that isn't there.
+double SecondsOfSearch(int nChanges, bool bSpread) {
+  std::mt19937 oRandom(1);
+  MCE::CChangeGroups oGroups;
+  for (int i = 1; i <= nChanges; ++i) {
+    const auto nBase = static_cast<std::uint32_t>(10'000 + (bSpread ? oRandom() % 600 : 0));
+    const auto nTime = static_cast<std::uint32_t>(nBase + oRandom() % 300);
+    const std::uint32_t nMaxTime = nTime < 10'100 ? 9'900 : 20'000;
+    oGroups.Add(static_cast<std::uint32_t>(i), 1, L"joe", L"work", {nBase, nTime, nMaxTime});
+  }
+  const double fStart = ThreadSeconds();
+  for (int i = 0; i < FEW; ++i)
+    EXPECT_EQ(oGroups.Find(1, L"joe", L"work", {10'200, 10'050}), 0U);
+  return (ThreadSeconds() - fStart) * nChanges;  // of one search for each change
+}
+
+TEST(ChangeGroupsGrowthTest, SearchInVainCostsNoMoreAmongMoreChanges) {
+  for (const bool bSpread : {false, true})
+    EXPECT_LE(CostGrowth(FEW, MANY, [&](int nChanges) { return SecondsOfSearch(nChanges, bSpread); }), LIMIT);
 }
 
 }  // namespace

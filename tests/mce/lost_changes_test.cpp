@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -80,6 +82,63 @@ TEST(LostChangesTest, OneReportIsEnough) {
   EXPECT_EQ(LogOf(oEngine),
             "Beginning Import with Test\nFailed to keep the changes in the import database: " +
                 oPlanted.string() + ": is no plain file\n");
+}
+
+/// Rows of "citems" that hold nothing but their key.
+struct TBareItem {
+  std::array<void*, 2> GetFieldAddresses() { return {&nID, &nItem}; }
+  std::uint32_t nID;
+  std::uint32_t nItem;
+};
+
+class CBareItemTable : public VDB::CTable {
+ public:
+  const VDB::TFileDef* GetFileDef() const override { return &MCE::CChangeItemTable::s_tFileDef; }
+  const VDB::TIndexDef* GetIndexDefs() const override { return MCE::CChangeItemTable::s_atIndexDefs; }
+  const VDB::TFieldDef* GetFieldDefs() const override {
+    static constexpr VDB::TFieldDef s_atFields[] = {
+        {L"ID", VDB::FIELD_UINT32}, {L"Item", VDB::FIELD_UINT32}, {nullptr, VDB::FIELD_NONE}};
+    return s_atFields;
+  }
+};
+
+TEST(LostChangesTest, RowThatCannotBeReadIsNoEndOfTheWalk) {
+  CEngine oEngine;
+  oEngine.m_tCurrentStream.nID = 1;
+  oEngine.Add("a.c").At(1000);
+  oEngine.CommitChanges();
+  {
+    VDB::CTransaction oTransaction(*oEngine.m_poDatabase, 0);
+    CBareItemTable oTable;
+    ASSERT_TRUE(oTable.Open(*oEngine.m_poDatabase, nullptr, oTransaction, false));
+    VDB::CIterator<TBareItem> oItems(oTable, 0, oTransaction);
+    TBareItem tItem = {1, 2};
+    ASSERT_TRUE(oItems.Add(tItem));
+    oItems.Close();
+    ASSERT_TRUE(oTransaction.Commit(false));
+  }
+  MCE::CProvider::TChangeInfo tChange;
+  MCE::CProvider::TChangeItemInfo tItem;
+  EXPECT_EQ(oEngine.OnFirstChangeset(tChange), MCE::RESULT_OK);
+  EXPECT_EQ(oEngine.OnFirstChangeItem(tItem), MCE::RESULT_OK);
+  EXPECT_EQ(oEngine.OnNextChangeItem(tItem), MCE::RESULT_FAILED);
+}
+
+TEST(LostChangesTest, NewSearchForStreamsForgetsAFailureThatWasMended) {
+  const CTempFolder oFolder;
+  const fs::path oPlanted = DatabasePath() + ".tdf";
+  fs::create_directory(oPlanted);
+  CEngine oEngine;
+  unsigned nCount = 0;
+  EXPECT_FALSE(oEngine.PrepareForChanges(true));
+  oEngine.ReportLostChanges();
+  fs::remove(oPlanted);
+  EXPECT_EQ(oEngine.EstablishChangesets(nCount), MCE::RESULT_FAILED);
+  oEngine.ResetStreams();
+  ASSERT_TRUE(oEngine.PrepareForChanges(true));
+  ASSERT_TRUE(oEngine.Add("a.c").At(1000));
+  EXPECT_EQ(oEngine.EstablishChangesets(nCount), MCE::RESULT_OK);
+  EXPECT_EQ(oEngine.Changes(), "1000 joe: a.c\n");
 }
 
 }  // namespace

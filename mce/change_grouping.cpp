@@ -1,0 +1,242 @@
+#include "mce/change_grouping.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace TALVEK::MCE {
+
+using VCM::CStatus;
+
+namespace {
+
+/// The last second of 32 bits: an absent base time or maximum time counts as it.
+constexpr std::uint32_t LAST_SECOND = std::numeric_limits<std::uint32_t>::max();
+
+/// What joining alters in a change's row, but for the comment.
+constexpr VDB::TFieldSet ALTERED_FIELDS = VDB::FieldBit(CHANGE_FIELD_TIME) |
+                                          VDB::FieldBit(CHANGE_FIELD_NEXT_ITEM) |
+                                          VDB::FieldBit(CHANGE_FIELD_PROPS);
+
+TChangeTimes TimesOf(const TChangeRecord& tChange) {
+  return {tChange.oProps.GetNumber(CHANGE_BASE_TIME, LAST_SECOND), tChange.nTime,
+          tChange.oProps.GetNumber(CHANGE_MAX_TIME, LAST_SECOND)};
+}
+
+/// The time at which a file's second item of one change opens a change of its own: just beside the change
+/// that it couldn't join, on the side that keeps the file's revisions in order.
+std::uint32_t TimeBesideChange(std::uint32_t nItemTime, std::uint32_t nChangeTime, bool bItemComesLater) {
+  if (bItemComesLater) return nItemTime > nChangeTime ? nItemTime : nChangeTime + 1;
+  return nItemTime < nChangeTime ? nItemTime : nChangeTime - 1;
+}
+
+}  // namespace
+
+CStatus CChangeGrouping::AddChange(const TImportRows& tRows, std::uint32_t nProviderID,
+                                   std::uint32_t nStreamID, const VCM::CString& strUser,
+                                   const VCM::CString& strComment, std::uint32_t nTime) {
+  tRows.tChange.nID = 0;
+  tRows.tChange.nProviderID = nProviderID;
+  tRows.tChange.nStreamID = nStreamID;
+  tRows.tChange.strUser = strUser;
+  tRows.tChange.nTime = nTime;
+  tRows.tChange.strComment = strComment;
+  tRows.tChange.nNextItem = 0;
+  tRows.tChange.oProps.RemoveAll();
+  ++tRows.nChangesAdded;
+  return tRows.oChangesById.Add(tRows.tChange);
+}
+
+CStatus CChangeGrouping::AddItem(const TImportRows& tRows, const TFileRevision& tRevision) {
+  const TGroupingWindow tWindow{tRevision.nTime, tRevision.nEndTime};
+  std::uint32_t nItemTime = tRevision.nTime;
+  CStatus oChange = FindChange(tRows, tRevision, tWindow);
+  if (oChange) {
+    const CStatus oFormer = FindItem(tRows, tRows.tChange.nID, tRevision.oPath);
+    if (oFormer.HasFailed()) return oFormer;
+    if (oFormer) {
+      const std::uint32_t nChangeTime = std::max(nItemTime, tRows.tChange.nTime);
+      nItemTime = TimeBesideChange(nItemTime, nChangeTime, tRows.tItem.nRevision < tRevision.nRevision);
+      oChange = CStatus::Absent();
+    }
+  }
+  if (oChange.HasFailed()) return oChange;
+  oChange = oChange ? JoinChange(tRows, tRevision) : OpenChange(tRows, tRevision, nItemTime);
+  if (!oChange) return oChange;
+
+  TChangeItemRecord& tItem = tRows.tItem;
+  tItem.nID = tRows.tChange.nID;
+  tItem.nItem = tRows.tChange.nNextItem - 1;
+  tItem.nType = tRevision.nType;
+  tItem.oFilePath = tRevision.oPath;
+  tItem.nRevision = tRevision.nRevision;
+  tItem.oProps.RemoveAll();
+  tItem.oProps.SetProperty(ITEM_FOREIGN_REVISION, tRevision.oCVSRevision.GetText());
+  tItem.oTimestamp.Set(nItemTime);
+  return AddRow(tRows);
+}
+
+CStatus CChangeGrouping::AddItem(const TImportRows& tRows, std::uint32_t nChange, std::uint32_t nItem,
+                                 std::uint32_t nType, const VCM::CFilePath& oPath, std::int32_t nRevision) {
+  TChangeItemRecord& tItem = tRows.tItem;
+  tItem.nID = nChange;
+  tItem.nItem = nItem;
+  tItem.nType = nType;
+  tItem.oFilePath = oPath;
+  tItem.nRevision = nRevision;
+  tItem.oProps.RemoveAll();
+  return AddRow(tRows);
+}
+
+/// Adds the item record's row.
+CStatus CChangeGrouping::AddRow(const TImportRows& tRows) {
+  if (CStatus oAdded = tRows.oItems.Add(tRows.tItem); !oAdded) return oAdded;
+  m_oFiles.Select(tRows.tItem.oFilePath);
+  m_oFiles.Add(tRows.tItem.nID, tRows.tItem.nItem);
+  return {};
+}
+
+CStatus CChangeGrouping::FindItem(const TImportRows& tRows, std::uint32_t nChange,
+                                  const VCM::CFilePath& oPath) {
+  m_oFiles.Select(oPath);
+  const std::uint32_t* const pnItem = m_oFiles.Find(nChange);
+  if (!pnItem) return CStatus::Absent();
+  tRows.tItem.nID = nChange;
+  tRows.tItem.nItem = *pnItem;
+  if (CStatus oRead = tRows.oItems.GetEqual(tRows.tItem); !oRead) return oRead;
+  return tRows.tItem.oFilePath.IsEqualTo(oPath, true) ? CStatus() : FindItemByWalk(tRows, nChange, oPath);
+}
+
+/// For two paths with one hash.
+CStatus CChangeGrouping::FindItemByWalk(const TImportRows& tRows, std::uint32_t nChange,
+                                        const VCM::CFilePath& oPath) {
+  tRows.tItem.nID = nChange;
+  tRows.tItem.nItem = 0;
+  CStatus oItem = tRows.oItems.GetGTE(tRows.tItem);
+  for (; oItem && tRows.tItem.nID == nChange; oItem = tRows.oItems.GetNext(tRows.tItem)) {
+    if (tRows.tItem.oFilePath.IsEqualTo(oPath, true)) return {};
+  }
+  return oItem ? CStatus::Absent() : oItem;
+}
+
+/// Reads the change that the item joins, if there is one, into the change record.
+CStatus CChangeGrouping::FindChange(const TImportRows& tRows, const TFileRevision& tRevision,
+                                    const TGroupingWindow& tWindow) {
+  // Changes that AddChange has made have no base time, so only a window up to the last second admits them.
+  const bool bByTime = !tRevision.bMatchComment || tWindow.nHigh == LAST_SECOND;
+  if (bByTime) return FindChangeByTime(tRows, tRevision, tWindow);
+  const std::uint32_t nFound =
+      m_oGroups.Find(tRevision.nStreamID, tRevision.strUser.View(), tRevision.strComment.View(), tWindow);
+  if (nFound == 0) return CStatus::Absent();
+  tRows.tChange.nID = nFound;
+  if (CStatus oRead = tRows.oChangesById.GetEqual(tRows.tChange); !oRead) return oRead;
+  const bool bSameKey = tRows.tChange.nStreamID == tRevision.nStreamID &&
+                        tRows.tChange.strUser.EqualsNoCase(tRevision.strUser.View()) &&
+                        tRows.tChange.strComment.EqualsNoCase(tRevision.strComment.View());
+  if (bSameKey) return {};
+  return FindChangeByTime(tRows, tRevision, tWindow);  // another key with the same hash is in the way
+}
+
+/// The rule as it reads, row by row.
+CStatus CChangeGrouping::FindChangeByTime(const TImportRows& tRows, const TFileRevision& tRevision,
+                                          const TGroupingWindow& tWindow) {
+  TChangeRecord& tChange = tRows.tChange;
+  tChange.nStreamID = tRevision.nStreamID;
+  tChange.nTime = tWindow.nLow;
+  CStatus oChange = tRows.oChangesByTime.GetGTE(tChange);
+  for (; oChange; oChange = tRows.oChangesByTime.GetNext(tChange)) {
+    if (tChange.nStreamID != tRevision.nStreamID || tChange.nTime > tWindow.nHigh) return CStatus::Absent();
+    const TChangeTimes tTimes = TimesOf(tChange);
+    if (!tWindow.Admits(tTimes.nTime, tTimes.nBaseTime, tTimes.nMaxTime)) continue;
+    if (!tChange.strUser.EqualsNoCase(tRevision.strUser.View())) continue;
+    if (!tRevision.bMatchComment || tChange.strComment.EqualsNoCase(tRevision.strComment.View())) return {};
+  }
+  return oChange;
+}
+
+CStatus CChangeGrouping::JoinChange(const TImportRows& tRows, const TFileRevision& tRevision) {
+  TChangeRecord& tChange = tRows.tChange;
+  const VCM::CString strFormer = tRevision.bMatchComment ? VCM::CString() : tChange.strComment;
+  if (tRevision.nEndTime < TimesOf(tChange).nMaxTime)
+    tChange.oProps.SetProperty(CHANGE_MAX_TIME, tRevision.nEndTime);
+  tChange.nTime = std::max(tChange.nTime, tRevision.nTime);
+  ++tChange.nNextItem;
+  if (!tRevision.bMatchComment) AddToComment(tChange.strComment, tRevision.strComment);
+  const bool bRegroup = !tRevision.bMatchComment && !(tChange.strComment == strFormer);
+  CStatus oUpdated = tRows.oChangesById.Update(tChange, bRegroup ? VDB::ALL_FIELDS : ALTERED_FIELDS);
+  if (!oUpdated || !m_oGroups.Has(tChange.nID)) return oUpdated;
+  if (bRegroup) {
+    m_oGroups.Remove(tChange.nID);
+    AddToGroup(tChange);
+  } else {
+    const TChangeTimes tTimes = TimesOf(tChange);
+    m_oGroups.Set(tChange.nID, tTimes.nTime, tTimes.nMaxTime);
+  }
+  return {};
+}
+
+CStatus CChangeGrouping::OpenChange(const TImportRows& tRows, const TFileRevision& tRevision,
+                                    std::uint32_t nTime) {
+  TChangeRecord& tChange = tRows.tChange;
+  tChange.nID = 0;
+  tChange.nProviderID = 0;
+  tChange.nStreamID = tRevision.nStreamID;
+  tChange.strUser = tRevision.strUser;
+  tChange.nTime = nTime;
+  tChange.strComment = tRevision.strComment;
+  tChange.nNextItem = 2;
+  tChange.oProps.RemoveAll();
+  tChange.oProps.AddProperty(CHANGE_BASE_TIME, nTime);
+  tChange.oProps.AddProperty(CHANGE_MAX_TIME, tRevision.nEndTime);
+  ++tRows.nChangesAdded;
+  if (CStatus oAdded = tRows.oChangesById.Add(tChange); !oAdded) return oAdded;
+  AddToGroup(tChange);
+  return {};
+}
+
+void CChangeGrouping::AddToGroup(const TChangeRecord& tChange) {
+  m_oGroups.Add(tChange.nID, tChange.nStreamID, tChange.strUser.View(), tChange.strComment.View(),
+                TimesOf(tChange));
+}
+
+CStatus CChangeGrouping::Load(const TImportRows& tRows) {
+  m_oGroups.Clear();
+  m_oFiles.Clear();
+  TChangeRecord tChange;
+  CStatus oChange = tRows.oChangesById.GetGTE(tChange);
+  for (; oChange; oChange = tRows.oChangesById.GetNext(tChange)) {
+    if (tChange.oProps.HasProperty(CHANGE_BASE_TIME)) AddToGroup(tChange);
+  }
+  if (oChange.HasFailed()) return oChange;
+  TChangeItemRecord tItem;
+  CStatus oItem = tRows.oItems.GetGTE(tItem);
+  for (; oItem; oItem = tRows.oItems.GetNext(tItem)) {
+    m_oFiles.Select(tItem.oFilePath);
+    m_oFiles.Add(tItem.nID, tItem.nItem);
+  }
+  return oItem.HasFailed() ? oItem : CStatus();
+}
+
+void CChangeGrouping::AddToComment(VCM::CString& strComment, const VCM::CString& strAddition) {
+  // Of a text that differs only in case every sentence is there; to look for each would take forever with the
+  // messages that some tools paste.
+  if (strComment.EqualsNoCase(strAddition.View())) return;
+  VCM::CString strRest = strAddition;
+  do {
+    const int nStop = strRest.Find(L'.');
+    VCM::CString strSentence = nStop < 0 ? strRest : strRest.Left(nStop);
+    strRest = nStop < 0 ? VCM::CString() : strRest.Mid(nStop + 1);
+    strSentence.TrimLeft();
+    strSentence.TrimRight();
+    if (strSentence.IsEmpty()) continue;
+
+    VCM::CString strLowerSentence = strSentence;
+    strLowerSentence.MakeLower();
+    VCM::CString strLowerComment = strComment;
+    strLowerComment.MakeLower();
+    if (strLowerComment.Find(strLowerSentence) >= 0) continue;
+    if (!strComment.IsEmpty()) strComment += L'\n';
+    strComment += strSentence;
+  } while (!strRest.IsEmpty());
+}
+
+}  // namespace TALVEK::MCE

@@ -1,0 +1,61 @@
+#include "mce/file_changes.h"
+
+#include <utility>
+
+namespace TALVEK::MCE {
+
+namespace {
+
+constexpr std::size_t MANY_BUCKETS = 1024;
+
+}  // namespace
+
+void CFileChanges::Select(const VCM::CFilePath& oPath) {
+  if (m_bSelected && oPath == m_oSelected) return;
+  if (m_bSelected && m_panItems == &m_anNew) MoveToList();
+  const std::size_t nHash = m_pfnHash(oPath.GetItems());
+  m_bSelected = true;
+  m_oSelected = oPath;
+  m_nSelected = nHash;
+  const auto [itFile, bNew] = m_atFiles.try_emplace(nHash);
+  if (bNew) {
+    m_panItems = &m_anNew;
+    return;
+  }
+  const auto [itItems, bReturnsNow] = m_atReturned.try_emplace(nHash);
+  m_panItems = &itItems->second;
+  if (!bReturnsNow) return;
+  for (std::size_t i = itFile->second.nBegin; i < itFile->second.nEnd; ++i)
+    m_panItems->insert(m_anList[i]);
+}
+
+void CFileChanges::MoveToList() {
+  TFile& tFile = m_atFiles[m_nSelected];
+  tFile.nBegin = m_anList.size();
+  m_anList.insert(m_anList.end(), m_anNew.begin(), m_anNew.end());
+  tFile.nEnd = m_anList.size();
+  // Emptying takes as long as there has ever been room for.
+  if (m_anNew.bucket_count() > MANY_BUCKETS) m_anNew = TItems(&m_oMemory);
+  m_anNew.clear();
+}
+
+void CFileChanges::Add(std::uint32_t nChange, std::uint32_t nItem) {
+  const auto [it, bNew] = m_panItems->try_emplace(nChange, nItem);
+  if (!bNew && nItem < it->second) it->second = nItem;
+}
+
+const std::uint32_t* CFileChanges::Find(std::uint32_t nChange) const {
+  const auto it = m_panItems->find(nChange);
+  return it == m_panItems->end() ? nullptr : &it->second;
+}
+
+void CFileChanges::Clear() {
+  m_atFiles.clear();
+  m_atReturned.clear();
+  m_anList.clear();
+  m_anNew.clear();
+  m_panItems = &m_anNew;
+  m_bSelected = false;
+}
+
+}  // namespace TALVEK::MCE
