@@ -11,7 +11,7 @@ namespace TALVEK::CLIENT {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr std::string_view UTF8_MARK = "\xEF\xBB\xBF"sv;
 constexpr std::string_view ASTR_WIDE_MARKS[] = {"\xFF\xFE"sv, "\xFE\xFF"sv, "\x00\x00\xFE\xFF"sv};
@@ -30,7 +30,7 @@ bool AppendUtf8Text(std::string_view strBytes, std::wstring& strText) {
   return nLength != wxCONV_FAILED;
 }
 
-/// Appends the sequences before the first that is none. Returns their bytes' number.
+/// Appends the text up to the first bytes that are no UTF-8. Returns the number of bytes decoded.
 std::size_t AppendUtf8Prefix(std::string_view strBytes, std::wstring& strText) {
   std::size_t nPosition = 0;
   while (nPosition < strBytes.size()) {
@@ -79,8 +79,8 @@ bool CErrorLines::ReadByteLine(VCM::CString& strLine) {
   return true;
 }
 
-// At what it can't decode the toolkit's stream stops for good: it goes on giving empty lines, and reads no
-// more.
+// At bytes that it can't decode the toolkit's stream stops for good: from there on it reads nothing more and
+// gives empty lines.
 bool CErrorLines::ReadWideLine(VCM::CString& strLine) {
   strLine.Clear();
   wxFileOffset nBefore = wxInvalidOffset;

@@ -15,13 +15,13 @@ namespace TALVEK::CLIENT {
 
 /// Reads what a client wrote to its standard error, line by line, whatever the process's locale.
 ///
-/// Shape    As the toolkit's text stream detects it: UTF-16 or UTF-32 when the stream begins with their
-///          byte-order mark; else UTF-8, with or without a mark, and from the first sequence on that is none
-///          Latin-1, in which every byte means something. A line ends at \n, \r\n, a lone \r or a NUL. Empty
-///          lines are passed over, and a line of more than 1 MiB comes in pieces.
-/// Errors   UTF-16 or UTF-32 that can't be decoded ends the stream. All other bytes come out: the toolkit
-///          loses a sequence that breaks off at the end, and what follows one that breaks off behind UTF-8's
-///          mark.
+/// Shape    The encoding is found as the toolkit's text stream finds it: UTF-16 or UTF-32 when the stream
+///          begins with their byte-order mark, else UTF-8, with or without a mark. The first bytes that are
+///          no UTF-8, and all behind them, are read as Latin-1, where every byte is a character. A line ends
+///          at \n, \r\n, a lone \r or a NUL. Empty lines are skipped, and a line of more than 1 MiB comes in
+///          pieces.
+/// Errors   UTF-16 or UTF-32 that can't be decoded ends the stream. In all other encodings no byte is lost;
+///          the toolkit's stream would lose some.
 /// Owns     Nothing. The stream is lent.
 /// Cost     Blocks are read and decoded. Only UTF-16 and UTF-32 go through the toolkit's own stream, which
 ///          takes a byte at a time.

@@ -70,6 +70,7 @@ class CCommandKeeper : public MCV::CProvider {
     SetProperty(L"ReposPath", L"/repo");
   }
 
+  bool IsLogOpen() const override { return true; }
   void WriteLog(const wchar_t* pszFormat, ...) override {
     constexpr std::wstring_view COMMAND = L"Performing command ";
     VCM::CString strLine;

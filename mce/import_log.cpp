@@ -101,10 +101,11 @@ void CImportLog::WriteV(const wchar_t* pszFormat, std::va_list args) {
   }
 }
 
-CLogSink::CLogSink(std::function<void(const VCM::CString& strText)> fnWrite)
-    : m_fnWrite(std::move(fnWrite)) {}
+CLogSink::CLogSink(std::function<void(const VCM::CString& strText)> fnWrite, std::function<bool()> fnIsOpen)
+    : m_fnWrite(std::move(fnWrite)), m_fnIsOpen(std::move(fnIsOpen)) {}
 
 void CLogSink::WriteLog(const wchar_t* pszFormat, ...) const {
+  if (!IsLogOpen()) return;
   VCM::CString strText;
   std::va_list args;
   va_start(args, pszFormat);

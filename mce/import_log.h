@@ -60,14 +60,17 @@ class CImportLog {
 /// Where the parts of a provider write lines for the import log.
 class CLogSink {
  public:
-  /// `fnWrite` takes each line's text, without a line end.
-  explicit CLogSink(std::function<void(const VCM::CString& strText)> fnWrite);
+  /// `fnWrite` takes each line's text, without a line end; `fnIsOpen` tells whether lines are wanted.
+  CLogSink(std::function<void(const VCM::CString& strText)> fnWrite, std::function<bool()> fnIsOpen);
 
   /// One line, printf style; "%s" takes wide text.
   void WriteLog(const wchar_t* pszFormat, ...) const;
+  /// False while lines are dropped: ask before making a costly one.
+  bool IsLogOpen() const { return m_fnIsOpen(); }
 
  private:
   std::function<void(const VCM::CString&)> m_fnWrite;
+  std::function<bool()> m_fnIsOpen;
 };
 
 }  // namespace TALVEK::MCE

@@ -46,6 +46,7 @@ int CProviderBase::GetNextStream(POSITION*& poPosition, TStreamInfo& tStream, un
   // At the end it is as if each of the others had been looked at.
   const int nLast = nFound < 0 ? m_oStreams.GetCount() - 1 : nFound;
   tStream = m_oStreams[nLast];
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): to the host it is opaque.
   poPosition = reinterpret_cast<POSITION*>(static_cast<std::intptr_t>(nLast) + 1);
   return nFound < 0 ? RESULT_END : RESULT_OK;
 }

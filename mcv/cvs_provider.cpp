@@ -55,7 +55,8 @@ class CLogScope {
 
 CProvider::CProvider()
     : CProviderBase(L"cvs", L"CVS", L"Streams originally converted from CVS", true, true),
-      m_oLogSink([this](const VCM::CString& strText) { WriteLog(L"%s", strText.c_str()); }) {}
+      m_oLogSink([this](const VCM::CString& strText) { WriteLog(L"%s", strText.c_str()); },
+                 [this] { return IsLogOpen(); }) {}
 
 int CProvider::CheckEnvironment(VCM::CString& strMessage) {
   const VCM::CString strCvsPath = GetStringProperty(L"CVSPath");
@@ -97,7 +98,7 @@ void CProvider::ReadFiles() {
   const bool bStreamsForTags = GetBooleanProperty(L"StreamsForTags");
   CFileEnum oFiles(m_oLogSource.GetInput(), GetStringProperty(L"ModuleName"),
                    CutToDirectory(GetStringProperty(L"ReposPath")));
-  CStreamSearch oSearch(m_oRegistry, *this, GetBooleanProperty(L"NestedBranches"));
+  CStreamSearch oSearch(m_oRegistry, *this, m_oLogSink, GetBooleanProperty(L"NestedBranches"));
   TFileInfo tFile;
   TStreamInfo tStream;  // the working record of the search
   int nFiles = 0;

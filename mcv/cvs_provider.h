@@ -85,7 +85,7 @@ class CProvider : public MCE::CProviderBase {
     return MCV::GetStreamMaxCreationTime(tTag, tFile);
   }
   bool SetStreamCreationTime(TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag) {
-    return MCV::SetStreamCreationTime(tStream, tFile, tTag, m_oRegistry, *this);
+    return MCV::SetStreamCreationTime(tStream, tFile, tTag, m_oRegistry, m_oLogSink);
   }
 
  protected:
@@ -93,7 +93,7 @@ class CProvider : public MCE::CProviderBase {
   CLIENT::CCvsClient m_oClient{m_oLogSink};
   CLIENT::CLogSource m_oLogSource{m_oClient, m_oLogSink};
   CLIENT::CTagFilters m_oTagFilters;
-  CStreamRegistry m_oRegistry{m_oStreams, *this};
+  CStreamRegistry m_oRegistry{m_oStreams, m_oLogSink};
   CCheckout m_oCheckout{m_oClient, m_oLogSink};
 
  private:

@@ -151,6 +151,24 @@ int Run(const std::vector<std::string>& astrSettings, const std::string& strImpo
   return EXIT_DONE;
 }
 
+/// Reads the command line and does what it says.
+int RunCommandLine(int argc, char** argv) {
+  CLI::App oApp(
+      "Prints the import database of a CVS module as JSON Lines: streams, changes, change items.\n"
+      "Properties not set have their defaults; `talvek-import properties` lists them.\n"
+      "Example: import-dump --set ReposPath=/var/cvs --set ModuleName=proj --set NestedBranches=1");
+  std::vector<std::string> astrSettings;
+  std::string strImportLog;
+  oApp.add_option("--set", astrSettings, "sets a property")->type_name("Key=Value")->allow_extra_args(false);
+  oApp.add_option("--import-log", strImportLog, "keeps the import log in this file")->type_name("FILE");
+  try {
+    oApp.parse(argc, argv);
+  } catch (const CLI::ParseError& eParse) {
+    return oApp.exit(eParse) == 0 ? 0 : EXIT_WRONG_USE;
+  }
+  return Run(astrSettings, strImportLog);
+}
+
 }  // namespace
 
 }  // namespace TALVEK::MCV
@@ -163,21 +181,8 @@ int main(int argc, char** argv) {
   // prints dates in its caller's zone, of which only whole hours are read.
   std::setlocale(LC_CTYPE, "C.UTF-8");
   setenv("TZ", "UTC", 1);
-  CLI::App oApp(
-      "Prints the import database of a CVS module as JSON Lines: streams, changes, change items.\n"
-      "Properties not set have their defaults; `talvek-import properties` lists them.\n"
-      "Example: import-dump --set ReposPath=/var/cvs --set ModuleName=proj --set NestedBranches=1");
-  std::vector<std::string> astrSettings;
-  std::string strImportLog;
-  oApp.add_option("--set", astrSettings, "sets a property")->type_name("Key=Value")->allow_extra_args(false);
-  oApp.add_option("--import-log", strImportLog, "keeps the import log in this file")->type_name("FILE");
   try {
-    oApp.parse(argc, argv);
-  } catch (const CLI::ParseError& eParse) {
-    return oApp.exit(eParse) == 0 ? 0 : TALVEK::MCV::EXIT_WRONG_USE;
-  }
-  try {
-    return TALVEK::MCV::Run(astrSettings, strImportLog);
+    return TALVEK::MCV::RunCommandLine(argc, argv);
   } catch (const std::exception& eFailure) {
     return TALVEK::MCV::Fail(eFailure.what(), TALVEK::MCV::EXIT_FAILED);
   }

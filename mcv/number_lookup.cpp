@@ -7,13 +7,13 @@ namespace TALVEK::MCV {
 
 namespace {
 
-/// The components in front of the first `nCount`, compared as CompareRevisions does, but equal ones are
-/// equal.
+/// True when `oLeft` sorts before the number made of the first `nRightCount` components of `oRight`.
 bool IsBefore(const MCE::TCVSRevision& oLeft, const MCE::TCVSRevision& oRight, int nRightCount) {
   return std::lexicographical_compare(oLeft.begin(), oLeft.end(), oRight.begin(),
                                       oRight.begin() + nRightCount);
 }
 
+/// True when `oLeft` is that number.
 bool IsSame(const MCE::TCVSRevision& oLeft, const MCE::TCVSRevision& oRight, int nRightCount) {
   return oLeft.GetCount() == nRightCount && oLeft.IsPrefixOf(oRight);
 }

@@ -18,12 +18,12 @@ const TRevInfo* FindRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oR
 /// component. -1 when there is none.
 int FindTagOfRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision);
 
-/// Walks over a file's names in sorted order and tells of each the one from which it branches: of the names
-/// before it the last one whose number its own begins with. Names of the same revision don't branch from each
-/// other, nor a branch from the revision that it starts at.
+/// Walks over a file's names in sorted order and finds for each the name from which it branches: the last
+/// name before it whose number is a prefix of its own. Names of the same revision don't branch from each
+/// other, nor does a branch from the revision that it starts at.
 ///
-/// In sorted order, what isn't a beginning of one number isn't one of any later number either; so those that
-/// still can be form a stack.
+/// Once a number is no prefix of the current one, it is no prefix of any later one either: the numbers are
+/// sorted. So the candidates form a stack.
 class CTagNesting {
  public:
   /// The file is lent, and must stay as it is meanwhile.

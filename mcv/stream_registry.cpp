@@ -44,7 +44,7 @@ class CSiblings {
 void CStreamRegistry::AddStream(TStreamInfo& tStream) {
   tStream.nID = static_cast<std::uint32_t>(m_oStreams.GetCount()) + 1;
   m_oStreams.Add(tStream);
-  if (m_oEngine.IsLogOpen()) LogStreamUpdate(tStream, true);
+  if (m_oLog.IsLogOpen()) LogStreamUpdate(tStream, true);
 }
 
 void CStreamRegistry::AddTrunkStream() {
@@ -53,7 +53,7 @@ void CStreamRegistry::AddTrunkStream() {
 }
 
 void CStreamRegistry::UpdateStream(const TStreamInfo& tStream) {
-  if (m_oEngine.IsLogOpen()) LogStreamUpdate(tStream, false);
+  if (m_oLog.IsLogOpen()) LogStreamUpdate(tStream, false);
   m_oStreams.Replace(static_cast<int>(tStream.nID) - 1, tStream);
 }
 
@@ -76,10 +76,10 @@ void CStreamRegistry::LogStreamUpdate(const TStreamInfo& tStream, bool bAdding) 
     GetStreamByID(tStream.nParentID, tParent);
     strParent = tParent.strName;
   }
-  m_oEngine.WriteLog(L"%s stream '%s'. Parent is '%s'. Creation time is %s UTC. Max creation time is %s UTC",
-                     bAdding ? L"Adding" : L"Updating", tStream.strName.c_str(), strParent.c_str(),
-                     FormatUTC(tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0)).c_str(),
-                     FormatUTC(tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0)).c_str());
+  m_oLog.WriteLog(L"%s stream '%s'. Parent is '%s'. Creation time is %s UTC. Max creation time is %s UTC",
+                  bAdding ? L"Adding" : L"Updating", tStream.strName.c_str(), strParent.c_str(),
+                  FormatUTC(tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0)).c_str(),
+                  FormatUTC(tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0)).c_str());
 }
 
 int CStreamRegistry::CompareCreationTime(const TStreamInfo* ptLeft, const TStreamInfo* ptRight) {
@@ -101,7 +101,7 @@ void CStreamRegistry::DumpStreamChildren(unsigned int nParentID, const wchar_t* 
       if (!aoOpen.empty()) strIndent.resize(strIndent.size() - std::size(PSZ_INDENT) + 1);
       continue;
     }
-    m_oEngine.WriteLog(L"%s%s", strIndent.c_str(), ptChild->strName.c_str());
+    m_oLog.WriteLog(L"%s%s", strIndent.c_str(), ptChild->strName.c_str());
     if (!anPrinted.insert(ptChild->nID).second) continue;
     aoOpen.emplace_back(m_oStreams, ptChild->nID);
     strIndent += PSZ_INDENT;

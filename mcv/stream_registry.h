@@ -1,7 +1,8 @@
 #pragma once
 
 #include "core/string.h"
-#include "mce/provider_base.h"
+#include "mce/import_log.h"
+#include "mce/provider.h"
 #include "mce/stream_list.h"
 
 namespace TALVEK::MCV {
@@ -9,13 +10,13 @@ namespace TALVEK::MCV {
 /// The streams that the search finds: MCE::CStreamList, with its changes told to the import log while that is
 /// open. Numbers count from 1 in the order of the list, and the trunk is 1.
 ///
-/// Owns     Nothing. The list and the engine, for its log, are lent.
+/// Owns     Nothing. List and log sink are lent.
 class CStreamRegistry {
  public:
   using TStreamInfo = MCE::CProvider::TStreamInfo;
 
-  CStreamRegistry(MCE::CStreamList& oStreams, MCE::CProviderBase& oEngine)
-      : m_oStreams(oStreams), m_oEngine(oEngine) {}
+  CStreamRegistry(MCE::CStreamList& oStreams, const MCE::CLogSink& oLog)
+      : m_oStreams(oStreams), m_oLog(oLog) {}
 
   const MCE::CStreamList& GetList() const { return m_oStreams; }
 
@@ -38,7 +39,7 @@ class CStreamRegistry {
 
  private:
   MCE::CStreamList& m_oStreams;
-  MCE::CProviderBase& m_oEngine;
+  const MCE::CLogSink& m_oLog;
 };
 
 }  // namespace TALVEK::MCV

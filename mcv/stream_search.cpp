@@ -22,7 +22,7 @@ void CStreamSearch::ProcessFileNames(const TFileInfo& tFile, TStreamInfo& tStrea
       continue;
     }
     const bool bMoved = MoveBelow(tStream, nProposedParent, tFile);
-    if (SetStreamCreationTime(tStream, tFile, tTag, m_oStreams, m_oEngine) || bMoved)
+    if (SetStreamCreationTime(tStream, tFile, tTag, m_oStreams, m_oLog) || bMoved)
       m_oStreams.UpdateStream(tStream);
   }
 }
@@ -39,8 +39,8 @@ void CStreamSearch::CreateStreamForTag(TStreamInfo& tStream, const TFileInfo& tF
   tStream.nParentID = nParentID;
   tStream.strName = tTag.strName;
   tStream.oProps.SetProperty(MCE::STREAM_IS_TAG, tTag.bIsBranch ? 0U : 1U);
-  SetStreamCreationTime(tStream, tFile, tTag, m_oStreams, m_oEngine);
-  if (m_oEngine.GetBooleanProperty(L"CreateBranches")) m_oStreams.AddStream(tStream);
+  SetStreamCreationTime(tStream, tFile, tTag, m_oStreams, m_oLog);
+  if (m_oProperties.GetBooleanProperty(L"CreateBranches")) m_oStreams.AddStream(tStream);
 }
 
 // A parent is only ever moved deeper. Below the trunk any proposal is taken at once, which can build circles;
@@ -62,7 +62,7 @@ bool CStreamSearch::MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent
       return true;
     }
     if (tAbove.nID == tStream.nID) {
-      m_oEngine.WriteLog(
+      m_oLog.WriteLog(
           L"Unable to set use stream hierarchy proposed by file '%s'. This will create an infinite loop!",
           tFile.oPath.GeneratePath().c_str());
       return false;

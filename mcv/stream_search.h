@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mce/import_log.h"
 #include "mce/provider_base.h"
 #include "mcv/file_enum.h"
 #include "mcv/stream_registry.h"
@@ -12,14 +13,16 @@ namespace TALVEK::MCV {
 /// Shape    Files in the order of the log, with one working record for all of them: a name seen for the first
 ///          time starts from whatever the record holds, so a new stream inherits the times of the stream that
 ///          came before.
-/// Owns     Nothing. The registry, and the engine for its properties and log, are lent.
+/// Owns     Nothing. Registry, properties and log sink are lent.
 class CStreamSearch {
  public:
   using TStreamInfo = MCE::CProvider::TStreamInfo;
 
   /// With `bNested` a branch that sprouts from a branch hangs below that one, else all hang below the trunk.
-  CStreamSearch(CStreamRegistry& oStreams, MCE::CProviderBase& oEngine, bool bNested)
-      : m_oStreams(oStreams), m_oEngine(oEngine), m_bNested(bNested) {}
+  /// Whether branches are made at all is read from the property "CreateBranches" for each of them.
+  CStreamSearch(CStreamRegistry& oStreams, const MCE::CProviderBase& oProperties, const MCE::CLogSink& oLog,
+                bool bNested)
+      : m_oStreams(oStreams), m_oProperties(oProperties), m_oLog(oLog), m_bNested(bNested) {}
 
   /// Takes one file's names. `tStream` is the working record.
   void ProcessFileNames(const TFileInfo& tFile, TStreamInfo& tStream);
@@ -31,7 +34,8 @@ class CStreamSearch {
   bool MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, const TFileInfo& tFile);
 
   CStreamRegistry& m_oStreams;
-  MCE::CProviderBase& m_oEngine;
+  const MCE::CProviderBase& m_oProperties;
+  const MCE::CLogSink& m_oLog;
   bool m_bNested;
 };
 

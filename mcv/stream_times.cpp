@@ -34,7 +34,7 @@ std::uint32_t GetStreamMaxCreationTime(const TTagInfo& tTag, const TFileInfo& tF
 }
 
 bool SetStreamCreationTime(MCE::CProvider::TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag,
-                           const CStreamRegistry& oStreams, MCE::CProviderBase& oEngine) {
+                           const CStreamRegistry& oStreams, const MCE::CLogSink& oLog) {
   std::uint32_t nCreated = tStream.oProps.GetNumber(MCE::STREAM_CREATED, 0);
   std::uint32_t nBound = tStream.oProps.GetNumber(MCE::STREAM_MAX_CREATED, 0);
   bool bChanged = false;
@@ -58,7 +58,7 @@ bool SetStreamCreationTime(MCE::CProvider::TStreamInfo& tStream, const TFileInfo
     }
   }
   if (nBound != 0 && nFileMin >= nBound) {
-    oEngine.WriteLog(
+    oLog.WriteLog(
         L"Ignoring file '%s' tag '%s' for establishing branch creation time. "
         L"The branch is inconsistent with other branches.",
         tFile.oPath.GeneratePath().c_str(), tTag.strName.GetText().c_str());

@@ -2,7 +2,8 @@
 
 #include <cstdint>
 
-#include "mce/provider_base.h"
+#include "mce/import_log.h"
+#include "mce/provider.h"
 #include "mcv/file_enum.h"
 #include "mcv/stream_registry.h"
 
@@ -18,8 +19,8 @@ std::uint32_t GetStreamCreationTime(const TTagInfo& tTag, const TFileInfo& tFile
 std::uint32_t GetStreamMaxCreationTime(const TTagInfo& tTag, const TFileInfo& tFile);
 
 /// Narrows the stream's range with this file's evidence; true when it wrote to the record. Evidence that
-/// contradicts what other files have shown is logged and dropped. The engine is lent for its log.
+/// contradicts what other files have shown is logged and dropped.
 bool SetStreamCreationTime(MCE::CProvider::TStreamInfo& tStream, const TFileInfo& tFile, const TTagInfo& tTag,
-                           const CStreamRegistry& oStreams, MCE::CProviderBase& oEngine);
+                           const CStreamRegistry& oStreams, const MCE::CLogSink& oLog);
 
 }  // namespace TALVEK::MCV

@@ -36,8 +36,10 @@ class ClientTest : public ::testing::Test {
   CTempFolder m_oFolder;
   CFakeCvs m_oCvs{m_oFolder.Path()};
   std::ofstream m_oLogFile{m_oFolder / "log"};
+  bool m_bLogOpen = true;
   MCE::CLogSink m_oLog{
-      [this](const VCM::CString& strText) { m_oLogFile << VCM::ToUtf8(strText) << std::endl; }};
+      [this](const VCM::CString& strText) { m_oLogFile << VCM::ToUtf8(strText) << std::endl; },
+      [this] { return m_bLogOpen; }};
   CLIENT::CCvsClient m_oClient{m_oLog};
 };
 

@@ -204,6 +204,14 @@ TEST_F(CvsClientTest, NoErrorLineIsLostToItsEncoding) {
   EXPECT_EQ(Log(), "Performing command FAKE\n    ** first\n    ** J\xC3\xB6rg\n    ** last\n");
 }
 
+TEST_F(CvsClientTest, ClosedLogTakesNothingAndTheCommandRunsAllTheSame) {
+  m_bLogOpen = false;
+  FakeCvs("record; echo error >&2");
+  EXPECT_TRUE(Execute());
+  EXPECT_EQ(Log(), "");
+  EXPECT_NE(Calls(), "");
+}
+
 TEST_F(CvsClientTest, EndlessErrorLineIsLoggedInPieces) {
   FakeCvs("head -c 3000000 /dev/zero | tr '\\0' x >&2");
   EXPECT_TRUE(Execute());
