@@ -161,10 +161,11 @@ CStatus CIteratorBase::CImpl::GetLTE(void* const* papFields, TFieldSet nWanted) 
   oKey.AppendHighest(m_poSchema->GetSuffixSize(m_nIndex));
   CStatus oFound = MoveTo(oKey);
   if (oFound.HasFailed()) return oFound;
-  if (!oFound)
+  if (!oFound) {
     oFound = Move(MDB_LAST);
-  else if (m_strEntry != oKey.View())
+  } else if (m_strEntry != oKey.View()) {
     oFound = Move(MDB_PREV);
+  }
   return oFound ? Take(papFields, nWanted) : oFound;
 }
 
@@ -172,10 +173,11 @@ CStatus CIteratorBase::CImpl::GetNext(void* const* papFields, TFieldSet nWanted)
   if (CStatus oReady = MakeReady(); !oReady) return oReady;
   if (m_oPlace.GetSize() == 0) return CStatus::Absent();
   CStatus oFound;
-  if (!m_bCursorAtPlace || m_nWritesAtPlace != m_poTable->nWrites)
+  if (!m_bCursorAtPlace || m_nWritesAtPlace != m_poTable->nWrites) {
     oFound = MoveTo(m_oPlace);
-  else
+  } else {
     m_strEntry = m_oPlace.View();
+  }
   // The row that the cursor was placed on may have moved to another key, and then its old place is empty.
   if (oFound && m_strEntry == m_oPlace.View()) oFound = Move(MDB_NEXT);
   return oFound ? Take(papFields, nWanted) : oFound;

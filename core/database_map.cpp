@@ -47,6 +47,7 @@ CStoreMap::CStoreMap(int nDescriptor, std::size_t nBytes) {
     unsigned long nInode = 0;
     if (std::sscanf(szLine, "%lx-%lx %*s %*x %*x:%*x %lu", &nStart, &nEnd, &nInode) != 3) continue;
     if (nInode != tStat.st_ino || nEnd - nStart != nBytes) continue;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel gives addresses as numbers.
     m_pStart = reinterpret_cast<void*>(nStart);
     m_nBytes = nBytes;
   }

@@ -108,7 +108,7 @@ int OutputLoss(int nStdOutput, int nStdError, int nResult) {
 
 /// A stream over the beginning of the file and a line behind it. In memory: there is no room on the disk.
 std::unique_ptr<wxInputStream> ReadWithLine(const CDescriptor& oFile, const std::string& strLine) {
-  constexpr std::size_t MOST_BYTES = 32 * 1024;
+  constexpr std::size_t MOST_BYTES = std::size_t{32} * 1024;
   std::string strText(MOST_BYTES, '\0');
   const ssize_t nRead = ::pread(oFile.Get(), strText.data(), strText.size(), 0);
   strText.resize(static_cast<std::size_t>(std::max<ssize_t>(nRead, 0)));

@@ -49,7 +49,7 @@ SESSION::TCheckout MakeCheckout(const std::string& strRoot, const std::string& s
   return *tCheckout;
 }
 
-TOutcome ReadOutcome(SESSION::IByteSource& oSource, const SESSION::TCheckout& tCheckout, std::size_t nBytes) {
+TOutcome ReadOutcome(SESSION::CByteSource& oSource, const SESSION::TCheckout& tCheckout, std::size_t nBytes) {
   TOutcome tOutcome;
   const auto Take = [&](std::string_view strBytes) { tOutcome.strContent += strBytes; };
   SESSION::CReplyReader oReader(oSource);

@@ -11,7 +11,7 @@
 namespace TALVEK::FUZZ {
 
 /// Gives a text in pieces of at most some size, and then breaks.
-class CPieceSource : public SESSION::IByteSource {
+class CPieceSource : public SESSION::CByteSource {
  public:
   CPieceSource(std::string_view strText, std::size_t nPiece) : m_strRest(strText), m_nPiece(nPiece) {}
   std::string Read() override;
@@ -32,7 +32,7 @@ struct TOutcome {
 SESSION::TCheckout MakeCheckout(const std::string& strRoot, const std::string& strFile = "mod/src/a.c");
 
 /// Reads a reply to it, and checks what holds for every reply of `nBytes` bytes.
-TOutcome ReadOutcome(SESSION::IByteSource& oSource, const SESSION::TCheckout& tCheckout, std::size_t nBytes);
+TOutcome ReadOutcome(SESSION::CByteSource& oSource, const SESSION::TCheckout& tCheckout, std::size_t nBytes);
 
 /// One text for each different outcome.
 std::string TextOf(const TOutcome& tOutcome);

@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 namespace TALVEK::HOST {
 namespace {
 
-constexpr std::size_t BUFFER_BYTES = 64 * 1024;
+constexpr std::size_t BUFFER_BYTES = std::size_t{64} * 1024;
 
 [[noreturn]] void ThrowUnwritable(const fs::path& oFile, const char* pszReason) {
   throw EHostError(STATUS_FAILED, "can't write to '" + ShowBytes(oFile.string()) + "': " + pszReason,

@@ -172,8 +172,8 @@ std::string CChangeFiles::Lose(const std::string& strShownPath, const std::strin
   // A client that the stop signal ended brings no file, but that is no loss.
   ThrowIfStopped();
   m_tParts.oWork.RequireRoom();
-  const std::string strText = "stream " + ShowQuoted(m_strStream) + ", file " + strShownPath + ", " +
-                              ShowTime(m_nChangeTime) + ": " + strReason;
+  std::string strText = "stream " + ShowQuoted(m_strStream) + ", file " + strShownPath + ", " +
+                        ShowTime(m_nChangeTime) + ": " + strReason;
   m_tParts.oReport.Loss(strText);
   return strText;
 }

@@ -22,7 +22,7 @@ void CGitImport::EndChange(const MCE::CProvider::TChangeInfo& tChange) {
 
 std::string CGitImport::Identity(const VCM::CString& strUser) {
   const std::string strBytes = VCM::ToBytes(strUser);
-  const std::string strIdentity = GitIdentity(strBytes);
+  std::string strIdentity = GitIdentity(strBytes);
   if (strIdentity != strBytes && m_astrChangedUsers.insert(strUser).second) {
     m_oReport.Changed("user " + ShowQuoted(strUser) + " is called '" + ShowBytes(strIdentity) +
                       "': Git refuses the name");

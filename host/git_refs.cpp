@@ -73,7 +73,7 @@ std::string CGitRefs::NewTag(const TStream& tStream) {
 
 std::string CGitRefs::Assign(CRefNames& oNames, const CRefNames& oOthers, const VCM::CString& strName) {
   const std::string strBytes = VCM::ToBytes(strName);
-  const std::string strAssigned = oNames.Assign(strBytes, &oOthers);
+  std::string strAssigned = oNames.Assign(strBytes, &oOthers);
   if (strAssigned != strBytes) {
     m_oReport.Renamed(ShowText(strName), strAssigned,
                       HasMeaningInGit(strBytes) ? "Git takes its name for something else"

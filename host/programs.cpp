@@ -57,7 +57,7 @@ std::string FindProgram(const VCM::CString& strProgram) {
   std::istringstream oFolders(pszPath ? pszPath : "/bin:/usr/bin");
   std::string strFolder;
   while (std::getline(oFolders, strFolder, ':')) {
-    const std::string strFile = (strFolder.empty() ? "." : strFolder) + '/' + strName;
+    std::string strFile = (strFolder.empty() ? "." : strFolder) + '/' + strName;
     if (IsRunnable(strFile)) return strFile;
   }
   return "";

@@ -54,7 +54,7 @@ std::string CSpoolFile::Read(std::size_t nSize) {
 }
 
 void CSpoolFile::Copy(std::uint64_t nOffset, std::uint64_t nSize, CByteSink& oSink) {
-  constexpr std::uint64_t BLOCK_BYTES = 64 * 1024;
+  constexpr std::uint64_t BLOCK_BYTES = std::uint64_t{64} * 1024;
   Seek(nOffset);
   while (nSize > 0) {
     const std::uint64_t nBlock = std::min(nSize, BLOCK_BYTES);

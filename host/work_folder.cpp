@@ -90,8 +90,7 @@ void CWorkFolder::RequireRoom() const {
 }
 
 CStreamFolder CWorkFolder::MakeStreamFolder(std::uint32_t nStreamID, const std::string& strName) const {
-  const CStreamFolder oFolder(m_oPath /
-                              (IsCleanPath(strName) ? strName : "stream-" + std::to_string(nStreamID)));
+  CStreamFolder oFolder(m_oPath / (IsCleanPath(strName) ? strName : "stream-" + std::to_string(nStreamID)));
   oFolder.Make();
   return oFolder;
 }

@@ -51,7 +51,7 @@ CStatus CChangeGrouping::AddItem(const TImportRows& tRows, const TFileRevision& 
   std::uint32_t nItemTime = tRevision.nTime;
   CStatus oChange = FindChange(tRows, tRevision, tWindow);
   if (oChange) {
-    const CStatus oFormer = FindItem(tRows, tRows.tChange.nID, tRevision.oPath);
+    CStatus oFormer = FindItem(tRows, tRows.tChange.nID, tRevision.oPath);
     if (oFormer.HasFailed()) return oFormer;
     if (oFormer) {
       const std::uint32_t nChangeTime = std::max(nItemTime, tRows.tChange.nTime);

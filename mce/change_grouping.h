@@ -70,9 +70,9 @@ class CChangeGrouping {
   VCM::CStatus Load(const TImportRows& tRows);
 
   /// For tests only, with nothing added yet: a hash that many texts share.
-  void SetHash(CChangeGroups::THash pfnHash) {
-    m_oGroups.SetHash(pfnHash);
-    m_oFiles.SetHash(pfnHash);
+  void SetHash(CChangeGroups::THash fnHash) {
+    m_oGroups.SetHash(fnHash);
+    m_oFiles.SetHash(fnHash);
   }
 
   /// Appends those sentences of `strAddition` that don't occur in `strComment` yet, a line each.

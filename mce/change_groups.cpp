@@ -83,7 +83,7 @@ std::size_t CChangeGroups::MakeKey(std::uint32_t nStreamID, std::wstring_view st
   m_strFolded += strUser;
   m_strFolded += strComment;
   std::transform(m_strFolded.begin() + 2, m_strFolded.end(), m_strFolded.begin() + 2, VCM::ToLower);
-  return m_pfnHash(m_strFolded);
+  return m_fnHash(m_strFolded);
 }
 
 bool CChangeGroups::IsBefore(std::uint32_t nLeft, std::uint32_t nRight) const {

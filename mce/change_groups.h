@@ -64,7 +64,7 @@ class CChangeGroups {
 
   using THash = std::size_t (*)(std::wstring_view strText);
   /// For tests only, with nothing added yet: a hash that many texts share.
-  void SetHash(THash pfnHash) { m_pfnHash = pfnHash; }
+  void SetHash(THash fnHash) { m_fnHash = fnHash; }
 
  private:
   struct TNode {
@@ -88,7 +88,7 @@ class CChangeGroups {
   std::pmr::unordered_map<std::size_t, std::uint32_t> m_anRoots{&m_oMemory};  // by hash; nodes never move
   std::vector<TNode> m_atNodes;  // by ID of the change; 0 stands for no node
   std::wstring m_strFolded;
-  THash m_pfnHash = [](std::wstring_view strText) { return std::hash<std::wstring_view>()(strText); };
+  THash m_fnHash = [](std::wstring_view strText) { return std::hash<std::wstring_view>()(strText); };
 };
 
 }  // namespace TALVEK::MCE

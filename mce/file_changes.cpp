@@ -12,21 +12,21 @@ constexpr std::size_t MANY_BUCKETS = 1024;
 
 void CFileChanges::Select(const VCM::CFilePath& oPath) {
   if (m_bSelected && oPath == m_oSelected) return;
-  if (m_bSelected && m_panItems == &m_anNew) MoveToList();
-  const std::size_t nHash = m_pfnHash(oPath.GetItems());
+  if (m_bSelected && m_pItems == &m_anNew) MoveToList();
+  const std::size_t nHash = m_fnHash(oPath.GetItems());
   m_bSelected = true;
   m_oSelected = oPath;
   m_nSelected = nHash;
   const auto [itFile, bNew] = m_atFiles.try_emplace(nHash);
   if (bNew) {
-    m_panItems = &m_anNew;
+    m_pItems = &m_anNew;
     return;
   }
   const auto [itItems, bReturnsNow] = m_atReturned.try_emplace(nHash);
-  m_panItems = &itItems->second;
+  m_pItems = &itItems->second;
   if (!bReturnsNow) return;
   for (std::size_t i = itFile->second.nBegin; i < itFile->second.nEnd; ++i)
-    m_panItems->insert(m_anList[i]);
+    m_pItems->insert(m_anList[i]);
 }
 
 void CFileChanges::MoveToList() {
@@ -40,13 +40,13 @@ void CFileChanges::MoveToList() {
 }
 
 void CFileChanges::Add(std::uint32_t nChange, std::uint32_t nItem) {
-  const auto [it, bNew] = m_panItems->try_emplace(nChange, nItem);
+  const auto [it, bNew] = m_pItems->try_emplace(nChange, nItem);
   if (!bNew && nItem < it->second) it->second = nItem;
 }
 
 const std::uint32_t* CFileChanges::Find(std::uint32_t nChange) const {
-  const auto it = m_panItems->find(nChange);
-  return it == m_panItems->end() ? nullptr : &it->second;
+  const auto it = m_pItems->find(nChange);
+  return it == m_pItems->end() ? nullptr : &it->second;
 }
 
 void CFileChanges::Clear() {
@@ -54,7 +54,7 @@ void CFileChanges::Clear() {
   m_atReturned.clear();
   m_anList.clear();
   m_anNew.clear();
-  m_panItems = &m_anNew;
+  m_pItems = &m_anNew;
   m_bSelected = false;
 }
 

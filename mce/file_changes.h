@@ -37,7 +37,7 @@ class CFileChanges {
 
   using THash = std::size_t (*)(std::wstring_view strText);
   /// For tests only, with nothing added yet: a hash that many paths share.
-  void SetHash(THash pfnHash) { m_pfnHash = pfnHash; }
+  void SetHash(THash fnHash) { m_fnHash = fnHash; }
 
  private:
   using TItems = std::pmr::unordered_map<std::uint32_t, std::uint32_t>;  // lowest item number, by change
@@ -57,9 +57,9 @@ class CFileChanges {
   VCM::CFilePath m_oSelected;
   std::size_t m_nSelected = 0;  // its hash
   bool m_bSelected = false;
-  THash m_pfnHash = [](std::wstring_view strText) { return std::hash<std::wstring_view>()(strText); };
-  TItems m_anNew{&m_oMemory};     // of the selected file when it comes for the first time
-  TItems* m_panItems = &m_anNew;  // of the selected file
+  THash m_fnHash = [](std::wstring_view strText) { return std::hash<std::wstring_view>()(strText); };
+  TItems m_anNew{&m_oMemory};   // of the selected file when it comes for the first time
+  TItems* m_pItems = &m_anNew;  // of the selected file
 };
 
 }  // namespace TALVEK::MCE

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "core/array.h"
 #include "core/connection.h"
@@ -160,7 +161,9 @@ class CProvider {
   const VCM::CString& GetDescription() const { return m_strDescription; }
 
   /// The host's repository view; the host sets it before LogToConnection.
-  void SetRepositoryView(VRW::TObjectInvokeRef<VRO::CReposView> oReposView) { m_oReposView = oReposView; }
+  void SetRepositoryView(VRW::TObjectInvokeRef<VRO::CReposView> oReposView) {
+    m_oReposView = std::move(oReposView);
+  }
 
  protected:
   CProvider() = default;

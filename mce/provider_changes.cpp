@@ -21,10 +21,12 @@ unsigned int CProviderBase::AddChange(unsigned int nProviderID, unsigned int nSt
   return m_tChange.nID;
 }
 
-bool CProviderBase::AddChangeItem(const TStreamInfo& tStream, const VCM::CString& strUser,
-                                  TChangeItemType nType, const VCM::CFilePath& oPath, long nTime,
-                                  const VCM::CString& strComment, int nRevision, TCVSRevision oCVSRevision,
-                                  bool bMatchComment, long nEndTime) {
+bool CProviderBase::AddChangeItem(
+    const TStreamInfo& tStream, const VCM::CString& strUser, TChangeItemType nType,
+    const VCM::CFilePath& oPath, long nTime,
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): providers are written against it.
+    const VCM::CString& strComment, int nRevision, TCVSRevision oCVSRevision, bool bMatchComment,
+    long nEndTime) {
   if (!m_poChangeIterator && !PrepareForChanges(false)) return false;
   return NoteFailure(m_oGrouping.AddItem(
       Rows(), {tStream.nID, strUser, nType, oPath, static_cast<std::uint32_t>(nTime), strComment, nRevision,

@@ -44,14 +44,14 @@ bool CEntries::ParseLine(std::string_view strLine) {
 }
 
 bool CEntries::Parse(std::string_view strEntries, std::string_view strLog) {
-  const auto ParseLogLine = [this](std::string_view strLine) {
+  const auto fnParseLogLine = [this](std::string_view strLine) {
     if (strLine.starts_with("A ")) return ParseLine(strLine.substr(2));
     if (!strLine.starts_with("R ") || !IsWellFormed(strLine.substr(2))) return false;
     Remove(strLine.substr(2));
     return true;
   };
   return ForEachLine(strEntries, [this](std::string_view strLine) { return ParseLine(strLine); }) &&
-         ForEachLine(strLog, ParseLogLine);
+         ForEachLine(strLog, fnParseLogLine);
 }
 
 bool CEntries::HasFolder(std::string_view strName) const {

@@ -8,9 +8,9 @@
 namespace TALVEK::SESSION {
 
 /// Where a reply comes from.
-class IByteSource {
+class CByteSource {
  public:
-  virtual ~IByteSource() = default;
+  virtual ~CByteSource() = default;
   /// The next bytes, one at least. Throws EBrokenConnection at the end, EFailure when none come in time.
   virtual std::string Read() = 0;
 };
@@ -19,7 +19,7 @@ class IByteSource {
 /// can't fill the memory by never ending one.
 class CReplyReader {
  public:
-  explicit CReplyReader(IByteSource& oSource) : m_oSource(oSource) {}
+  explicit CReplyReader(CByteSource& oSource) : m_oSource(oSource) {}
 
   /// The next line, without its end. Throws EFailure for one that is too long or holds a NUL.
   std::string ReadLine();
@@ -27,7 +27,7 @@ class CReplyReader {
   void ReadBytes(std::uint64_t nBytes, const std::function<void(std::string_view)>& fnTake);
 
  private:
-  IByteSource& m_oSource;
+  CByteSource& m_oSource;
   std::string m_strPending;
   std::size_t m_nUsed = 0;
 };

@@ -32,7 +32,7 @@ std::string FindOnPath() {
   for (;;) {
     const std::size_t nColon = strRest.find(':');
     const std::string strFolder = strRest.substr(0, nColon);
-    const std::string strProgram = strFolder.empty() ? "./cvs" : strFolder + "/cvs";
+    std::string strProgram = strFolder.empty() ? "./cvs" : strFolder + "/cvs";
     if (::access(strProgram.c_str(), X_OK) == 0 && !IsThisProgram(strProgram)) return strProgram;
     if (nColon == std::string::npos) return "cvs";
     strRest.erase(0, nColon + 1);

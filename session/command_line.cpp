@@ -23,9 +23,9 @@ constexpr const char* CHECKOUT_OPTIONS = "+r:d:";
 template <class TTake>
 std::optional<std::size_t> ReadOptions(CWords astrWords, const char* pszOptions, const TTake& fnTake) {
   std::vector<char*> apszWords;
+  // getopt only moves the words about, and "+" keeps it from that too.
   for (const std::string& strWord : astrWords)
-    apszWords.push_back(
-        const_cast<char*>(strWord.c_str()));  // which getopt only moves about, and "+" not even that
+    apszWords.push_back(const_cast<char*>(strWord.c_str()));
   apszWords.push_back(nullptr);
   ::opterr = 0;
   ::optind = 0;  // 0, and not 1, makes the GNU library forget the words before
@@ -71,10 +71,10 @@ bool SetGlobalOption(int nLetter, const char* pszArgument, TCheckout& tCheckout)
 }
 
 std::optional<std::size_t> SetGlobalOptions(CWords astrWords, TCheckout& tCheckout) {
-  const auto Set = [&tCheckout](int nLetter, const char* pszArgument) {
+  const auto fnSet = [&tCheckout](int nLetter, const char* pszArgument) {
     return SetGlobalOption(nLetter, pszArgument, tCheckout);
   };
-  return ReadOptions(astrWords, GLOBAL_OPTIONS, Set);
+  return ReadOptions(astrWords, GLOBAL_OPTIONS, fnSet);
 }
 
 bool IsCheckout(const std::string& strCommand) {
@@ -89,13 +89,13 @@ bool IsRevision(std::string_view strText) {
 
 /// "checkout -r REVISION -d FOLDER FILE", each exactly once.
 void SetCheckout(CWords astrWords, TCheckout& tCheckout) {
-  const auto Set = [&tCheckout](int nLetter, const char* pszArgument) {
+  const auto fnSet = [&tCheckout](int nLetter, const char* pszArgument) {
     std::string& strValue = nLetter == 'r' ? tCheckout.strRevision : tCheckout.strFolder;
     const bool bFirst = strValue.empty();
     strValue = pszArgument;
     return bFirst;
   };
-  const std::optional<std::size_t> nFile = ReadOptions(astrWords, CHECKOUT_OPTIONS, Set);
+  const std::optional<std::size_t> nFile = ReadOptions(astrWords, CHECKOUT_OPTIONS, fnSet);
   if (!nFile || *nFile + 1 != astrWords.size() || !IsRevision(tCheckout.strRevision) ||
       tCheckout.strFolder.empty())
     throw EHandOver(HAND_OVER_KIND);
@@ -146,8 +146,8 @@ bool IsPlainPath(std::string_view strPath) {
 }
 
 bool IsAdminInOtherCase(std::string_view strName) {
-  const auto Same = [](char chOne, char chOther) { return (chOne | 0x20) == (chOther | 0x20); };
-  return strName != ADMIN && std::equal(strName.begin(), strName.end(), ADMIN.begin(), ADMIN.end(), Same);
+  const auto fnSame = [](char chOne, char chOther) { return (chOne | 0x20) == (chOther | 0x20); };
+  return strName != ADMIN && std::equal(strName.begin(), strName.end(), ADMIN.begin(), ADMIN.end(), fnSame);
 }
 
 bool HasAdminInOtherCase(std::string_view strPath) {
@@ -169,11 +169,11 @@ std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrAr
   astrWords.insert(astrWords.end(), astrArguments.begin(), astrArguments.end());
   // Wherever it stands among the global options, -f keeps the client from reading ~/.cvsrc.
   bool bWithoutCvsrc = false;
-  const auto NoteF = [&bWithoutCvsrc](int nLetter, const char*) {
+  const auto fnNoteF = [&bWithoutCvsrc](int nLetter, const char*) {
     bWithoutCvsrc = bWithoutCvsrc || nLetter == 'f';
     return true;
   };
-  const std::optional<std::size_t> nCommand = ReadOptions(astrWords, GLOBAL_OPTIONS, NoteF);
+  const std::optional<std::size_t> nCommand = ReadOptions(astrWords, GLOBAL_OPTIONS, fnNoteF);
   if (!nCommand || *nCommand == astrWords.size() || !IsCheckout(astrWords[*nCommand])) return std::nullopt;
   TCheckout tCheckout;
   if (!bWithoutCvsrc) ApplyCvsrc(strCvsrc, tCheckout);

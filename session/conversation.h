@@ -12,7 +12,7 @@ namespace TALVEK::SESSION {
 
 /// One command's exchange with the session. Throws EBrokenConnection when the session or its server goes
 /// away, EFailure when neither sends anything before the time-out.
-class CConversation : public IByteSource {
+class CConversation : public CByteSource {
  public:
   CConversation(const TCheckout& tCheckout, const TCaller& tCaller);
 

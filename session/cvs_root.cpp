@@ -105,9 +105,9 @@ bool ParseInto(std::string_view strText, TRoot& tRoot) {
 }
 
 bool IsSamePlace(const TRoot& tOne, const TRoot& tOther, unsigned nDefaultPort) {
-  const auto Port = [nDefaultPort](const TRoot& tRoot) { return tRoot.nPort ? tRoot.nPort : nDefaultPort; };
+  const auto fnPort = [nDefaultPort](const TRoot& tRoot) { return tRoot.nPort ? tRoot.nPort : nDefaultPort; };
   return tOne.nMethod == tOther.nMethod && tOne.strUser == tOther.strUser && tOne.strHost == tOther.strHost &&
-         tOne.strFolder == tOther.strFolder && Port(tOne) == Port(tOther);
+         tOne.strFolder == tOther.strFolder && fnPort(tOne) == fnPort(tOther);
 }
 
 }  // namespace

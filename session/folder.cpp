@@ -93,9 +93,9 @@ bool CFolder::TellsCaseApart() const {
 
 std::vector<std::string> CFolder::Names() const {
   std::vector<std::string> astrNames;
-  const auto Close = [](DIR* poFolder) { ::closedir(poFolder); };
-  const std::unique_ptr<DIR, decltype(Close)> poFolder(
-      ::fdopendir(OpenFolderAt(m_oDescriptor.Get(), ".").Release()), Close);
+  const auto fnClose = [](DIR* poFolder) { ::closedir(poFolder); };
+  const std::unique_ptr<DIR, decltype(fnClose)> poFolder(
+      ::fdopendir(OpenFolderAt(m_oDescriptor.Get(), ".").Release()), fnClose);
   if (!poFolder) Fail("read", "a folder");
   while (const dirent* ptEntry = ::readdir(poFolder.get())) {
     const std::string strName = ptEntry->d_name;

@@ -24,20 +24,20 @@ std::optional<std::time_t> ParseMailDate(std::string_view strText) {
     return std::nullopt;
   tDate.tm_mon = static_cast<int>(nMonth / 3);
   tDate.tm_year -= 1900;
-  const std::time_t nOffset = (nZone / 100 * 60 + nZone % 100) * 60;
+  const std::time_t nOffset = std::time_t{60} * (nZone / 100 * 60 + nZone % 100);
   return ::timegm(&tDate) - (chSign == '-' ? -nOffset : nOffset);
 }
 
 std::string EntryTime(std::time_t nTime) {
   std::tm tDate{};
   ::gmtime_r(&nTime, &tDate);
-  const auto Name = [](std::string_view strNames, int nIndex) {
+  const auto fnName = [](std::string_view strNames, int nIndex) {
     return std::string(strNames.substr(static_cast<std::size_t>(nIndex) * 3, 3));
   };
   char szText[64];
-  std::snprintf(szText, sizeof szText, "%s %s %2d %02d:%02d:%02d %d", Name(DAYS, tDate.tm_wday).c_str(),
-                Name(MONTHS, tDate.tm_mon).c_str(), tDate.tm_mday, tDate.tm_hour, tDate.tm_min, tDate.tm_sec,
-                tDate.tm_year + 1900);
+  std::snprintf(szText, sizeof szText, "%s %s %2d %02d:%02d:%02d %d", fnName(DAYS, tDate.tm_wday).c_str(),
+                fnName(MONTHS, tDate.tm_mon).c_str(), tDate.tm_mday, tDate.tm_hour, tDate.tm_min,
+                tDate.tm_sec, tDate.tm_year + 1900);
   return szText;
 }
 

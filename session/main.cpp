@@ -40,9 +40,9 @@ std::optional<TCheckout> ReadCommandLine(char** ppszArguments) {
 std::unique_ptr<CStagedFile> TakeReply(CConversation& oConversation, const TCheckout& tCheckout,
                                        const CWorkingFolder& oFolder, TReply& tReply) {
   std::unique_ptr<CStagedFile> poFile = oFolder.Stage();
-  const auto Take = [&poFile](std::string_view strBytes) { poFile->Write(strBytes); };
+  const auto fnTake = [&poFile](std::string_view strBytes) { poFile->Write(strBytes); };
   CReplyReader oReader(oConversation);
-  ReadReply(oReader, tCheckout, oFolder.Repository(), Take, tReply);
+  ReadReply(oReader, tCheckout, oFolder.Repository(), fnTake, tReply);
   return poFile;
 }
 

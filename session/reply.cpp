@@ -118,12 +118,13 @@ class CReply {
   /// that names a folder outside, or the client's own, is not to be trusted, neither here nor by the client.
   std::string CheckedFolder(std::string_view strText) {
     if (strText == "./") return ".";
-    const std::string strFolder(strText.substr(0, strText.find_last_not_of('/') + 1));
+    std::string strFolder(strText.substr(0, strText.find_last_not_of('/') + 1));
     const bool bClean = strText == strFolder + "/" && IsPlainPath(strFolder) &&
                         (IsOnTheWay(strFolder) || !HasAdminInOtherCase(strFolder));
-    if (!bClean)
+    if (!bClean) {
       throw Aborted("the server names `" + std::string(strText) +
                     "', which is not a folder to check out into");
+    }
     return strFolder;
   }
 

@@ -12,7 +12,7 @@
 namespace TALVEK::SESSION {
 
 /// A connection to a server that has been told the root and the options, and waits for the first command.
-class CServerConnection : public IByteSource {
+class CServerConnection : public CByteSource {
  public:
   /// Connects, logs in, and tells the server the root and the global options. Sets TMPDIR in this process
   /// when the server is to have its temporary files in memory. Throws EFailure with the server's words when

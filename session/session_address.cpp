@@ -45,8 +45,10 @@ std::string SteadyEnvironment() {
   std::vector<std::string_view> astrVariables;
   for (char** ppszVariable = environ; ppszVariable && *ppszVariable; ++ppszVariable) {
     const std::string_view strVariable = *ppszVariable;
-    const auto IsHead = [strVariable](std::string_view strHead) { return strVariable.starts_with(strHead); };
-    if (std::none_of(std::begin(UNSTEADY_VARIABLES), std::end(UNSTEADY_VARIABLES), IsHead))
+    const auto fnIsHead = [strVariable](std::string_view strHead) {
+      return strVariable.starts_with(strHead);
+    };
+    if (std::none_of(std::begin(UNSTEADY_VARIABLES), std::end(UNSTEADY_VARIABLES), fnIsHead))
       astrVariables.push_back(strVariable);
   }
   std::sort(astrVariables.begin(), astrVariables.end());

@@ -59,11 +59,11 @@ mode_t Umask() {
 bool IsPlainEntry(const std::string& strLine) {
   TEntry tEntry;
   if (!ParseEntry(strLine, tEntry)) return false;
-  const auto IsNumber = [](std::string_view strText) {
+  const auto fnIsNumber = [](std::string_view strText) {
     return !strText.empty() && strText.find_first_not_of("0123456789.") == std::string_view::npos;
   };
-  return IsNumber(tEntry.strRevision) && tEntry.strRevision != "0" && tEntry.strTag.starts_with('T') &&
-         IsNumber(std::string_view(tEntry.strTag).substr(1)) && !tEntry.strTime.starts_with('+');
+  return fnIsNumber(tEntry.strRevision) && tEntry.strRevision != "0" && tEntry.strTag.starts_with('T') &&
+         fnIsNumber(std::string_view(tEntry.strTag).substr(1)) && !tEntry.strTime.starts_with('+');
 }
 
 void WriteEntries(const CFolder& oAdmin, const CEntries& oEntries) {
@@ -111,9 +111,10 @@ void Ask(const CFolder& oFolder, const std::string& strPath, const CIgnoreList& 
   // Unless Entries lists all sub-folders, a name that isn't there may be a sub-folder that is checked out.
   if (!tQuestions.astrNames.empty() && !oEntries.AreFoldersKnown()) throw EHandOver(HAND_OVER_STRANGERS);
   if (!tQuestions.astrNames.empty()) atQuestions.push_back(std::move(tQuestions));
+  const std::string strPathBelow = strPath + "/";
   for (const std::string& strName : oEntries.Folders()) {
     if (const std::optional<CFolder> oBelow = oFolder.Open(strName))
-      Ask(*oBelow, strPath + "/" + strName, oIgnored, atQuestions);
+      Ask(*oBelow, strPathBelow + strName, oIgnored, atQuestions);
   }
 }
 
@@ -133,13 +134,13 @@ const CFolder& CWorkingFolder::DeepestAbove(std::size_t nLevel) const {
 /// A name on the way, such as "cvs", may mean the client's own folder on this file system. A folder that is
 /// still to be made will treat letter case as the one in which it is made.
 void CWorkingFolder::InspectNames() const {
-  const auto Inspect = [this](const std::string& strName, std::size_t nLevel) {
+  const auto fnInspect = [this](const std::string& strName, std::size_t nLevel) {
     if (IsAdminInOtherCase(strName) && !DeepestAbove(nLevel).TellsCaseApart())
       throw EHandOver(HAND_OVER_CASE);
   };
   for (std::size_t nLevel = 0; nLevel < m_atLevels.size(); ++nLevel)
-    Inspect(m_atLevels[nLevel].strName, nLevel);
-  Inspect(NameOf(m_tCheckout.strFile), m_atLevels.size());
+    fnInspect(m_atLevels[nLevel].strName, nLevel);
+  fnInspect(NameOf(m_tCheckout.strFile), m_atLevels.size());
 }
 
 CWorkingFolder::CWorkingFolder(const TCheckout& tCheckout)
@@ -179,15 +180,15 @@ void CWorkingFolder::InspectLevel(std::size_t nLevel) {
 bool CWorkingFolder::InspectAdmin(TLevel& tLevel, const CFolder& oAdmin) const {
   const std::vector<std::string> astrNames = oAdmin.Names();
   const std::string astrKnown[] = {ENTRIES, ENTRIES_LOG, ENTRIES_STATIC, REPOSITORY, ROOT};
-  const auto Has = [&astrNames](const std::string& strName) {
+  const auto fnHas = [&astrNames](const std::string& strName) {
     return std::find(astrNames.begin(), astrNames.end(), strName) != astrNames.end();
   };
-  const auto IsKnown = [&astrKnown](const std::string& strName) {
+  const auto fnIsKnown = [&astrKnown](const std::string& strName) {
     return std::find(std::begin(astrKnown), std::end(astrKnown), strName) != std::end(astrKnown);
   };
-  if (!std::all_of(astrNames.begin(), astrNames.end(), IsKnown) || !Has(ENTRIES_STATIC)) return false;
+  if (!std::all_of(astrNames.begin(), astrNames.end(), fnIsKnown) || !fnHas(ENTRIES_STATIC)) return false;
   const std::optional<std::string> strEntries = oAdmin.Read(ENTRIES);
-  const std::optional<std::string> strLog = Has(ENTRIES_LOG) ? oAdmin.Read(ENTRIES_LOG) : std::string();
+  const std::optional<std::string> strLog = fnHas(ENTRIES_LOG) ? oAdmin.Read(ENTRIES_LOG) : std::string();
   const std::optional<std::string> strRepository = ReadLineFile(oAdmin, REPOSITORY);
   if (!strEntries || !strLog || !strRepository) return false;
   if (*strRepository != TOP_REPOSITORY && !IsPlainPath(*strRepository)) return false;

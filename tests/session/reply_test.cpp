@@ -8,7 +8,7 @@ namespace TALVEK::SESSION {
 namespace {
 
 /// Gives a text in pieces of one size, and then has nothing more.
-class CTextSource : public IByteSource {
+class CTextSource : public CByteSource {
  public:
   CTextSource(std::string strText, std::size_t nPiece) : m_strText(std::move(strText)), m_nPiece(nPiece) {}
   std::string Read() override {
