@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <string_view>
-#include <unordered_set>
+#include <vector>
 
 #include "core/export.h"
 #include "core/string.h"
@@ -29,7 +30,9 @@ class TALVEK_CORE_API CStringRef {
 
 /// Interned texts: equal texts are stored once.
 ///
-/// Owns     Every text, until the pool is destroyed. Not copyable, because references point into it.
+/// Cost     A hash table of its own, which keeps each text's hash beside it. With std::unordered_set a log of
+///          1.6 million revisions takes 5 % longer to read (8.6 s), and reading is held to a limit.
+/// Owns     Every text, until the pool is destroyed. Not copyable: references point into it.
 class TALVEK_CORE_API CStringPool {
  public:
   CStringPool() = default;
@@ -41,21 +44,19 @@ class TALVEK_CORE_API CStringPool {
   int GetCount() const { return static_cast<int>(m_astrTexts.size()); }
 
  private:
-  // Both take a view, so that a text that is there is found without a copy of it.
-  struct THash {
-    using is_transparent = void;
-    std::size_t operator()(std::wstring_view strText) const;
-    std::size_t operator()(const CString& strText) const { return operator()(strText.View()); }
-  };
-  struct TEqual {
-    using is_transparent = void;
-    bool operator()(std::wstring_view strLeft, const CString& strRight) const {
-      return strLeft == strRight.View();
-    }
-    bool operator()(const CString& strLeft, const CString& strRight) const { return strLeft == strRight; }
+  /// A place of the hash table; empty without a text.
+  struct TSlot {
+    std::size_t nHash = 0;
+    const CString* pText = nullptr;
   };
 
-  std::unordered_set<CString, THash, TEqual> m_astrTexts;  // never moves its elements
+  TSlot& FindSlot(std::wstring_view strText, std::size_t nHash);
+  void Grow();
+
+  std::deque<CString> m_astrTexts;  // a deque never moves its elements
+  // A power of two, at least twice as many as texts. A search mostly ends at the first slot that it looks at,
+  // and looks at no text but an equal one; a chain of nodes would have it wait for memory three times.
+  std::vector<TSlot> m_atSlots;
 };
 
 }  // namespace TALVEK::VCM

@@ -1,6 +1,7 @@
 #include "mce/change_groups.h"
 
 #include <algorithm>
+#include <array>
 #include <tuple>
 #include <utility>
 
@@ -76,14 +77,28 @@ void CChangeGroups::Clear() {
   m_atNodes.clear();
 }
 
-/// Texts that are equal without regard to case give the same key.
+/// Texts that are equal without regard to case give the same key. They are folded piece by piece: a message
+/// can be as long as the log.
 std::size_t CChangeGroups::MakeKey(std::uint32_t nStreamID, std::wstring_view strUser,
-                                   std::wstring_view strComment) {
-  m_strFolded = {static_cast<wchar_t>(nStreamID), static_cast<wchar_t>(strUser.size())};
-  m_strFolded += strUser;
-  m_strFolded += strComment;
-  std::transform(m_strFolded.begin() + 2, m_strFolded.end(), m_strFolded.begin() + 2, VCM::ToLower);
-  return m_fnHash(m_strFolded);
+                                   std::wstring_view strComment) const {
+  std::array<wchar_t, 512> achPiece;
+  std::size_t nLength = 0;
+  const auto fnAdd = [&](wchar_t ch) {
+    if (nLength == achPiece.size()) {
+      const std::size_t nFormer = m_fnHash({achPiece.data(), nLength});
+      achPiece[0] = static_cast<wchar_t>(nFormer);
+      achPiece[1] = static_cast<wchar_t>(nFormer >> 32U);
+      nLength = 2;
+    }
+    achPiece[nLength++] = ch;
+  };
+  fnAdd(static_cast<wchar_t>(nStreamID));
+  fnAdd(static_cast<wchar_t>(strUser.size()));
+  for (const std::wstring_view strText : {strUser, strComment}) {
+    for (const wchar_t ch : strText)
+      fnAdd(VCM::ToLower(ch));
+  }
+  return m_fnHash({achPiece.data(), nLength});
 }
 
 bool CChangeGroups::IsBefore(std::uint32_t nLeft, std::uint32_t nRight) const {

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory_resource>
-#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -75,7 +74,7 @@ class CChangeGroups {
     std::uint32_t* pnRoot = nullptr;  ///< of the group's tree; null: not in a group
   };
 
-  std::size_t MakeKey(std::uint32_t nStreamID, std::wstring_view strUser, std::wstring_view strComment);
+  std::size_t MakeKey(std::uint32_t nStreamID, std::wstring_view strUser, std::wstring_view strComment) const;
   bool IsBefore(std::uint32_t nLeft, std::uint32_t nRight) const;
   void UpdateTree(std::uint32_t nTree);
   void Split(std::uint32_t nTree, std::uint32_t nChange, std::uint32_t& nBefore, std::uint32_t& nRest);
@@ -87,7 +86,6 @@ class CChangeGroups {
   std::pmr::unsynchronized_pool_resource m_oMemory;                           // for the map's nodes
   std::pmr::unordered_map<std::size_t, std::uint32_t> m_anRoots{&m_oMemory};  // by hash; nodes never move
   std::vector<TNode> m_atNodes;  // by ID of the change; 0 stands for no node
-  std::wstring m_strFolded;
   THash m_fnHash = [](std::wstring_view strText) { return std::hash<std::wstring_view>()(strText); };
 };
 

@@ -11,11 +11,10 @@ constexpr std::size_t MANY_BUCKETS = 1024;
 }  // namespace
 
 void CFileChanges::Select(const VCM::CFilePath& oPath) {
-  if (m_bSelected && oPath == m_oSelected) return;
-  if (m_bSelected && m_pItems == &m_anNew) MoveToList();
   const std::size_t nHash = m_fnHash(oPath.GetItems());
+  if (m_bSelected && nHash == m_nSelected) return;
+  if (m_bSelected && m_pItems == &m_anNew) MoveToList();
   m_bSelected = true;
-  m_oSelected = oPath;
   m_nSelected = nHash;
   const auto [itFile, bNew] = m_atFiles.try_emplace(nHash);
   if (bNew) {

@@ -54,8 +54,7 @@ class CFileChanges {
   // The same, for files that have come back.
   std::pmr::unordered_map<std::size_t, TItems> m_atReturned{&m_oMemory};
   std::deque<std::pair<std::uint32_t, std::uint32_t>> m_anList;  // change and item
-  VCM::CFilePath m_oSelected;
-  std::size_t m_nSelected = 0;  // its hash
+  std::size_t m_nSelected = 0;                                   // hash of the selected file's path
   bool m_bSelected = false;
   THash m_fnHash = [](std::wstring_view strText) { return std::hash<std::wstring_view>()(strText); };
   TItems m_anNew{&m_oMemory};   // of the selected file when it comes for the first time
