@@ -156,7 +156,7 @@ TEST_F(FaultsTest, ALinkInTheWayIsLeftToTheClient) {
 TEST_F(FaultsTest, ARefusedLoginIsToldInTheClientsWords) {
   CTempFolder oFolder;
   const std::string strRepository = (oFolder / "repository").string();
-  ShellOutput("cp -r " TALVEK_EXAMPLE_REPOSITORY " " + ShellQuote(strRepository));
+  CopyExampleRepository(strRepository);
   AdmitReader(oFolder.Path(), strRepository);
   const CListener oListener(PasswordServer(strRepository));
   const std::string strPlace = "@127.0.0.1:" + oListener.Port() + strRepository;

@@ -87,6 +87,13 @@ std::vector<TRevision> RevisionsOf(const std::string& strRoot, const std::string
   return atRevisions;
 }
 
+void CopyExampleRepository(const std::string& strTo) {
+  const std::string strTarget = ShellQuote(strTo);
+  ShellOutput(
+      "mkdir " + strTarget + " && cd " TALVEK_EXAMPLE_REPOSITORY " && find . -name '#cvs.*' -prune -o " +
+      "-type d -exec mkdir -p " + strTarget + "/{} ';' -o -exec cp -p --parents {} " + strTarget + " ';'");
+}
+
 std::string TreeText(const fs::path& oFolder, const std::string& strRootText,
                      const std::string& strRepository) {
   std::vector<std::string> astrTexts;

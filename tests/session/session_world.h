@@ -19,6 +19,10 @@ struct TRevision {
 /// Every revision of a module, dead ones too, as the client lists them.
 std::vector<TRevision> RevisionsOf(const std::string& strRoot, const std::string& strModule);
 
+/// Copies the example repository to a new folder. Other tests read it at the same time, so the client's locks
+/// come and go: they are left out.
+void CopyExampleRepository(const std::string& strTo);
+
 /// All that lies in a folder, in a form to compare: names, kinds, modes, the times of files outside CVS/,
 /// contents. `strRootText` in CVS/Root is shown as (root), and `strRepository` anywhere as (repository).
 std::string TreeText(const std::filesystem::path& oFolder, const std::string& strRootText,

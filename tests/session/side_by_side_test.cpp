@@ -34,7 +34,7 @@ class CComparison {
                   ShellQuote((ARCHIVES / (strArchive + ".tar.xz")).string()));
       fs::rename(m_oFolder / strArchive, m_oFolder / "all");
     } else {
-      ShellOutput("cp -r " TALVEK_EXAMPLE_REPOSITORY " " + Quoted("all"));
+      CopyExampleRepository((m_oFolder / "all").string());
     }
     WriteScript(m_oFolder / "client", CLIENT);
     WriteScript(m_oFolder / "session", PROLOGUE);
@@ -327,8 +327,8 @@ void ExpectSameInEveryWay(const std::string& strSequence) {
   for (std::size_t nWay = 0; nWay < std::size(astrRoots); ++nWay) {
     const std::string strNumber = std::to_string(nWay);
     const std::string strRoot = ShellQuote(astrRoots[nWay]);
-    ShellOutput("cp -r " TALVEK_EXAMPLE_REPOSITORY " " + ShellQuote(strRepository + strNumber) + " && cd " +
-                ShellQuote(strRepository + strNumber) + "/calculator && cp -r src cvs");
+    CopyExampleRepository(strRepository + strNumber);
+    ShellOutput("cd " + ShellQuote(strRepository + strNumber) + "/calculator && cp -r src cvs");
     AdmitReader(oFolder.Path(), strRepository + strNumber);
     strAll += "{ ./sequence cvs " + strRoot + " client" + strNumber + "; ./sequence " + SESSION + " " +
               strRoot + " session" + strNumber + "; } &\n";
@@ -356,8 +356,8 @@ TEST(SideBySideTest, CommandsInFoldersThatSomebodyElseMade) {
 TEST(SideBySideTest, FilesOfAnImportAreNotLeftToTheClient) {
   const CTempFolder oFolder;
   const std::string strRepository = (oFolder / "repository").string();
-  ShellOutput("cp -r " TALVEK_EXAMPLE_REPOSITORY " " + ShellQuote(strRepository) + " && cd " +
-              ShellQuote(strRepository) + "/calculator && cp -r src cvs");
+  CopyExampleRepository(strRepository);
+  ShellOutput("cd " + ShellQuote(strRepository) + "/calculator && cp -r src cvs");
   WriteScript(oFolder / "cvs", "case \" $* \" in *' server '*) exec cvs \"$@\";; esac\nexit 9\n");
   const struct {
     const char* pszMethod;
