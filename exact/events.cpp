@@ -25,6 +25,25 @@ CEvents::TChain CEvents::ChainOf(TIndex nLine) const {
   return tChain;
 }
 
+TIndex CEvents::FirstInChain(const TChain& tChain) const {
+  for (TIndex nEvent = tChain.nShownFirst; nEvent < tChain.nShownEnd; ++nEvent) {
+    if (m_bEvent[nEvent]) return nEvent;
+  }
+  for (TIndex nEvent = tChain.nFirst; nEvent < tChain.nEnd; ++nEvent) {
+    if (m_bEvent[nEvent]) return nEvent;
+  }
+  return NONE;
+}
+
+TIndex CEvents::InChain(const TChain& tChain, TIndex nRevision) const {
+  if (nRevision >= tChain.nFirst && nRevision < tChain.nEnd) return m_bEvent[nRevision] ? nRevision : NONE;
+  if (tChain.nShownFirst == tChain.nShownEnd) return NONE;
+  const TIndex nFirst = Revision(tChain.nShownFirst);
+  if (nRevision < nFirst || nRevision - nFirst >= tChain.nShownEnd - tChain.nShownFirst) return NONE;
+  const TIndex nEvent = tChain.nShownFirst + (nRevision - nFirst);
+  return m_bEvent[nEvent] ? nEvent : NONE;
+}
+
 void CEvents::MarkEvents(TIndex nLine) {
   const TChain tChain = ChainOf(nLine);
   bool bThere = m_oHistory.LineEntry(m_oHistory.Lines()[nLine]) != NONE;
@@ -60,10 +79,11 @@ TIndex CEvents::FirstOf(TIndex nRevision) const {
   const TIndex nEnd = m_tView.nFirstShown[tLine.nFile + 1];
   if (nFirst == nEnd) return NONE;
   // 1.1 counts with the 1.1.1.1 that stands in its place.
-  if (nRevision == m_oHistory.Lines()[tFile.nFirstLine].nFirstRevision) return m_nRevisions + nFirst;
-  const TIndex nShown = nFirst + (nRevision - m_tView.nShown[nFirst]);
-  if (nRevision < m_tView.nShown[nFirst] || nShown >= nEnd || !m_bEvent[m_nRevisions + nShown]) return NONE;
-  return m_nRevisions + nShown;
+  const bool bInPlace = nRevision == m_oHistory.Lines()[tFile.nFirstLine].nFirstRevision;
+  const TIndex nImport = bInPlace ? m_tView.nShown[nFirst] : nRevision;
+  if (nImport < m_tView.nShown[nFirst] || nImport - m_tView.nShown[nFirst] >= nEnd - nFirst) return NONE;
+  const TIndex nEvent = m_nRevisions + nFirst + (nImport - m_tView.nShown[nFirst]);
+  return m_bEvent[nEvent] ? nEvent : NONE;
 }
 
 TIndex CEvents::Before(TIndex nEvent) const {

@@ -64,6 +64,9 @@ class CEvents {
     TIndex nShownFirst, nShownEnd, nFirst, nEnd;
   };
   TChain ChainOf(TIndex nLine) const;
+  TIndex FirstInChain(const TChain& tChain) const;
+  /// The event of this chain that sets the file to the revision; NONE: there is none.
+  TIndex InChain(const TChain& tChain, TIndex nRevision) const;
 
  private:
   void MarkEvents(TIndex nLine);

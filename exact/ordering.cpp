@@ -11,13 +11,13 @@ namespace TALVEK::EXACT {
 
 namespace {
 
-struct TKey {
+struct TSetKey {
   std::int64_t nTime = 0;
   TIndex nStream = 0;
   TIndex nFile = NONE;
   TIndex nRank = NONE;
 
-  auto operator<=>(const TKey&) const = default;
+  auto operator<=>(const TSetKey&) const = default;
 };
 
 class COrdering {
@@ -39,7 +39,7 @@ class COrdering {
 
  private:
   struct TWaiting {
-    TKey tKey;
+    TSetKey tKey;
     TIndex nSet;
     bool operator<(const TWaiting& tOther) const {
       return tOther.tKey < tKey;
@@ -60,7 +60,7 @@ class COrdering {
 
   /// A changeset that is new, or has changed.
   void Enter(TIndex nSet) {
-    TKey tKey;
+    TSetKey tKey;
     tKey.nTime = m_oEvents.Time(*Begin(nSet));
     TIndex nPending = 0;
     for (const TIndex* pnEvent = Begin(nSet); pnEvent != End(nSet); ++pnEvent) {
@@ -216,7 +216,7 @@ class COrdering {
 
   const CEvents& m_oEvents;
   TChangesets& m_tSets;
-  std::vector<TKey> m_atKeys;
+  std::vector<TSetKey> m_atKeys;
   std::vector<TIndex> m_nPending;  ///< needs of its events that aren't met yet
   std::vector<bool> m_bDone;
   THeap m_oReady;

@@ -46,6 +46,7 @@ struct TPlanChange {
       0;  ///< seconds since 1970 UTC; never before the stream's change before it, nor before its base
   std::int64_t nCvsTime =
       0;  ///< the time that the repository gives: later changes of the stream may have an earlier one
+  TIndex nLead = NONE;  ///< a revision that has the author and the message of an own change; NONE: made up
   std::uint64_t nItems = 0;      ///< how many items it has; 0 for no change but those of damaged plans
   std::uint64_t nFirstItem = 0;  ///< place of its items, for the plan's own use
 };
@@ -115,8 +116,6 @@ class CPlan {
     }
   }
 
-  /// The revision that tells author, message and commit id of an own change; NONE for made-up ones.
-  TIndex LeadRevision(TIndex nChange) const;
   /// Author and message: of the changeset; of made-up changes "cvsexact" and what the change does and why,
   /// with counts and the first 50 files.
   std::string Author(TIndex nChange) const;
