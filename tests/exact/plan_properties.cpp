@@ -237,8 +237,7 @@ class CClaims {
     }
   }
 
-  /// The earliest time of a change's revisions. A deletion has no number in the plan: any time of the
-  /// change's group could be its own, so such a change begins with its end.
+  /// The earliest time of the revisions in a change of the trunk.
   std::int64_t FirstTime(TIndex nChange) const {
     std::int64_t nTime = m_oPlan.Changes()[nChange].nCvsTime;
     m_oPlan.ForEachItem(nChange, [&](const TPlanItem& tItem) {
@@ -249,13 +248,12 @@ class CClaims {
     return nTime;
   }
 
-  /// The time of the dead revision that follows a living one.
+  /// The time of the dead trunk revision that follows a living one; the beginning of time if that one is the
+  /// vendor's.
   std::int64_t DeletedAt(TIndex nBefore) const {
     const CHistory& oHistory = m_oPlan.History();
-    const TLine& tLine = oHistory.LineOf(nBefore);
-    TIndex nNext = nBefore + 1;
-    if (nNext >= tLine.nEndRevision) return INT64_MIN;  // the trunk deletes what a vendor branch had
-    return oHistory.Revisions()[nNext].nTime;
+    const bool bVendors = !oHistory.Texts().Get(oHistory.LineOf(nBefore).nNumber).empty();
+    return bVendors ? INT64_MIN : oHistory.Revisions()[nBefore + 1].nTime;
   }
 
   void CheckRevisions() {
