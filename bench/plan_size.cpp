@@ -10,7 +10,6 @@
 #include "exact/make_plan.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -94,17 +93,20 @@ TRcsFile MakeFile(const TShape& tShape, std::uint64_t nFile) {
 class CReport {
  public:
   void Step(const char* pszWhat) {
-    const auto oNow = std::chrono::steady_clock::now();
     rusage tUsage{};
     ::getrusage(RUSAGE_SELF, &tUsage);
-    std::printf("%-34s %8.2f s  peak %5ld MiB\n", pszWhat,
-                std::chrono::duration<double>(oNow - m_oBefore).count(), tUsage.ru_maxrss / 1024);
+    const double nNow = Seconds(tUsage.ru_utime) + Seconds(tUsage.ru_stime);
+    std::printf("%-34s %8.2f s  peak %5ld MiB\n", pszWhat, nNow - m_nBefore, tUsage.ru_maxrss / 1024);
     std::fflush(stdout);
-    m_oBefore = oNow;
+    m_nBefore = nNow;
   }
 
  private:
-  std::chrono::steady_clock::time_point m_oBefore = std::chrono::steady_clock::now();
+  static double Seconds(const timeval& tTime) {
+    return static_cast<double>(tTime.tv_sec) + static_cast<double>(tTime.tv_usec) / 1e6;
+  }
+
+  double m_nBefore = 0;
 };
 
 int Run(const TShape& tShape) {

@@ -203,24 +203,49 @@ TBase CBaseSearch::Find(const std::vector<TFileState>& atWanted, TKey nBefore) c
   if (atWanted.empty()) return {};
   if (const TBase tExact = FindExact(atWanted, nBefore); tExact.bExact) return tExact;
 
-  // How many wanted revisions lie on each stream's own lines: with its entries that is the most it can reach.
-  std::unordered_map<TIndex, TIndex> nOnLines;
-  for (const TFileState& tWanted : atWanted)
-    ++nOnLines[m_oStates.History().LineOf(tWanted.nRevision).nStream];
-
+  std::vector<TIndex> nStreamsOfWanted;
+  nStreamsOfWanted.reserve(atWanted.size());
+  for (const TFileState& tWanted : atWanted) {
+    nStreamsOfWanted.push_back(m_oStates.History().LineOf(tWanted.nRevision).nStream);
+  }
   TNearest tNearest;
   for (const TIndex nStream : m_nCandidates) {
     const TPlacedStream& tPlaced = m_oStates.Placed(nStream);
     if (tPlaced.nKeys.empty() || tPlaced.nKeys.front() >= nBefore) continue;
-    if (nStream != TRUNK) {
-      const auto it = nOnLines.find(nStream);
-      const TIndex nReach = (it == nOnLines.end() ? 0 : it->second) + tPlaced.nEntries;
-      if (nReach == 0 || nReach < tNearest.nMatch) continue;
-    }
+    // Equally near counts, unless the trunk has nothing to take away.
+    const bool bBeatsEqual = tNearest.nStream == TRUNK && tNearest.nExtra == 0;
+    const std::size_t nNeeded = std::max<std::size_t>(1, tNearest.nMatch + (bBeatsEqual ? 1 : 0));
+    if (nStream != TRUNK && !CanReach(nStream, atWanted, nStreamsOfWanted, nNeeded)) continue;
     const TNearest tFound = CSweep(m_oStates, nStream, atWanted).Nearest(nBefore);
     if (tFound.IsNearerThan(tNearest)) tNearest = tFound;
   }
   return {tNearest.nStream, tNearest.nKey, false, tNearest.nExtra != 0};
+}
+
+/// Whether enough wanted revisions are entries of the stream or on its own lines. Most branches are of
+/// another time than the name, and a few files show it: without this look, 1,500 names on 20,000 files took
+/// 145 s in place of 15.
+bool CBaseSearch::CanReach(TIndex nStream, const std::vector<TFileState>& atWanted,
+                           const std::vector<TIndex>& nStreamsOfWanted, std::size_t nNeeded) const {
+  if (nNeeded > atWanted.size()) return false;
+  std::size_t nMayMiss = atWanted.size() - nNeeded;
+  std::size_t nNext = 0;
+  bool bCan = true;
+  const auto Pass = [&](bool bEntry) {
+    if (!bEntry && nStreamsOfWanted[nNext] != nStream && nMayMiss-- == 0) bCan = false;
+    ++nNext;
+    return bCan;
+  };
+  m_oStates.History().ForEachEntryWhile(nStream, [&](TIndex nFile, TIndex nEntry) {
+    while (nNext < atWanted.size() && atWanted[nNext].nFile < nFile) {
+      if (!Pass(false)) return false;
+    }
+    if (nNext == atWanted.size()) return false;
+    return atWanted[nNext].nFile != nFile || Pass(atWanted[nNext].nRevision == nEntry);
+  });
+  while (bCan && nNext < atWanted.size())
+    Pass(false);
+  return bCan;
 }
 
 }  // namespace TALVEK::EXACT

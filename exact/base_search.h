@@ -50,6 +50,8 @@ class CBaseSearch {
   class CSweep;
 
   TBase FindExact(const std::vector<TFileState>& atWanted, TKey nBefore) const;
+  bool CanReach(TIndex nStream, const std::vector<TFileState>& atWanted,
+                const std::vector<TIndex>& nStreamsOfWanted, std::size_t nNeeded) const;
 
   const CStreamStates& m_oStates;
   std::vector<TIndex> m_nCandidates;  ///< streams that aren't tags, in the order in which they were placed

@@ -128,10 +128,18 @@ class CHistory {
   /// is the revision that the line sprouts from; elsewhere it is what the name gives.
   template <class TFunction>
   void ForEachEntry(TIndex nStream, TFunction fnEntry) const {
+    ForEachEntryWhile(nStream, [&](TIndex nFile, TIndex nRevision) {
+      fnEntry(nFile, nRevision);
+      return true;
+    });
+  }
+  /// The same, until fnEntry returns false.
+  template <class TFunction>
+  void ForEachEntryWhile(TIndex nStream, TFunction fnEntry) const {
     if (m_atStreams[nStream].nPlaces == NONE) return;
-    m_oPlaces.ForEach(m_atStreams[nStream].nPlaces, [&](const TNamePlace& tPlace) {
+    m_oPlaces.ForEachWhile(m_atStreams[nStream].nPlaces, [&](const TNamePlace& tPlace) {
       const TIndex nEntry = Entry(nStream, tPlace);
-      if (nEntry != NONE) fnEntry(tPlace.nFile, nEntry);
+      return nEntry == NONE || fnEntry(tPlace.nFile, nEntry);
     });
   }
   /// The living revision that a line which its stream owns starts from; NONE: the file comes by the line's

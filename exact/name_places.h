@@ -42,6 +42,14 @@ class CNamePlaces {
   /// Calls fnPlace(const TNamePlace&) in ascending order of files.
   template <class TFunction>
   void ForEach(TIndex nName, TFunction fnPlace) const {
+    ForEachWhile(nName, [&](const TNamePlace& tPlace) {
+      fnPlace(tPlace);
+      return true;
+    });
+  }
+  /// The same, until fnPlace returns false.
+  template <class TFunction>
+  void ForEachWhile(TIndex nName, TFunction fnPlace) const {
     for (const TRun& tRun : m_atRuns) {
       const auto it = std::lower_bound(tRun.atStarts.begin(), tRun.atStarts.end(), nName,
                                        [](const TStart& tStart, TIndex n) { return tStart.nName < n; });
