@@ -187,7 +187,7 @@ class CClaims {
         if (n == TRUNK) {
           strNumber = oClient.Trunk();
         } else if (strName.starts_with("unnamed-")) {
-          if (!HasNameFor(oClient, strPath, strName.substr(8)))
+          if (!HasNameFor(strPath, strName.substr(8)))
             strNumber = oClient.Given(oClient.Tip(strName.substr(8)));
         } else {
           strNumber = oClient.Named(strName);
@@ -201,7 +201,7 @@ class CClaims {
       Claim(strStreams.count(strName) == 1, strName + " is no stream");
   }
 
-  bool HasNameFor(const CClient&, const std::string& strPath, const std::string& strLine) const {
+  bool HasNameFor(const std::string& strPath, const std::string& strLine) const {
     const CHistory& oHistory = m_oPlan.History();
     for (const TLine& tLine : oHistory.Lines()) {
       if (oHistory.Path(tLine.nFile) == strPath && oHistory.Texts().Get(tLine.nNumber) == strLine) {
@@ -276,7 +276,6 @@ class CClaims {
       const std::string strNumber = oHistory.Number(n);
       if (m_nPlaces.count({strPath, strNumber}) != 0) continue;
       // 1.1 counts with the 1.1.1.1 that the trunk shows in its place.
-      const std::string strShown = m_oClients.at(strPath).TrunkAt(oHistory.Revisions()[n].nTime);
       const bool bInPlace = strNumber == "1.1" && TrunkHasVendorRevision(strPath);
       Claim(bInPlace, strPath + " " + strNumber + " is lost");
     }
