@@ -335,7 +335,8 @@ void CHistory::MakeUnnamedStreams() {
 }
 
 TIndex CHistory::Entry(TIndex nStream, const TNamePlace& tPlace) const {
-  if (tPlace.nLine == NONE) return IsAlive(tPlace.nRevision) ? tPlace.nRevision : NONE;
+  // Only living ones were noted. To look it up again would be half of the time of a plan with many names.
+  if (tPlace.nLine == NONE) return tPlace.nRevision;
   const TLine& tLine = m_atLines[tPlace.nLine];
   if (tLine.nStream == nStream) return LineEntry(tLine);
   const TIndex nTip = Tip(tLine);
