@@ -1,0 +1,120 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "exact/log_buffer.h"
+#include "exact/log_choice.h"
+#include "exact/log_path.h"
+#include "exact/log_text.h"
+#include "exact/rcs_file.h"
+
+namespace TALVEK::EXACT {
+
+/// Reads what `cvs rlog` prints, one file at a time.
+///
+/// Counts decide, not separators. A message may hold anything, a whole pasted log with headers and separators
+/// included, so a line that looks like a separator is only a candidate. Of a file's candidates as many are
+/// chosen as the header's "selected revisions" says, with unique numbers in the order in which the client
+/// prints them (log_choice.h). The end of a file is a candidate, too: the first one at which the counts are
+/// met.
+/// 1. Where a message holds a header with all its revisions and its last line, these are text.
+/// 2. Where the counts can't be met in this way, they may be any candidates.
+/// 3. Where a message before the chosen end holds a header, that end may be one of the pasted log. The end is
+///    moved on while this leaves fewer files that come twice in the part of the log ahead, or fewer files out
+///    of order where no file was before.
+/// What was odd is told in TRcsFile::strRepair. Where no choice meets the counts, all that is there up to the
+/// first end is given, and TRcsFile::bIncomplete is set; also for the last file of a log that is cut off.
+///
+/// Cost     Linear where messages hold no separators. Memory: the texts of one file; where a message holds a
+///          header or counts aren't met, also up to 16 MiB of the log ahead; a hash for each path.
+/// Threads  One at a time.
+class CLogReader {
+ public:
+  /// The source must outlive the reader. strRootDirectory: where the root says that the repository lies, such
+  /// as
+  /// "/cvs"; it is cut off the paths. strModule, which may be empty, helps to do this in a log from
+  /// elsewhere.
+  CLogReader(CLogSource& oSource, std::string strRootDirectory, std::string strModule = {});
+  ~CLogReader();
+  CLogReader(const CLogReader&) = delete;
+  CLogReader& operator=(const CLogReader&) = delete;
+
+  /// The next file; false at the end of the log, tFile is empty then.
+  bool Next(TRcsFile& tFile);
+  /// What stands before the first file, such as an error of the server; at most 1,000 bytes. Complete after
+  /// the first call of Next.
+  const std::string& Preface() const { return m_strPreface; }
+
+ private:
+  enum class EMark { HEADER, REVISION, RULE };
+  /// A place that may divide the log.
+  struct TMark {
+    EMark eKind = EMark::RULE;
+    std::size_t nAt = 0;    // where the text before it ends
+    std::size_t nNext = 0;  // where the text behind it begins
+    bool bFileEnd =
+        false;  // a rule that a header or the end of the log follows; a header that follows a rule
+    std::unique_ptr<TRcsRevision> ptRevision;
+    std::vector<TNumber> anBranches;
+    std::unique_ptr<TLogHeader> ptHeader;
+  };
+  /// How a file is read: its end and its revisions, as indices of marks.
+  struct TReading {
+    std::size_t nEnd = 0;
+    std::vector<std::size_t> anRevisions;
+    std::size_t nTextRevisions = 0;  // candidates that are text
+    std::size_t nTextHeaders = 0;
+    bool bOnlyOne = true;
+    bool bMet = true;  // the counts are met
+  };
+
+  // Finding marks
+  bool FindFirstHeader();
+  bool FindEnd();
+  void FindRevision(std::size_t nSeparator, std::size_t nNext);
+  bool FindRule(std::size_t nRule, std::size_t nNext);
+  bool FindHeader(std::size_t nAt, bool bBehindRule);
+  void AddLogEnd(std::size_t nAt);
+  void AtLineOfFirstText(std::string_view strLine, std::size_t nAt, std::size_t nNext, bool& bIsEnd);
+
+  // Choosing the end and the revisions
+  std::optional<std::size_t> EndAfter(std::size_t nMark);
+  bool WithinReach(std::size_t nFirstEnd, std::size_t nEnd, std::size_t nEnds) const;
+  bool MayEndAt(std::size_t nEnd) const;
+  bool HoldsHeader(std::size_t nEnd) const;
+  void AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPasted,
+                     std::vector<std::size_t>& anMarks) const;
+  std::size_t BehindPasted(std::size_t nHeader, std::size_t nEnd, bool bSkipPasted) const;
+  std::optional<TReading> ReadUpTo(std::size_t nEnd, const std::vector<std::size_t>& anMarks) const;
+  TReading ChooseReading();
+  TReading BeyondPasted(TReading tReading, bool bSkipPasted);
+  TReading WhatIsThere(std::size_t nEnd) const;
+  bool ComesBefore(const TMark& tFirst, const TMark& tSecond) const;
+
+  // Making the file
+  void MakeFile(const TReading& tReading, TRcsFile& tFile);
+  void SettleBranchLines(const TReading& tReading);
+  void NoteRepairs(const TReading& tReading, TRcsFile& tFile) const;
+
+  CLogBuffer m_oLog;
+  CRepositoryPath m_oPath;
+  std::string m_strPreface;
+  std::deque<TMark> m_atMarks;  // the first one is the header of the next file
+  std::size_t m_nScanned = 0;
+  bool m_bStarted = false;
+  bool m_bFirstText = false;  // no separator has come since the last header
+  bool m_bLogEnded = false;
+  bool m_bCut = false;     // the log ends within a file
+  bool m_bInOrder = true;  // all files so far came in the order in which the client walks
+  bool m_bWorkingFiles = false;
+  std::string m_strLastPath;
+  std::unordered_set<std::size_t> m_nPathHashes;
+};
+
+}  // namespace TALVEK::EXACT
