@@ -12,6 +12,7 @@ namespace {
 constexpr std::size_t MAX_STEPS = 4'000'000;
 constexpr std::uint64_t IMPOSSIBLE = std::numeric_limits<std::uint64_t>::max();
 constexpr std::uint64_t ODD_MESSAGE = std::uint64_t{1} << 32;  // outweighs all gaps and clocks
+constexpr std::uint64_t ODD_DESCRIPTION = 2 * ODD_MESSAGE;     // most files have no text there
 
 using TIndices = std::vector<std::size_t>;
 
@@ -29,9 +30,8 @@ bool OnOneLine(const TNumber& nFirst, const TNumber& nSecond) {
   return IsTrunk(nFirst) || std::equal(nFirst.begin(), nFirst.end() - 1, nSecond.begin());
 }
 
-/// Leaves out numbers that the file can't have; gives back all when less than nCount would stay.
-TIndices PossibleOnes(const std::vector<TCandidate>& atCandidates, std::size_t nCount, const TNumber& nHead,
-                      bool bAll) {
+/// Leaves out numbers that the file can't have.
+TIndices PossibleOnes(const std::vector<TCandidate>& atCandidates, const TNumber& nHead, bool bAll) {
   TIndices anAll(atCandidates.size());
   for (std::size_t i = 0; i < anAll.size(); ++i)
     anAll[i] = i;
@@ -50,7 +50,7 @@ TIndices PossibleOnes(const std::vector<TCandidate>& atCandidates, std::size_t n
                                      nNumbers.contains(TNumber(nNumber.begin(), nNumber.end() - 2));
     if (bPossible) anPossible.push_back(i);
   }
-  return anPossible.size() >= nCount ? anPossible : anAll;
+  return anPossible;
 }
 
 /// The smaller oddities between two revisions that are printed one after the other.
@@ -113,7 +113,7 @@ class CCheapestChoice {
             nSkipped, tBefore.bOnlyOne);
     }
     // The first one chosen: what stands before it is text of the description.
-    if (nLeftOut == i) Offer(tCell, m_anPossible[i] > 0 ? ODD_MESSAGE : 0, i, true);
+    if (nLeftOut == i) Offer(tCell, m_anPossible[i] > 0 ? ODD_DESCRIPTION : 0, i, true);
   }
 
   std::optional<TChoice> Best() {
@@ -186,6 +186,15 @@ std::optional<TChoice> QuickChoice(const std::vector<TCandidate>& atCandidates, 
   return TChoice{std::move(anRow), false};
 }
 
+std::optional<TChoice> ChooseFrom(const std::vector<TCandidate>& atCandidates, const TIndices& anPossible,
+                                  std::size_t nCount) {
+  if (anPossible.size() < nCount) return std::nullopt;
+  const std::size_t nColumns = anPossible.size() - nCount + 1;
+  if (anPossible.size() > MAX_STEPS / nColumns / nColumns)
+    return QuickChoice(atCandidates, anPossible, nCount);
+  return CCheapestChoice(atCandidates, anPossible, nCount).Choose();
+}
+
 }  // namespace
 
 bool PrintedBefore(const TNumber& nFirst, const TNumber& nSecond) {
@@ -230,11 +239,10 @@ std::optional<TChoice> ChooseRevisions(const std::vector<TCandidate>& atCandidat
       tChoice.anChosen.push_back(i);
     return tChoice;
   }
-  const TIndices anPossible = PossibleOnes(atCandidates, nCount, nHead, bAll);
-  const std::size_t nColumns = anPossible.size() - nCount + 1;
-  if (anPossible.size() > MAX_STEPS / nColumns / nColumns)
-    return QuickChoice(atCandidates, anPossible, nCount);
-  return CCheapestChoice(atCandidates, anPossible, nCount).Choose();
+  const TIndices anPossible = PossibleOnes(atCandidates, nHead, bAll);
+  std::optional<TChoice> tChoice = ChooseFrom(atCandidates, anPossible, nCount);
+  if (tChoice || anPossible.size() == atCandidates.size()) return tChoice;
+  return ChooseFrom(atCandidates, PossibleOnes(atCandidates, nHead, false), nCount);
 }
 
 std::vector<std::size_t> ChooseWhatIsThere(const std::vector<TCandidate>& atCandidates, std::size_t nCount) {

@@ -30,7 +30,8 @@ bool AreUnique(const std::vector<TCandidate>& atCandidates);
 
 /// Chooses exactly nCount candidates whose numbers come in the client's order.
 ///
-/// Of several choices the best is the one for which the fewest messages hold text like a revision, then the
+/// Of several choices the best is the one for which the fewest messages hold text like a revision (the
+/// description counts twice), then the
 /// one with the fewest gaps in the numbers and the fewest clocks set back on a line, then the one whose
 /// revisions stand last: a log is pasted into the message of a newer revision, which is printed first. nHead
 /// and bAll (the log shows all revisions of the file) rule out numbers that the file can't have. nothing:

@@ -1,17 +1,15 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
-#include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "exact/log_buffer.h"
-#include "exact/log_choice.h"
+#include "exact/log_marks.h"
 #include "exact/log_path.h"
-#include "exact/log_text.h"
 #include "exact/rcs_file.h"
 
 namespace TALVEK::EXACT {
@@ -41,7 +39,6 @@ class CLogReader {
   /// "/cvs"; it is cut off the paths. strModule, which may be empty, helps to do this in a log from
   /// elsewhere.
   CLogReader(CLogSource& oSource, std::string strRootDirectory, std::string strModule = {});
-  ~CLogReader();
   CLogReader(const CLogReader&) = delete;
   CLogReader& operator=(const CLogReader&) = delete;
 
@@ -49,21 +46,9 @@ class CLogReader {
   bool Next(TRcsFile& tFile);
   /// What stands before the first file, such as an error of the server; at most 1,000 bytes. Complete after
   /// the first call of Next.
-  const std::string& Preface() const { return m_strPreface; }
+  const std::string& Preface() const { return m_oMarks.Preface(); }
 
  private:
-  enum class EMark { HEADER, REVISION, RULE };
-  /// A place that may divide the log.
-  struct TMark {
-    EMark eKind = EMark::RULE;
-    std::size_t nAt = 0;    // where the text before it ends
-    std::size_t nNext = 0;  // where the text behind it begins
-    bool bFileEnd =
-        false;  // a rule that a header or the end of the log follows; a header that follows a rule
-    std::unique_ptr<TRcsRevision> ptRevision;
-    std::vector<TNumber> anBranches;
-    std::unique_ptr<TLogHeader> ptHeader;
-  };
   /// How a file is read: its end and its revisions, as indices of marks.
   struct TReading {
     std::size_t nEnd = 0;
@@ -73,27 +58,20 @@ class CLogReader {
     bool bOnlyOne = true;
     bool bMet = true;  // the counts are met
   };
-
-  // Finding marks
-  bool FindFirstHeader();
-  bool FindEnd();
-  void FindRevision(std::size_t nSeparator, std::size_t nNext);
-  bool FindRule(std::size_t nRule, std::size_t nNext);
-  bool FindHeader(std::size_t nAt, bool bBehindRule);
-  void AddLogEnd(std::size_t nAt);
-  void AtLineOfFirstText(std::string_view strLine, std::size_t nAt, std::size_t nNext, bool& bIsEnd);
+  /// Header of a pasted log and its last line, as indices of marks.
+  using TPastedEnds = std::unordered_map<std::size_t, std::size_t>;
 
   // Choosing the end and the revisions
-  std::optional<std::size_t> EndAfter(std::size_t nMark);
   bool WithinReach(std::size_t nFirstEnd, std::size_t nEnd, std::size_t nEnds) const;
   bool MayEndAt(std::size_t nEnd) const;
   bool HoldsHeader(std::size_t nEnd) const;
   void AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPasted,
                      std::vector<std::size_t>& anMarks) const;
-  std::size_t BehindPasted(std::size_t nHeader, std::size_t nEnd, bool bSkipPasted) const;
+  std::optional<std::size_t> EndOfPasted(std::size_t nHeader, std::size_t nEnd,
+                                         const TPastedEnds& anEnds) const;
   std::optional<TReading> ReadUpTo(std::size_t nEnd, const std::vector<std::size_t>& anMarks) const;
   TReading ChooseReading();
-  TReading BeyondPasted(TReading tReading, bool bSkipPasted);
+  TReading BeyondPasted(TReading tReading, bool bSkipPasted, std::vector<std::size_t> anMarks);
   TReading WhatIsThere(std::size_t nEnd) const;
   bool ComesBefore(const TMark& tFirst, const TMark& tSecond) const;
 
@@ -102,15 +80,9 @@ class CLogReader {
   void SettleBranchLines(const TReading& tReading);
   void NoteRepairs(const TReading& tReading, TRcsFile& tFile) const;
 
-  CLogBuffer m_oLog;
+  CLogMarks m_oMarks;
   CRepositoryPath m_oPath;
-  std::string m_strPreface;
-  std::deque<TMark> m_atMarks;  // the first one is the header of the next file
-  std::size_t m_nScanned = 0;
   bool m_bStarted = false;
-  bool m_bFirstText = false;  // no separator has come since the last header
-  bool m_bLogEnded = false;
-  bool m_bCut = false;     // the log ends within a file
   bool m_bInOrder = true;  // all files so far came in the order in which the client walks
   bool m_bWorkingFiles = false;
   std::string m_strLastPath;
