@@ -1,6 +1,7 @@
 // The text of `cvs rlog`, read by its counts.
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -39,7 +40,7 @@ class CPieces : public CLogSource {
 
 std::vector<TRcsFile> ReadFiles(std::string_view strLog, std::size_t nPieceBytes) {
   CPieces oSource(strLog, nPieceBytes);
-  CLogReader oReader(oSource, "/cvs");
+  CLogReader oReader(oSource, "/repo");
   std::vector<TRcsFile> atFiles;
   for (TRcsFile tFile; oReader.Next(tFile);)
     atFiles.push_back(tFile);
@@ -70,7 +71,7 @@ std::string TimeText(std::int64_t nTime) {
 std::string LogText(const TRcsFile& tFile) {
   // In Attic, so that a folder "Attic" that is part of the path stays in it.
   const std::size_t nName = tFile.strPath.rfind('/') + 1;
-  std::string strLog = "\nRCS file: /cvs/" + tFile.strPath.substr(0, nName) + "Attic/" +
+  std::string strLog = "\nRCS file: /repo/" + tFile.strPath.substr(0, nName) + "Attic/" +
                        tFile.strPath.substr(nName) + ",v\nhead: " + NumberText(tFile.nHead) +
                        "\nbranch: " + NumberText(tFile.nDefaultBranch) +
                        "\nlocks: strict\naccess list:\nsymbolic names:\n";
@@ -111,7 +112,21 @@ std::string AllFacts(const std::vector<TRcsFile>& atFiles) {
   return strText;
 }
 
-void CheckFile(const TRcsFile& tFile) {
+/// All numbers that stand behind "revisions:".
+std::set<std::size_t> CountsOf(std::string_view strLog) {
+  constexpr std::string_view BEFORE = "revisions:";
+  std::set<std::size_t> nCounts;
+  for (std::size_t nAt = strLog.find(BEFORE); nAt != std::string_view::npos; nAt = strLog.find(BEFORE, nAt)) {
+    nAt = strLog.find_first_not_of(" \t", nAt + BEFORE.size());
+    std::size_t nCount = 0;
+    if (nAt == std::string_view::npos) break;
+    std::from_chars(strLog.data() + nAt, strLog.data() + strLog.size(), nCount);
+    nCounts.insert(nCount);
+  }
+  return nCounts;
+}
+
+void CheckFile(const TRcsFile& tFile, const std::set<std::size_t>& nCounts) {
   std::set<TNumber> nNumbers;
   bool bTimesCanBeWritten = true;
   for (const TRcsRevision& tRevision : tFile.atRevisions) {
@@ -123,6 +138,8 @@ void CheckFile(const TRcsFile& tFile) {
         bTimesCanBeWritten && tRevision.nTime > -58'979'000'000 && tRevision.nTime < 253'370'000'000;
   }
   Check(!tFile.bIncomplete || !tFile.strRepair.empty(), "a loss is named");
+  Check(tFile.bIncomplete || nCounts.contains(tFile.atRevisions.size()),
+        "a file has as many revisions as counted");
   if (!tFile.strRepair.empty() || !bTimesCanBeWritten) return;
   const std::vector<TRcsFile> atAgain = ReadFiles(LogText(tFile), SIZE_MAX);
   Check(atAgain.size() == 1 && atAgain.front().strRepair.empty() && Facts(atAgain.front()) == Facts(tFile),
@@ -133,8 +150,9 @@ void CheckFile(const TRcsFile& tFile) {
 void Run(const CFuzzInput& oInput) {
   const std::string strLog = oInput.Expanded(REPETITIONS);
   const std::vector<TRcsFile> atFiles = ReadFiles(strLog, SIZE_MAX);
+  const std::set<std::size_t> nCounts = CountsOf(strLog);
   for (const TRcsFile& tFile : atFiles)
-    CheckFile(tFile);
+    CheckFile(tFile, nCounts);
   for (const std::size_t nPiece : {std::size_t{1}, std::size_t{7}}) {
     if (!oInput.Has(static_cast<char>('0' + nPiece))) continue;
     Check(AllFacts(ReadFiles(strLog, nPiece)) == AllFacts(atFiles),
