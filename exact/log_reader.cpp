@@ -90,11 +90,12 @@ std::optional<std::size_t> CLogReader::EndOfPasted(std::size_t nHeader, std::siz
   return std::nullopt;
 }
 
-/// Adds the candidates between two marks. No pasted log reaches beyond a possible end of the file, so the
-/// parts between these can be looked at one by one.
-void CLogReader::AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPasted,
+/// Adds the candidates between two marks; true: the rule at nEnd is the last line of a pasted log. No pasted
+/// log reaches beyond a possible end of the file, so the parts between these can be looked at one by one.
+bool CLogReader::AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPasted,
                                std::vector<std::size_t>& anMarks) const {
   TPastedEnds anEnds;
+  bool bEndIsPasted = false;
   for (std::size_t i = nEnd; i-- > nFrom;) {
     const TMark& tMark = m_oMarks[i];
     if (tMark.eKind != EMark::HEADER) continue;
@@ -102,7 +103,9 @@ void CLogReader::AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPa
     // A file behind a possible end, and its counts aren't met: that is more likely a loss than a text. None
     // of its revisions is one of this file.
     if (!nPastedEnd && tMark.bFileEnd) nPastedEnd = nEnd;
-    if (nPastedEnd) anEnds.emplace(i, *nPastedEnd);
+    if (!nPastedEnd) continue;
+    anEnds.emplace(i, *nPastedEnd);
+    bEndIsPasted = bEndIsPasted || *nPastedEnd == nEnd;
   }
   for (std::size_t i = nFrom; i < nEnd; ++i) {
     const TMark& tMark = m_oMarks[i];
@@ -110,6 +113,7 @@ void CLogReader::AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPa
     const auto oPasted = anEnds.find(i);
     if (oPasted != anEnds.end() && (bSkipPasted || tMark.bFileEnd)) i = oPasted->second;
   }
+  return bEndIsPasted;
 }
 
 std::optional<CLogReader::TReading> CLogReader::ReadUpTo(std::size_t nEnd,
@@ -146,7 +150,7 @@ CLogReader::TReading CLogReader::ChooseReading() {
     for (std::optional<std::size_t> nEnd = nFirstEnd;
          nEnd && WithinReach(nFirstEnd, *nEnd, nEnds) && nTries < MAX_TRIES;
          nEnd = m_oMarks.EndAfter(*nEnd), ++nEnds) {
-      AddCandidates(nFrom, *nEnd, bSkipPasted, anMarks);
+      const bool bEndIsPasted = AddCandidates(nFrom, *nEnd, bSkipPasted, anMarks);
       nFrom = *nEnd;
       if (!MayEndAt(*nEnd)) continue;
       if (!nFirstPossible) nFirstPossible = nEnd;
@@ -157,6 +161,7 @@ CLogReader::TReading CLogReader::ChooseReading() {
       if (!tReading) continue;
       // A pasted log that is whole, and yet some of it is taken for the file's own.
       if (!bSkipPasted) tReading->bOnlyOne = false;
+      if (!bEndIsPasted) return *tReading;
       return BeyondPasted(std::move(*tReading), bSkipPasted, std::move(anMarks));
     }
   }
@@ -167,16 +172,8 @@ bool CLogReader::ComesBefore(const TMark& tFirst, const TMark& tSecond) const {
   return WalkedBefore(m_oPath.Cut(tFirst.ptHeader->strRcsPath), m_oPath.Cut(tSecond.ptHeader->strRcsPath));
 }
 
-/// Moves the end on where it is one of a pasted log: rule 3 of the class.
-CLogReader::TReading CLogReader::BeyondPasted(TReading tReading, bool bSkipPasted,
-                                              std::vector<std::size_t> anMarks) {
-  if (!HoldsHeader(tReading.nEnd)) return tReading;
-  std::vector<std::size_t> anEnds;
-  for (std::optional<std::size_t> nEnd = tReading.nEnd;
-       nEnd && WithinReach(tReading.nEnd, *nEnd, anEnds.size()); nEnd = m_oMarks.EndAfter(*nEnd))
-    anEnds.push_back(*nEnd);
-  // What speaks against each end: files behind it that come twice, and files out of order.
-  using TOdds = std::pair<std::size_t, std::size_t>;
+/// What speaks against each end: files behind it that come twice, and files behind it that are out of order.
+std::vector<CLogReader::TOdds> CLogReader::OddsOf(const std::vector<std::size_t>& anEnds) const {
   std::vector<TOdds> atOdds(anEnds.size());
   TOdds tBehind;
   std::set<std::string_view> strPaths;
@@ -188,16 +185,28 @@ CLogReader::TReading CLogReader::BeyondPasted(TReading tReading, bool bSkipPaste
     const std::string& strPath = tHeader.ptHeader->strRcsPath;
     const bool bTwice = !strPaths.insert(strPath).second || m_nPathHashes.contains(HashOf(strPath)) ||
                         strPath == m_oMarks[0].ptHeader->strRcsPath;
-    tBehind.first += bTwice ? 1 : 0;
-    tBehind.second += m_bInOrder && pBehind != nullptr && !ComesBefore(tHeader, *pBehind) ? 1 : 0;
+    tBehind.nTwice += bTwice ? 1 : 0;
+    tBehind.nOutOfOrder += m_bInOrder && pBehind != nullptr && !ComesBefore(tHeader, *pBehind) ? 1 : 0;
     pBehind = &tHeader;
     atOdds[n] = tBehind;
-    atOdds[n].second += m_bInOrder && !ComesBefore(m_oMarks[0], tHeader) ? 1 : 0;
+    atOdds[n].nOutOfOrder += m_bInOrder && !ComesBefore(m_oMarks[0], tHeader) ? 1 : 0;
   }
+  return atOdds;
+}
+
+/// Moves the end on, which is the last line of a pasted log: rule 3 of the class.
+CLogReader::TReading CLogReader::BeyondPasted(TReading tReading, bool bSkipPasted,
+                                              std::vector<std::size_t> anMarks) {
+  std::vector<std::size_t> anEnds;
+  for (std::optional<std::size_t> nEnd = tReading.nEnd;
+       nEnd && WithinReach(tReading.nEnd, *nEnd, anEnds.size()); nEnd = m_oMarks.EndAfter(*nEnd))
+    anEnds.push_back(*nEnd);
+  std::vector<TOdds> atOdds = OddsOf(anEnds);
   TOdds tBest = atOdds.front();
+  tBest.bEndIsPasted = true;
   for (std::size_t n = 1; n < anEnds.size(); ++n) {
-    AddCandidates(anEnds[n - 1], anEnds[n], bSkipPasted, anMarks);
-    if (atOdds[n] >= tBest || !MayEndAt(anEnds[n])) continue;
+    atOdds[n].bEndIsPasted = AddCandidates(anEnds[n - 1], anEnds[n], bSkipPasted, anMarks);
+    if (!(atOdds[n] < tBest) || !MayEndAt(anEnds[n])) continue;
     std::optional<TReading> tOther = ReadUpTo(anEnds[n], anMarks);
     if (!tOther) continue;
     tReading = std::move(*tOther);

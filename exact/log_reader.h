@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -23,9 +24,10 @@ namespace TALVEK::EXACT {
 /// met.
 /// 1. Where a message holds a header with all its revisions and its last line, these are text.
 /// 2. Where the counts can't be met in this way, they may be any candidates.
-/// 3. Where a message before the chosen end holds a header, that end may be one of the pasted log. The end is
-///    moved on while this leaves fewer files that come twice in the part of the log ahead, or fewer files out
-///    of order where no file was before.
+/// 3. Where the chosen end is the last line of a pasted log, more of that log may follow. The end is moved on
+/// if
+///    that leaves, in the part of the log ahead, fewer files that come twice; then fewer files out of order,
+///    where no file was before; then, if the file has a last line of its own there.
 /// What was odd is told in TRcsFile::strRepair. Where no choice meets the counts, all that is there up to the
 /// first end is given, and TRcsFile::bIncomplete is set; also for the last file of a log that is cut off.
 ///
@@ -58,6 +60,13 @@ class CLogReader {
     bool bOnlyOne = true;
     bool bMet = true;  // the counts are met
   };
+  /// What speaks against an end, the weightiest first.
+  struct TOdds {
+    std::size_t nTwice = 0;
+    std::size_t nOutOfOrder = 0;
+    bool bEndIsPasted = false;
+    auto operator<=>(const TOdds&) const = default;
+  };
   /// Header of a pasted log and its last line, as indices of marks.
   using TPastedEnds = std::unordered_map<std::size_t, std::size_t>;
 
@@ -65,12 +74,13 @@ class CLogReader {
   bool WithinReach(std::size_t nFirstEnd, std::size_t nEnd, std::size_t nEnds) const;
   bool MayEndAt(std::size_t nEnd) const;
   bool HoldsHeader(std::size_t nEnd) const;
-  void AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPasted,
+  bool AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPasted,
                      std::vector<std::size_t>& anMarks) const;
   std::optional<std::size_t> EndOfPasted(std::size_t nHeader, std::size_t nEnd,
                                          const TPastedEnds& anEnds) const;
   std::optional<TReading> ReadUpTo(std::size_t nEnd, const std::vector<std::size_t>& anMarks) const;
   TReading ChooseReading();
+  std::vector<TOdds> OddsOf(const std::vector<std::size_t>& anEnds) const;
   TReading BeyondPasted(TReading tReading, bool bSkipPasted, std::vector<std::size_t> anMarks);
   TReading WhatIsThere(std::size_t nEnd) const;
   bool ComesBefore(const TMark& tFirst, const TMark& tSecond) const;

@@ -196,6 +196,22 @@ INSTANTIATE_TEST_SUITE_P(
                   Shown(Header("a", "1.1", 1) + Revision("1.1", "old\n") + End() +
                         OTHER_FILE.substr(0, OTHER_FILE.size() - 1)) +
                   "\nb\n  1.1 joe: other\n"},
+        TCase{"TwoFilesInTheLastMessageOfTheLog", TwoRevisions("second\n", PASTED_FILE + OTHER_FILE),
+              "a (its texts hold a pasted log (2 headers, 3 revisions))\n  1.2 joe: second\n  1.1 joe: " +
+                  Shown(PASTED_FILE + OTHER_FILE.substr(0, OTHER_FILE.size() - 1)) + "\n"},
+        TCase{"FilesOfAnotherFolderThatComesBefore",
+              Header("m/a", "1.1", 1) +
+                  Revision("1.1", Header("l/c", "", 0) + End() + Header("l/d", "", 0) + End()) + End() +
+                  Header("m/b", "", 0) + End(),
+              "m/a (its texts hold a pasted log (2 headers, 0 revisions))\n  1.1 joe: " +
+                  Shown(Header("l/c", "", 0) + End() + Header("l/d", "", 0)) + std::string(FILE_SEPARATOR) +
+                  "\nm/b\n"},
+        // Folders come in the order in which they were asked for: nothing speaks against the first end.
+        TCase{"OneFileInAMessageOfALogOutOfOrder",
+              Header("m/a", "1.1", 1) + Revision("1.1", PASTED_FILE) + End() + Header("m/z", "", 0) + End() +
+                  Header("m/b", "", 0) + End(),
+              "m/a (its texts hold a pasted log (1 header, 2 revisions))\n  1.1 joe: " +
+                  Shown(PASTED_FILE.substr(0, PASTED_FILE.size() - 1)) + "\nm/z\nm/b\n"},
         TCase{"HeaderWithoutItsLastRevisions",
               TwoRevisions("x\n" + Header("x/y", "1.5", 5) + Revision("1.5", "p\n"), "first\n"),
               "a (its texts hold a pasted log (1 header, 1 revision))\n  1.2 joe: x|" +
