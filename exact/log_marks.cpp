@@ -82,13 +82,9 @@ bool CLogMarks::FindRule(std::size_t nRule, std::size_t nNext) {
     nAt = tLine.nNext;
   while (m_oLog.Line(nAt, tLine) && tLine.strText.empty())
     nAt = tLine.nNext;
-  if (!m_oLog.Line(nAt, tLine)) {
-    return AddEnd(nRule, nNext, false);
-  }
-  const bool bHalfLine =
-      HEADER_BEGIN.starts_with(tLine.strText) && tLine.strText.size() < HEADER_BEGIN.size();
-  const std::size_t nBehind = tLine.nNext;
-  if (nAt > nNext && bHalfLine && !m_oLog.Line(nBehind, tLine)) return AddEnd(nRule, nNext, true);
+  if (!m_oLog.Line(nAt, tLine)) return AddEnd(nRule, nNext, false);
+  const bool bHalfLine = HEADER_BEGIN.starts_with(tLine.strText) && tLine.nNext == nAt + tLine.strText.size();
+  if (nAt > nNext && bHalfLine) return AddEnd(nRule, nNext, true);
   TMark tMark;
   tMark.nAt = nRule;
   tMark.nNext = nNext;

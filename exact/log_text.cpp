@@ -137,12 +137,11 @@ bool ReadHeader(CLogBuffer& oLog, std::size_t nAt, TLogHeader& tHeader) {
   tHeader.nNext = tLine.nNext;
   CHeaderLines oLines(tHeader);
   while (oLog.Line(tHeader.nNext, tLine)) {
-    // Behind the last line of a cut log nothing can be told about it: it may be half a line.
-    CLogBuffer::TLine tAfter;
-    const std::size_t nNext = tLine.nNext;
-    const bool bTaken = oLines.Take(tLine.strText);
-    if (!bTaken && oLog.Line(nNext, tAfter)) return false;
-    tHeader.nNext = nNext;
+    // The log may be cut off within this line.
+    const bool bHalfLine =
+        tLine.nNext == tHeader.nNext + tLine.strText.size() && tLine.strText != FILE_SEPARATOR;
+    if (!oLines.Take(tLine.strText) && !bHalfLine) return false;
+    tHeader.nNext = tLine.nNext;
     if (!oLines.Ended()) continue;
     tHeader.bWhole = true;
     return true;

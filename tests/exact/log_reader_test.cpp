@@ -257,6 +257,9 @@ INSTANTIATE_TEST_SUITE_P(
               Header("a", "1.3", 3) + Revision("1.3", "x\n") + Revision("1.1", "y\n") + End() + OTHER_FILE,
               "a INCOMPLETE (the log counts 3 revisions, 2 could be read)\n  1.3 joe: x\n  1.1 joe: y\n"
               "b\n  1.1 joe: other\n"},
+        TCase{"RuleInsteadOfAHeaderIsText",
+              Header("a", "1.1", 1) + Revision("1.1", "x\n" + End() + "\nRCS file: /cvs/b\n") + End(),
+              "a\n  1.1 joe: x|" + Shown(End()) + "|RCS file: /cvs/b\n"},
         TCase{"ANumberTwice", TwoRevisions("x\n" + Revision("1.2", "y\n"), "z\n"),
               "a (its texts hold a pasted log (0 headers, 1 revision))\n"
               "  1.2 joe: x|" +
