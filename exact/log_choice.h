@@ -31,12 +31,15 @@ bool AreUnique(const std::vector<TCandidate>& atCandidates);
 /// Chooses exactly nCount candidates whose numbers come in the client's order.
 ///
 /// Of several choices the best is the one for which the fewest messages hold text like a revision (the
-/// description counts twice), then the
-/// one with the fewest gaps in the numbers and the fewest clocks set back on a line, then the one whose
-/// revisions stand last: a log is pasted into the message of a newer revision, which is printed first. nHead
-/// and bAll (the log shows all revisions of the file) rule out numbers that the file can't have. nothing:
-/// there is no such choice. Cost: with s candidates to leave out of m, m * s * s steps, or m log m steps
-/// where that would be more than some ten million; then fewer choices are looked at.
+/// description counts twice), then the one with the fewest gaps in the numbers and the fewest clocks set back
+/// on a line, then the one whose revisions stand last: a log is pasted into the message of a newer revision,
+/// which is printed first.
+///
+/// nHead and bAll (the log shows all revisions of the file) rule out numbers that the file can't have; they
+/// are let in again where there is no choice without them. The result is empty where there is none at all.
+///
+/// Cost: with s candidates to leave out of m, m * s * s steps. Where that would be more than some million it
+/// is m log m steps, and fewer choices are looked at.
 std::optional<TChoice> ChooseRevisions(const std::vector<TCandidate>& atCandidates, std::size_t nCount,
                                        const TNumber& nHead, bool bAll);
 

@@ -24,10 +24,9 @@ namespace TALVEK::EXACT {
 /// met.
 /// 1. Where a message holds a header with all its revisions and its last line, these are text.
 /// 2. Where the counts can't be met in this way, they may be any candidates.
-/// 3. Where the chosen end is the last line of a pasted log, more of that log may follow. The end is moved on
-/// if
-///    that leaves, in the part of the log ahead, fewer files that come twice; then fewer files out of order,
-///    where no file was before; then, if the file has a last line of its own there.
+/// 3. Where the chosen end is the last line of a pasted log, more of that log may follow. The end is moved
+///    on if that leaves, in the part of the log ahead, fewer files that come twice; then fewer files out of
+///    order, where no file was before; then, if the file has a last line of its own there.
 /// What was odd is told in TRcsFile::strRepair. Where no choice meets the counts, all that is there up to the
 /// first end is given, and TRcsFile::bIncomplete is set; also for the last file of a log that is cut off.
 ///
@@ -36,10 +35,9 @@ namespace TALVEK::EXACT {
 /// Threads  One at a time.
 class CLogReader {
  public:
-  /// The source must outlive the reader. strRootDirectory: where the root says that the repository lies, such
-  /// as
-  /// "/cvs"; it is cut off the paths. strModule, which may be empty, helps to do this in a log from
-  /// elsewhere.
+  /// The source must outlive the reader. strRootDirectory: where the root says that the repository
+  /// lies, such as "/cvs"; it is cut off the paths. strModule, which may be empty, helps to do this in a log
+  /// from elsewhere.
   CLogReader(CLogSource& oSource, std::string strRootDirectory, std::string strModule = {});
   CLogReader(const CLogReader&) = delete;
   CLogReader& operator=(const CLogReader&) = delete;
