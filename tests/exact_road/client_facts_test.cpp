@@ -26,7 +26,6 @@ class ClientFactsTest : public ::testing::Test {
     return strText;
   }
   std::string AtTime(std::int64_t nSeconds) const {
-    // In the client's own words for a date: seconds since 1970 would do from version 1.12 on only.
     return Asked(
         "checkout -D '" +
         ShellOutput("date -u -d @" + std::to_string(nSeconds) + " '+%Y-%m-%d %H:%M:%S UTC'").substr(0, 23) +
@@ -110,6 +109,17 @@ TEST_F(ClientFactsTest, TrunkAfterResetOfTheDefaultBranchDiffersWithAndWithoutAD
   m_oWorld.Admin("-b", "a.txt");
   EXPECT_EQ(Asked("checkout -A"), "a.txt=a1");
   EXPECT_EQ(AtTime(START + 10 * HOUR), "a.txt=a2");
+}
+
+// A file that is new with `import -b 1.1.3` gets 1.1.3 as its default branch: the trunk does show such a
+// vendor branch.
+TEST_F(ClientFactsTest, OtherVendorBranchIsSeenOnTheTrunkOfFilesThatItBroughtFirst) {
+  m_oWorld.Import({{"w.txt", "w1\n"}}, "Others", "OTHERS", "O1", "-b 1.1.3");
+  m_oWorld.Import({{"w.txt", "w2\n"}}, "Others again", "OTHERS", "O2", "-b 1.1.3");
+  EXPECT_EQ(ReadRcsFile(m_oWorld.Master("w.txt")).strBranch, "1.1.3");
+  EXPECT_EQ(Asked("checkout -A"), "w.txt=w2");
+  EXPECT_EQ(Asked("export -r HEAD"), "w.txt=w2");
+  EXPECT_EQ(AtTime(START + 10 * HOUR), "w.txt=w2");
 }
 
 TEST_F(ClientFactsTest, ImportOfOthersBesideTheVendorIsNotSeenOnTheTrunk) {

@@ -74,6 +74,17 @@ TEST(CvsWorldTest, DropCommitIdsLeavesNone) {
   EXPECT_EQ(Read(oWorld, "a.txt").atRevisions.at("1.1").strCommitId, "");
 }
 
+// Imports write their files in a style of their own, with blanks for tabs.
+TEST(CvsWorldTest, ImportedFilesCanBeEdited) {
+  CCvsWorld oWorld;
+  oWorld.Import({{"a.txt", "1\n"}}, "one", "VENDOR", "V1");
+  oWorld.SetDate("a.txt", "1.1.1.1", 1100000000);
+  oWorld.DropCommitIds();
+  EXPECT_EQ(Read(oWorld, "a.txt").atRevisions.at("1.1.1.1").nTime, 1100000000);
+  EXPECT_EQ(Read(oWorld, "a.txt").atRevisions.at("1.1.1.1").strCommitId, "");
+  EXPECT_EQ(Read(oWorld, "a.txt").atRevisions.at("1.1").strCommitId, "");
+}
+
 TEST(CvsWorldTest, RefusalOfTheClientThrowsItsWords) {
   CCvsWorld oWorld;
   try {

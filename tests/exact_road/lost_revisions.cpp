@@ -54,12 +54,19 @@ std::vector<TSearchedCommit> ReadCommits(const CGitRepository& oGit) {
   return atCommits;
 }
 
-/// Whether it is the 1.1 that an import makes beside 1.1.1.1: one content at one time, the import's words on
-/// the other.
+/// "1.1.1.1", "1.1.3.1": branches that people make have even numbers.
+bool IsVendorRevision(const std::string& strNumber) {
+  const std::size_t nBranch = std::string("1.1.").size();
+  const std::size_t nEnd = strNumber.find('.', nBranch);
+  return strNumber.starts_with("1.1.") && (strNumber[nEnd - 1] - '0') % 2 == 1;
+}
+
+/// Whether it is the 1.1 that an import makes beside 1.1.1.1 (or 1.1.3.1, as told): one content at one time,
+/// the import's words on the other.
 bool IsImportedTwice(const TRcsFile& tFile, const TRcsRevision& tRevision) {
   for (const std::string& strBranch : tRevision.astrBranches) {
     const TRcsRevision& tFirst = tFile.atRevisions.at(strBranch);
-    if (tRevision.strNumber == "1.1" && strBranch.starts_with("1.1.1.") && tFirst.nTime == tRevision.nTime &&
+    if (tRevision.strNumber == "1.1" && IsVendorRevision(strBranch) && tFirst.nTime == tRevision.nTime &&
         tFirst.strText == tRevision.strText) {
       return true;
     }

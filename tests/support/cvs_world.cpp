@@ -166,12 +166,12 @@ fs::path CCvsWorld::Master(const std::string& strPath) const {
 
 void CCvsWorld::SetDate(const std::string& strPath, const std::string& strRevision, std::int64_t nSeconds) {
   const std::string strBytes = ReadFile(Master(strPath));
-  const std::string strBefore = "\n" + strRevision + "\ndate\t";
+  const std::string strBefore = "\n" + strRevision + "\ndate";
   const std::size_t nDate = strBytes.find(strBefore);
   if (nDate == std::string::npos) throw std::runtime_error(strPath + " has no revision " + strRevision);
-  const std::size_t nBegin = nDate + strBefore.size();
-  const std::size_t nEnd = strBytes.find(';', nBegin);
-  Edit(strPath, strBefore + strBytes.substr(nBegin, nEnd - nBegin), strBefore + CvsDate(nSeconds));
+  // A tab stands before the date, or blanks where an import made the file.
+  const std::size_t nEnd = strBytes.find(';', nDate);
+  Edit(strPath, strBytes.substr(nDate, nEnd - nDate), strBefore + "\t" + CvsDate(nSeconds));
 }
 
 void CCvsWorld::Edit(const std::string& strPath, const std::string& strOld, const std::string& strNew) {
@@ -190,7 +190,7 @@ void CCvsWorld::Edit(const std::string& strPath, const std::string& strOld, cons
 
 void CCvsWorld::DropCommitIds() {
   ShellOutput("find " + ShellQuote((m_oRoot / m_strModule).string()) +
-              " -name '*,v' -exec sed -i '/^commitid\t[0-9A-Za-z]*;$/d' {} +");
+              " -name '*,v' -exec sed -i '/^commitid[[:blank:]]*[0-9A-Za-z]*;$/d' {} +");
 }
 
 std::string ClockOfClient(std::int64_t nSeconds) {
