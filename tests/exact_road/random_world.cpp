@@ -65,11 +65,12 @@ const std::vector<CRandomWorld::TWeighedOperation> CRandomWorld::s_atOperations 
 
 CRandomWorld::CRandomWorld(unsigned nSeed) : m_oRandom(nSeed) {
   if (OneIn(2)) {
-    Import();
+    Run(&CRandomWorld::Import);
   } else {
     for (int n = 0; n < 4; ++n)
-      AddFile();
+      Run(&CRandomWorld::AddFile);
   }
+  Run(&CRandomWorld::Branch);
   for (int n = 0; n < STEPS; ++n)
     Step();
   if (OneIn(2)) {
@@ -89,8 +90,12 @@ void CRandomWorld::Step() {
   m_oWorld.As(OneOf(AUTHORS));
   // Short rests make the changesets of neighbours touch.
   m_oWorld.Pass(OneIn(3) ? Below(400) - 3600 + 1 : Below(86400));
+  Run(itOperation->pfnRun);
+}
+
+void CRandomWorld::Run(TOperation pfnRun) {
   try {
-    (this->*itOperation->pfnRun)();
+    (this->*pfnRun)();
   } catch (const std::runtime_error& oError) {
     std::string strError = oError.what();
     strError.resize(std::min(strError.find('\n'), strError.size()));

@@ -28,6 +28,8 @@ class CRandomWorld {
   static const std::vector<TWeighedOperation> s_atOperations;
 
   void Step();
+  /// One operation; the client, or the file system, may refuse it.
+  void Run(TOperation pfnRun);
   void CommitChanges();
   void CommitSlowly();
   void CommitUnchanged();
