@@ -23,7 +23,7 @@ ifndef INTO
 endif
 
 .PHONY: help deps build import-deps import-programs import test memcheck faults bench bench-history bench-retrieve \
-  fuzz fuzz-smoke build-fuzz install format format-check tidy lint check-import-arguments
+  fuzz fuzz-smoke build-fuzz fuzz-repositories install format format-check tidy lint check-import-arguments
 
 help:
 	@echo 'make import    import the example repository into Git and show its history'
@@ -40,6 +40,7 @@ help:
 	@echo 'make faults    play faults to the programs, print a table  (FAULTS=options of tests/faults/run)'
 	@echo 'make fuzz-smoke       let fuzzers look for faults, 30 seconds for each target'
 	@echo 'make fuzz             the same for longer                 (SECONDS=1200, TARGETS=all)'
+	@echo 'make fuzz-repositories  import random repositories and hold them against cvs  (COUNT=100, SEEDS=1..50)'
 	@echo 'make deps      install the Debian packages that are missing (NO_DEPS=1: never install any)'
 	@echo 'make format    format the sources                       (make format-check: only say which need it)'
 	@echo 'make tidy      let clang-tidy read the sources, minutes'
@@ -134,6 +135,13 @@ build-fuzz: deps
 	$(call need,fuzz)
 	cmake --preset fuzz
 	cmake --build --preset fuzz -j$(JOBS)
+
+# New seeds each time, or those of SEEDS. What failed is in build/fuzz/repositories, by its seed.
+COUNT = 100
+SEEDS =
+
+fuzz-repositories: build
+	build/$(PRESET)/bin/fuzz_repositories $(or $(SEEDS),$(COUNT))
 
 install: build
 	DESTDIR='$(DESTDIR)' cmake --install build/$(PRESET) --prefix '$(PREFIX)'

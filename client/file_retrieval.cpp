@@ -10,7 +10,8 @@ void CFileRetrieval::CheckOut(const TWantedFile& tFile, const VCM::CString& strT
 
   VCM::CString strOutputFolder = tFile.strStream;
   if (tFile.oPath.GetCount() >= 2) strOutputFolder += L"/" + tFile.oPath.GenerateFolderPath();
-  const VCM::CString strPathInModule = L"/" + tFile.oPath.GeneratePath();
+  const wchar_t* const pszSlash = tFile.tModule.strName.IsEmpty() ? L"" : L"/";
+  const VCM::CString strPathInModule = pszSlash + tFile.oPath.GeneratePath();
   if (!m_oFolder.Allows(strOutputFolder)) return;
   if (HasNul(strPathInModule)) {
     m_oLog.WriteLog(L"Not checking out '%s': its name holds a NUL character.", strPathInModule.c_str());

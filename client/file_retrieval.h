@@ -12,7 +12,7 @@ namespace TALVEK::CLIENT {
 
 /// One revision of one file of a module.
 struct TWantedFile {
-  TModule tModule;
+  TModule tModule;           ///< the module's name is empty: all of the repository
   VCM::CString strStream;    ///< the stream's folder below the client folder
   VCM::CFilePath oPath;      ///< in the module
   VCM::CString strRevision;  ///< as it goes behind "-r": "1.4"

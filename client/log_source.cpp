@@ -7,7 +7,7 @@
 
 namespace TALVEK::CLIENT {
 
-void CLogSource::Generate(const TLogRequest& tRequest) {
+bool CLogSource::Generate(const TLogRequest& tRequest) {
   Clear();
   if (!tRequest.strLogFile.IsEmpty()) return OpenSavedLog(tRequest.strLogFile);
   const bool bSuccess = m_oClient.Execute(MakeLogCommand(m_oClient.GetCommand(), tRequest));
@@ -16,17 +16,19 @@ void CLogSource::Generate(const TLogRequest& tRequest) {
     m_oLog.WriteLog(L"%s This usually indicated that your cvs repository is corrupted.",
                     MCE::LOG_HISTORY_CUT_SHORT);
   }
+  return bSuccess;
 }
 
-void CLogSource::OpenSavedLog(const VCM::CString& strLogFile) {
+bool CLogSource::OpenSavedLog(const VCM::CString& strLogFile) {
   m_oLog.WriteLog(L"Using log file '%s'.", strLogFile.c_str());
   auto poFile = std::make_unique<VFH::CFileReadStream>(strLogFile);
-  if (poFile->IsOk()) {
-    m_oLog.WriteLog(L"Successfully created file input stream.");
-    SetInput(poFile.release(), true);
-  } else {
+  if (!poFile->IsOk()) {
     m_oLog.WriteLog(L"Failed to create file input stream.");
+    return false;
   }
+  m_oLog.WriteLog(L"Successfully created file input stream.");
+  SetInput(poFile.release(), true);
+  return true;
 }
 
 void CLogSource::SetInput(wxInputStream* poInputStream, bool bOwn) {

@@ -28,8 +28,8 @@ class CLogSource {
  public:
   CLogSource(CCvsClient& oClient, const MCE::CLogSink& oLog) : m_oClient(oClient), m_oLog(oLog) {}
 
-  /// Makes a new stream over the log.
-  void Generate(const TLogRequest& tRequest);
+  /// Makes a new stream over the log. False when that isn't the whole log.
+  bool Generate(const TLogRequest& tRequest);
   /// Null when there is none.
   wxInputStream* GetInput() const { return m_poInputStream; }
   bool OwnsInput() const { return m_bOwnInputStream; }
@@ -39,7 +39,7 @@ class CLogSource {
   void Clear();
 
  private:
-  void OpenSavedLog(const VCM::CString& strLogFile);
+  bool OpenSavedLog(const VCM::CString& strLogFile);
 
   CCvsClient& m_oClient;
   const MCE::CLogSink& m_oLog;

@@ -66,9 +66,9 @@ std::string FindProgram(const VCM::CString& strProgram) {
 void PreferBundledClient(CPropertyTable& oTable, const fs::path& oProgramFolder) {
   const std::string strClient = (oProgramFolder / BUNDLED_CLIENT).string();
   if (!CanStandBetweenQuotes(strClient) || FindProgram(VCM::FromBytes(strClient)).empty()) return;
-  if (!oTable.Find(CLIENT_KEY) || !oTable.Find(FILE_BY_FILE_KEY)) return;
+  if (!oTable.Find(CLIENT_KEY)) return;
   oTable.SetHostDefault(CLIENT_KEY, VCM::FromBytes(strClient));
-  oTable.SetHostDefault(FILE_BY_FILE_KEY, L"1");
+  if (oTable.Find(FILE_BY_FILE_KEY)) oTable.SetHostDefault(FILE_BY_FILE_KEY, L"1");
 }
 
 bool LacksBundledClient(const CPropertyTable& oTable) {

@@ -11,6 +11,10 @@ inline constexpr wchar_t LOG_COMMAND[] = L"Performing command %s";
 inline constexpr wchar_t LOG_CLIENT_LINE[] = L"    ** %s";
 /// A file of the history was read; the number counts those before it.
 inline constexpr wchar_t LOG_FILE[] = L"Processing file '%s' (count=%d)";
+/// A file's log was odd; the second argument tells how it was read.
+inline constexpr wchar_t LOG_FILE_REPAIRED[] = L"Repaired the log of '%s': %s";
+/// Revisions of a file are lost, because its log doesn't hold what it counts.
+inline constexpr wchar_t LOG_FILE_INCOMPLETE[] = L"Incomplete log of '%s': %s";
 /// The history could not be read to its end. Another sentence may follow.
 inline constexpr wchar_t LOG_HISTORY_CUT_SHORT[] = L"Generating rlog command failed.";
 

@@ -116,6 +116,11 @@ class CProviderBase : public CProvider {
   /// Stores one item under a change and item number as given, without grouping.
   bool AddChangeItem(unsigned int nChangeID, unsigned int nItem, TChangeItemType nType,
                      const VCM::CFilePath& oPath, unsigned int nRevision);
+  /// For a plan that is complete: stores one item as given, with the revision's number, and its time in
+  /// seconds since 1970 UTC. The grouping isn't told, as it has nothing to find: a provider that calls this
+  /// calls no other form, and not CheckForExistingItem.
+  bool AddChangeItem(unsigned int nChangeID, unsigned int nItem, TChangeItemType nType,
+                     const VCM::CFilePath& oPath, const TCVSRevision& oCVSRevision, long nTime);
 
   /// Looks for the file among the items of a change; `nRevision` becomes the rank of the first one found.
   /// Moves the item walk.

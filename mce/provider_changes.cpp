@@ -54,6 +54,20 @@ bool CProviderBase::AddChangeItem(unsigned int nChangeID, unsigned int nItem, TC
       m_oGrouping.AddItem(Rows(), nChangeID, nItem, nType, oPath, static_cast<std::int32_t>(nRevision)));
 }
 
+bool CProviderBase::AddChangeItem(unsigned int nChangeID, unsigned int nItem, TChangeItemType nType,
+                                  const VCM::CFilePath& oPath, const TCVSRevision& oCVSRevision, long nTime) {
+  if (!m_poChangeItemIterator && !PrepareForChanges(false)) return false;
+  m_tChangeItem.nID = nChangeID;
+  m_tChangeItem.nItem = nItem;
+  m_tChangeItem.nType = nType;
+  m_tChangeItem.oFilePath = oPath;
+  m_tChangeItem.nRevision = 0;
+  m_tChangeItem.oProps.RemoveAll();
+  m_tChangeItem.oProps.SetProperty(ITEM_FOREIGN_REVISION, oCVSRevision.GetText());
+  m_tChangeItem.oTimestamp.Set(nTime);
+  return NoteFailure(m_poChangeItemIterator->Add(m_tChangeItem));
+}
+
 // The item record and its iterator move as if every item of the change were looked at: to the item found,
 // else to the first item of the next change, else to the last one of all.
 bool CProviderBase::CheckForExistingItem(const TChangeRecord& tChange, const VCM::CFilePath& oPath,

@@ -1,0 +1,217 @@
+#include "exact/exact_provider.h"
+
+#include <ctime>
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include <wx/datetime.h>
+
+#include "core/file_system.h"
+#include "core/text_codec.h"
+#include "exact/import_writer.h"
+#include "exact/module_paths.h"
+#include "mce/import_log_texts.h"
+
+namespace TALVEK::EXACT {
+
+const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
+    {L"CVS Executable Path", L"CVSPath", L"cvs", MCE::TPropertyInfo::TYPE_EXECUTABLE},
+    {L"Path to Repository", L"ReposPath", L":pserver:anonymous@cvs.example.org:/cvsroot",
+     MCE::TPropertyInfo::TYPE_TEXT},
+    {L"Module Name", L"ModuleName", L"example", MCE::TPropertyInfo::TYPE_TEXT},
+    {L"End Date", L"EndDate", L"", MCE::TPropertyInfo::TYPE_TEXT},
+    {L"Create branches", L"CreateBranches", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
+    {L"Create streams for tags", L"StreamsForTags", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
+    {L"Create streams for unnamed branches", L"UnnamedBranches", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
+    {L"Include Tag Filters (comma separated)", L"IncludeTags", L"*", MCE::TPropertyInfo::TYPE_TEXT},
+    {L"Exclude Tag Filters (comma separated)", L"ExcludeTags", L"", MCE::TPropertyInfo::TYPE_TEXT},
+    {L"CVS command error repeat count", L"CmdRepeatCount", L"5", MCE::TPropertyInfo::TYPE_TEXT},
+    {L"Log File (optional)", L"LogFile", L"", MCE::TPropertyInfo::TYPE_TEXT},
+    {nullptr, nullptr, nullptr, 0}};
+
+namespace {
+
+/// The log's bytes, from where the client or a saved log leaves them.
+class CStreamBytes : public CLogSource {
+ public:
+  explicit CStreamBytes(wxInputStream& oInput) : m_oInput(oInput) {}
+  std::size_t Read(char* pTo, std::size_t nBytes) override { return m_oInput.Read(pTo, nBytes).LastRead(); }
+
+ private:
+  wxInputStream& m_oInput;
+};
+
+/// Lets go of the log when the search ends, by an exception too.
+class CLogScope {
+ public:
+  explicit CLogScope(CLIENT::CLogSource& oSource) : m_oSource(oSource) {}
+  ~CLogScope() { m_oSource.Clear(); }
+  CLogScope(const CLogScope&) = delete;
+  CLogScope& operator=(const CLogScope&) = delete;
+
+ private:
+  CLIENT::CLogSource& m_oSource;
+};
+
+/// The directory of a repository path such as ":pserver:joe@host:/cvs".
+std::string DirectoryOf(const VCM::CString& strReposPath) {
+  return VCM::ToBytes(strReposPath.Mid(strReposPath.ReverseFind(L':') + 1));
+}
+
+/// Seconds since 1970 of a date that a person wrote, in UTC; nothing when it is none.
+std::optional<std::int64_t> ParseDate(const VCM::CString& strText) {
+  wxDateTime oDate;
+  wxString::const_iterator itEnd;
+  const wxString strDate(std::wstring(strText.View()));
+  // A date alone ends with its last second, so that the day counts.
+  if (oDate.ParseISODate(strDate) || oDate.ParseFormat(strDate, "%Y/%m/%d", &itEnd)) {
+    if (strDate.length() == 10) return oDate.FromUTC().GetTicks() + 86399;
+  }
+  const bool bRead = oDate.ParseISOCombined(strDate, ' ') || oDate.ParseISOCombined(strDate, 'T') ||
+                     (oDate.ParseFormat(strDate, "%Y/%m/%d %H:%M:%S", &itEnd) && itEnd == strDate.end());
+  if (!bRead) return std::nullopt;
+  return oDate.FromUTC().GetTicks();
+}
+
+}  // namespace
+
+CProvider::CProvider()
+    : CProviderBase(L"cvsexact", L"CVS, exact", L"Streams originally converted from CVS", true, true),
+      m_oLogSink([this](const VCM::CString& strText) { WriteLog(L"%s", strText.c_str()); },
+                 [this] { return IsLogOpen(); }) {}
+
+int CProvider::CheckEnvironment(VCM::CString& strMessage) {
+  const VCM::CString strCvsPath = GetStringProperty(L"CVSPath");
+  if (VCM::FileExists(strCvsPath)) return 0;
+  strMessage.Format(L"The file '%s' doesn't seem to exist (ignore if cvs/cvs.exe is somewhere on your PATH)",
+                    strCvsPath.c_str());
+  return 1;
+}
+
+bool CProvider::InitialiseClients(const VCM::CString& strClientFolder) {
+  return m_oClientFolder.SetPath(strClientFolder);
+}
+
+bool CProvider::SearchForStreams() {
+  const CLogScope oScope(m_oLogSource);
+  THistoryOptions tOptions;
+  if (!ReadOptions(tOptions) || !OpenLogOfModule()) return false;
+  try {
+    CHistory oHistory(std::move(tOptions));
+    if (!ReadHistory(oHistory)) return false;
+    WriteLog(L"Planning changesets, branches and tags");
+    const TMadePlan tMade = MakePlan(oHistory);
+    return LogResult(tMade) && Write(tMade);
+  } catch (const std::system_error& oError) {
+    WriteLog(L"Failed to keep the history in temporary files: %s", VCM::FromBytes(oError.what()).c_str());
+    return false;
+  }
+}
+
+bool CProvider::ReadOptions(THistoryOptions& tOptions) {
+  m_oTagFilters.Read(GetStringProperty(L"IncludeTags"), GetStringProperty(L"ExcludeTags"));
+  tOptions.bCreateBranches = GetBooleanProperty(L"CreateBranches");
+  tOptions.bStreamsForTags = GetBooleanProperty(L"StreamsForTags");
+  tOptions.bUnnamedBranches = GetBooleanProperty(L"UnnamedBranches");
+  tOptions.fnWanted = [this](std::string_view strName) {
+    return CLIENT::PassesFilters(VCM::FromBytes(strName).View(), m_oTagFilters.GetInclude(),
+                                 m_oTagFilters.GetExclude());
+  };
+  const VCM::CString strEndDate = GetStringProperty(L"EndDate");
+  if (strEndDate.IsEmpty()) return true;
+  tOptions.nEndTime = ParseDate(strEndDate);
+  if (!tOptions.nEndTime)
+    WriteLog(L"Failed to read the end date '%s': write it as 2004-12-31 or 2004-12-31 23:59:59 (UTC).",
+             strEndDate.c_str());
+  return tOptions.nEndTime.has_value();
+}
+
+// A log that the client broke off lacks files or revisions, and nothing made of it would equal the
+// repository.
+bool CProvider::OpenLogOfModule() {
+  WriteLog(L"Generating Log");
+  m_oClient.SetCommand(GetStringProperty(L"CVSPath"),
+                       CLIENT::ParseRepeatCount(GetStringProperty(L"CmdRepeatCount")));
+  const bool bWhole =
+      m_oLogSource.Generate({GetStringProperty(L"LogFile"),
+                             {GetStringProperty(L"ReposPath"), GetStringProperty(L"ModuleName")},
+                             VCM::CString(),
+                             VCM::CString()});
+  WriteLog(L"Generated Log");
+  if (!m_oLogSource.GetInput()) WriteLog(L"Failed to get input stream after generating log.");
+  return bWhole && m_oLogSource.GetInput();
+}
+
+bool CProvider::ReadHistory(CHistory& oHistory) {
+  WriteLog(L"Parsing Log");
+  CStreamBytes oBytes(*m_oLogSource.GetInput());
+  CLogReader oReader(oBytes, DirectoryOf(GetStringProperty(L"ReposPath")),
+                     VCM::ToBytes(GetStringProperty(L"ModuleName")));
+  TRcsFile tFile;
+  int nFiles = 0;
+  while (oReader.Next(tFile)) {
+    LogFile(tFile, nFiles++);
+    oHistory.AddFile(tFile);
+  }
+  oHistory.Finish();
+  if (nFiles == 0) WriteLog(L"Failed to parse any files from rlog.");
+  WriteLog(L"Finished Parsing Log");
+  return m_oLogSource.GetInput()->Eof();
+}
+
+void CProvider::LogFile(const TRcsFile& tFile, int nFiles) {
+  const VCM::CString strPath = VCM::FromBytes(tFile.strPath);
+  WriteLog(MCE::LOG_FILE, strPath.c_str(), nFiles);
+  if (tFile.bIncomplete)
+    WriteLog(MCE::LOG_FILE_INCOMPLETE, strPath.c_str(), VCM::FromBytes(tFile.strRepair).c_str());
+  else if (!tFile.strRepair.empty())
+    WriteLog(MCE::LOG_FILE_REPAIRED, strPath.c_str(), VCM::FromBytes(tFile.strRepair).c_str());
+}
+
+bool CProvider::LogResult(const TMadePlan& tMade) {
+  for (const std::string& strLine : tMade.tNotes.strLines)
+    WriteLog(L"%s", VCM::FromBytes(strLine).c_str());
+  WriteLog(L"Proved %s branches, tags and trunk, and %s revisions.",
+           VCM::FromBytes(std::to_string(tMade.tCheck.nRefs)).c_str(),
+           VCM::FromBytes(std::to_string(tMade.tCheck.nRevisions)).c_str());
+  if (tMade.tCheck.nDifferences == 0) return true;
+  WriteLog(L"Failed to plan an import that equals the repository: %s differences. The first ones:",
+           VCM::FromBytes(std::to_string(tMade.tCheck.nDifferences)).c_str());
+  for (const TPlanDifference& tDifference : tMade.tCheck.atFirst)
+    WriteLog(L"    %s", VCM::FromBytes(tDifference.strWhat).c_str());
+  return false;
+}
+
+bool CProvider::Write(const TMadePlan& tMade) {
+  const CModulePaths oPaths(VCM::ToBytes(GetStringProperty(L"ModuleName")));
+  CImportWriter oWriter(tMade.oPlan, oPaths, *this);
+  if (!PrepareForChanges(true) || !oWriter.WriteChanges()) {
+    ReportLostChanges();
+    return true;  // EstablishChangesets fails then, and says why
+  }
+  oWriter.WriteStreams(m_oStreams);
+  return true;
+}
+
+int CProvider::RetrieveChangeFiles(const MCE::TChangeRecord& tChange) {
+  m_nWantedChange = tChange.nID;
+  return MCE::RESULT_OK;
+}
+
+int CProvider::RetrieveChangeItemFile(const MCE::TChangeItemRecord& tItem,
+                                      const VCM::CString& strTargetPath) {
+  if (tItem.nID != m_nWantedChange || tItem.nType == MCE::CHANGE_ITEM_DELETE) return MCE::RESULT_OK;
+  VCM::CString strRevision;
+  tItem.oProps.GetProperty(MCE::ITEM_FOREIGN_REVISION, strRevision);
+  const CModulePaths oPaths(VCM::ToBytes(GetStringProperty(L"ModuleName")));
+  m_oFiles.CheckOut({{GetStringProperty(L"ReposPath"), VCM::FromBytes(oPaths.Folder())},
+                     m_tCurrentStream.strName,
+                     tItem.oFilePath,
+                     strRevision},
+                    strTargetPath);
+  CLIENT::CFileRetrieval::Stamp(strTargetPath, tItem.oTimestamp);
+  return MCE::RESULT_OK;
+}
+
+}  // namespace TALVEK::EXACT

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "exact/records.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace TALVEK::EXACT {
+
+/// The sizes of a stream's state after its changes, and the smallest one of a stretch of them. The smallest
+/// of each block is noted: a trunk of a million changes is asked for each name.
+class CSizeRow {
+ public:
+  void Append(TIndex nSize) {
+    if (m_nSizes.size() % BLOCK == 0) m_nBlocks.push_back(nSize);
+    m_nBlocks.back() = std::min(m_nBlocks.back(), nSize);
+    m_nSizes.push_back(nSize);
+  }
+  TIndex At(std::size_t nPlace) const { return m_nSizes[nPlace]; }
+
+  /// The first place in [nFirst, nEnd) with the smallest size. REQUIRES: nFirst < nEnd.
+  std::size_t FirstSmallest(std::size_t nFirst, std::size_t nEnd) const {
+    std::size_t nBest = nFirst;
+    for (std::size_t n = nFirst; n < nEnd;) {
+      if (n % BLOCK == 0 && nEnd - n >= BLOCK && m_nBlocks[n / BLOCK] >= m_nSizes[nBest]) {
+        n += BLOCK;
+        continue;
+      }
+      if (m_nSizes[n] < m_nSizes[nBest]) nBest = n;
+      ++n;
+    }
+    return nBest;
+  }
+
+ private:
+  static constexpr std::size_t BLOCK = 256;
+  std::vector<TIndex> m_nSizes;
+  std::vector<TIndex> m_nBlocks;
+};
+
+}  // namespace TALVEK::EXACT

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "exact/history.h"
+#include "exact/records.h"
+
+#include <vector>
+
+namespace TALVEK::EXACT {
+
+/// A file that the last change of the trunk sets, because the client shows something else without a date than
+/// the trunk's last revision.
+struct TTrunkEnd {
+  TIndex nFile = NONE;
+  TIndex nRevision = NONE;  ///< what the client shows; NONE: no file
+  TIndex nBefore = NONE;    ///< what the trunk's revisions show
+};
+
+/// The vendor revisions that the trunk shows.
+///
+/// An import that nobody has changed since is seen on the trunk: a checkout by date gives the newest trunk
+/// revision up to then, but where that is 1.1, and 1.1.1.1 has the same time, it gives the newest revision of
+/// the vendor line up to then. So for such a file 1.1.1.1 stands in the place of 1.1, and 1.1.1.2 and so on
+/// are changes of the trunk until it has its next own revision.
+struct TTrunkView {
+  std::vector<TIndex> nShown;       ///< vendor revisions, file by file, each file's in their order
+  std::vector<TIndex> nFirstShown;  ///< by file, and one more: where its part of nShown begins
+  std::vector<TTrunkEnd> atEnds;    ///< ascending by file
+};
+
+TTrunkView MakeTrunkView(const CHistory& oHistory);
+
+}  // namespace TALVEK::EXACT

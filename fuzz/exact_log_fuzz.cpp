@@ -1,0 +1,170 @@
+// The text of `cvs rlog`, read by its counts.
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "exact/log_reader.h"
+#include "fuzz/check.h"
+#include "fuzz/fuzz_input.h"
+
+namespace TALVEK::FUZZ {
+
+namespace {
+
+using namespace EXACT;
+
+constexpr int REPETITIONS = 64;
+
+class CPieces : public CLogSource {
+ public:
+  CPieces(std::string_view strText, std::size_t nPieceBytes)
+      : m_strText(strText), m_nPieceBytes(nPieceBytes) {}
+  std::size_t Read(char* pTo, std::size_t nBytes) override {
+    const std::string_view strPiece = m_strText.substr(0, std::min(nBytes, m_nPieceBytes));
+    std::copy(strPiece.begin(), strPiece.end(), pTo);
+    m_strText.remove_prefix(strPiece.size());
+    return strPiece.size();
+  }
+
+ private:
+  std::string_view m_strText;
+  std::size_t m_nPieceBytes;
+};
+
+std::vector<TRcsFile> ReadFiles(std::string_view strLog, std::size_t nPieceBytes) {
+  CPieces oSource(strLog, nPieceBytes);
+  CLogReader oReader(oSource, "/repo");
+  std::vector<TRcsFile> atFiles;
+  for (TRcsFile tFile; oReader.Next(tFile);)
+    atFiles.push_back(tFile);
+  return atFiles;
+}
+
+std::string NumberText(const TNumber& nNumber) {
+  std::string strText;
+  for (const std::uint32_t nPart : nNumber)
+    strText += (strText.empty() ? "" : ".") + std::to_string(nPart);
+  return strText;
+}
+
+std::string TimeText(std::int64_t nTime) {
+  const std::chrono::sys_seconds oTime{std::chrono::seconds(nTime)};
+  const auto oDay = std::chrono::floor<std::chrono::days>(oTime);
+  const std::chrono::year_month_day oDate(oDay);
+  const std::int64_t nSeconds = (oTime - oDay).count();
+  char achText[64];
+  std::snprintf(achText, sizeof achText, "%04d/%02u/%02u %02d:%02d:%02d", static_cast<int>(oDate.year()),
+                static_cast<unsigned>(oDate.month()), static_cast<unsigned>(oDate.day()),
+                static_cast<int>(nSeconds / 3600), static_cast<int>(nSeconds / 60 % 60),
+                static_cast<int>(nSeconds % 60));
+  return achText;
+}
+
+/// All facts of a file as a log: as the client prints it, where the facts are those of a real file.
+std::string LogText(const TRcsFile& tFile) {
+  // In Attic, so that a folder "Attic" that is part of the path stays in it.
+  const std::size_t nName = tFile.strPath.rfind('/') + 1;
+  std::string strLog = "\nRCS file: /repo/" + tFile.strPath.substr(0, nName) + "Attic/" +
+                       tFile.strPath.substr(nName) + ",v\nhead: " + NumberText(tFile.nHead) +
+                       "\nbranch: " + NumberText(tFile.nDefaultBranch) +
+                       "\nlocks: strict\naccess list:\nsymbolic names:\n";
+  for (const TRcsName& tName : tFile.atNames)
+    strLog += "\t" + tName.strName + ": " + NumberText(tName.nNumber) + "\n";
+  const std::string strCount = std::to_string(tFile.atRevisions.size());
+  strLog += "keyword substitution: kv\ntotal revisions: " + strCount + ";\tselected revisions: " + strCount +
+            "\ndescription:\n";
+  std::set<TNumber> nLines;
+  for (const TRcsRevision& tRevision : tFile.atRevisions)
+    nLines.emplace(tRevision.nNumber.begin(), tRevision.nNumber.end() - 1);
+  for (const TRcsRevision& tRevision : tFile.atRevisions) {
+    strLog += "----------------------------\nrevision " + NumberText(tRevision.nNumber) +
+              "\ndate: " + TimeText(tRevision.nTime) + ";  author: " + tRevision.strAuthor +
+              ";  state: " + (tRevision.bDead ? "dead" : "Exp") + ";  commitid: " + tRevision.strCommitId +
+              ";\n";
+    std::string strBranches;
+    for (auto oLine = nLines.lower_bound(tRevision.nNumber);
+         oLine != nLines.end() && oLine->size() > tRevision.nNumber.size() &&
+         std::equal(tRevision.nNumber.begin(), tRevision.nNumber.end(), oLine->begin());
+         ++oLine)
+      if (oLine->size() == tRevision.nNumber.size() + 1) strBranches += "  " + NumberText(*oLine) + ";";
+    if (!strBranches.empty()) strLog += "branches:" + strBranches + "\n";
+    strLog += tRevision.strMessage + "\n";
+  }
+  return strLog + "=============================================================================\n";
+}
+
+/// All that is read of a file, but for what was odd in its log.
+std::string Facts(const TRcsFile& tFile) {
+  return tFile.strPath + "\n" + LogText(tFile);
+}
+
+std::string AllFacts(const std::vector<TRcsFile>& atFiles) {
+  std::string strText;
+  for (const TRcsFile& tFile : atFiles)
+    strText += Facts(tFile) + (tFile.bIncomplete ? "incomplete: " : "whole: ") + tFile.strRepair + "\n";
+  return strText;
+}
+
+/// All numbers that stand behind "revisions:".
+std::set<std::size_t> CountsOf(std::string_view strLog) {
+  constexpr std::string_view BEFORE = "revisions:";
+  std::set<std::size_t> nCounts;
+  for (std::size_t nAt = strLog.find(BEFORE); nAt != std::string_view::npos; nAt = strLog.find(BEFORE, nAt)) {
+    nAt = strLog.find_first_not_of(" \t", nAt + BEFORE.size());
+    std::size_t nCount = 0;
+    if (nAt == std::string_view::npos) break;
+    std::from_chars(strLog.data() + nAt, strLog.data() + strLog.size(), nCount);
+    nCounts.insert(nCount);
+  }
+  return nCounts;
+}
+
+void CheckFile(const TRcsFile& tFile, const std::set<std::size_t>& nCounts) {
+  std::set<TNumber> nNumbers;
+  bool bTimesCanBeWritten = true;
+  for (const TRcsRevision& tRevision : tFile.atRevisions) {
+    Check(!tRevision.nNumber.empty() && tRevision.nNumber.size() % 2 == 0,
+          "a revision has a revision's number");
+    Check(nNumbers.insert(tRevision.nNumber).second, "no number comes twice");
+    // From the year 101 to 9998: a zone may lead out of the years with four digits.
+    bTimesCanBeWritten =
+        bTimesCanBeWritten && tRevision.nTime > -58'979'000'000 && tRevision.nTime < 253'370'000'000;
+  }
+  Check(!tFile.bIncomplete || !tFile.strRepair.empty(), "a loss is named");
+  Check(tFile.bIncomplete || nCounts.contains(tFile.atRevisions.size()),
+        "a file has as many revisions as counted");
+  if (!tFile.strRepair.empty() || !bTimesCanBeWritten) return;
+  const std::vector<TRcsFile> atAgain = ReadFiles(LogText(tFile), SIZE_MAX);
+  Check(atAgain.size() == 1 && atAgain.front().strRepair.empty() && Facts(atAgain.front()) == Facts(tFile),
+        "the log of what was read gives the same again");
+}
+
+/// Options: those of CFuzzInput::Expanded;  1, 7  read in pieces of that many bytes, too.
+void Run(const CFuzzInput& oInput) {
+  const std::string strLog = oInput.Expanded(REPETITIONS);
+  const std::vector<TRcsFile> atFiles = ReadFiles(strLog, SIZE_MAX);
+  const std::set<std::size_t> nCounts = CountsOf(strLog);
+  for (const TRcsFile& tFile : atFiles)
+    CheckFile(tFile, nCounts);
+  for (const std::size_t nPiece : {std::size_t{1}, std::size_t{7}}) {
+    if (!oInput.Has(static_cast<char>('0' + nPiece))) continue;
+    Check(AllFacts(ReadFiles(strLog, nPiece)) == AllFacts(atFiles),
+          "the files don't hang on how the bytes arrive");
+  }
+}
+
+}  // namespace
+
+}  // namespace TALVEK::FUZZ
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pBytes, std::size_t nBytes) {
+  TALVEK::FUZZ::Run(TALVEK::FUZZ::CFuzzInput(pBytes, nBytes));
+  return 0;
+}
