@@ -3,7 +3,7 @@
 PRESET ?= release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX ?= /usr/local
-IMPORT_OPTIONS ?= --nested-branches
+IMPORT_OPTIONS ?=
 
 # Without REPOS the import is the example's, and its target under build/ is made anew each time.
 # A target that the user named is never touched before the import, which refuses one that isn't empty.
@@ -28,7 +28,7 @@ endif
 help:
 	@echo 'make import    import the example repository into Git and show its history'
 	@echo '               REPOS=ROOT MODULE=NAME INTO=FOLDER imports your own'
-	@echo '               IMPORT_OPTIONS=... for talvek-import run ($(IMPORT_OPTIONS))'
+	@echo '               IMPORT_OPTIONS=... for talvek-import run'
 	@echo 'make test      build and run every test                  (PRESET=release, debug, asan)'
 	@echo 'make memcheck  run the tests under valgrind, an hour      (PROGRAMS=core_tests: only these)'
 	@echo 'make build     build the plug-in and the programs        (PRESET=...)'

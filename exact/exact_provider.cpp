@@ -1,5 +1,6 @@
 #include "exact/exact_provider.h"
 
+#include <algorithm>
 #include <ctime>
 #include <exception>
 #include <string>
@@ -72,6 +73,23 @@ std::optional<std::int64_t> ParseDate(const VCM::CString& strText) {
                      (oDate.ParseFormat(strDate, "%Y/%m/%d %H:%M:%S", &itEnd) && itEnd == strDate.end());
   if (!bRead) return std::nullopt;
   return oDate.FromUTC().GetTicks();
+}
+
+std::string Count(std::uint64_t nCount, const std::string& strNoun) {
+  return std::to_string(nCount) + ' ' + strNoun + (nCount == 1 ? "" : "s");
+}
+
+/// What a summary tells of the plan. The trunk and vendor branches start from nothing, so they aren't
+/// counted.
+std::string PlanText(const TMadePlan& tMade) {
+  const std::vector<TPlanStream>& atStreams = tMade.oPlan.Streams();
+  const auto nNames = std::count_if(atStreams.begin(), atStreams.end(), [](const TPlanStream& tStream) {
+    return tStream.eKind == TStreamKind::Branch || tStream.eKind == TStreamKind::Tag;
+  });
+  const TPlanNotes& tNotes = tMade.tNotes;
+  return std::to_string(tNotes.nExactNames) + " of " + std::to_string(nNames) +
+         " branches and tags start exactly as a changeset; " + Count(tNotes.nStartChanges, "start change") +
+         ", " + Count(tNotes.nJoinChanges, "change") + " for files that joined a branch later";
 }
 
 }  // namespace
@@ -172,6 +190,7 @@ void CProvider::LogFile(const TRcsFile& tFile, int nFiles) {
 bool CProvider::LogResult(const TMadePlan& tMade) {
   for (const std::string& strLine : tMade.tNotes.strLines)
     WriteLog(L"%s", VCM::FromBytes(strLine).c_str());
+  WriteLog(MCE::LOG_PLAN, VCM::FromBytes(PlanText(tMade)).c_str());
   WriteLog(L"Proved %s branches, tags and trunk, and %s revisions.",
            VCM::FromBytes(std::to_string(tMade.tCheck.nRefs)).c_str(),
            VCM::FromBytes(std::to_string(tMade.tCheck.nRevisions)).c_str());

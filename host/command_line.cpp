@@ -25,9 +25,9 @@ constexpr const char* EXAMPLES = R"(Examples:
   Look at the branches first, from a log that was saved with 'cvs rlog':
     talvek-import preview --log-file tools.rlog --module-name tools --repos-path /var/cvs
 
-  Import, with nested branches and without the nightly ones:
+  Import, without the nightly tags:
     talvek-import run --repos-path :pserver:anonymous@cvs.example.org:/cvs --module-name tools \
-        --nested-branches --exclude-tags 'NIGHTLY_*' --into tools.git
+        --exclude-tags 'NIGHTLY_*' --into tools.git
 
   Write the stream for another program instead:
     talvek-import run --repos-path /var/cvs --module-name tools --fast-export - | less
@@ -88,7 +88,7 @@ class CGrammar {
   void AddGlobalOptions() {
     m_oApp.add_option("--provider", m_strUnused, "The import provider (the NAME of talvek-em-NAME.so)")
         ->type_name("NAME")
-        ->default_str("cvs");
+        ->default_str("cvsexact");
     m_oApp.add_option("--provider-path", m_strUnused, "The provider's file, or the folder it is in")
         ->type_name("PATH");
     m_oApp.add_flag("--quiet,-q", m_tResult.bQuiet,

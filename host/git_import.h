@@ -19,10 +19,10 @@ namespace TALVEK::HOST {
 class CGitImport : public CHistoryVisitor {
  public:
   CGitImport(const CChangeFiles::TParts& tParts, const std::vector<TStream>& atStreams,
-             const std::string& strTrunkBranch, std::uint64_t nMaxLosses)
+             const TRefOptions& tRefOptions, std::uint64_t nMaxLosses)
       : m_oReport(tParts.oReport),
         m_oFiles(tParts, nMaxLosses),
-        m_oStreams(atStreams, strTrunkBranch, tParts.oStream, tParts.oReport) {}
+        m_oStreams(atStreams, tRefOptions, tParts.oStream, tParts.oReport) {}
 
   VCM::CString BeginStream(const TStream& tStream) override;
   void BeginChange(MCE::CProvider::TChangeInfo& tChange) override { m_oFiles.Retrieve(tChange); }
@@ -33,7 +33,7 @@ class CGitImport : public CHistoryVisitor {
   void EndStream(const TStream& /*tStream*/) override { m_oStreams.End(); }
 
   std::uint64_t GetItemCount() const { return m_oFiles.GetItemCount(); }
-  /// By branch, how many commits lead to its end, that one counted.
+  /// By branch and tag with commits of its own, how many commits lead to its end, that one counted.
   const std::map<std::string, std::uint64_t>& GetDepths() const { return m_oStreams.GetDepths(); }
 
  private:

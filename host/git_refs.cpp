@@ -9,6 +9,10 @@ namespace {
 
 constexpr const wchar_t* TRUNK_NAME = L"Main";
 
+bool IsTag(const TStream& tStream) {
+  return tStream.tInfo.oProps.GetNumber(MCE::STREAM_IS_TAG, 0) == 1;
+}
+
 const TStream* FindTrunk(const std::vector<TStream>& atStreams) {
   const TStream* poTrunk = nullptr;
   for (const TStream& tStream : atStreams) {
@@ -24,24 +28,31 @@ const TStream* FindTrunk(const std::vector<TStream>& atStreams) {
 std::string CRefNames::Assign(std::string_view strName, const CRefNames* poOther) {
   const std::string strValid = GitRefName(strName);
   std::string strFree = strValid;
-  for (int nNumber = 2; !IsFree(strFree) || (poOther && poOther->m_astrTaken.contains(strFree)); ++nNumber)
+  for (int nNumber = 2; !IsFree(strFree) || (poOther && poOther->IsTaken(strFree)); ++nNumber)
     strFree = WithSuffix(strValid, nNumber);
   Take(strFree);
   return strFree;
 }
 
 bool CRefNames::IsFree(const std::string& strName) const {
-  if (m_astrTaken.contains(strName) || m_astrFolders.contains(strName)) return false;
+  if (IsTaken(strName) || m_astrFolders.contains(Key(strName))) return false;
   for (std::size_t nEnd = strName.find('/'); nEnd != std::string::npos; nEnd = strName.find('/', nEnd + 1)) {
-    if (m_astrTaken.contains(strName.substr(0, nEnd))) return false;
+    if (IsTaken(strName.substr(0, nEnd))) return false;
   }
   return true;
+}
+
+std::string CRefNames::Key(const std::string& strName) const {
+  if (!m_bIgnoreCase) return strName;
+  VCM::CString strLower = VCM::FromBytes(strName);
+  strLower.MakeLower();
+  return VCM::ToBytes(strLower);
 }
 
 // The suffix goes where the name meets the other one: behind its first part that is taken, else at its end.
 std::string CRefNames::WithSuffix(const std::string& strName, int nNumber) const {
   std::size_t nEnd = strName.find('/');
-  while (nEnd != std::string::npos && !m_astrTaken.contains(strName.substr(0, nEnd))) {
+  while (nEnd != std::string::npos && !IsTaken(strName.substr(0, nEnd))) {
     nEnd = strName.find('/', nEnd + 1);
   }
   std::string strResult = strName;
@@ -49,26 +60,24 @@ std::string CRefNames::WithSuffix(const std::string& strName, int nNumber) const
 }
 
 void CRefNames::Take(const std::string& strName) {
-  m_astrTaken.insert(strName);
+  m_astrTaken.insert(Key(strName));
   for (std::size_t nEnd = strName.find('/'); nEnd != std::string::npos; nEnd = strName.find('/', nEnd + 1)) {
-    m_astrFolders.insert(strName.substr(0, nEnd));
+    m_astrFolders.insert(Key(strName.substr(0, nEnd)));
   }
 }
 
-CGitRefs::CGitRefs(const std::vector<TStream>& atStreams, const std::string& strTrunkBranch, CReport& oReport)
-    : m_oReport(oReport) {
-  const std::string strRef = "refs/heads/" + m_oBranches.Assign(strTrunkBranch);
-  if (const TStream* poTrunk = FindTrunk(atStreams)) m_astrBranchRefs[poTrunk->tInfo.nID] = strRef;
+CGitRefs::CGitRefs(const std::vector<TStream>& atStreams, const TRefOptions& tOptions, CReport& oReport)
+    : m_oReport(oReport), m_oBranches(tOptions.bIgnoreCase), m_oTags(tOptions.bIgnoreCase) {
+  const std::string strRef = "refs/heads/" + m_oBranches.Assign(tOptions.strTrunkBranch);
+  if (const TStream* poTrunk = FindTrunk(atStreams)) m_astrRefs[poTrunk->tInfo.nID] = strRef;
 }
 
-const std::string& CGitRefs::Branch(const TStream& tStream) {
-  std::string& strRef = m_astrBranchRefs[tStream.tInfo.nID];
-  if (strRef.empty()) strRef = "refs/heads/" + Assign(m_oBranches, m_oTags, tStream.tInfo.strName);
+const std::string& CGitRefs::RefOf(const TStream& tStream) {
+  std::string& strRef = m_astrRefs[tStream.tInfo.nID];
+  if (!strRef.empty()) return strRef;
+  strRef = IsTag(tStream) ? "refs/tags/" + Assign(m_oTags, m_oBranches, tStream.tInfo.strName)
+                          : "refs/heads/" + Assign(m_oBranches, m_oTags, tStream.tInfo.strName);
   return strRef;
-}
-
-std::string CGitRefs::NewTag(const TStream& tStream) {
-  return "refs/tags/" + Assign(m_oTags, m_oBranches, tStream.tInfo.strName);
 }
 
 std::string CGitRefs::Assign(CRefNames& oNames, const CRefNames& oOthers, const VCM::CString& strName) {

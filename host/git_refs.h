@@ -14,21 +14,34 @@ namespace TALVEK::HOST {
 
 /// Gives each name a place of its own among the references of one kind.
 ///
-/// Git keeps references as files and folders, so besides equal names "a" and "a/b" exclude each other. The
-/// name that comes later gets a suffix: "a-2", or "a-2/b".
+/// Git keeps references as files and folders, so besides equal names "a" and "a/b" exclude each other, and on
+/// a file system that ignores case "a" and "A" do. The name that comes later gets a suffix: "a-2", or
+/// "a-2/b".
 class CRefNames {
  public:
+  explicit CRefNames(bool bIgnoreCase = false) : m_bIgnoreCase(bIgnoreCase) {}
+
   /// The name behind refs/heads/ or refs/tags/ for `strName`: valid, not given out before, and not one that
   /// `poOther` has given out, because Git's commands take a bare name for whichever kind it finds first.
   std::string Assign(std::string_view strName, const CRefNames* poOther = nullptr);
 
  private:
   bool IsFree(const std::string& strName) const;
+  bool IsTaken(const std::string& strName) const { return m_astrTaken.contains(Key(strName)); }
+  /// What is equal for two names that are the same file.
+  std::string Key(const std::string& strName) const;
   std::string WithSuffix(const std::string& strName, int nNumber) const;
   void Take(const std::string& strName);
 
-  std::set<std::string> m_astrTaken;
-  std::set<std::string> m_astrFolders;  // every proper prefix, at a "/", of a name taken
+  bool m_bIgnoreCase;
+  std::set<std::string> m_astrTaken;    // keys
+  std::set<std::string> m_astrFolders;  // keys of every proper prefix, at a "/", of a name taken
+};
+
+/// How streams become references.
+struct TRefOptions {
+  std::string strTrunkBranch;  ///< name of the trunk's branch
+  bool bIgnoreCase = false;    ///< names that differ only in case exclude each other
 };
 
 /// The references that the streams of an import get. A stream whose name had to be changed is reported.
@@ -36,16 +49,14 @@ class CRefNames {
 /// Owns     Nothing of its arguments; the report must outlive it.
 class CGitRefs {
  public:
-  /// The trunk is the root called "Main", or else the first root. It gets `strTrunkBranch`, and no other
-  /// stream does.
-  CGitRefs(const std::vector<TStream>& atStreams, const std::string& strTrunkBranch, CReport& oReport);
+  /// The trunk is the root called "Main", or else the first root. It gets its branch, and no other stream
+  /// does.
+  CGitRefs(const std::vector<TStream>& atStreams, const TRefOptions& tOptions, CReport& oReport);
   CGitRefs(const CGitRefs&) = delete;
   CGitRefs& operator=(const CGitRefs&) = delete;
 
-  /// "refs/heads/NAME": the same at each call for one stream.
-  const std::string& Branch(const TStream& tStream);
-  /// "refs/tags/NAME": another one at each call, so call it once for a stream.
-  std::string NewTag(const TStream& tStream);
+  /// "refs/tags/NAME" for a tag, else "refs/heads/NAME": the same at each call for one stream.
+  const std::string& RefOf(const TStream& tStream);
 
  private:
   std::string Assign(CRefNames& oNames, const CRefNames& oOthers, const VCM::CString& strName);
@@ -53,7 +64,7 @@ class CGitRefs {
   CReport& m_oReport;
   CRefNames m_oBranches;
   CRefNames m_oTags;
-  std::unordered_map<std::uint32_t, std::string> m_astrBranchRefs;  // by stream
+  std::unordered_map<std::uint32_t, std::string> m_astrRefs;  // by stream
 };
 
 }  // namespace TALVEK::HOST

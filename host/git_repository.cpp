@@ -128,6 +128,12 @@ std::uint64_t CGitRepository::CountCommits(const std::string& strFrom) const {
   return tResult.nStatus == 0 ? std::stoull(tResult.strOutput) : 0;
 }
 
+// Git has asked the file system when it made the repository.
+bool CGitRepository::IgnoresCase() const {
+  const TProcessResult tResult = RunGit(Command({"config", "--type=bool", "--get", "core.ignorecase"}));
+  return tResult.nStatus == 0 && tResult.strOutput == "true\n";
+}
+
 std::optional<std::string> CGitRepository::CheckOut() const {
   const std::string strTrunk = "refs/heads/" + m_tOptions.strTrunkBranch;
   if (m_tOptions.bBare || RunGit(Command({"rev-parse", "--quiet", "--verify", strTrunk})).nStatus != 0)

@@ -33,6 +33,9 @@ class CGitRepository {
   std::vector<std::string> Command(const std::vector<std::string>& astrArguments) const;
   /// How many commits lead to a reference, or to any of them ("--all"); 0 when git can't tell.
   std::uint64_t CountCommits(const std::string& strFrom) const;
+  /// Its file system takes names that differ only in case for one, so that Git can't keep two such
+  /// references.
+  bool IgnoresCase() const;
   void Keep() { m_bKept = true; }
   /// Fills the folder with the trunk's files; why it can't be done, if so. Nothing to do when bare.
   std::optional<std::string> CheckOut() const;

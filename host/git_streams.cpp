@@ -3,17 +3,9 @@
 #include "host/text_output.h"
 
 namespace TALVEK::HOST {
-namespace {
-
-bool IsTag(const TStream& tStream) {
-  return tStream.tInfo.oProps.GetNumber(MCE::STREAM_IS_TAG, 0) == 1;
-}
-
-}  // namespace
-
-CGitStreams::CGitStreams(const std::vector<TStream>& atStreams, const std::string& strTrunkBranch,
+CGitStreams::CGitStreams(const std::vector<TStream>& atStreams, const TRefOptions& tRefOptions,
                          CFastImportStream& oStream, CReport& oReport)
-    : m_oStream(oStream), m_oReport(oReport), m_oRefs(atStreams, strTrunkBranch, oReport) {
+    : m_oStream(oStream), m_oReport(oReport), m_oRefs(atStreams, tRefOptions, oReport) {
   for (const TStream& tStream : atStreams)
     m_anBaseChanges.insert(tStream.tInfo.nBaseChangeID);
 }
@@ -49,7 +41,7 @@ void CGitStreams::ReportMissingBase() const {
 }
 
 void CGitStreams::Commit(std::uint32_t nChangeID, CFastImportStream::TCommit tCommit) {
-  tCommit.strRef = m_oRefs.Branch(*m_poStream);
+  tCommit.strRef = m_oRefs.RefOf(*m_poStream);
   if (!m_bHasCommits) tCommit.nParent = m_nParent;
   const TMark nCommit = m_oStream.Commit(tCommit);
   m_bHasCommits = true;
@@ -61,8 +53,7 @@ void CGitStreams::Commit(std::uint32_t nChangeID, CFastImportStream::TCommit tCo
 void CGitStreams::End() {
   if (m_bHasCommits) return;
   if (m_nParent) {
-    m_oStream.Reference(IsTag(*m_poStream) ? m_oRefs.NewTag(*m_poStream) : m_oRefs.Branch(*m_poStream),
-                        *m_nParent);
+    m_oStream.Reference(m_oRefs.RefOf(*m_poStream), *m_nParent);
   } else {
     m_oReport.Warning("stream " + ShowQuoted(m_poStream->tInfo.strName) +
                       " has no changesets and starts nowhere, so there is nothing of it in Git");

@@ -27,7 +27,7 @@ namespace TALVEK::HOST {
 ///          where they are equal.
 class CGitStreams {
  public:
-  CGitStreams(const std::vector<TStream>& atStreams, const std::string& strTrunkBranch,
+  CGitStreams(const std::vector<TStream>& atStreams, const TRefOptions& tRefOptions,
               CFastImportStream& oStream, CReport& oReport);
   CGitStreams(const CGitStreams&) = delete;
   CGitStreams& operator=(const CGitStreams&) = delete;
@@ -41,7 +41,7 @@ class CGitStreams {
   void Commit(std::uint32_t nChangeID, CFastImportStream::TCommit tCommit);
   void End();
 
-  /// By branch, how many commits lead to its end, that one counted.
+  /// By branch and tag with commits of its own, how many commits lead to its end, that one counted.
   const std::map<std::string, std::uint64_t>& GetDepths() const { return m_anDepths; }
 
  private:

@@ -69,6 +69,12 @@ void CImportLogWatch::TakeLine(std::wstring_view strText) {
     m_strCommand.Assign(MCE::LogLineArgument(strText, MCE::LOG_COMMAND));
   } else if (MCE::IsLogLine(strText, MCE::LOG_HISTORY_CUT_SHORT)) {
     m_bCutShort = true;
+  } else if (MCE::IsLogLine(strText, MCE::LOG_FILE_INCOMPLETE)) {
+    m_astrIncompleteLogs.emplace_back().Assign(MCE::LogLineArgument(strText, MCE::LOG_FILE_INCOMPLETE));
+  } else if (MCE::IsLogLine(strText, MCE::LOG_FILE_REPAIRED)) {
+    ++m_nRepairedLogs;
+  } else if (MCE::IsLogLine(strText, MCE::LOG_PLAN)) {
+    m_strPlan.Assign(MCE::LogLineArgument(strText, MCE::LOG_PLAN));
   } else {
     TakeComplaint(strText);
   }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string_view>
+#include <vector>
 
 #include "core/connection.h"
 #include "core/string.h"
@@ -24,6 +25,12 @@ class CImportLogWatch : public VRM::CConnection {
 
   /// The log of the foreign repository was not read to its end.
   bool IsHistoryCutShort() const { return m_bCutShort; }
+  /// The files of which revisions are lost, as "FILE': what its log lacks".
+  const std::vector<VCM::CString>& GetIncompleteLogs() const { return m_astrIncompleteLogs; }
+  /// How many files' logs were odd, and are read whole all the same.
+  std::uint64_t GetRepairedLogCount() const { return m_nRepairedLogs; }
+  /// What the provider tells of its plan; empty when it tells nothing.
+  const VCM::CString& GetPlan() const { return m_strPlan; }
   /// The foreign client got as far as the module.
   bool HasReachedModule() const { return m_bReachedModule; }
   /// The first line in which the provider itself complains; empty when it doesn't.
@@ -46,6 +53,9 @@ class CImportLogWatch : public VRM::CConnection {
   VCM::CString m_strCommand;
   VCM::CString m_strClientWords;
   VCM::CString m_strLastLine;
+  VCM::CString m_strPlan;
+  std::vector<VCM::CString> m_astrIncompleteLogs;
+  std::uint64_t m_nRepairedLogs = 0;
   std::uint64_t m_nLogBytes = 0;
   std::uint64_t m_nFiles = 0;
   bool m_bCutShort = false;

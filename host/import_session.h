@@ -47,6 +47,7 @@ class CImportSession {
 
   MCE::CProvider& GetProvider() const { return m_tParts.oProvider; }
   CImportLogWatch& GetLogWatch() { return *m_poWatch; }
+  const CImportLogWatch& GetLogWatch() const { return *m_poWatch; }
   const std::vector<TStream>& GetStreams() const { return m_atStreams; }
   std::uint32_t GetChangeCount() const { return m_nChangeCount; }
   /// The foreign repository gave only a part of its history.

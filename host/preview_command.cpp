@@ -13,6 +13,8 @@ namespace TALVEK::HOST {
 namespace {
 
 void WarnOfGaps(const CImportSession& oSession, CReport& oReport) {
+  for (const VCM::CString& strFile : oSession.GetLogWatch().GetIncompleteLogs())
+    oReport.Warning("the log lacks revisions of '" + ShowText(strFile));
   if (oSession.IsCutShort()) {
     oReport.Warning("ONLY A PART OF THE HISTORY COULD BE READ" + oSession.CutShortText());
   } else if (oSession.GetChangeCount() == 0) {

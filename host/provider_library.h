@@ -11,8 +11,8 @@ namespace TALVEK::HOST {
 
 /// Which plug-in to load.
 struct TProviderChoice {
-  std::string strName = "cvs";  ///< the NAME of talvek-em-NAME.so
-  std::string strPath;          ///< the plug-in or the folder it is in; empty: the usual places
+  std::string strName = "cvsexact";  ///< the NAME of talvek-em-NAME.so
+  std::string strPath;               ///< the plug-in or the folder it is in; empty: the usual places
 };
 
 /// A plug-in and its one provider.

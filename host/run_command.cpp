@@ -128,6 +128,8 @@ class CRun {
     }
     if (oSession.IsCutShort())
       m_oReport.Loss("a part of the history, which the repository didn't give" + oSession.CutShortText());
+    for (const VCM::CString& strFile : oSession.GetLogWatch().GetIncompleteLogs())
+      m_oReport.Loss("revisions of '" + ShowText(strFile));
   }
 
   void NoteItems(CImportSession& oSession, CItemSpool& oSpool) {
@@ -196,7 +198,7 @@ class CRun {
     CByteSink oSink(nDescriptor, strSinkName);
     CFastImportStream oStream(oSink);
     CGitImport oImport({oSession.GetProvider(), oSession.GetLogWatch(), m_oReport, oWork, oSpool, oStream},
-                       oSession.GetStreams(), CommandLine().strTrunkBranch, CommandLine().nMaxLosses);
+                       oSession.GetStreams(), RefOptions(), CommandLine().nMaxLosses);
     m_oProgress.BeginPhase("importing", "changesets", oSession.GetChangeCount());
     oStream.Begin();
     CHistoryWalk(oSession.GetProvider(), oSession.GetStreams(), oSession.GetChangeCount(), m_oProgress)
@@ -207,8 +209,18 @@ class CRun {
     m_anDepths = oImport.GetDepths();
   }
 
+  TRefOptions RefOptions() const {
+    return {CommandLine().strTrunkBranch, m_oRepository && m_oRepository->IgnoresCase()};
+  }
+
   void ShowSummary(const CImportSession& oSession, const CClientNotes& oClientNotes) {
-    for (const std::string& strText : {m_oReport.RenamedText(), oClientNotes.GetText()}) {
+    const CImportLogWatch& oWatch = oSession.GetLogWatch();
+    const std::string strRepaired =
+        oWatch.GetRepairedLogCount() == 0
+            ? ""
+            : ShowCount(oWatch.GetRepairedLogCount(), "log") + " of single files read in spite of oddities";
+    for (const std::string& strText :
+         {ShowText(oWatch.GetPlan()), strRepaired, m_oReport.RenamedText(), oClientNotes.GetText()}) {
       if (!strText.empty()) m_oReport.Note(strText);
     }
     const auto nSeconds =
@@ -226,7 +238,7 @@ class CRun {
   CReport m_oReport;
   std::optional<CGitRepository> m_oRepository;  // one of these two is set
   std::optional<CExportTarget> m_oExport;
-  std::map<std::string, std::uint64_t> m_anDepths;  // of the branches
+  std::map<std::string, std::uint64_t> m_anDepths;  // of branches, and of tags with commits
   std::uint64_t m_nItems = 0;
 };
 

@@ -15,6 +15,8 @@ inline constexpr wchar_t LOG_FILE[] = L"Processing file '%s' (count=%d)";
 inline constexpr wchar_t LOG_FILE_REPAIRED[] = L"Repaired the log of '%s': %s";
 /// Revisions of a file are lost, because its log doesn't hold what it counts.
 inline constexpr wchar_t LOG_FILE_INCOMPLETE[] = L"Incomplete log of '%s': %s";
+/// How an import that equals the repository comes about: what had to be made up, how many names need nothing.
+inline constexpr wchar_t LOG_PLAN[] = L"Plan: %s";
 /// The history could not be read to its end. Another sentence may follow.
 inline constexpr wchar_t LOG_HISTORY_CUT_SHORT[] = L"Generating rlog command failed.";
 

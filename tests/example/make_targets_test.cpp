@@ -40,7 +40,8 @@ TEST(MakeTargetsTest, ProgramsOfAnImportAreBuiltWithoutTheTests) {
                " -DCMAKE_BUILD_TYPE=Release -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON 2>&1");
   ASSERT_EQ(tConfigure.nStatus, 0) << tConfigure.strOutput;
   const std::string strSteps = ShellOutput("ninja -n -C " + strBuild + " import-programs");
-  for (const char* pszProgram : {"bin/talvek-import", "lib/talvek-em-cvs.so", "bin/cvs-session"})
+  for (const char* pszProgram :
+       {"bin/talvek-import", "lib/talvek-em-cvs.so", "lib/talvek-em-cvsexact.so", "bin/cvs-session"})
     EXPECT_TRUE(Has(strSteps, pszProgram)) << pszProgram;
   for (const char* pszFolder : {" tests/", " fuzz/", " bench/", "import_dump"})
     EXPECT_FALSE(Has(strSteps, pszFolder)) << pszFolder;

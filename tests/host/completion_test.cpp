@@ -27,8 +27,7 @@ TEST_F(CompletionTest, CommandsAreOfferedFirst) {
 
 TEST_F(CompletionTest, OptionsOfTheProvidersPropertiesAreOffered) {
   EXPECT_EQ(Offered("run --mod"), "--module-name\n");
-  EXPECT_EQ(Offered("run --no-"),
-            "--no-create-branches --no-force-file-by-file --no-nested-branches --no-streams-for-tags\n");
+  EXPECT_EQ(Offered("run --no-"), "--no-create-branches --no-streams-for-tags --no-unnamed-branches\n");
 }
 
 TEST_F(CompletionTest, PathCompletesAsAPath) {

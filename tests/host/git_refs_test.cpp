@@ -47,6 +47,19 @@ TEST(RefNamesTest, NameOfTheOtherKindIsPassedOver) {
   EXPECT_EQ(oBranches.Assign("a-2", &oTags), "a-2-2");
 }
 
+TEST(RefNamesTest, NamesThatDifferOnlyInCaseStayWhereCaseCounts) {
+  EXPECT_EQ(AssignAll({"Rel", "rel", "REL/x"}), (TNames{"Rel", "rel", "REL/x"}));
+}
+
+TEST(RefNamesTest, NamesThatDifferOnlyInCaseGetSuffixesWhereCaseIsIgnored) {
+  CRefNames oNames(true);
+  CRefNames oTags(true);
+  EXPECT_EQ(oNames.Assign("Rel"), "Rel");
+  EXPECT_EQ(oNames.Assign("rel"), "rel-2");
+  EXPECT_EQ(oNames.Assign("REL/x"), "REL-3/x");
+  EXPECT_EQ(oTags.Assign("rEL", &oNames), "rEL-3");
+}
+
 TEST(RefNamesTest, NamesThatOnlyBeginAlikeStay) {
   EXPECT_EQ(AssignAll({"a", "ab", "b/a", "b/ab"}), (TNames{"a", "ab", "b/a", "b/ab"}));
 }

@@ -85,6 +85,18 @@ TEST_F(CLossesTest, HistoryCutShortIsALoss) {
             "talvek-import: imported 1 stream, 1 changeset, 1 item; 1 loss; 0 seconds\n");
 }
 
+TEST_F(CLossesTest, IncompleteLogOfAFileIsALoss) {
+  Script(
+      "stream|1|0|Main\n"
+      "log|Incomplete log of 'mod/x.c': 2 of 3 revisions\n"
+      "change|1|1|joe|1|x\nitem|1|0|a|file|a\n");
+  const TRun tRun = Run("run --quiet --into target --import-log log");
+  EXPECT_EQ(tRun.nStatus, 3);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: lost: revisions of 'mod/x.c': 2 of 3 revisions\n"
+            "talvek-import: imported 1 stream, 1 changeset, 1 item; 1 loss; 0 seconds\n");
+}
+
 // "cvs [rlog aborted]: end of file from server (consult above messages if any)"
 TEST_F(CLossesTest, ClientWordsThatOnlyPointToEarlierOnesDontHideThem) {
   Script(

@@ -116,6 +116,12 @@ TEST_F(CPreviewTest, HistoryCutShortIsShownWithALoudWarning) {
   EXPECT_NE(tRun.strOutput.find("5 streams, 5 changesets, 6 items\n"), std::string::npos);
 }
 
+TEST_F(CPreviewTest, IncompleteLogOfAFileIsAWarning) {
+  Script(std::string(SCRIPT) + "log|Incomplete log of 'mod/x.c': 2 of 3 revisions\n");
+  EXPECT_EQ(Run("preview --quiet").strError,
+            "talvek-import: warning: the log lacks revisions of 'mod/x.c': 2 of 3 revisions\n");
+}
+
 TEST_F(CPreviewTest, RepositoryThatGivesNothingFailsWithTheClientsWords) {
   Script(
       "stream|1|0|Main\n"

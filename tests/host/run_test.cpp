@@ -288,7 +288,7 @@ TEST_F(CRunTest, StreamWithoutChangesetsIsWhereItStarts) {
             "in Git\n"
             "talvek-import: imported 5 streams, 2 changesets, 2 items; 0 losses; 0 seconds\n");
   EXPECT_EQ(Git("target", "for-each-ref --format='%(refname) %(subject)'"),
-            "refs/heads/B x\nrefs/heads/main x\nrefs/heads/moved y\nrefs/tags/T x\n");
+            "refs/heads/B x\nrefs/heads/main x\nrefs/tags/T x\nrefs/tags/moved y\n");
 }
 
 // Its base is written after it: a sibling that comes later in the walk.
@@ -328,6 +328,73 @@ TEST_F(CRunTest, BranchesThatDoTheSameShareTheirCommits) {
   EXPECT_EQ(tRun.nStatus, 0) << tRun.strError;
   EXPECT_EQ(Git("target", "rev-parse A"), Git("target", "rev-parse B~1"));
   EXPECT_EQ(Git("target", "rev-list --count --all"), "3\n");
+}
+
+TEST_F(CRunTest, TagWithAChangesetOfItsOwnIsATagOffItsParentsLine) {
+  Script(
+      "stream|1|0|Main\n"
+      "stream|2|1|V1|1|tag\n"
+      "stream|3|2|FIX|3\n"
+      "change|1|1|joe|100|x\n"
+      "item|1|0|a|file|a\n"
+      "item|1|0|b|file|b\n"
+      "change|2|1|joe|200|y\n"
+      "item|2|1|a|file|a2\n"
+      "change|3|2|ann|150|Start of V1\n"
+      "item|3|2|b\n"
+      "change|4|3|ann|160|fix\n"
+      "item|4|1|a|file|a3\n");
+  EXPECT_EQ(Run("run --quiet --bare --into target").nStatus, 0);
+  EXPECT_EQ(Git("target", "for-each-ref --format='%(objecttype) %(refname) %(subject)'"),
+            "commit refs/heads/FIX fix\ncommit refs/heads/main y\ncommit refs/tags/V1 Start of V1\n");
+  EXPECT_EQ(Git("target", "ls-tree --name-only V1"), "a\n");
+  EXPECT_EQ(Git("target", "rev-parse V1~1"), Git("target", "rev-parse main~1"));
+  EXPECT_EQ(Git("target", "rev-parse FIX~1"), Git("target", "rev-parse V1"));
+}
+
+// git init notes in the repository's settings that the file system ignores case.
+TEST_F(CRunTest, StreamsThatDifferOnlyInCaseAreTwoFilesWhereCaseIsIgnored) {
+  Script(
+      "stream|1|0|Main\n"
+      "stream|2|1|Rel|1|tag\n"
+      "stream|3|1|REL|1|tag\n"
+      "stream|4|1|MAIN|1\n"
+      "stream|5|1|\\xc3\\x84|1\n"
+      "stream|6|1|\\xc3\\xa4|1\n"
+      "change|1|1|joe|100|x\n"
+      "item|1|0|a|file|a\n");
+  Git(".", "init --quiet --bare plain");
+  Git(".", "init --quiet --bare folding");
+  Git("folding", "config core.ignorecase true");
+  EXPECT_EQ(Run("run --quiet --into plain").nStatus, 0);
+  EXPECT_EQ(Git("plain", "for-each-ref --format='%(refname)'"),
+            "refs/heads/MAIN\nrefs/heads/main\nrefs/heads/\xC3\x84\nrefs/heads/\xC3\xA4\nrefs/tags/REL\nrefs/"
+            "tags/Rel\n");
+  const TRun tRun = Run("run --quiet --into folding");
+  EXPECT_EQ(tRun.nStatus, 0);
+  EXPECT_EQ(Git("folding", "for-each-ref --format='%(refname)'"),
+            "refs/heads/MAIN-2\nrefs/heads/main\nrefs/heads/\xC3\x84\nrefs/heads/\xC3\xA4-2\nrefs/tags/"
+            "REL-2\nrefs/tags/Rel\n");
+  EXPECT_NE(tRun.strError.find("3 streams have another name in Git: 'REL' is called 'REL-2', 'MAIN' is "
+                               "called 'MAIN-2'"),
+            std::string::npos)
+      << tRun.strError;
+}
+
+TEST_F(CRunTest, SummaryTellsThePlanAndTheLogsThatWereOdd) {
+  Script(
+      "log|Plan: 3 of 4 branches and tags start exactly as a changeset\n"
+      "log|Repaired the log of 'mod/x.c': a message holds a log\n"
+      "log|Repaired the log of 'mod/y.c': a message holds a log\n"
+      "stream|1|0|Main\n"
+      "change|1|1|joe|100|x\n"
+      "item|1|0|a|file|a\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 0);
+  EXPECT_EQ(tRun.strError,
+            "talvek-import: 3 of 4 branches and tags start exactly as a changeset\n"
+            "talvek-import: 2 logs of single files read in spite of oddities\n"
+            "talvek-import: imported 1 stream, 1 changeset, 1 item; 0 losses; 0 seconds\n");
 }
 
 // `git log HEAD` would else warn of an ambiguous name and show the trunk.

@@ -62,10 +62,11 @@ class LargeLogTest : public ::testing::Test {
                strSettings + " --set LogFile=" + ShellQuote((m_oFolder / "saved.rlog").string()));
   }
   long Preview() {
-    return Run(TALVEK_BIN_DIR
-               "/talvek-import preview --quiet --format jsonl --repos-path /repo --module-name mod "
-               "--nested-branches --log-file " +
-               ShellQuote((m_oFolder / "saved.rlog").string()));
+    return Run(
+        TALVEK_BIN_DIR
+        "/talvek-import preview --provider cvs --quiet --format jsonl --repos-path /repo --module-name mod "
+        "--nested-branches --log-file " +
+        ShellQuote((m_oFolder / "saved.rlog").string()));
   }
 
   /// The lines of the output that hold this.

@@ -51,7 +51,7 @@ class CInstallation {
   std::string Run(const std::string& strEnvironment, const std::string& strArguments) const {
     const TShellResult tRun =
         RunShell("cd " + ShellQuote(Folder()) + " && " + strEnvironment + " 'my programs/talvek-import' " +
-                 strArguments + " --module-name calculator " + "--repos-path " +
+                 strArguments + " --provider cvs --module-name calculator --repos-path " +
                  ShellQuote(TALVEK_EXAMPLE_REPOSITORY) + " 2>&1");
     return tRun.strOutput + "status " + std::to_string(tRun.nStatus) + "\n";
   }
@@ -111,7 +111,7 @@ TEST(ClientsRoadTest, CheckTellsWhoseDefaultsAreUsed) {
 }
 
 TEST(ClientsRoadTest, PropertiesShowTheProvidersDefaultsAndOurs) {
-  const std::string strText = ShellOutput(TALVEK_BIN_DIR "/talvek-import properties");
+  const std::string strText = ShellOutput(TALVEK_BIN_DIR "/talvek-import properties --provider cvs");
   EXPECT_NE(strText.find("    default  cvs\n    instead  " + BUNDLED + " (default of talvek-import)\n"),
             std::string::npos)
       << strText;

@@ -73,17 +73,22 @@ int FaultTest::Starts() const {
   return static_cast<int>(std::count(strStarts.begin(), strStarts.end(), '\n'));
 }
 
+std::string FaultTest::Provider() {
+  const char* pszProvider = std::getenv("TALVEK_TEST_PROVIDER");
+  return pszProvider ? pszProvider : "cvsexact";
+}
+
 std::vector<std::string> FaultTest::FakeImport(const std::vector<std::string>& astrMore) {
-  return Joined({"run", "--quiet", "--into", "target", "--repos-path", "/cvs", "--module-name", "mod",
-                 "--cvs-path", "./cvs"},
+  return Joined({"run", "--provider", Provider(), "--quiet", "--into", "target", "--repos-path", "/cvs",
+                 "--module-name", "mod", "--cvs-path", "./cvs"},
                 astrMore);
 }
 
 std::vector<std::string> FaultTest::ExampleImport(const std::vector<std::string>& astrMore,
                                                   const std::string& strRepository,
                                                   const std::string& strTarget) {
-  return Joined({"run", "--quiet", "--into", strTarget, "--repos-path", strRepository, "--module-name",
-                 "calculator", "--nested-branches"},
+  return Joined({"run", "--provider", Provider(), "--quiet", "--into", strTarget, "--repos-path",
+                 strRepository, "--module-name", "calculator"},
                 astrMore);
 }
 

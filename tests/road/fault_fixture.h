@@ -24,6 +24,8 @@ class FaultTest : public testing::Test {
   std::string Client(const std::string& strScript);
   int Starts() const;
 
+  /// The provider that is tested: that of the environment (TALVEK_TEST_PROVIDER), else the default one.
+  static std::string Provider();
   /// An import into "target": from nowhere, by the client in the folder; or of the example.
   static std::vector<std::string> FakeImport(const std::vector<std::string>& astrMore = {});
   static std::vector<std::string> ExampleImport(const std::vector<std::string>& astrMore = {},

@@ -18,7 +18,7 @@ const std::string REMEDY =
     " rlog calculator/src > FILE' and import the module 'calculator' with --log-file FILE";
 
 TShellResult Import(const std::string& strArguments) {
-  return RunShell(TALVEK_BIN_DIR "/talvek-import " + strArguments + " --quiet --repos-path " +
+  return RunShell(TALVEK_BIN_DIR "/talvek-import " + strArguments + " --provider cvs --quiet --repos-path " +
                   ShellQuote(TALVEK_EXAMPLE_REPOSITORY) + " 2>&1");
 }
 

@@ -37,7 +37,7 @@ TEST_P(RealRepositoryTest, PreviewOfEveryModuleShowsTheWholeDatabase) {
     const std::string strRoot = ShellQuote(m_oRoot.string());
     const std::string strPreview =
         ShellOutput(TALVEK_BIN_DIR
-                    "/talvek-import preview --quiet --format jsonl --nested-branches "
+                    "/talvek-import preview --provider cvs --quiet --format jsonl --nested-branches "
                     "--streams-for-tags --repos-path " +
                     strRoot + " --module-name " + ShellQuote(strModule) + " 2>/dev/null");
     const std::string strDump = ShellOutput(

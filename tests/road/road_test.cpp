@@ -289,7 +289,9 @@ TEST(RoadTest, LiveHistoryIsTheSameInEveryTimeZone) {
   const std::string strRoot = ShellQuote(TALVEK_EXAMPLE_REPOSITORY);
   const std::string strCommands[] = {
       TALVEK_BIN_DIR "/import-dump --set ModuleName=calculator --set ReposPath=" + strRoot,
-      TALVEK_BIN_DIR "/talvek-import preview --quiet --format jsonl --module-name calculator --repos-path " +
+      TALVEK_BIN_DIR
+          "/talvek-import preview --provider cvs --quiet --format jsonl --module-name calculator "
+          "--repos-path " +
           strRoot};
   for (const std::string& strCommand : strCommands) {
     const std::string strUtc = ShellOutput("TZ=UTC " + strCommand);

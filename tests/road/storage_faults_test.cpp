@@ -28,7 +28,8 @@ std::function<void()> LimitFiles(rlim_t nKilobytes) {
 
 using StorageFaultsTest = FaultTest;
 
-// Each size stops another writer: the client's output, the database, the work folder.
+// Each size stops another writer: the client's output, the database, the work folder. Provider cvs fetches
+// deleted files, too; when one doesn't come, the host looks whether the work folder has room.
 TEST_F(StorageFaultsTest, FullDiskGivesTheWholeHistoryOrNone) {
   const std::string strWhole = WholeReferences();
   for (const auto& [nKilobytes, pszReason] : std::initializer_list<std::pair<rlim_t, const char*>>{
@@ -36,7 +37,7 @@ TEST_F(StorageFaultsTest, FullDiskGivesTheWholeHistoryOrNone) {
            {16,
             "the provider can't keep its import database: Failed to keep the changes in the import "
             "database: "},
-           {256, "no room in the work folder"},
+           {256, Provider() == "cvs" ? "no room in the work folder" : nullptr},
            {4096, nullptr}}) {
     SCOPED_TRACE(std::to_string(nKilobytes) + " KB");
     const TShellResult tRun = Run(ExampleImport(), LimitFiles(nKilobytes));
@@ -46,6 +47,7 @@ TEST_F(StorageFaultsTest, FullDiskGivesTheWholeHistoryOrNone) {
       EXPECT_EQ(Leftovers(), "");
     } else {
       EXPECT_EQ(References("target"), strWhole);
+      fs::remove_all(Folder() / "target");
     }
   }
 }
@@ -56,7 +58,7 @@ TEST_F(StorageFaultsTest, LinesThatFindNoRoomInTheImportLogAreToldOf) {
       "case \"$*\" in *checkout*) head -c 400000 /dev/zero | tr '\\0' x | fold -w 99 >&2;; esac\n"
       "exec " TALVEK_BIN_DIR "/cvs-session \"$@\"");
   const std::vector<std::string> astrImport =
-      ExampleImport({"--cvs-path", strClient, "--force-file-by-file", "--import-log", "import.log"});
+      ExampleImport({"--cvs-path", strClient, "--import-log", "import.log"});
   const TShellResult tRun = Run(astrImport, LimitFiles(4096));
   EXPECT_EQ(tRun.nStatus, 0) << tRun.strOutput;
   EXPECT_NE(tRun.strOutput.find("warning: the import log lacks lines that found no room in tmp/Talvek"),
@@ -147,7 +149,7 @@ class GitFaultsTest : public FaultTest {
     const std::string strClient =
         Client("case \"$*\" in *rlog*) exec cvs \"$@\";; esac\ntouch '" + strFolder + "/held'\nuntil [ -e '" +
                strFolder + "/go' ]; do sleep 0.01; done\nexec " TALVEK_BIN_DIR "/cvs-session \"$@\"");
-    const pid_t nProcess = Start(ExampleImport({"--cvs-path", strClient, "--force-file-by-file"}));
+    const pid_t nProcess = Start(ExampleImport({"--cvs-path", strClient}));
     EXPECT_TRUE(Await([this] { return fs::exists(Folder() / "held"); }));
     return nProcess;
   }
