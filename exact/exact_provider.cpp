@@ -7,7 +7,7 @@
 
 #include <wx/datetime.h>
 
-#include "core/file_system.h"
+#include "client/client_properties.h"
 #include "core/text_codec.h"
 #include "exact/import_writer.h"
 #include "exact/module_paths.h"
@@ -16,19 +16,18 @@
 namespace TALVEK::EXACT {
 
 const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
-    {L"CVS Executable Path", L"CVSPath", L"cvs", MCE::TPropertyInfo::TYPE_EXECUTABLE},
-    {L"Path to Repository", L"ReposPath", L":pserver:anonymous@cvs.example.org:/cvsroot",
-     MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Module Name", L"ModuleName", L"example", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"End Date", L"EndDate", L"", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Create branches", L"CreateBranches", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
+    CLIENT::PROPERTY_CVS_PATH,
+    CLIENT::PROPERTY_REPOS_PATH,
+    CLIENT::PROPERTY_MODULE_NAME,
+    CLIENT::PROPERTY_END_DATE,
+    CLIENT::PROPERTY_CREATE_BRANCHES,
     {L"Create streams for tags", L"StreamsForTags", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
     {L"Create streams for unnamed branches", L"UnnamedBranches", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
-    {L"Include Tag Filters (comma separated)", L"IncludeTags", L"*", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Exclude Tag Filters (comma separated)", L"ExcludeTags", L"", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"CVS command error repeat count", L"CmdRepeatCount", L"5", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Log File (optional)", L"LogFile", L"", MCE::TPropertyInfo::TYPE_TEXT},
-    {nullptr, nullptr, nullptr, 0}};
+    CLIENT::PROPERTY_INCLUDE_TAGS,
+    CLIENT::PROPERTY_EXCLUDE_TAGS,
+    CLIENT::PROPERTY_CMD_REPEAT_COUNT,
+    CLIENT::PROPERTY_LOG_FILE,
+    CLIENT::END_OF_PROPERTIES};
 
 namespace {
 
@@ -41,23 +40,6 @@ class CStreamBytes : public CLogSource {
  private:
   wxInputStream& m_oInput;
 };
-
-/// Lets go of the log when the search ends, by an exception too.
-class CLogScope {
- public:
-  explicit CLogScope(CLIENT::CLogSource& oSource) : m_oSource(oSource) {}
-  ~CLogScope() { m_oSource.Clear(); }
-  CLogScope(const CLogScope&) = delete;
-  CLogScope& operator=(const CLogScope&) = delete;
-
- private:
-  CLIENT::CLogSource& m_oSource;
-};
-
-/// The directory of a repository path such as ":pserver:joe@host:/cvs".
-std::string DirectoryOf(const VCM::CString& strReposPath) {
-  return VCM::ToBytes(strReposPath.Mid(strReposPath.ReverseFind(L':') + 1));
-}
 
 /// Seconds since 1970 of a date that a person wrote, in UTC; nothing when it is none.
 std::optional<std::int64_t> ParseDate(const VCM::CString& strText) {
@@ -82,11 +64,7 @@ CProvider::CProvider()
                  [this] { return IsLogOpen(); }) {}
 
 int CProvider::CheckEnvironment(VCM::CString& strMessage) {
-  const VCM::CString strCvsPath = GetStringProperty(L"CVSPath");
-  if (VCM::FileExists(strCvsPath)) return 0;
-  strMessage.Format(L"The file '%s' doesn't seem to exist (ignore if cvs/cvs.exe is somewhere on your PATH)",
-                    strCvsPath.c_str());
-  return 1;
+  return CLIENT::CheckClientPath(GetStringProperty(L"CVSPath"), strMessage);
 }
 
 bool CProvider::InitialiseClients(const VCM::CString& strClientFolder) {
@@ -94,7 +72,7 @@ bool CProvider::InitialiseClients(const VCM::CString& strClientFolder) {
 }
 
 bool CProvider::SearchForStreams() {
-  const CLogScope oScope(m_oLogSource);
+  const CLIENT::CLogScope oScope(m_oLogSource);
   THistoryOptions tOptions;
   if (!ReadOptions(tOptions) || !OpenLogOfModule()) return false;
   try {
@@ -146,7 +124,7 @@ bool CProvider::OpenLogOfModule() {
 bool CProvider::ReadHistory(CHistory& oHistory) {
   WriteLog(L"Parsing Log");
   CStreamBytes oBytes(*m_oLogSource.GetInput());
-  CLogReader oReader(oBytes, DirectoryOf(GetStringProperty(L"ReposPath")),
+  CLogReader oReader(oBytes, VCM::ToBytes(CLIENT::GetRootDirectory(GetStringProperty(L"ReposPath"))),
                      VCM::ToBytes(GetStringProperty(L"ModuleName")));
   TRcsFile tFile;
   int nFiles = 0;
