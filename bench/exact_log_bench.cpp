@@ -13,7 +13,7 @@
 namespace TALVEK::EXACT {
 namespace {
 
-class CMemorySource : public CLogSource {
+class CMemorySource : public CLogBytes {
  public:
   explicit CMemorySource(std::string_view strText) : m_strText(strText) {}
   std::size_t Read(char* pTo, std::size_t nBytes) override {

@@ -32,7 +32,7 @@ const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
 namespace {
 
 /// The log's bytes, from where the client or a saved log leaves them.
-class CStreamBytes : public CLogSource {
+class CStreamBytes : public CLogBytes {
  public:
   explicit CStreamBytes(wxInputStream& oInput) : m_oInput(oInput) {}
   std::size_t Read(char* pTo, std::size_t nBytes) override { return m_oInput.Read(pTo, nBytes).LastRead(); }

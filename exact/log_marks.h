@@ -36,7 +36,7 @@ struct TMark {
 /// the file's header.
 class CLogMarks {
  public:
-  explicit CLogMarks(CLogSource& oSource) : m_oLog(oSource) {}
+  explicit CLogMarks(CLogBytes& oSource) : m_oLog(oSource) {}
 
   /// Goes to the first file; false: the log has none.
   bool FindFirstHeader();

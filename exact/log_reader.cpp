@@ -32,7 +32,7 @@ std::string Counted(std::size_t n, const char* pszOne, const char* pszMany) {
 
 }  // namespace
 
-CLogReader::CLogReader(CLogSource& oSource, std::string strRootDirectory, std::string strModule)
+CLogReader::CLogReader(CLogBytes& oSource, std::string strRootDirectory, std::string strModule)
     : m_oMarks(oSource), m_oPath(std::move(strRootDirectory), std::move(strModule)) {}
 
 bool CLogReader::Next(TRcsFile& tFile) {

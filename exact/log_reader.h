@@ -38,7 +38,7 @@ class CLogReader {
   /// The source must outlive the reader. strRootDirectory: where the root says that the repository
   /// lies, such as "/cvs"; it is cut off the paths. strModule, which may be empty, helps to do this in a log
   /// from elsewhere.
-  CLogReader(CLogSource& oSource, std::string strRootDirectory, std::string strModule = {});
+  CLogReader(CLogBytes& oSource, std::string strRootDirectory, std::string strModule = {});
   CLogReader(const CLogReader&) = delete;
   CLogReader& operator=(const CLogReader&) = delete;
 

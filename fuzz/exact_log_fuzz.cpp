@@ -22,7 +22,7 @@ using namespace EXACT;
 
 constexpr int REPETITIONS = 64;
 
-class CPieces : public CLogSource {
+class CPieces : public CLogBytes {
  public:
   CPieces(std::string_view strText, std::size_t nPieceBytes)
       : m_strText(strText), m_nPieceBytes(nPieceBytes) {}

@@ -11,7 +11,7 @@
 namespace TALVEK::EXACT {
 
 /// A log that lies in memory, given in pieces.
-class CTextSource : public CLogSource {
+class CTextSource : public CLogBytes {
  public:
   explicit CTextSource(std::string_view strText, std::size_t nPieceBytes = SIZE_MAX)
       : m_strText(strText), m_nPieceBytes(nPieceBytes) {}
