@@ -148,7 +148,7 @@ void CProvider::LogFile(const TRcsFile& tFile, int nFiles) {
 }
 
 bool CProvider::LogResult(const TMadePlan& tMade) {
-  for (const std::string& strLine : tMade.tNotes.strLines)
+  for (const std::string& strLine : tMade.tNotes.astrLines)
     WriteLog(L"%s", VCM::FromBytes(strLine).c_str());
   WriteLog(L"Proved %s branches, tags and trunk, and %s revisions.",
            VCM::FromBytes(std::to_string(tMade.tCheck.nRefs)).c_str(),

@@ -36,18 +36,18 @@ TIndices PossibleOnes(const std::vector<TCandidate>& atCandidates, const TNumber
   for (std::size_t i = 0; i < anAll.size(); ++i)
     anAll[i] = i;
   if (!bAll || nHead.empty()) return anAll;
-  std::set<TNumber> nNumbers, nLines;
+  std::set<TNumber> anNumbers, anLines;
   for (const TCandidate& tCandidate : atCandidates) {
-    nNumbers.insert(tCandidate.pRevision->nNumber);
-    nLines.insert(tCandidate.panBranches->begin(), tCandidate.panBranches->end());
+    anNumbers.insert(tCandidate.pRevision->nNumber);
+    anLines.insert(tCandidate.panBranches->begin(), tCandidate.panBranches->end());
   }
   TIndices anPossible;
   for (const std::size_t i : anAll) {
     const TNumber& nNumber = atCandidates[i].pRevision->nNumber;
     const bool bPossible = IsTrunk(nNumber)
                                ? !IsTrunk(nHead) || nNumber <= nHead
-                               : nLines.contains(LineOf(nNumber)) &&
-                                     nNumbers.contains(TNumber(nNumber.begin(), nNumber.end() - 2));
+                               : anLines.contains(LineOf(nNumber)) &&
+                                     anNumbers.contains(TNumber(nNumber.begin(), nNumber.end() - 2));
     if (bPossible) anPossible.push_back(i);
   }
   return anPossible;
@@ -222,9 +222,9 @@ bool AreUnique(const std::vector<TCandidate>& atCandidates) {
   for (std::size_t i = 1; i < atCandidates.size() && bInOrder; ++i)
     bInOrder = PrintedBefore(atCandidates[i - 1].pRevision->nNumber, atCandidates[i].pRevision->nNumber);
   if (bInOrder) return true;
-  std::set<TNumber> nNumbers;
+  std::set<TNumber> anNumbers;
   for (const TCandidate& tCandidate : atCandidates)
-    if (!nNumbers.insert(tCandidate.pRevision->nNumber).second) return false;
+    if (!anNumbers.insert(tCandidate.pRevision->nNumber).second) return false;
   return true;
 }
 
@@ -247,9 +247,9 @@ std::optional<TChoice> ChooseRevisions(const std::vector<TCandidate>& atCandidat
 
 std::vector<std::size_t> ChooseWhatIsThere(const std::vector<TCandidate>& atCandidates, std::size_t nCount) {
   std::vector<std::size_t> anChosen;
-  std::set<TNumber> nNumbers;
+  std::set<TNumber> anNumbers;
   for (std::size_t i = 0; i < atCandidates.size() && anChosen.size() < nCount; ++i)
-    if (nNumbers.insert(atCandidates[i].pRevision->nNumber).second) anChosen.push_back(i);
+    if (anNumbers.insert(atCandidates[i].pRevision->nNumber).second) anChosen.push_back(i);
   return anChosen;
 }
 

@@ -63,7 +63,7 @@ void CLogMarks::FindRevision(std::size_t nSeparator, std::size_t nNext) {
   if (!m_oLog.Line(nNext, tLine) || !ReadRevisionLine(tLine.strText, *ptRevision)) return;
   if (!m_oLog.Line(tLine.nNext, tLine) || !ReadDateLine(tLine.strText, *ptRevision)) return;
   TMark tMark;
-  tMark.eKind = EMark::REVISION;
+  tMark.nKind = TMarkKind::REVISION;
   tMark.nAt = nSeparator;
   tMark.nNext = m_nScanned = tLine.nNext;
   if (m_oLog.Line(tMark.nNext, tLine)) ReadBranchesLine(tLine.strText, ptRevision->nNumber, tMark.anBranches);
@@ -99,7 +99,7 @@ bool CLogMarks::FindHeader(std::size_t nAt, bool bBehindRule) {
   // Within a text a header that the log ends in is no sign of anything.
   if (!ReadHeader(m_oLog, nAt, *ptHeader) || (!ptHeader->bWhole && !bBehindRule)) return false;
   TMark tMark;
-  tMark.eKind = EMark::HEADER;
+  tMark.nKind = TMarkKind::HEADER;
   tMark.nAt = nAt;
   tMark.nNext = m_nScanned = ptHeader->nNext;
   tMark.bFileEnd = bBehindRule;
@@ -125,7 +125,7 @@ std::optional<std::size_t> CLogMarks::EndAfter(std::size_t nMark) {
   for (std::size_t i = nMark + 1;; ++i) {
     while (i >= m_atMarks.size())
       if (!FindEnd()) return std::nullopt;
-    if (m_atMarks[i].eKind == EMark::RULE && m_atMarks[i].bFileEnd) return i;
+    if (m_atMarks[i].nKind == TMarkKind::RULE && m_atMarks[i].bFileEnd) return i;
   }
 }
 

@@ -94,7 +94,7 @@ class CLogReader {
   bool m_bInOrder = true;  // all files so far came in the order in which the client walks
   bool m_bWorkingFiles = false;
   std::string m_strLastPath;
-  std::unordered_set<std::size_t> m_nPathHashes;
+  std::unordered_set<std::size_t> m_anPathHashes;
 };
 
 }  // namespace TALVEK::EXACT

@@ -25,8 +25,8 @@ std::string_view Trimmed(std::string_view strText) {
 template <class TValue>
 bool TakeDecimal(std::string_view& strText, TValue& nValue) {
   if (strText.empty() || strText.front() < '0' || strText.front() > '9') return false;
-  const auto [pEnd, eError] = std::from_chars(strText.data(), strText.data() + strText.size(), nValue);
-  if (eError != std::errc()) return false;
+  const auto [pEnd, nError] = std::from_chars(strText.data(), strText.data() + strText.size(), nValue);
+  if (nError != std::errc()) return false;
   strText.remove_prefix(static_cast<std::size_t>(pEnd - strText.data()));
   return true;
 }

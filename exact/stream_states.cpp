@@ -8,20 +8,20 @@ namespace TALVEK::EXACT {
 CStreamStates::CStreamStates(const CEvents& oEvents, const CMoments& oMoments)
     : m_oEvents(oEvents), m_oMoments(oMoments), m_atPlaced(oEvents.History().Streams().size()) {
   const std::vector<TLine>& atLines = History().Lines();
-  m_nFirstLines.resize(m_atPlaced.size() + 1);
+  m_anFirstLines.resize(m_atPlaced.size() + 1);
   for (const TLine& tLine : atLines) {
-    if (tLine.nStream != NONE) ++m_nFirstLines[tLine.nStream + 1];
+    if (tLine.nStream != NONE) ++m_anFirstLines[tLine.nStream + 1];
   }
-  std::partial_sum(m_nFirstLines.begin(), m_nFirstLines.end(), m_nFirstLines.begin());
-  m_nLines.resize(m_nFirstLines.back());
-  std::vector<TIndex> nNext(m_nFirstLines.begin(), m_nFirstLines.end() - 1);
+  std::partial_sum(m_anFirstLines.begin(), m_anFirstLines.end(), m_anFirstLines.begin());
+  m_anLines.resize(m_anFirstLines.back());
+  std::vector<TIndex> nNext(m_anFirstLines.begin(), m_anFirstLines.end() - 1);
   for (TIndex nLine = 0; nLine < atLines.size(); ++nLine) {
-    if (atLines[nLine].nStream != NONE) m_nLines[nNext[atLines[nLine].nStream]++] = nLine;
+    if (atLines[nLine].nStream != NONE) m_anLines[nNext[atLines[nLine].nStream]++] = nLine;
   }
 }
 
 std::span<const TIndex> CStreamStates::LinesOf(TIndex nStream) const {
-  return {m_nLines.data() + m_nFirstLines[nStream], m_nLines.data() + m_nFirstLines[nStream + 1]};
+  return {m_anLines.data() + m_anFirstLines[nStream], m_anLines.data() + m_anFirstLines[nStream + 1]};
 }
 
 TKey CStreamStates::Arrival(TIndex nStream, TIndex nRevision) const {

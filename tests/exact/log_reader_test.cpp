@@ -1,10 +1,9 @@
-#include "exact/log_reader.h"
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
+#include "exact/log_reader.h"
 #include "tests/exact/rcs_file_text.h"
 
 namespace TALVEK::EXACT {

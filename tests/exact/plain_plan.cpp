@@ -1,11 +1,11 @@
-#include "plain_plan.h"
-
-#include "rcs_builder.h"
+#include "tests/exact/plain_plan.h"
 
 #include <algorithm>
 #include <map>
 #include <set>
 #include <tuple>
+
+#include "tests/exact/rcs_builder.h"
 
 namespace TALVEK::EXACT::TEST {
 

@@ -1,15 +1,14 @@
-#include "plain_plan.h"
-#include "plan_dump.h"
-#include "plan_properties.h"
-#include "random_history.h"
-#include "rcs_builder.h"
-
-#include "exact/make_plan.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <string>
+
+#include "exact/make_plan.h"
+#include "tests/exact/plain_plan.h"
+#include "tests/exact/plan_dump.h"
+#include "tests/exact/plan_properties.h"
+#include "tests/exact/random_history.h"
+#include "tests/exact/rcs_builder.h"
 
 namespace TALVEK::EXACT::TEST {
 

@@ -1,11 +1,11 @@
-#include "plan_properties.h"
-
-#include "rcs_builder.h"
+#include "tests/exact/plan_properties.h"
 
 #include <algorithm>
 #include <functional>
 #include <map>
 #include <set>
+
+#include "tests/exact/rcs_builder.h"
 
 namespace TALVEK::EXACT::TEST {
 
@@ -157,7 +157,7 @@ class CClaims {
         }
         const std::string strNumber = m_oPlan.History().Number(tItem.nRevision);
         tTree[strPath] = strNumber;
-        if (tChange.eKind != TChangeKind::Own) return;
+        if (tChange.nKind != TChangeKind::OWN) return;
         auto& nPlaces = m_nPlaces[{strPath, strNumber}];
         Claim(nPlaces.emplace(tStream.strName, nChange).second,
               strWhere + ": " + strPath + " " + strNumber + " again");
@@ -215,14 +215,14 @@ class CClaims {
     for (const auto& [strPath, oClient] : m_oClients) {
       if (!oClient.DatesAreInOrder()) return;
     }
-    const std::vector<TIndex>& nTrunk = m_oPlan.Streams()[TRUNK].nChanges;
+    const std::vector<TIndex>& nTrunk = m_oPlan.Streams()[TRUNK].anChanges;
     for (std::size_t n = 0; n < nTrunk.size(); ++n) {
       const TPlanChange& tChange = m_oPlan.Changes()[nTrunk[n]];
-      if (tChange.eKind != TChangeKind::Own) return;
+      if (tChange.nKind != TChangeKind::OWN) return;
       // Between two changesets there is a moment only if the first is over before the other begins.
       bool bOver = true;
       for (std::size_t nLater = n + 1; nLater < nTrunk.size(); ++nLater) {
-        bOver = bOver && (m_oPlan.Changes()[nTrunk[nLater]].eKind != TChangeKind::Own ||
+        bOver = bOver && (m_oPlan.Changes()[nTrunk[nLater]].nKind != TChangeKind::OWN ||
                           FirstTime(nTrunk[nLater]) > tChange.nTime);
       }
       if (!bOver) continue;

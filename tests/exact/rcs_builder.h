@@ -1,12 +1,12 @@
 #pragma once
 
-#include "exact/rcs_file.h"
-
 #include <cstdint>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "exact/rcs_file.h"
 
 namespace TALVEK::EXACT::TEST {
 
