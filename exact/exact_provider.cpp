@@ -1,14 +1,14 @@
 #include "exact/exact_provider.h"
 
-#include <ctime>
-#include <exception>
+#include <cstdint>
 #include <string>
 #include <string_view>
-
-#include <wx/datetime.h>
+#include <system_error>
+#include <utility>
 
 #include "client/client_properties.h"
 #include "core/text_codec.h"
+#include "exact/end_date.h"
 #include "exact/import_writer.h"
 #include "exact/module_paths.h"
 #include "mce/import_log_texts.h"
@@ -40,21 +40,6 @@ class CStreamBytes : public CLogBytes {
  private:
   wxInputStream& m_oInput;
 };
-
-/// Seconds since 1970 of a date that a person wrote, in UTC; nothing when it is none.
-std::optional<std::int64_t> ParseDate(const VCM::CString& strText) {
-  wxDateTime oDate;
-  wxString::const_iterator itEnd;
-  const wxString strDate(std::wstring(strText.View()));
-  // A date alone ends with its last second, so that the day counts.
-  if (oDate.ParseISODate(strDate) || oDate.ParseFormat(strDate, "%Y/%m/%d", &itEnd)) {
-    if (strDate.length() == 10) return oDate.FromUTC().GetTicks() + 86399;
-  }
-  const bool bRead = oDate.ParseISOCombined(strDate, ' ') || oDate.ParseISOCombined(strDate, 'T') ||
-                     (oDate.ParseFormat(strDate, "%Y/%m/%d %H:%M:%S", &itEnd) && itEnd == strDate.end());
-  if (!bRead) return std::nullopt;
-  return oDate.FromUTC().GetTicks();
-}
 
 }  // namespace
 
@@ -98,10 +83,11 @@ bool CProvider::ReadOptions(THistoryOptions& tOptions) {
   };
   const VCM::CString strEndDate = GetStringProperty(L"EndDate");
   if (strEndDate.IsEmpty()) return true;
-  tOptions.nEndTime = ParseDate(strEndDate);
-  if (!tOptions.nEndTime)
+  tOptions.nEndTime = ReadEndDate(VCM::ToBytes(strEndDate));
+  if (!tOptions.nEndTime) {
     WriteLog(L"Failed to read the end date '%s': write it as 2004-12-31 or 2004-12-31 23:59:59 (UTC).",
              strEndDate.c_str());
+  }
   return tOptions.nEndTime.has_value();
 }
 
