@@ -29,10 +29,10 @@ struct CBaseSearch::TNearest {
   /// farther.
   bool IsNearerThan(const TNearest& tOther) const {
     if (nStream == NONE || tOther.nStream == NONE) return nStream != NONE;
-    const auto Rank = [](const TNearest& t) {
+    const auto fnRank = [](const TNearest& t) {
       return std::make_tuple(~t.nMatch, t.nExtra, t.nStream != TRUNK, t.nKey);
     };
-    return Rank(*this) < Rank(tOther);
+    return fnRank(*this) < fnRank(tOther);
   }
 };
 
@@ -231,20 +231,20 @@ bool CBaseSearch::CanReach(TIndex nStream, const std::vector<TFileState>& atWant
   std::size_t nMayMiss = atWanted.size() - nNeeded;
   std::size_t nNext = 0;
   bool bCan = true;
-  const auto Pass = [&](bool bEntry) {
+  const auto fnPass = [&](bool bEntry) {
     if (!bEntry && anStreamsOfWanted[nNext] != nStream && nMayMiss-- == 0) bCan = false;
     ++nNext;
     return bCan;
   };
   m_oStates.History().ForEachEntryWhile(nStream, [&](TIndex nFile, TIndex nEntry) {
     while (nNext < atWanted.size() && atWanted[nNext].nFile < nFile) {
-      if (!Pass(false)) return false;
+      if (!fnPass(false)) return false;
     }
     if (nNext == atWanted.size()) return false;
-    return atWanted[nNext].nFile != nFile || Pass(atWanted[nNext].nRevision == nEntry);
+    return atWanted[nNext].nFile != nFile || fnPass(atWanted[nNext].nRevision == nEntry);
   });
   while (bCan && nNext < atWanted.size())
-    Pass(false);
+    fnPass(false);
   return bCan;
 }
 

@@ -47,15 +47,15 @@ TIndex CEvents::InChain(const TChain& tChain, TIndex nRevision) const {
 void CEvents::MarkEvents(TIndex nLine) {
   const TChain tChain = ChainOf(nLine);
   bool bThere = m_oHistory.LineEntry(m_oHistory.Lines()[nLine]) != NONE;
-  const auto Mark = [&](TIndex nEvent) {
+  const auto fnMark = [&](TIndex nEvent) {
     const bool bAlive = m_oHistory.IsAlive(Revision(nEvent));
     m_abEvent[nEvent] = bAlive || bThere;
     bThere = bAlive;
   };
   for (TIndex nEvent = tChain.nShownFirst; nEvent < tChain.nShownEnd; ++nEvent)
-    Mark(nEvent);
+    fnMark(nEvent);
   for (TIndex nEvent = tChain.nFirst; nEvent < tChain.nEnd; ++nEvent)
-    Mark(nEvent);
+    fnMark(nEvent);
 }
 
 void CEvents::MakeSprouts() {

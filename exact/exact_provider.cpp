@@ -127,10 +127,11 @@ bool CProvider::ReadHistory(CHistory& oHistory) {
 void CProvider::LogFile(const TRcsFile& tFile, int nFiles) {
   const VCM::CString strPath = VCM::FromBytes(tFile.strPath);
   WriteLog(MCE::LOG_FILE, strPath.c_str(), nFiles);
-  if (tFile.bIncomplete)
+  if (tFile.bIncomplete) {
     WriteLog(MCE::LOG_FILE_INCOMPLETE, strPath.c_str(), VCM::FromBytes(tFile.strRepair).c_str());
-  else if (!tFile.strRepair.empty())
+  } else if (!tFile.strRepair.empty()) {
     WriteLog(MCE::LOG_FILE_REPAIRED, strPath.c_str(), VCM::FromBytes(tFile.strRepair).c_str());
+  }
 }
 
 bool CProvider::LogResult(const TMadePlan& tMade) {

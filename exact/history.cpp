@@ -295,9 +295,9 @@ void CHistory::GiveLinesToStreams() {
     const TIndex nStream = m_atNames[nName].nStream;
     TIndex& nOwner = m_atLines[nLine].nStream;
     if (nStream == NONE) continue;
-    const auto Files = [this](TIndex n) { return m_atNames[m_atStreams[n].nName].nBranchFiles; };
-    if (nOwner == NONE || Files(nStream) > Files(nOwner) ||
-        (Files(nStream) == Files(nOwner) && nStream < nOwner)) {
+    const auto fnFiles = [this](TIndex n) { return m_atNames[m_atStreams[n].nName].nBranchFiles; };
+    if (nOwner == NONE || fnFiles(nStream) > fnFiles(nOwner) ||
+        (fnFiles(nStream) == fnFiles(nOwner) && nStream < nOwner)) {
       nOwner = nStream;
     }
   }

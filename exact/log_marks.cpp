@@ -34,14 +34,15 @@ bool CLogMarks::FindEnd() {
     m_nScanned = tLine.nNext;
     const std::string_view strLine = tLine.strText;
     bool bIsEnd = false;
-    if (strLine == REVISION_SEPARATOR)
+    if (strLine == REVISION_SEPARATOR) {
       FindRevision(nAt, tLine.nNext);
-    else if (strLine == FILE_SEPARATOR)
+    } else if (strLine == FILE_SEPARATOR) {
       bIsEnd = FindRule(nAt, tLine.nNext);
-    else if (strLine.starts_with(HEADER_BEGIN))
+    } else if (strLine.starts_with(HEADER_BEGIN)) {
       FindHeader(nAt, false);
-    else if (m_bFirstText)
+    } else if (m_bFirstText) {
       FindInFirstText(strLine, nAt, tLine.nNext, bIsEnd);
+    }
     if (bIsEnd) return true;
   }
   return AddEnd(m_nScanned, m_nScanned, true);

@@ -13,7 +13,7 @@ namespace {
 
 // How far is looked ahead for another end of a file.
 constexpr std::size_t MAX_ENDS_AHEAD = 256;
-constexpr std::size_t MAX_BYTES_AHEAD = 16 * 1024 * 1024;
+constexpr std::size_t MAX_BYTES_AHEAD = std::size_t{16} * 1024 * 1024;
 // How often the candidates are tried to meet the counts, with more of them each time.
 constexpr std::size_t MAX_TRIES = 16;
 
@@ -223,6 +223,7 @@ CLogReader::TReading CLogReader::WhatIsThere(std::size_t nEnd) const {
   std::vector<std::size_t> anMarks;
   AddCandidates(1, nEnd, true, anMarks);
   std::vector<TCandidate> atCandidates;
+  atCandidates.reserve(anMarks.size());
   for (const std::size_t i : anMarks)
     atCandidates.push_back({m_oMarks[i].ptRevision.get(), &m_oMarks[i].anBranches});
   for (const std::size_t i : ChooseWhatIsThere(atCandidates, m_oMarks[0].ptHeader->nSelected))
@@ -233,8 +234,8 @@ CLogReader::TReading CLogReader::WhatIsThere(std::size_t nEnd) const {
 /// A message may begin like a line "branches:". The line names branches that have revisions in the file.
 void CLogReader::SettleBranchLines(const TReading& tReading) {
   const TLogHeader& tHeader = *m_oMarks[0].ptHeader;
-  const auto HasBranches = [&](std::size_t i) { return !m_oMarks[i].anBranches.empty(); };
-  if (!std::any_of(tReading.anRevisions.begin(), tReading.anRevisions.end(), HasBranches)) return;
+  const auto fnHasBranches = [&](std::size_t i) { return !m_oMarks[i].anBranches.empty(); };
+  if (!std::any_of(tReading.anRevisions.begin(), tReading.anRevisions.end(), fnHasBranches)) return;
   std::set<TNumber> anLines;
   for (const std::size_t i : tReading.anRevisions) {
     const TNumber& nNumber = m_oMarks[i].ptRevision->nNumber;
@@ -245,7 +246,7 @@ void CLogReader::SettleBranchLines(const TReading& tReading) {
   for (const std::size_t i : tReading.anRevisions) {
     TMark& tMark = m_oMarks[i];
     const bool bIsLine =
-        HasBranches(i) &&
+        fnHasBranches(i) &&
         (!bAll || std::all_of(tMark.anBranches.begin(), tMark.anBranches.end(),
                               [&](const TNumber& nLine) { return anLines.contains(nLine); }));
     if (bIsLine && m_oMarks.Log().Line(tMark.nNext, tLine)) tMark.nNext = tLine.nNext;

@@ -63,7 +63,7 @@ class CLogReader {
     std::size_t nTwice = 0;
     std::size_t nOutOfOrder = 0;
     bool bEndIsPasted = false;
-    auto operator<=>(const TOdds&) const = default;
+    auto operator<=>(const TOdds&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
   };
   /// Header of a pasted log and its last line, as indices of marks.
   using TPastedEnds = std::unordered_map<std::size_t, std::size_t>;

@@ -16,14 +16,14 @@ CMoments::CMoments(const CEvents& oEvents, const TChangesets& tSets, const TOrde
   for (TIndex nLine = 0; nLine < oEvents.History().Lines().size(); ++nLine) {
     const CEvents::TChain tChain = oEvents.ChainOf(nLine);
     TIndex nLast = 0;
-    const auto Fill = [&](TIndex nEvent) {
+    const auto fnFill = [&](TIndex nEvent) {
       if (oEvents.IsEvent(nEvent)) nLast = m_anMoments[nEvent];
       m_anMoments[nEvent] = nLast;
     };
     for (TIndex nEvent = tChain.nShownFirst; nEvent < tChain.nShownEnd; ++nEvent)
-      Fill(nEvent);
+      fnFill(nEvent);
     for (TIndex nEvent = tChain.nFirst; nEvent < tChain.nEnd; ++nEvent)
-      Fill(nEvent);
+      fnFill(nEvent);
   }
 }
 

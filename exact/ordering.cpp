@@ -17,7 +17,7 @@ struct TSetKey {
   TIndex nFile = NONE;
   TIndex nRank = NONE;
 
-  auto operator<=>(const TSetKey&) const = default;
+  auto operator<=>(const TSetKey&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
 };
 
 class COrdering {

@@ -42,12 +42,12 @@ class CPlacing {
   std::vector<TIndex> OrderOfPlacing() const {
     std::vector<TIndex> nOrder(m_oHistory.Streams().size());
     std::iota(nOrder.begin(), nOrder.end(), TIndex{0});
-    const auto Rank = [this](TIndex n) {
+    const auto fnRank = [this](TIndex n) {
       const bool bTag = m_oHistory.Streams()[n].bTag;
       return std::make_tuple(n != TRUNK, bTag, bTag ? 0 : FirstOwn(n), n);
     };
     std::sort(nOrder.begin(), nOrder.end(),
-              [&](TIndex nLeft, TIndex nRight) { return Rank(nLeft) < Rank(nRight); });
+              [&](TIndex nLeft, TIndex nRight) { return fnRank(nLeft) < fnRank(nRight); });
     return nOrder;
   }
 

@@ -31,7 +31,7 @@ TKey CStreamStates::Arrival(TIndex nStream, TIndex nRevision) const {
 
 TIndex CStreamStates::LastEvent(TIndex nLine, TKey nKey) const {
   const CEvents::TChain tChain = m_oEvents.ChainOf(nLine);
-  const auto LastOf = [&](TIndex nFirst, TIndex nEnd) {
+  const auto fnLastOf = [&](TIndex nFirst, TIndex nEnd) {
     while (nFirst < nEnd) {
       const TIndex nMiddle = nFirst + (nEnd - nFirst) / 2;
       if (KeyOf(m_oMoments.OfEvent(nMiddle)) <= nKey) {
@@ -42,8 +42,8 @@ TIndex CStreamStates::LastEvent(TIndex nLine, TKey nKey) const {
     }
     return nFirst;
   };
-  if (const TIndex n = LastOf(tChain.nFirst, tChain.nEnd); n != tChain.nFirst) return n - 1;
-  if (const TIndex n = LastOf(tChain.nShownFirst, tChain.nShownEnd); n != tChain.nShownFirst) return n - 1;
+  if (const TIndex n = fnLastOf(tChain.nFirst, tChain.nEnd); n != tChain.nFirst) return n - 1;
+  if (const TIndex n = fnLastOf(tChain.nShownFirst, tChain.nShownEnd); n != tChain.nShownFirst) return n - 1;
   return NONE;
 }
 
@@ -62,35 +62,35 @@ TIndex CStreamStates::TrunkAt(TIndex nFile, TKey nKey) const {
 
 std::vector<TFileState> CStreamStates::StateAt(TIndex nStream, TKey nKey) const {
   std::vector<TFileState> atState;
-  const auto Put = [&atState](TIndex nFile, TIndex nRevision) {
+  const auto fnPut = [&atState](TIndex nFile, TIndex nRevision) {
     if (nRevision != NONE) atState.push_back({nFile, nRevision});
   };
   if (nStream == TRUNK) {
     for (TIndex nFile = 0; nFile < History().Files().size(); ++nFile)
-      Put(nFile, TrunkAt(nFile, nKey));
+      fnPut(nFile, TrunkAt(nFile, nKey));
     return atState;
   }
 
   const std::span<const TIndex> nLines = LinesOf(nStream);
   std::size_t nNext = 0;
-  const auto PutLine = [&](TIndex nEntry) {
+  const auto fnPutLine = [&](TIndex nEntry) {
     const TIndex nEvent = LastEvent(nLines[nNext], nKey);
     const TIndex nRevision = nEvent == NONE ? nEntry : History().IsAlive(nEvent) ? nEvent : NONE;
-    Put(History().Lines()[nLines[nNext]].nFile, nRevision);
+    fnPut(History().Lines()[nLines[nNext]].nFile, nRevision);
     ++nNext;
   };
   History().ForEachEntry(nStream, [&](TIndex nFile, TIndex nEntry) {
     while (nNext < nLines.size() && History().Lines()[nLines[nNext]].nFile < nFile)
-      PutLine(NONE);
+      fnPutLine(NONE);
     const TIndex nArrived = Arrival(nStream, nEntry) <= nKey ? nEntry : NONE;
     if (nNext < nLines.size() && History().Lines()[nLines[nNext]].nFile == nFile) {
-      PutLine(nArrived);
+      fnPutLine(nArrived);
     } else {
-      Put(nFile, nArrived);
+      fnPut(nFile, nArrived);
     }
   });
   while (nNext < nLines.size())
-    PutLine(NONE);
+    fnPutLine(NONE);
   return atState;
 }
 
