@@ -66,9 +66,9 @@ void CEvents::MakeSprouts() {
     while (nFirst < tLine.nEndRevision && !m_abEvent[nFirst])
       ++nFirst;
     const TIndex nSprout = FirstOf(tLine.nSprout);
-    if (nFirst < tLine.nEndRevision && nSprout != NONE) m_nSprouts.emplace_back(nSprout, nFirst);
+    if (nFirst < tLine.nEndRevision && nSprout != NONE) m_anSprouts.emplace_back(nSprout, nFirst);
   }
-  std::sort(m_nSprouts.begin(), m_nSprouts.end());
+  std::sort(m_anSprouts.begin(), m_anSprouts.end());
 }
 
 TIndex CEvents::FirstOf(TIndex nRevision) const {
@@ -86,10 +86,12 @@ TIndex CEvents::FirstOf(TIndex nRevision) const {
   return m_abEvent[nEvent] ? nEvent : NONE;
 }
 
+TIndex CEvents::LineOf(TIndex nEvent) const {
+  return IsShown(nEvent) ? m_oHistory.Files()[File(nEvent)].nFirstLine : m_oHistory.Revisions()[nEvent].nLine;
+}
+
 TIndex CEvents::Before(TIndex nEvent) const {
-  const TIndex nLine =
-      IsShown(nEvent) ? m_oHistory.Files()[File(nEvent)].nFirstLine : m_oHistory.Revisions()[nEvent].nLine;
-  const TChain tChain = ChainOf(nLine);
+  const TChain tChain = ChainOf(LineOf(nEvent));
   TIndex nShownEnd = tChain.nShownEnd;
   if (IsShown(nEvent)) {
     nShownEnd = nEvent;
@@ -105,9 +107,7 @@ TIndex CEvents::Before(TIndex nEvent) const {
 }
 
 TIndex CEvents::After(TIndex nEvent) const {
-  const TIndex nLine =
-      IsShown(nEvent) ? m_oHistory.Files()[File(nEvent)].nFirstLine : m_oHistory.Revisions()[nEvent].nLine;
-  const TChain tChain = ChainOf(nLine);
+  const TChain tChain = ChainOf(LineOf(nEvent));
   TIndex nNext = tChain.nFirst;
   if (IsShown(nEvent)) {
     while (++nEvent < tChain.nShownEnd) {

@@ -69,6 +69,8 @@ class CEvents {
   TIndex InChain(const TChain& tChain, TIndex nRevision) const;
 
  private:
+  /// The line whose chain the event is in.
+  TIndex LineOf(TIndex nEvent) const;
   void MarkEvents(TIndex nLine);
   void MakeSprouts();
 
@@ -77,14 +79,14 @@ class CEvents {
   TIndex m_nRevisions;
   std::vector<bool> m_abEvent;
   std::vector<std::pair<TIndex, TIndex>>
-      m_nSprouts;  ///< (event, first event of a line that sprouts from it), sorted
+      m_anSprouts;  ///< (event, first event of a line that sprouts from it), sorted
 };
 
 template <class TFunction>
 void CEvents::ForEachWaiting(TIndex nEvent, TFunction fnEvent) const {
   if (const TIndex nAfter = After(nEvent); nAfter != NONE) fnEvent(nAfter);
-  for (auto it = std::lower_bound(m_nSprouts.begin(), m_nSprouts.end(), std::make_pair(nEvent, TIndex{0}));
-       it != m_nSprouts.end() && it->first == nEvent; ++it) {
+  for (auto it = std::lower_bound(m_anSprouts.begin(), m_anSprouts.end(), std::make_pair(nEvent, TIndex{0}));
+       it != m_anSprouts.end() && it->first == nEvent; ++it) {
     fnEvent(it->second);
   }
 }

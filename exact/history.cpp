@@ -4,27 +4,18 @@
 #include <map>
 #include <numeric>
 #include <set>
+#include <string_view>
 #include <utility>
+
+#include "exact/log_text.h"
 
 namespace TALVEK::EXACT {
 
 namespace {
 
-std::string Text(const TNumber& nNumber) {
-  std::string strText;
-  for (const std::uint32_t nPart : nNumber) {
-    if (!strText.empty()) strText += '.';
-    strText += std::to_string(nPart);
-  }
-  return strText;
-}
-
-TNumber NumberOf(const std::string& strText) {
+TNumber NumberOf(std::string_view strText) {
   TNumber nNumber;
-  for (std::size_t nBegin = 0; nBegin < strText.size(); nBegin = strText.find('.', nBegin) + 1) {
-    nNumber.push_back(static_cast<std::uint32_t>(std::stoul(strText.substr(nBegin))));
-    if (strText.find('.', nBegin) == std::string::npos) break;
-  }
+  ReadNumber(strText, nNumber);
   return nNumber;
 }
 
@@ -133,7 +124,7 @@ void CHistory::AddRevisions(const TRcsFile& tFile, CFileNumbers& oNumbers) {
   AddLine({}, oNumbers);
   for (const TRcsRevision* ptRevision : aptSorted) {
     if (oNumbers.Revision(ptRevision->nNumber) != NONE) {
-      m_astrNotes.push_back(tFile.strPath + ": the log has revision " + Text(ptRevision->nNumber) +
+      m_astrNotes.push_back(tFile.strPath + ": the log has revision " + NumberText(ptRevision->nNumber) +
                             " twice, the first one counts");
       continue;
     }
@@ -167,7 +158,7 @@ void CHistory::AddRevisions(const TRcsFile& tFile, CFileNumbers& oNumbers) {
 void CHistory::AddLine(const TNumber& nKey, CFileNumbers& oNumbers) {
   TLine tLine;
   tLine.nFile = static_cast<TIndex>(m_atFiles.size() - 1);
-  tLine.nNumber = m_oTexts.Add(Text(nKey));
+  tLine.nNumber = m_oTexts.Add(NumberText(nKey));
   if (!nKey.empty()) tLine.nSprout = oNumbers.Revision(TNumber(nKey.begin(), nKey.end() - 1));
   tLine.nFirstRevision = tLine.nEndRevision = static_cast<TIndex>(m_atRevisions.size());
   tLine.bVendor = IsVendorNumber(nKey);
@@ -320,7 +311,7 @@ void CHistory::MakeUnnamedStreams() {
   TIndex nPlaces = static_cast<TIndex>(m_atNames.size());
   for (const auto& [nNumber, nLines] : anLinesOf) {
     TStreamName tStream;
-    tStream.strName = "unnamed-" + Text(nNumber);
+    tStream.strName = "unnamed-" + NumberText(nNumber);
     while (m_anNames.count(tStream.strName) != 0)
       tStream.strName += '_';
     tStream.bUnnamed = true;

@@ -5,6 +5,7 @@
 
 #include "exact/log_reader.h"
 #include "tests/exact/rcs_file_text.h"
+#include "tests/exact/text_source.h"
 
 namespace TALVEK::EXACT {
 namespace {

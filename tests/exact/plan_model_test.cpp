@@ -17,11 +17,12 @@ namespace {
 std::string Print(const std::vector<TRcsFile>& atFiles) {
   std::string strText;
   for (const TRcsFile& tFile : atFiles) {
-    strText += tFile.strPath + " head " + Text(tFile.nHead) + " branch " + Text(tFile.nDefaultBranch) + "\n";
+    strText += tFile.strPath + " head " + NumberText(tFile.nHead) + " branch " +
+               NumberText(tFile.nDefaultBranch) + "\n";
     for (const TRcsName& t : tFile.atNames)
-      strText += "  " + t.strName + " " + Text(t.nNumber) + "\n";
+      strText += "  " + t.strName + " " + NumberText(t.nNumber) + "\n";
     for (const TRcsRevision& t : tFile.atRevisions) {
-      strText += "  " + Text(t.nNumber) + " " + std::to_string(t.nTime) + " " + t.strAuthor + " " +
+      strText += "  " + NumberText(t.nNumber) + " " + std::to_string(t.nTime) + " " + t.strAuthor + " " +
                  t.strMessage + " " + t.strCommitId + (t.bDead ? " dead" : "") + "\n";
     }
   }

@@ -18,7 +18,7 @@ class CClient {
  public:
   explicit CClient(const TRcsFile& tFile) : m_tFile(tFile) {
     for (const TRcsRevision& t : tFile.atRevisions)
-      m_tRevisions.emplace(Text(t.nNumber), t);
+      m_tRevisions.emplace(NumberText(t.nNumber), t);
   }
 
   const TRcsRevision* Find(const std::string& strNumber) const {
@@ -34,40 +34,41 @@ class CClient {
   std::string Tip(const std::string& strBranch) const {
     TNumber nTip;
     for (const TRcsRevision& t : m_tFile.atRevisions) {
-      if (Text(TNumber(t.nNumber.begin(), t.nNumber.end() - 1)) == strBranch)
+      if (NumberText(TNumber(t.nNumber.begin(), t.nNumber.end() - 1)) == strBranch)
         nTip = std::max(nTip, t.nNumber);
     }
-    return Text(nTip);
+    return NumberText(nTip);
   }
   std::string Named(const std::string& strName) const {
     for (const TRcsName& t : m_tFile.atNames) {
       if (t.strName != strName) continue;
       TNumber n = t.nNumber;
-      if (n.size() % 2 == 1) return Given(Tip(Text(n)));
-      if (n.size() < 4 || n[n.size() - 2] != 0) return Given(Text(n));
+      if (n.size() % 2 == 1) return Given(Tip(NumberText(n)));
+      if (n.size() < 4 || n[n.size() - 2] != 0) return Given(NumberText(n));
       n.erase(n.end() - 2);
-      const std::string strTip = Tip(Text(n));
-      return Given(strTip.empty() ? Text(TNumber(n.begin(), n.end() - 1)) : strTip);
+      const std::string strTip = Tip(NumberText(n));
+      return Given(strTip.empty() ? NumberText(TNumber(n.begin(), n.end() - 1)) : strTip);
     }
     return "";
   }
   std::string Trunk() const {
     if (m_tFile.nHead.empty()) return "";
-    return Given(m_tFile.nDefaultBranch.empty() ? Text(m_tFile.nHead) : Tip(Text(m_tFile.nDefaultBranch)));
+    return Given(m_tFile.nDefaultBranch.empty() ? NumberText(m_tFile.nHead)
+                                                : Tip(NumberText(m_tFile.nDefaultBranch)));
   }
   std::string TrunkAt(std::int64_t nTime) const {
     const std::string strTrunk = Newest(nTime, [](const TNumber& n) { return n.size() == 2; });
     const TNumber nDefault = m_tFile.nDefaultBranch;
     std::string strVendor = "1.1.1";
     if (nDefault.size() == 3 && nDefault[0] == 1 && nDefault[1] == 1 && nDefault[2] % 2 == 1 &&
-        !Tip(Text(nDefault)).empty()) {
-      strVendor = Text(nDefault);
+        !Tip(NumberText(nDefault)).empty()) {
+      strVendor = NumberText(nDefault);
     }
     const TRcsRevision* ptImport = Find(strVendor + ".1");
     if (strTrunk != "1.1" || ptImport == nullptr || ptImport->nTime != Find("1.1")->nTime)
       return Given(strTrunk);
     return Given(Newest(nTime, [&](const TNumber& n) {
-      return n.size() == 4 && Text(TNumber(n.begin(), n.end() - 1)) == strVendor;
+      return n.size() == 4 && NumberText(TNumber(n.begin(), n.end() - 1)) == strVendor;
     }));
   }
   /// On no line has a later revision an earlier date.
@@ -90,7 +91,7 @@ class CClient {
     for (const TRcsRevision& t : m_tFile.atRevisions) {
       if (t.nTime <= nTime && fnIsOn(t.nNumber)) nNewest = std::max(nNewest, t.nNumber);
     }
-    return Text(nNewest);
+    return NumberText(nNewest);
   }
 
   const TRcsFile& m_tFile;

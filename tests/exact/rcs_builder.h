@@ -19,13 +19,6 @@ inline TNumber Number(const std::string& strText) {
   return nNumber;
 }
 
-inline std::string Text(const TNumber& nNumber) {
-  std::string strText;
-  for (const std::uint32_t nPart : nNumber)
-    strText += (strText.empty() ? "" : ".") + std::to_string(nPart);
-  return strText;
-}
-
 /// A file of a literal history: CRcsBuilder("a").Rev("1.1", 100, "joe", "first").Name("B", "1.1.0.2").File()
 class CRcsBuilder {
  public:
