@@ -1,6 +1,5 @@
 // The reader of logs that goes by counts, over a log that lies in memory.
 
-#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -9,27 +8,14 @@
 
 #include "bench/history_shape.h"
 #include "exact/log_reader.h"
+#include "tests/exact/text_source.h"
 
 namespace TALVEK::EXACT {
 namespace {
 
-class CMemorySource : public CLogSource {
- public:
-  explicit CMemorySource(std::string_view strText) : m_strText(strText) {}
-  std::size_t Read(char* pTo, std::size_t nBytes) override {
-    const std::string_view strPiece = m_strText.substr(0, nBytes);
-    std::copy(strPiece.begin(), strPiece.end(), pTo);
-    m_strText.remove_prefix(strPiece.size());
-    return strPiece.size();
-  }
-
- private:
-  std::string_view m_strText;
-};
-
 void ReadLog(benchmark::State& oState, const std::string& strLog) {
   for (auto _ : oState) {
-    CMemorySource oSource(strLog);
+    CTextSource oSource(strLog);
     CLogReader oReader(oSource, "/cvs");
     std::size_t nRevisions = 0;
     for (TRcsFile tFile; oReader.Next(tFile);)

@@ -5,6 +5,10 @@
 
 namespace TALVEK::CLIENT {
 
+VCM::CString GetRootDirectory(const VCM::CString& strRoot) {
+  return strRoot.Mid(strRoot.ReverseFind(L':') + 1);
+}
+
 VCM::CString FormatUTCDateTime(long long nSeconds) {
   VCM::CTimestamp oTime;
   oTime.Set(nSeconds);

@@ -47,6 +47,18 @@ class CLogSource {
   bool m_bOwnInputStream = false;
 };
 
+/// Lets go of the log at the end of a scope, also when the host's connection ends the search by an exception.
+class CLogScope {
+ public:
+  explicit CLogScope(CLogSource& oSource) : m_oSource(oSource) {}
+  ~CLogScope() { m_oSource.Clear(); }
+  CLogScope(const CLogScope&) = delete;
+  CLogScope& operator=(const CLogScope&) = delete;
+
+ private:
+  CLogSource& m_oSource;
+};
+
 /// The command line for the log.
 VCM::CString MakeLogCommand(const VCM::CString& strCvsCommand, const TLogRequest& tRequest);
 

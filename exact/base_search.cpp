@@ -29,10 +29,10 @@ struct CBaseSearch::TNearest {
   /// farther.
   bool IsNearerThan(const TNearest& tOther) const {
     if (nStream == NONE || tOther.nStream == NONE) return nStream != NONE;
-    const auto Rank = [](const TNearest& t) {
+    const auto fnRank = [](const TNearest& t) {
       return std::make_tuple(~t.nMatch, t.nExtra, t.nStream != TRUNK, t.nKey);
     };
-    return Rank(*this) < Rank(tOther);
+    return fnRank(*this) < fnRank(tOther);
   }
 };
 
@@ -156,15 +156,15 @@ class CBaseSearch::CSweep {
   /// Of the stream's changes in a stretch of keys the first one with the fewest files.
   void Look(TKey nFrom, TKey nTo, TIndex nMatch, TIndex nPresent, TNearest& tNearest) const {
     const TPlacedStream& tPlaced = m_oStates.Placed(m_nStream);
-    const auto itFirst = std::lower_bound(tPlaced.nKeys.begin(), tPlaced.nKeys.end(), nFrom);
-    const auto itEnd = std::lower_bound(itFirst, tPlaced.nKeys.end(), nTo);
+    const auto itFirst = std::lower_bound(tPlaced.anKeys.begin(), tPlaced.anKeys.end(), nFrom);
+    const auto itEnd = std::lower_bound(itFirst, tPlaced.anKeys.end(), nTo);
     if (itFirst == itEnd) return;
     const std::size_t nSmallest =
-        tPlaced.oSizes.FirstSmallest(static_cast<std::size_t>(itFirst - tPlaced.nKeys.begin()),
-                                     static_cast<std::size_t>(itEnd - tPlaced.nKeys.begin()));
+        tPlaced.oSizes.FirstSmallest(static_cast<std::size_t>(itFirst - tPlaced.anKeys.begin()),
+                                     static_cast<std::size_t>(itEnd - tPlaced.anKeys.begin()));
     const TIndex nExtra = tPlaced.oSizes.At(nSmallest) - nPresent;
     if (tNearest.nStream != NONE && tNearest.nExtra <= nExtra) return;
-    tNearest = {nMatch, nExtra, m_nStream, tPlaced.nKeys[nSmallest]};
+    tNearest = {nMatch, nExtra, m_nStream, tPlaced.anKeys[nSmallest]};
   }
 
   const CStreamStates& m_oStates;
@@ -173,10 +173,10 @@ class CBaseSearch::CSweep {
 };
 
 void CBaseSearch::AddStream(TIndex nStream, bool bTag, const std::vector<TStateSum>& tSums) {
-  if (!bTag) m_nCandidates.push_back(nStream);
+  if (!bTag) m_anCandidates.push_back(nStream);
   const TPlacedStream& tPlaced = m_oStates.Placed(nStream);
-  for (std::size_t n = 0; n < tPlaced.nKeys.size(); ++n) {
-    const TPlace tPlace{tPlaced.nKeys[n], nStream};
+  for (std::size_t n = 0; n < tPlaced.anKeys.size(); ++n) {
+    const TPlace tPlace{tPlaced.anKeys[n], nStream};
     if (nStream == TRUNK) {
       m_nOnTrunk.emplace(tSums[n], tPlace.nKey);
       continue;
@@ -203,19 +203,19 @@ TBase CBaseSearch::Find(const std::vector<TFileState>& atWanted, TKey nBefore) c
   if (atWanted.empty()) return {};
   if (const TBase tExact = FindExact(atWanted, nBefore); tExact.bExact) return tExact;
 
-  std::vector<TIndex> nStreamsOfWanted;
-  nStreamsOfWanted.reserve(atWanted.size());
+  std::vector<TIndex> anStreamsOfWanted;
+  anStreamsOfWanted.reserve(atWanted.size());
   for (const TFileState& tWanted : atWanted) {
-    nStreamsOfWanted.push_back(m_oStates.History().LineOf(tWanted.nRevision).nStream);
+    anStreamsOfWanted.push_back(m_oStates.History().LineOf(tWanted.nRevision).nStream);
   }
   TNearest tNearest;
-  for (const TIndex nStream : m_nCandidates) {
+  for (const TIndex nStream : m_anCandidates) {
     const TPlacedStream& tPlaced = m_oStates.Placed(nStream);
-    if (tPlaced.nKeys.empty() || tPlaced.nKeys.front() >= nBefore) continue;
+    if (tPlaced.anKeys.empty() || tPlaced.anKeys.front() >= nBefore) continue;
     // Equally near counts, unless the trunk has nothing to take away.
     const bool bBeatsEqual = tNearest.nStream == TRUNK && tNearest.nExtra == 0;
     const std::size_t nNeeded = std::max<std::size_t>(1, tNearest.nMatch + (bBeatsEqual ? 1 : 0));
-    if (nStream != TRUNK && !CanReach(nStream, atWanted, nStreamsOfWanted, nNeeded)) continue;
+    if (nStream != TRUNK && !CanReach(nStream, atWanted, anStreamsOfWanted, nNeeded)) continue;
     const TNearest tFound = CSweep(m_oStates, nStream, atWanted).Nearest(nBefore);
     if (tFound.IsNearerThan(tNearest)) tNearest = tFound;
   }
@@ -226,25 +226,25 @@ TBase CBaseSearch::Find(const std::vector<TFileState>& atWanted, TKey nBefore) c
 /// another time than the name, and a few files show it: without this look, 1,500 names on 20,000 files took
 /// twice as long.
 bool CBaseSearch::CanReach(TIndex nStream, const std::vector<TFileState>& atWanted,
-                           const std::vector<TIndex>& nStreamsOfWanted, std::size_t nNeeded) const {
+                           const std::vector<TIndex>& anStreamsOfWanted, std::size_t nNeeded) const {
   if (nNeeded > atWanted.size()) return false;
   std::size_t nMayMiss = atWanted.size() - nNeeded;
   std::size_t nNext = 0;
   bool bCan = true;
-  const auto Pass = [&](bool bEntry) {
-    if (!bEntry && nStreamsOfWanted[nNext] != nStream && nMayMiss-- == 0) bCan = false;
+  const auto fnPass = [&](bool bEntry) {
+    if (!bEntry && anStreamsOfWanted[nNext] != nStream && nMayMiss-- == 0) bCan = false;
     ++nNext;
     return bCan;
   };
   m_oStates.History().ForEachEntryWhile(nStream, [&](TIndex nFile, TIndex nEntry) {
     while (nNext < atWanted.size() && atWanted[nNext].nFile < nFile) {
-      if (!Pass(false)) return false;
+      if (!fnPass(false)) return false;
     }
     if (nNext == atWanted.size()) return false;
-    return atWanted[nNext].nFile != nFile || Pass(atWanted[nNext].nRevision == nEntry);
+    return atWanted[nNext].nFile != nFile || fnPass(atWanted[nNext].nRevision == nEntry);
   });
   while (bCan && nNext < atWanted.size())
-    Pass(false);
+    fnPass(false);
   return bCan;
 }
 

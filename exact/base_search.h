@@ -1,11 +1,11 @@
 #pragma once
 
+#include <unordered_map>
+#include <vector>
+
 #include "exact/records.h"
 #include "exact/state_sum.h"
 #include "exact/stream_states.h"
-
-#include <unordered_map>
-#include <vector>
 
 namespace TALVEK::EXACT {
 
@@ -54,7 +54,7 @@ class CBaseSearch {
                 const std::vector<TIndex>& nStreamsOfWanted, std::size_t nNeeded) const;
 
   const CStreamStates& m_oStates;
-  std::vector<TIndex> m_nCandidates;  ///< streams that aren't tags, in the order in which they were placed
+  std::vector<TIndex> m_anCandidates;  ///< streams that aren't tags, in the order in which they were placed
   std::unordered_map<TStateSum, TKey, TStateSum::THash>
       m_nOnTrunk;  ///< the first change of the trunk with this state
   std::unordered_map<TStateSum, TPlace, TStateSum::THash>

@@ -1,9 +1,9 @@
 #include "exact/check.h"
 
-#include "exact/state_sum.h"
-
 #include <utility>
 #include <vector>
+
+#include "exact/state_sum.h"
 
 namespace TALVEK::EXACT {
 
@@ -20,24 +20,24 @@ class CCheck {
       : m_oPlan(oPlan),
         m_oHistory(oPlan.History()),
         m_tView(tView),
-        m_nState(m_oHistory.Files().size(), NONE),
-        m_nFound(m_oHistory.Revisions().size()),
-        m_nChildren(oPlan.Changes().size()) {}
+        m_anState(m_oHistory.Files().size(), NONE),
+        m_anFound(m_oHistory.Revisions().size()),
+        m_anChildren(oPlan.Changes().size()) {}
 
   TPlanCheck Run() {
-    std::vector<TIndex> nRoots;
+    std::vector<TIndex> anRoots;
     for (TIndex nStream = 0; nStream < m_oPlan.Streams().size(); ++nStream) {
       const TPlanStream& tStream = m_oPlan.Streams()[nStream];
       if (tStream.nBase == NONE) {
-        nRoots.push_back(nStream);
+        anRoots.push_back(nStream);
       } else {
-        m_nChildren[tStream.nBase].push_back(nStream);
-        if (!tStream.nChanges.empty() && tStream.nChanges.front() <= tStream.nBase) {
+        m_anChildren[tStream.nBase].push_back(nStream);
+        if (!tStream.anChanges.empty() && tStream.anChanges.front() <= tStream.nBase) {
           Differ(NONE, nStream, NONE, NONE, "begins before its base");
         }
       }
     }
-    for (const TIndex nRoot : nRoots)
+    for (const TIndex nRoot : anRoots)
       Replay(nRoot);
     if (m_tCheck.nRefs != m_oPlan.Streams().size())
       Differ(NONE, NONE, NONE, NONE, "streams hang on each other");
@@ -56,20 +56,20 @@ class CCheck {
 
   /// Replays a stream and all that hang on it, each on the state that its base has left.
   void Replay(TIndex nRoot) {
-    std::vector<TFrame> atFrames{{nRoot, 0, 0, m_nUndo.size()}};
+    std::vector<TFrame> atFrames{{nRoot, 0, 0, m_anUndo.size()}};
     while (!atFrames.empty()) {
       TFrame& tFrame = atFrames.back();
-      const std::vector<TIndex>& nChanges = m_oPlan.Streams()[tFrame.nStream].nChanges;
+      const std::vector<TIndex>& anChanges = m_oPlan.Streams()[tFrame.nStream].anChanges;
       if (tFrame.nChange > 0) {
-        const std::vector<TIndex>& nChildren = m_nChildren[nChanges[tFrame.nChange - 1]];
+        const std::vector<TIndex>& nChildren = m_anChildren[anChanges[tFrame.nChange - 1]];
         if (tFrame.nChild < nChildren.size()) {
           const TIndex nChild = nChildren[tFrame.nChild++];
-          atFrames.push_back({nChild, 0, 0, m_nUndo.size()});
+          atFrames.push_back({nChild, 0, 0, m_anUndo.size()});
           continue;
         }
       }
-      if (tFrame.nChange < nChanges.size()) {
-        Apply(nChanges[tFrame.nChange++]);
+      if (tFrame.nChange < anChanges.size()) {
+        Apply(anChanges[tFrame.nChange++]);
         tFrame.nChild = 0;
         continue;
       }
@@ -80,9 +80,9 @@ class CCheck {
   }
 
   void Set(TIndex nFile, TIndex nRevision) {
-    m_tSum.Remove(m_nState[nFile]);
+    m_tSum.Remove(m_anState[nFile]);
     m_tSum.Add(nRevision);
-    m_nState[nFile] = nRevision;
+    m_anState[nFile] = nRevision;
   }
 
   void Apply(TIndex nChange) {
@@ -93,19 +93,19 @@ class CCheck {
         Differ(tItem.nFile, tChange.nStream, NONE, tItem.nRevision, "comes twice in a change");
       }
       nFileBefore = tItem.nFile;
-      if (m_nState[tItem.nFile] != tItem.nBefore) {
-        Differ(tItem.nFile, tChange.nStream, m_nState[tItem.nFile], tItem.nBefore,
+      if (m_anState[tItem.nFile] != tItem.nBefore) {
+        Differ(tItem.nFile, tChange.nStream, m_anState[tItem.nFile], tItem.nBefore,
                "is changed from another revision");
       }
-      m_nUndo.emplace_back(tItem.nFile, m_nState[tItem.nFile]);
+      m_anUndo.emplace_back(tItem.nFile, m_anState[tItem.nFile]);
       Set(tItem.nFile, tItem.nRevision);
-      if (tChange.eKind == TChangeKind::Own && tItem.nRevision != NONE) Find(tChange.nStream, tItem);
+      if (tChange.nKind == TChangeKind::OWN && tItem.nRevision != NONE) Find(tChange.nStream, tItem);
     });
   }
 
   void Undo(std::size_t nLength) {
-    for (; m_nUndo.size() > nLength; m_nUndo.pop_back())
-      Set(m_nUndo.back().first, m_nUndo.back().second);
+    for (; m_anUndo.size() > nLength; m_anUndo.pop_back())
+      Set(m_anUndo.back().first, m_anUndo.back().second);
   }
 
   void Find(TIndex nStream, const TPlanItem& tItem) {
@@ -114,10 +114,10 @@ class CCheck {
     if (tLine.nFile != tItem.nFile || (nFlag == IN_TRUNK && nStream != TRUNK)) {
       Differ(tItem.nFile, nStream, NONE, tItem.nRevision, "is a revision of another stream");
     }
-    if ((m_nFound[tItem.nRevision] & nFlag) != 0) {
+    if ((m_anFound[tItem.nRevision] & nFlag) != 0) {
       Differ(tItem.nFile, nStream, NONE, tItem.nRevision, "is in two changes");
     }
-    m_nFound[tItem.nRevision] |= nFlag;
+    m_anFound[tItem.nRevision] |= nFlag;
   }
 
   /// Calls fnState(file, revision) for what the client gives for a stream's name.
@@ -136,9 +136,9 @@ class CCheck {
 
   TIndex LastUpToEndTime(TIndex nFile) const {
     const TLine& tTrunk = m_oHistory.Lines()[m_oHistory.Files()[nFile].nFirstLine];
-    const TIndex nShown = m_tView.nFirstShown[nFile + 1] - m_tView.nFirstShown[nFile];
+    const TIndex nShown = m_tView.anFirstShown[nFile + 1] - m_tView.anFirstShown[nFile];
     const bool bShown = nShown != 0 && m_oHistory.Tip(tTrunk) == tTrunk.nFirstRevision;
-    return bShown ? m_tView.nShown[m_tView.nFirstShown[nFile + 1] - 1] : m_oHistory.Tip(tTrunk);
+    return bShown ? m_tView.anShown[m_tView.anFirstShown[nFile + 1] - 1] : m_oHistory.Tip(tTrunk);
   }
 
   void CompareRef(TIndex nStream) {
@@ -147,11 +147,11 @@ class CCheck {
     ForEachExpected(nStream, [&](TIndex, TIndex nRevision) { tExpected.Add(nRevision); });
     if (tExpected == m_tSum) return;
 
-    std::vector<TIndex> nExpected(m_nState.size(), NONE);
+    std::vector<TIndex> nExpected(m_anState.size(), NONE);
     ForEachExpected(nStream, [&](TIndex nFile, TIndex nRevision) { nExpected[nFile] = nRevision; });
-    for (TIndex nFile = 0; nFile < m_nState.size(); ++nFile) {
-      if (nExpected[nFile] != m_nState[nFile]) {
-        Differ(nFile, nStream, nExpected[nFile], m_nState[nFile], "isn't what the client gives");
+    for (TIndex nFile = 0; nFile < m_anState.size(); ++nFile) {
+      if (nExpected[nFile] != m_anState[nFile]) {
+        Differ(nFile, nStream, nExpected[nFile], m_anState[nFile], "isn't what the client gives");
       }
     }
   }
@@ -159,10 +159,10 @@ class CCheck {
   void CheckRevisions() {
     for (TIndex nFile = 0; nFile < m_oHistory.Files().size(); ++nFile) {
       const TFile& tFile = m_oHistory.Files()[nFile];
-      const TIndex nFirstShown = m_tView.nFirstShown[nFile];
-      const TIndex nEndShown = m_tView.nFirstShown[nFile + 1];
+      const TIndex nFirstShown = m_tView.anFirstShown[nFile];
+      const TIndex nEndShown = m_tView.anFirstShown[nFile + 1];
       for (TIndex n = nFirstShown; n < nEndShown; ++n)
-        Expect(m_tView.nShown[n], TRUNK, IN_TRUNK);
+        Expect(m_tView.anShown[n], TRUNK, IN_TRUNK);
       for (TIndex nLine = tFile.nFirstLine; nLine < tFile.nEndLine; ++nLine) {
         const TLine& tLine = m_oHistory.Lines()[nLine];
         if (tLine.nStream == NONE) continue;
@@ -177,7 +177,7 @@ class CCheck {
   void Expect(TIndex nRevision, TIndex nStream, std::uint8_t nFlag) {
     if (!m_oHistory.IsAlive(nRevision)) return;
     ++m_tCheck.nRevisions;
-    if ((m_nFound[nRevision] & nFlag) == 0) {
+    if ((m_anFound[nRevision] & nFlag) == 0) {
       Differ(m_oHistory.FileOf(nRevision), nStream, nRevision, NONE, "is in no change");
     }
   }
@@ -202,11 +202,11 @@ class CCheck {
   const CPlan& m_oPlan;
   const CHistory& m_oHistory;
   const TTrunkView& m_tView;
-  std::vector<TIndex> m_nState;                    ///< by file
-  TStateSum m_tSum;                                ///< of m_nState
-  std::vector<std::uint8_t> m_nFound;              ///< by revision
-  std::vector<std::vector<TIndex>> m_nChildren;    ///< by change: streams that start from it
-  std::vector<std::pair<TIndex, TIndex>> m_nUndo;  ///< files and the revisions that they had
+  std::vector<TIndex> m_anState;                    ///< by file
+  TStateSum m_tSum;                                 ///< of m_anState
+  std::vector<std::uint8_t> m_anFound;              ///< by revision
+  std::vector<std::vector<TIndex>> m_anChildren;    ///< by change: streams that start from it
+  std::vector<std::pair<TIndex, TIndex>> m_anUndo;  ///< files and the revisions that they had
   TPlanCheck m_tCheck;
 };
 

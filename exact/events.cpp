@@ -6,7 +6,7 @@ CEvents::CEvents(const CHistory& oHistory, const TTrunkView& tView)
     : m_oHistory(oHistory),
       m_tView(tView),
       m_nRevisions(static_cast<TIndex>(oHistory.Revisions().size())),
-      m_bEvent(oHistory.Revisions().size() + tView.nShown.size()) {
+      m_abEvent(oHistory.Revisions().size() + tView.anShown.size()) {
   for (TIndex nLine = 0; nLine < oHistory.Lines().size(); ++nLine) {
     if (oHistory.Lines()[nLine].nStream != NONE) MarkEvents(nLine);
   }
@@ -18,8 +18,8 @@ CEvents::TChain CEvents::ChainOf(TIndex nLine) const {
   TChain tChain{NONE, NONE, tLine.nFirstRevision, tLine.nEndRevision};
   tChain.nShownFirst = tChain.nShownEnd = m_nRevisions;
   if (m_oHistory.Files()[tLine.nFile].nFirstLine == nLine) {
-    tChain.nShownFirst = m_nRevisions + m_tView.nFirstShown[tLine.nFile];
-    tChain.nShownEnd = m_nRevisions + m_tView.nFirstShown[tLine.nFile + 1];
+    tChain.nShownFirst = m_nRevisions + m_tView.anFirstShown[tLine.nFile];
+    tChain.nShownEnd = m_nRevisions + m_tView.anFirstShown[tLine.nFile + 1];
     if (tChain.nShownFirst != tChain.nShownEnd) ++tChain.nFirst;
   }
   return tChain;
@@ -27,35 +27,35 @@ CEvents::TChain CEvents::ChainOf(TIndex nLine) const {
 
 TIndex CEvents::FirstInChain(const TChain& tChain) const {
   for (TIndex nEvent = tChain.nShownFirst; nEvent < tChain.nShownEnd; ++nEvent) {
-    if (m_bEvent[nEvent]) return nEvent;
+    if (m_abEvent[nEvent]) return nEvent;
   }
   for (TIndex nEvent = tChain.nFirst; nEvent < tChain.nEnd; ++nEvent) {
-    if (m_bEvent[nEvent]) return nEvent;
+    if (m_abEvent[nEvent]) return nEvent;
   }
   return NONE;
 }
 
 TIndex CEvents::InChain(const TChain& tChain, TIndex nRevision) const {
-  if (nRevision >= tChain.nFirst && nRevision < tChain.nEnd) return m_bEvent[nRevision] ? nRevision : NONE;
+  if (nRevision >= tChain.nFirst && nRevision < tChain.nEnd) return m_abEvent[nRevision] ? nRevision : NONE;
   if (tChain.nShownFirst == tChain.nShownEnd) return NONE;
   const TIndex nFirst = Revision(tChain.nShownFirst);
   if (nRevision < nFirst || nRevision - nFirst >= tChain.nShownEnd - tChain.nShownFirst) return NONE;
   const TIndex nEvent = tChain.nShownFirst + (nRevision - nFirst);
-  return m_bEvent[nEvent] ? nEvent : NONE;
+  return m_abEvent[nEvent] ? nEvent : NONE;
 }
 
 void CEvents::MarkEvents(TIndex nLine) {
   const TChain tChain = ChainOf(nLine);
   bool bThere = m_oHistory.LineEntry(m_oHistory.Lines()[nLine]) != NONE;
-  const auto Mark = [&](TIndex nEvent) {
+  const auto fnMark = [&](TIndex nEvent) {
     const bool bAlive = m_oHistory.IsAlive(Revision(nEvent));
-    m_bEvent[nEvent] = bAlive || bThere;
+    m_abEvent[nEvent] = bAlive || bThere;
     bThere = bAlive;
   };
   for (TIndex nEvent = tChain.nShownFirst; nEvent < tChain.nShownEnd; ++nEvent)
-    Mark(nEvent);
+    fnMark(nEvent);
   for (TIndex nEvent = tChain.nFirst; nEvent < tChain.nEnd; ++nEvent)
-    Mark(nEvent);
+    fnMark(nEvent);
 }
 
 void CEvents::MakeSprouts() {
@@ -63,61 +63,61 @@ void CEvents::MakeSprouts() {
     const TLine& tLine = m_oHistory.Lines()[nLine];
     if (tLine.nSprout == NONE) continue;
     TIndex nFirst = tLine.nFirstRevision;
-    while (nFirst < tLine.nEndRevision && !m_bEvent[nFirst])
+    while (nFirst < tLine.nEndRevision && !m_abEvent[nFirst])
       ++nFirst;
     const TIndex nSprout = FirstOf(tLine.nSprout);
-    if (nFirst < tLine.nEndRevision && nSprout != NONE) m_nSprouts.emplace_back(nSprout, nFirst);
+    if (nFirst < tLine.nEndRevision && nSprout != NONE) m_anSprouts.emplace_back(nSprout, nFirst);
   }
-  std::sort(m_nSprouts.begin(), m_nSprouts.end());
+  std::sort(m_anSprouts.begin(), m_anSprouts.end());
 }
 
 TIndex CEvents::FirstOf(TIndex nRevision) const {
-  if (m_bEvent[nRevision]) return nRevision;
+  if (m_abEvent[nRevision]) return nRevision;
   const TLine& tLine = m_oHistory.LineOf(nRevision);
   const TFile& tFile = m_oHistory.Files()[tLine.nFile];
-  const TIndex nFirst = m_tView.nFirstShown[tLine.nFile];
-  const TIndex nEnd = m_tView.nFirstShown[tLine.nFile + 1];
+  const TIndex nFirst = m_tView.anFirstShown[tLine.nFile];
+  const TIndex nEnd = m_tView.anFirstShown[tLine.nFile + 1];
   if (nFirst == nEnd) return NONE;
   // 1.1 counts with the 1.1.1.1 that stands in its place.
   const bool bInPlace = nRevision == m_oHistory.Lines()[tFile.nFirstLine].nFirstRevision;
-  const TIndex nImport = bInPlace ? m_tView.nShown[nFirst] : nRevision;
-  if (nImport < m_tView.nShown[nFirst] || nImport - m_tView.nShown[nFirst] >= nEnd - nFirst) return NONE;
-  const TIndex nEvent = m_nRevisions + nFirst + (nImport - m_tView.nShown[nFirst]);
-  return m_bEvent[nEvent] ? nEvent : NONE;
+  const TIndex nImport = bInPlace ? m_tView.anShown[nFirst] : nRevision;
+  if (nImport < m_tView.anShown[nFirst] || nImport - m_tView.anShown[nFirst] >= nEnd - nFirst) return NONE;
+  const TIndex nEvent = m_nRevisions + nFirst + (nImport - m_tView.anShown[nFirst]);
+  return m_abEvent[nEvent] ? nEvent : NONE;
+}
+
+TIndex CEvents::LineOf(TIndex nEvent) const {
+  return IsShown(nEvent) ? m_oHistory.Files()[File(nEvent)].nFirstLine : m_oHistory.Revisions()[nEvent].nLine;
 }
 
 TIndex CEvents::Before(TIndex nEvent) const {
-  const TIndex nLine =
-      IsShown(nEvent) ? m_oHistory.Files()[File(nEvent)].nFirstLine : m_oHistory.Revisions()[nEvent].nLine;
-  const TChain tChain = ChainOf(nLine);
+  const TChain tChain = ChainOf(LineOf(nEvent));
   TIndex nShownEnd = tChain.nShownEnd;
   if (IsShown(nEvent)) {
     nShownEnd = nEvent;
   } else {
     while (nEvent > tChain.nFirst) {
-      if (m_bEvent[--nEvent]) return nEvent;
+      if (m_abEvent[--nEvent]) return nEvent;
     }
   }
   while (nShownEnd > tChain.nShownFirst) {
-    if (m_bEvent[--nShownEnd]) return nShownEnd;
+    if (m_abEvent[--nShownEnd]) return nShownEnd;
   }
   return NONE;
 }
 
 TIndex CEvents::After(TIndex nEvent) const {
-  const TIndex nLine =
-      IsShown(nEvent) ? m_oHistory.Files()[File(nEvent)].nFirstLine : m_oHistory.Revisions()[nEvent].nLine;
-  const TChain tChain = ChainOf(nLine);
+  const TChain tChain = ChainOf(LineOf(nEvent));
   TIndex nNext = tChain.nFirst;
   if (IsShown(nEvent)) {
     while (++nEvent < tChain.nShownEnd) {
-      if (m_bEvent[nEvent]) return nEvent;
+      if (m_abEvent[nEvent]) return nEvent;
     }
   } else {
     nNext = nEvent + 1;
   }
   for (; nNext < tChain.nEnd; ++nNext) {
-    if (m_bEvent[nNext]) return nNext;
+    if (m_abEvent[nNext]) return nNext;
   }
   return NONE;
 }

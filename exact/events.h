@@ -1,13 +1,13 @@
 #pragma once
 
-#include "exact/history.h"
-#include "exact/records.h"
-#include "exact/trunk_view.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <utility>
 #include <vector>
+
+#include "exact/history.h"
+#include "exact/records.h"
+#include "exact/trunk_view.h"
 
 namespace TALVEK::EXACT {
 
@@ -28,11 +28,11 @@ class CEvents {
   const TTrunkView& View() const { return m_tView; }
 
   /// One more than the highest event number.
-  TIndex Count() const { return static_cast<TIndex>(m_bEvent.size()); }
-  bool IsEvent(TIndex nEvent) const { return m_bEvent[nEvent]; }
+  TIndex Count() const { return static_cast<TIndex>(m_abEvent.size()); }
+  bool IsEvent(TIndex nEvent) const { return m_abEvent[nEvent]; }
   bool IsShown(TIndex nEvent) const { return nEvent >= m_nRevisions; }
   TIndex Revision(TIndex nEvent) const {
-    return IsShown(nEvent) ? m_tView.nShown[nEvent - m_nRevisions] : nEvent;
+    return IsShown(nEvent) ? m_tView.anShown[nEvent - m_nRevisions] : nEvent;
   }
   TIndex Stream(TIndex nEvent) const { return IsShown(nEvent) ? TRUNK : m_oHistory.LineOf(nEvent).nStream; }
   TIndex File(TIndex nEvent) const { return m_oHistory.FileOf(Revision(nEvent)); }
@@ -69,22 +69,24 @@ class CEvents {
   TIndex InChain(const TChain& tChain, TIndex nRevision) const;
 
  private:
+  /// The line whose chain the event is in.
+  TIndex LineOf(TIndex nEvent) const;
   void MarkEvents(TIndex nLine);
   void MakeSprouts();
 
   const CHistory& m_oHistory;
   const TTrunkView& m_tView;
   TIndex m_nRevisions;
-  std::vector<bool> m_bEvent;
+  std::vector<bool> m_abEvent;
   std::vector<std::pair<TIndex, TIndex>>
-      m_nSprouts;  ///< (event, first event of a line that sprouts from it), sorted
+      m_anSprouts;  ///< (event, first event of a line that sprouts from it), sorted
 };
 
 template <class TFunction>
 void CEvents::ForEachWaiting(TIndex nEvent, TFunction fnEvent) const {
   if (const TIndex nAfter = After(nEvent); nAfter != NONE) fnEvent(nAfter);
-  for (auto it = std::lower_bound(m_nSprouts.begin(), m_nSprouts.end(), std::make_pair(nEvent, TIndex{0}));
-       it != m_nSprouts.end() && it->first == nEvent; ++it) {
+  for (auto it = std::lower_bound(m_anSprouts.begin(), m_anSprouts.end(), std::make_pair(nEvent, TIndex{0}));
+       it != m_anSprouts.end() && it->first == nEvent; ++it) {
     fnEvent(it->second);
   }
 }

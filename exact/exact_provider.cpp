@@ -1,15 +1,15 @@
 #include "exact/exact_provider.h"
 
 #include <algorithm>
-#include <ctime>
-#include <exception>
+#include <cstdint>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <utility>
 
-#include <wx/datetime.h>
-
-#include "core/file_system.h"
+#include "client/client_properties.h"
 #include "core/text_codec.h"
+#include "exact/end_date.h"
 #include "exact/import_writer.h"
 #include "exact/module_paths.h"
 #include "mce/import_log_texts.h"
@@ -17,24 +17,23 @@
 namespace TALVEK::EXACT {
 
 const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
-    {L"CVS Executable Path", L"CVSPath", L"cvs", MCE::TPropertyInfo::TYPE_EXECUTABLE},
-    {L"Path to Repository", L"ReposPath", L":pserver:anonymous@cvs.example.org:/cvsroot",
-     MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Module Name", L"ModuleName", L"example", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"End Date", L"EndDate", L"", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Create branches", L"CreateBranches", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
+    CLIENT::PROPERTY_CVS_PATH,
+    CLIENT::PROPERTY_REPOS_PATH,
+    CLIENT::PROPERTY_MODULE_NAME,
+    CLIENT::PROPERTY_END_DATE,
+    CLIENT::PROPERTY_CREATE_BRANCHES,
     {L"Create streams for tags", L"StreamsForTags", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
     {L"Create streams for unnamed branches", L"UnnamedBranches", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
-    {L"Include Tag Filters (comma separated)", L"IncludeTags", L"*", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Exclude Tag Filters (comma separated)", L"ExcludeTags", L"", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"CVS command error repeat count", L"CmdRepeatCount", L"5", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Log File (optional)", L"LogFile", L"", MCE::TPropertyInfo::TYPE_TEXT},
-    {nullptr, nullptr, nullptr, 0}};
+    CLIENT::PROPERTY_INCLUDE_TAGS,
+    CLIENT::PROPERTY_EXCLUDE_TAGS,
+    CLIENT::PROPERTY_CMD_REPEAT_COUNT,
+    CLIENT::PROPERTY_LOG_FILE,
+    CLIENT::END_OF_PROPERTIES};
 
 namespace {
 
 /// The log's bytes, from where the client or a saved log leaves them.
-class CStreamBytes : public CLogSource {
+class CStreamBytes : public CLogBytes {
  public:
   explicit CStreamBytes(wxInputStream& oInput) : m_oInput(oInput) {}
   std::size_t Read(char* pTo, std::size_t nBytes) override { return m_oInput.Read(pTo, nBytes).LastRead(); }
@@ -42,38 +41,6 @@ class CStreamBytes : public CLogSource {
  private:
   wxInputStream& m_oInput;
 };
-
-/// Lets go of the log when the search ends, by an exception too.
-class CLogScope {
- public:
-  explicit CLogScope(CLIENT::CLogSource& oSource) : m_oSource(oSource) {}
-  ~CLogScope() { m_oSource.Clear(); }
-  CLogScope(const CLogScope&) = delete;
-  CLogScope& operator=(const CLogScope&) = delete;
-
- private:
-  CLIENT::CLogSource& m_oSource;
-};
-
-/// The directory of a repository path such as ":pserver:joe@host:/cvs".
-std::string DirectoryOf(const VCM::CString& strReposPath) {
-  return VCM::ToBytes(strReposPath.Mid(strReposPath.ReverseFind(L':') + 1));
-}
-
-/// Seconds since 1970 of a date that a person wrote, in UTC; nothing when it is none.
-std::optional<std::int64_t> ParseDate(const VCM::CString& strText) {
-  wxDateTime oDate;
-  wxString::const_iterator itEnd;
-  const wxString strDate(std::wstring(strText.View()));
-  // A date alone ends with its last second, so that the day counts.
-  if (oDate.ParseISODate(strDate) || oDate.ParseFormat(strDate, "%Y/%m/%d", &itEnd)) {
-    if (strDate.length() == 10) return oDate.FromUTC().GetTicks() + 86399;
-  }
-  const bool bRead = oDate.ParseISOCombined(strDate, ' ') || oDate.ParseISOCombined(strDate, 'T') ||
-                     (oDate.ParseFormat(strDate, "%Y/%m/%d %H:%M:%S", &itEnd) && itEnd == strDate.end());
-  if (!bRead) return std::nullopt;
-  return oDate.FromUTC().GetTicks();
-}
 
 std::string Count(std::uint64_t nCount, const std::string& strNoun) {
   return std::to_string(nCount) + ' ' + strNoun + (nCount == 1 ? "" : "s");
@@ -84,7 +51,7 @@ std::string Count(std::uint64_t nCount, const std::string& strNoun) {
 std::string PlanText(const TMadePlan& tMade) {
   const std::vector<TPlanStream>& atStreams = tMade.oPlan.Streams();
   const auto nNames = std::count_if(atStreams.begin(), atStreams.end(), [](const TPlanStream& tStream) {
-    return tStream.eKind == TStreamKind::Branch || tStream.eKind == TStreamKind::Tag;
+    return tStream.nKind == TStreamKind::BRANCH || tStream.nKind == TStreamKind::TAG;
   });
   const TPlanNotes& tNotes = tMade.tNotes;
   return std::to_string(tNotes.nExactNames) + " of " + std::to_string(nNames) +
@@ -100,11 +67,7 @@ CProvider::CProvider()
                  [this] { return IsLogOpen(); }) {}
 
 int CProvider::CheckEnvironment(VCM::CString& strMessage) {
-  const VCM::CString strCvsPath = GetStringProperty(L"CVSPath");
-  if (VCM::FileExists(strCvsPath)) return 0;
-  strMessage.Format(L"The file '%s' doesn't seem to exist (ignore if cvs/cvs.exe is somewhere on your PATH)",
-                    strCvsPath.c_str());
-  return 1;
+  return CLIENT::CheckClientPath(GetStringProperty(L"CVSPath"), strMessage);
 }
 
 bool CProvider::InitialiseClients(const VCM::CString& strClientFolder) {
@@ -112,7 +75,7 @@ bool CProvider::InitialiseClients(const VCM::CString& strClientFolder) {
 }
 
 bool CProvider::SearchForStreams() {
-  const CLogScope oScope(m_oLogSource);
+  const CLIENT::CLogScope oScope(m_oLogSource);
   THistoryOptions tOptions;
   if (!ReadOptions(tOptions) || !OpenLogOfModule()) return false;
   try {
@@ -138,10 +101,11 @@ bool CProvider::ReadOptions(THistoryOptions& tOptions) {
   };
   const VCM::CString strEndDate = GetStringProperty(L"EndDate");
   if (strEndDate.IsEmpty()) return true;
-  tOptions.nEndTime = ParseDate(strEndDate);
-  if (!tOptions.nEndTime)
+  tOptions.nEndTime = ReadEndDate(VCM::ToBytes(strEndDate));
+  if (!tOptions.nEndTime) {
     WriteLog(L"Failed to read the end date '%s': write it as 2004-12-31 or 2004-12-31 23:59:59 (UTC).",
              strEndDate.c_str());
+  }
   return tOptions.nEndTime.has_value();
 }
 
@@ -164,7 +128,7 @@ bool CProvider::OpenLogOfModule() {
 bool CProvider::ReadHistory(CHistory& oHistory) {
   WriteLog(L"Parsing Log");
   CStreamBytes oBytes(*m_oLogSource.GetInput());
-  CLogReader oReader(oBytes, DirectoryOf(GetStringProperty(L"ReposPath")),
+  CLogReader oReader(oBytes, VCM::ToBytes(CLIENT::GetRootDirectory(GetStringProperty(L"ReposPath"))),
                      VCM::ToBytes(GetStringProperty(L"ModuleName")));
   TRcsFile tFile;
   int nFiles = 0;
@@ -181,14 +145,15 @@ bool CProvider::ReadHistory(CHistory& oHistory) {
 void CProvider::LogFile(const TRcsFile& tFile, int nFiles) {
   const VCM::CString strPath = VCM::FromBytes(tFile.strPath);
   WriteLog(MCE::LOG_FILE, strPath.c_str(), nFiles);
-  if (tFile.bIncomplete)
+  if (tFile.bIncomplete) {
     WriteLog(MCE::LOG_FILE_INCOMPLETE, strPath.c_str(), VCM::FromBytes(tFile.strRepair).c_str());
-  else if (!tFile.strRepair.empty())
+  } else if (!tFile.strRepair.empty()) {
     WriteLog(MCE::LOG_FILE_REPAIRED, strPath.c_str(), VCM::FromBytes(tFile.strRepair).c_str());
+  }
 }
 
 bool CProvider::LogResult(const TMadePlan& tMade) {
-  for (const std::string& strLine : tMade.tNotes.strLines)
+  for (const std::string& strLine : tMade.tNotes.astrLines)
     WriteLog(L"%s", VCM::FromBytes(strLine).c_str());
   WriteLog(MCE::LOG_PLAN, VCM::FromBytes(PlanText(tMade)).c_str());
   WriteLog(L"Proved %s branches, tags and trunk, and %s revisions.",

@@ -52,7 +52,7 @@ class CTwiceCutter {
  public:
   static constexpr std::size_t NO_CUT = static_cast<std::size_t>(-1);
 
-  explicit CTwiceCutter(std::size_t nFiles) : m_nLast(nFiles, NO_CUT) {}
+  explicit CTwiceCutter(std::size_t nFiles) : m_anLast(nFiles, NO_CUT) {}
 
   /// Takes the next event of the run. Returns where a changeset has to begin before it, else NO_CUT.
   std::size_t Add(std::size_t nPlace, const TSorted& tEvent, std::size_t nFirst, std::int64_t nTimeBefore) {
@@ -62,7 +62,7 @@ class CTwiceCutter {
         m_atGaps.pop_back();
       m_atGaps.push_back({nPlace, nGap});
     }
-    const std::size_t nLast = std::exchange(m_nLast[tEvent.nFile], nPlace);
+    const std::size_t nLast = std::exchange(m_anLast[tEvent.nFile], nPlace);
     if (nLast == NO_CUT || nLast < m_nBegin) return NO_CUT;
     const auto itWidest = std::upper_bound(m_atGaps.begin(), m_atGaps.end(), nLast,
                                            [](std::size_t n, const TGap& tGap) { return n < tGap.nPlace; });
@@ -81,8 +81,8 @@ class CTwiceCutter {
     std::int64_t nGap;
   };
   std::vector<TGap> m_atGaps;
-  std::vector<std::size_t> m_nLast;  ///< by file: the last place of all, which may be in another changeset
-  std::size_t m_nBegin = 0;          ///< where the changeset begins that the next event would join
+  std::vector<std::size_t> m_anLast;  ///< by file: the last place of all, which may be in another changeset
+  std::size_t m_nBegin = 0;           ///< where the changeset begins that the next event would join
 };
 
 }  // namespace
@@ -90,10 +90,10 @@ class CTwiceCutter {
 TChangesets GroupEvents(const CEvents& oEvents) {
   const std::vector<TSorted> atSorted = Sorted(oEvents);
   TChangesets tSets;
-  tSets.nEvents.reserve(atSorted.size());
-  tSets.nOf.assign(oEvents.Count(), NONE);
+  tSets.anEvents.reserve(atSorted.size());
+  tSets.anOf.assign(oEvents.Count(), NONE);
 
-  std::vector<std::size_t> nBegins;
+  std::vector<std::size_t> anBegins;
   CTwiceCutter oCutter(oEvents.History().Files().size());
   std::size_t nRun = 0;
   for (std::size_t n = 0; n < atSorted.size(); ++n) {
@@ -103,22 +103,22 @@ TChangesets GroupEvents(const CEvents& oEvents) {
         bSame && tEvent.nCommitId == NONE && tEvent.nTime - atSorted[n - 1].nTime > LONGEST_PAUSE_SECONDS;
     if (!bSame || bPause) {
       nRun = n;
-      nBegins.push_back(n);
+      anBegins.push_back(n);
       oCutter.Restart(n);
     }
     const std::size_t nCut = oCutter.Add(n, tEvent, nRun, n == 0 ? 0 : atSorted[n - 1].nTime);
     if (nCut != CTwiceCutter::NO_CUT) {
-      nBegins.push_back(nCut);
+      anBegins.push_back(nCut);
       ++tSets.nCutTwice;
     }
-    tSets.nEvents.push_back(tEvent.nEvent);
+    tSets.anEvents.push_back(tEvent.nEvent);
   }
 
-  for (std::size_t n = 0; n < nBegins.size(); ++n) {
-    const std::size_t nEnd = n + 1 < nBegins.size() ? nBegins[n + 1] : atSorted.size();
-    for (std::size_t nEvent = nBegins[n]; nEvent < nEnd; ++nEvent)
-      tSets.nOf[tSets.nEvents[nEvent]] = tSets.Count();
-    tSets.atRanges.push_back({static_cast<TIndex>(nBegins[n]), static_cast<TIndex>(nEnd)});
+  for (std::size_t n = 0; n < anBegins.size(); ++n) {
+    const std::size_t nEnd = n + 1 < anBegins.size() ? anBegins[n + 1] : atSorted.size();
+    for (std::size_t nEvent = anBegins[n]; nEvent < nEnd; ++nEvent)
+      tSets.anOf[tSets.anEvents[nEvent]] = tSets.Count();
+    tSets.atRanges.push_back({static_cast<TIndex>(anBegins[n]), static_cast<TIndex>(nEnd)});
   }
   return tSets;
 }

@@ -1,23 +1,23 @@
 #pragma once
 
-#include "exact/events.h"
-#include "exact/records.h"
-
 #include <cstdint>
 #include <vector>
 
+#include "exact/events.h"
+#include "exact/records.h"
+
 namespace TALVEK::EXACT {
 
-/// Events that belong together: changesets of CVS. A changeset is a part of nEvents, in order of time, of
+/// Events that belong together: changesets of CVS. A changeset is a part of anEvents, in order of time, of
 /// files, and of the revisions of a file.
 struct TChangesets {
   struct TRange {
     TIndex nFirst = 0;
     TIndex nEnd = 0;
   };
-  std::vector<TIndex> nEvents;
+  std::vector<TIndex> anEvents;
   std::vector<TRange> atRanges;  ///< by changeset
-  std::vector<TIndex> nOf;       ///< by event: its changeset; NONE: no event
+  std::vector<TIndex> anOf;      ///< by event: its changeset; NONE: no event
   std::uint64_t nCutTwice = 0;   ///< cuts because a file would have come twice
 
   TIndex Count() const { return static_cast<TIndex>(atRanges.size()); }

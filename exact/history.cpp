@@ -4,27 +4,18 @@
 #include <map>
 #include <numeric>
 #include <set>
+#include <string_view>
 #include <utility>
+
+#include "exact/log_text.h"
 
 namespace TALVEK::EXACT {
 
 namespace {
 
-std::string Text(const TNumber& nNumber) {
-  std::string strText;
-  for (const std::uint32_t nPart : nNumber) {
-    if (!strText.empty()) strText += '.';
-    strText += std::to_string(nPart);
-  }
-  return strText;
-}
-
-TNumber NumberOf(const std::string& strText) {
+TNumber NumberOf(std::string_view strText) {
   TNumber nNumber;
-  for (std::size_t nBegin = 0; nBegin < strText.size(); nBegin = strText.find('.', nBegin) + 1) {
-    nNumber.push_back(static_cast<std::uint32_t>(std::stoul(strText.substr(nBegin))));
-    if (strText.find('.', nBegin) == std::string::npos) break;
-  }
+  ReadNumber(strText, nNumber);
   return nNumber;
 }
 
@@ -62,20 +53,20 @@ bool IsAddedOnBranch(const std::string& strMessage) {
 /// Finds the revisions and lines of one file by their numbers while it is being added.
 class CHistory::CFileNumbers {
  public:
-  void AddRevision(const TNumber& nNumber, TIndex nRevision) { m_nRevisions.emplace(nNumber, nRevision); }
-  void AddLine(const TNumber& nNumber, TIndex nLine) { m_nLines.emplace(nNumber, nLine); }
-  void AddCut(const TNumber& nNumber) { m_nCut.insert(nNumber); }
+  void AddRevision(const TNumber& nNumber, TIndex nRevision) { m_anRevisions.emplace(nNumber, nRevision); }
+  void AddLine(const TNumber& nNumber, TIndex nLine) { m_anLines.emplace(nNumber, nLine); }
+  void AddCut(const TNumber& nNumber) { m_anCut.insert(nNumber); }
 
-  TIndex Revision(const TNumber& nNumber) const { return Find(m_nRevisions, nNumber); }
-  TIndex Line(const TNumber& nNumber) const { return Find(m_nLines, nNumber); }
+  TIndex Revision(const TNumber& nNumber) const { return Find(m_anRevisions, nNumber); }
+  TIndex Line(const TNumber& nNumber) const { return Find(m_anLines, nNumber); }
   /// It is left out because of the end time.
-  bool IsCut(const TNumber& nNumber) const { return m_nCut.count(nNumber) != 0; }
-  bool HasCut() const { return !m_nCut.empty(); }
+  bool IsCut(const TNumber& nNumber) const { return m_anCut.count(nNumber) != 0; }
+  bool HasCut() const { return !m_anCut.empty(); }
 
   /// The last trunk revision with this first component.
   TIndex LastOfMajor(std::uint32_t nMajor) const {
     TIndex nLast = NONE;
-    for (auto it = m_nRevisions.lower_bound(TNumber{nMajor}); it != m_nRevisions.end(); ++it) {
+    for (auto it = m_anRevisions.lower_bound(TNumber{nMajor}); it != m_anRevisions.end(); ++it) {
       if (it->first[0] != nMajor) break;
       if (it->first.size() == 2) nLast = it->second;
     }
@@ -88,9 +79,9 @@ class CHistory::CFileNumbers {
     return it == nTable.end() ? NONE : it->second;
   }
 
-  std::map<TNumber, TIndex> m_nRevisions;
-  std::map<TNumber, TIndex> m_nLines;
-  std::set<TNumber> m_nCut;
+  std::map<TNumber, TIndex> m_anRevisions;
+  std::map<TNumber, TIndex> m_anLines;
+  std::set<TNumber> m_anCut;
 };
 
 CHistory::CHistory(THistoryOptions tOptions) : m_tOptions(std::move(tOptions)) {}
@@ -112,17 +103,17 @@ void CHistory::AddFile(const TRcsFile& tFile) {
 }
 
 void CHistory::AddRevisions(const TRcsFile& tFile, CFileNumbers& oNumbers) {
-  std::vector<const TRcsRevision*> ptSorted;
+  std::vector<const TRcsRevision*> aptSorted;
   for (const TRcsRevision& tRevision : tFile.atRevisions) {
     if (m_tOptions.nEndTime && tRevision.nTime > *m_tOptions.nEndTime) {
       oNumbers.AddCut(tRevision.nNumber);
     } else if (tRevision.nNumber.size() >= 2 && tRevision.nNumber.size() % 2 == 0) {
-      ptSorted.push_back(&tRevision);
+      aptSorted.push_back(&tRevision);
     }
   }
   // A trunk revision has the empty key, so the trunk comes first, and a branch after the line it sprouts
   // from.
-  std::stable_sort(ptSorted.begin(), ptSorted.end(),
+  std::stable_sort(aptSorted.begin(), aptSorted.end(),
                    [](const TRcsRevision* ptLeft, const TRcsRevision* ptRight) {
                      const TNumber nLeft = LineKey(ptLeft->nNumber);
                      const TNumber nRight = LineKey(ptRight->nNumber);
@@ -131,10 +122,10 @@ void CHistory::AddRevisions(const TRcsFile& tFile, CFileNumbers& oNumbers) {
 
   m_atFiles.back().nFirstLine = static_cast<TIndex>(m_atLines.size());
   AddLine({}, oNumbers);
-  for (const TRcsRevision* ptRevision : ptSorted) {
+  for (const TRcsRevision* ptRevision : aptSorted) {
     if (oNumbers.Revision(ptRevision->nNumber) != NONE) {
-      m_strNotes.push_back(tFile.strPath + ": the log has revision " + Text(ptRevision->nNumber) +
-                           " twice, the first one counts");
+      m_astrNotes.push_back(tFile.strPath + ": the log has revision " + NumberText(ptRevision->nNumber) +
+                            " twice, the first one counts");
       continue;
     }
     const TNumber nKey = LineKey(ptRevision->nNumber);
@@ -167,7 +158,7 @@ void CHistory::AddRevisions(const TRcsFile& tFile, CFileNumbers& oNumbers) {
 void CHistory::AddLine(const TNumber& nKey, CFileNumbers& oNumbers) {
   TLine tLine;
   tLine.nFile = static_cast<TIndex>(m_atFiles.size() - 1);
-  tLine.nNumber = m_oTexts.Add(Text(nKey));
+  tLine.nNumber = m_oTexts.Add(NumberText(nKey));
   if (!nKey.empty()) tLine.nSprout = oNumbers.Revision(TNumber(nKey.begin(), nKey.end() - 1));
   tLine.nFirstRevision = tLine.nEndRevision = static_cast<TIndex>(m_atRevisions.size());
   tLine.bVendor = IsVendorNumber(nKey);
@@ -217,7 +208,7 @@ TNamePlace CHistory::PlaceOf(const TRcsName& tName, const CFileNumbers& oNumbers
 }
 
 TIndex CHistory::AddName(const std::string& strName) {
-  const auto [it, bNew] = m_nNames.emplace(strName, static_cast<TIndex>(m_atNames.size()));
+  const auto [it, bNew] = m_anNames.emplace(strName, static_cast<TIndex>(m_atNames.size()));
   if (bNew) {
     TName tName;
     tName.strName = strName;
@@ -273,7 +264,7 @@ void CHistory::MakeNamedStreams() {
     if (!tName.bWanted || !m_tOptions.bCreateBranches) continue;
     if (bTag && (!m_tOptions.bStreamsForTags || tName.bCut)) {
       if (tName.bCut)
-        m_strNotes.push_back("tag " + tName.strName + " names revisions after the end date: left out");
+        m_astrNotes.push_back("tag " + tName.strName + " names revisions after the end date: left out");
       continue;
     }
     tName.nStream = static_cast<TIndex>(m_atStreams.size());
@@ -295,9 +286,9 @@ void CHistory::GiveLinesToStreams() {
     const TIndex nStream = m_atNames[nName].nStream;
     TIndex& nOwner = m_atLines[nLine].nStream;
     if (nStream == NONE) continue;
-    const auto Files = [this](TIndex n) { return m_atNames[m_atStreams[n].nName].nBranchFiles; };
-    if (nOwner == NONE || Files(nStream) > Files(nOwner) ||
-        (Files(nStream) == Files(nOwner) && nStream < nOwner)) {
+    const auto fnFiles = [this](TIndex n) { return m_atNames[m_atStreams[n].nName].nBranchFiles; };
+    if (nOwner == NONE || fnFiles(nStream) > fnFiles(nOwner) ||
+        (fnFiles(nStream) == fnFiles(nOwner) && nStream < nOwner)) {
       nOwner = nStream;
     }
   }
@@ -312,16 +303,16 @@ void CHistory::MakeUnnamedStreams() {
   m_nLineNames = {};
   if (!m_tOptions.bCreateBranches || !m_tOptions.bUnnamedBranches) return;
 
-  std::map<TNumber, std::vector<TIndex>> nLinesOf;
+  std::map<TNumber, std::vector<TIndex>> anLinesOf;
   for (TIndex nLine = 0; nLine < m_atLines.size(); ++nLine) {
     if (m_atLines[nLine].nStream != NONE || bHasName[nLine]) continue;
-    nLinesOf[NumberOf(m_oTexts.Get(m_atLines[nLine].nNumber))].push_back(nLine);
+    anLinesOf[NumberOf(m_oTexts.Get(m_atLines[nLine].nNumber))].push_back(nLine);
   }
   TIndex nPlaces = static_cast<TIndex>(m_atNames.size());
-  for (const auto& [nNumber, nLines] : nLinesOf) {
+  for (const auto& [nNumber, nLines] : anLinesOf) {
     TStreamName tStream;
-    tStream.strName = "unnamed-" + Text(nNumber);
-    while (m_nNames.count(tStream.strName) != 0)
+    tStream.strName = "unnamed-" + NumberText(nNumber);
+    while (m_anNames.count(tStream.strName) != 0)
       tStream.strName += '_';
     tStream.bUnnamed = true;
     tStream.nPlaces = nPlaces;

@@ -1,10 +1,5 @@
 #pragma once
 
-#include "exact/name_places.h"
-#include "exact/rcs_file.h"
-#include "exact/records.h"
-#include "exact/text_table.h"
-
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -13,6 +8,11 @@
 #include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include "exact/name_places.h"
+#include "exact/rcs_file.h"
+#include "exact/records.h"
+#include "exact/text_table.h"
 
 namespace TALVEK::EXACT {
 
@@ -110,7 +110,7 @@ class CHistory {
   const std::vector<TStreamName>& Streams() const { return m_atStreams; }
   const CTextTable& Texts() const { return m_oTexts; }
   const CTextTable& Messages() const { return m_oMessages; }
-  const std::vector<std::string>& Notes() const { return m_strNotes; }
+  const std::vector<std::string>& Notes() const { return m_astrNotes; }
 
   const TLine& LineOf(TIndex nRevision) const { return m_atLines[m_atRevisions[nRevision].nLine]; }
   TIndex FileOf(TIndex nRevision) const { return LineOf(nRevision).nFile; }
@@ -176,14 +176,14 @@ class CHistory {
   std::vector<TLine> m_atLines;
   std::vector<TRevision> m_atRevisions;
   std::vector<TName> m_atNames;
-  std::unordered_map<std::string, TIndex> m_nNames;
+  std::unordered_map<std::string, TIndex> m_anNames;
   std::vector<std::pair<TIndex, TIndex>>
       m_nLineNames;  ///< (line, name) for each name of a line with revisions
   std::vector<TStreamName> m_atStreams;
   CTextTable m_oTexts;  ///< paths, numbers of lines, authors, commit ids
   CTextTable m_oMessages;
   CNamePlaces m_oPlaces;
-  std::vector<std::string> m_strNotes;
+  std::vector<std::string> m_astrNotes;
 };
 
 }  // namespace TALVEK::EXACT

@@ -5,8 +5,8 @@
 namespace TALVEK::EXACT {
 
 bool CImportWriter::WriteChanges() {
-  m_nChangeIDs.clear();
-  m_nChangeIDs.reserve(m_oPlan.Changes().size());
+  m_anChangeIDs.clear();
+  m_anChangeIDs.reserve(m_oPlan.Changes().size());
   for (TIndex nChange = 0; nChange < m_oPlan.Changes().size(); ++nChange) {
     if (!WriteChange(nChange)) return false;
   }
@@ -18,7 +18,7 @@ bool CImportWriter::WriteChange(TIndex nChange) {
   const std::uint32_t nID =
       m_oEngine.AddChange(0, tChange.nStream + 1, VCM::FromBytes(m_oPlan.Author(nChange)),
                           VCM::FromBytes(m_oPlan.Message(nChange)), static_cast<long>(tChange.nTime));
-  m_nChangeIDs.push_back(nID);
+  m_anChangeIDs.push_back(nID);
   if (nID == 0) return false;
   std::uint32_t nItem = 0;
   bool bWritten = true;
@@ -33,7 +33,7 @@ bool CImportWriter::WriteItem(TIndex nChange, std::uint32_t nItem, const TPlanIt
   const std::string strRevision = bDeleted ? std::string() : oHistory.Number(tItem.nRevision);
   const std::int64_t nTime =
       bDeleted ? m_oPlan.Changes()[nChange].nTime : oHistory.Revisions()[tItem.nRevision].nTime;
-  return m_oEngine.AddChangeItem(m_nChangeIDs[nChange], nItem, TypeOf(tItem), PathOf(tItem.nFile),
+  return m_oEngine.AddChangeItem(m_anChangeIDs[nChange], nItem, TypeOf(tItem), PathOf(tItem.nFile),
                                  MCE::TCVSRevision(VCM::FromBytes(strRevision)), static_cast<long>(nTime));
 }
 
@@ -62,11 +62,11 @@ void CImportWriter::WriteStreams(MCE::CStreamList& oStreams) const {
     tStream.nParentID = bHasParent ? tPlanned.nParent + 1 : 0;
     tStream.strName = VCM::FromBytes(tPlanned.strName);
     if (bHasParent) {
-      tStream.nBaseChangeID = m_nChangeIDs[tPlanned.nBase];
+      tStream.nBaseChangeID = m_anChangeIDs[tPlanned.nBase];
       tStream.oProps.SetProperty(MCE::STREAM_CREATED,
                                  static_cast<std::uint32_t>(m_oPlan.Changes()[tPlanned.nBase].nTime));
     }
-    if (tPlanned.eKind == TStreamKind::Tag) tStream.oProps.SetProperty(MCE::STREAM_IS_TAG, 1U);
+    if (tPlanned.nKind == TStreamKind::TAG) tStream.oProps.SetProperty(MCE::STREAM_IS_TAG, 1U);
     oStreams.Add(tStream);
   }
 }

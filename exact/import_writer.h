@@ -36,7 +36,7 @@ class CImportWriter {
   const CPlan& m_oPlan;
   const CModulePaths& m_oPaths;
   MCE::CProviderBase& m_oEngine;
-  std::vector<std::uint32_t> m_nChangeIDs;  // by change of the plan
+  std::vector<std::uint32_t> m_anChangeIDs;  // by change of the plan
 };
 
 }  // namespace TALVEK::EXACT

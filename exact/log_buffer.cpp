@@ -3,7 +3,7 @@
 namespace TALVEK::EXACT {
 
 namespace {
-constexpr std::size_t BLOCK_BYTES = 256 * 1024;
+constexpr std::size_t BLOCK_BYTES = std::size_t{256} * 1024;
 }
 
 bool CLogBuffer::Line(std::size_t nAt, TLine& tLine) {

@@ -7,9 +7,9 @@
 namespace TALVEK::EXACT {
 
 /// Gives the bytes of a log in blocks.
-class CLogSource {
+class CLogBytes {
  public:
-  virtual ~CLogSource() = default;
+  virtual ~CLogBytes() = default;
   /// Writes at most nBytes (never 0) bytes to pTo; returns how many, 0 at the end of the log.
   virtual std::size_t Read(char* pTo, std::size_t nBytes) = 0;
 };
@@ -17,7 +17,7 @@ class CLogSource {
 /// A window on the log. Places are counted in bytes from the beginning of the log.
 class CLogBuffer {
  public:
-  explicit CLogBuffer(CLogSource& oSource) : m_oSource(oSource) {}
+  explicit CLogBuffer(CLogBytes& oSource) : m_oSource(oSource) {}
 
   struct TLine {
     std::string_view strText;  ///< without the line end; valid until the next call of Line or Begins
@@ -33,7 +33,7 @@ class CLogBuffer {
  private:
   bool Fill();
 
-  CLogSource& m_oSource;
+  CLogBytes& m_oSource;
   std::string m_strBytes;
   std::size_t m_nBase = 0;  // place of the first byte in m_strBytes
   bool m_bEnded = false;

@@ -36,18 +36,18 @@ TIndices PossibleOnes(const std::vector<TCandidate>& atCandidates, const TNumber
   for (std::size_t i = 0; i < anAll.size(); ++i)
     anAll[i] = i;
   if (!bAll || nHead.empty()) return anAll;
-  std::set<TNumber> nNumbers, nLines;
+  std::set<TNumber> anNumbers, anLines;
   for (const TCandidate& tCandidate : atCandidates) {
-    nNumbers.insert(tCandidate.pRevision->nNumber);
-    nLines.insert(tCandidate.panBranches->begin(), tCandidate.panBranches->end());
+    anNumbers.insert(tCandidate.pRevision->nNumber);
+    anLines.insert(tCandidate.panBranches->begin(), tCandidate.panBranches->end());
   }
   TIndices anPossible;
   for (const std::size_t i : anAll) {
     const TNumber& nNumber = atCandidates[i].pRevision->nNumber;
     const bool bPossible = IsTrunk(nNumber)
                                ? !IsTrunk(nHead) || nNumber <= nHead
-                               : nLines.contains(LineOf(nNumber)) &&
-                                     nNumbers.contains(TNumber(nNumber.begin(), nNumber.end() - 2));
+                               : anLines.contains(LineOf(nNumber)) &&
+                                     anNumbers.contains(TNumber(nNumber.begin(), nNumber.end() - 2));
     if (bPossible) anPossible.push_back(i);
   }
   return anPossible;
@@ -96,10 +96,11 @@ class CCheapestChoice {
   static void Offer(TCell& tCell, std::uint64_t nCost, std::size_t nSkipped, bool bOnlyOne) {
     if (nCost > tCell.nCost) return;
     // The first offer is the one whose revision stands last: an equal one doesn't replace it.
-    if (nCost == tCell.nCost)
+    if (nCost == tCell.nCost) {
       tCell.bOnlyOne = false;
-    else
+    } else {
       tCell = {nCost, static_cast<std::uint32_t>(nSkipped), bOnlyOne};
+    }
   }
 
   void FillCell(std::size_t i, std::size_t nLeftOut) {
@@ -154,17 +155,18 @@ TIndices LongestRow(const std::vector<TCandidate>& atCandidates, const TIndices&
   // Patience sorting from the end: anHeads[n] begins the best row of n + 1 candidates found so far.
   TIndices anHeads;
   TIndices anNext(atCandidates.size());
-  const auto Number = [&](std::size_t i) -> const TNumber& { return atCandidates[i].pRevision->nNumber; };
+  const auto fnNumber = [&](std::size_t i) -> const TNumber& { return atCandidates[i].pRevision->nNumber; };
   for (std::size_t n = anPossible.size(); n-- > 0;) {
     const std::size_t i = anPossible[n];
     const auto oPlace = std::partition_point(anHeads.begin(), anHeads.end(), [&](std::size_t nHead) {
-      return PrintedBefore(Number(i), Number(nHead));
+      return PrintedBefore(fnNumber(i), fnNumber(nHead));
     });
     anNext[i] = oPlace == anHeads.begin() ? i : *(oPlace - 1);
-    if (oPlace == anHeads.end())
+    if (oPlace == anHeads.end()) {
       anHeads.push_back(i);
-    else if (Number(*oPlace) != Number(i))
+    } else if (fnNumber(*oPlace) != fnNumber(i)) {
       *oPlace = i;
+    }
   }
   TIndices anRow;
   if (anHeads.empty()) return anRow;
@@ -203,9 +205,10 @@ bool PrintedBefore(const TNumber& nFirst, const TNumber& nSecond) {
     return nFirst > nSecond;
   }
   // The revision of the trunk that they hang on: the oldest first.
-  if (!std::equal(nFirst.begin(), nFirst.begin() + 2, nSecond.begin()))
+  if (!std::equal(nFirst.begin(), nFirst.begin() + 2, nSecond.begin())) {
     return std::lexicographical_compare(nFirst.begin(), nFirst.begin() + 2, nSecond.begin(),
                                         nSecond.begin() + 2);
+  }
   for (std::size_t i = 2;; i += 2) {
     if (nFirst[i] != nSecond[i]) return nFirst[i] > nSecond[i];
     // Both hang on one branch: its own revisions come first.
@@ -222,9 +225,9 @@ bool AreUnique(const std::vector<TCandidate>& atCandidates) {
   for (std::size_t i = 1; i < atCandidates.size() && bInOrder; ++i)
     bInOrder = PrintedBefore(atCandidates[i - 1].pRevision->nNumber, atCandidates[i].pRevision->nNumber);
   if (bInOrder) return true;
-  std::set<TNumber> nNumbers;
+  std::set<TNumber> anNumbers;
   for (const TCandidate& tCandidate : atCandidates)
-    if (!nNumbers.insert(tCandidate.pRevision->nNumber).second) return false;
+    if (!anNumbers.insert(tCandidate.pRevision->nNumber).second) return false;
   return true;
 }
 
@@ -247,9 +250,9 @@ std::optional<TChoice> ChooseRevisions(const std::vector<TCandidate>& atCandidat
 
 std::vector<std::size_t> ChooseWhatIsThere(const std::vector<TCandidate>& atCandidates, std::size_t nCount) {
   std::vector<std::size_t> anChosen;
-  std::set<TNumber> nNumbers;
+  std::set<TNumber> anNumbers;
   for (std::size_t i = 0; i < atCandidates.size() && anChosen.size() < nCount; ++i)
-    if (nNumbers.insert(atCandidates[i].pRevision->nNumber).second) anChosen.push_back(i);
+    if (anNumbers.insert(atCandidates[i].pRevision->nNumber).second) anChosen.push_back(i);
   return anChosen;
 }
 

@@ -34,14 +34,15 @@ bool CLogMarks::FindEnd() {
     m_nScanned = tLine.nNext;
     const std::string_view strLine = tLine.strText;
     bool bIsEnd = false;
-    if (strLine == REVISION_SEPARATOR)
+    if (strLine == REVISION_SEPARATOR) {
       FindRevision(nAt, tLine.nNext);
-    else if (strLine == FILE_SEPARATOR)
+    } else if (strLine == FILE_SEPARATOR) {
       bIsEnd = FindRule(nAt, tLine.nNext);
-    else if (strLine.starts_with(HEADER_BEGIN))
+    } else if (strLine.starts_with(HEADER_BEGIN)) {
       FindHeader(nAt, false);
-    else if (m_bFirstText)
+    } else if (m_bFirstText) {
       FindInFirstText(strLine, nAt, tLine.nNext, bIsEnd);
+    }
     if (bIsEnd) return true;
   }
   return AddEnd(m_nScanned, m_nScanned, true);
@@ -63,7 +64,7 @@ void CLogMarks::FindRevision(std::size_t nSeparator, std::size_t nNext) {
   if (!m_oLog.Line(nNext, tLine) || !ReadRevisionLine(tLine.strText, *ptRevision)) return;
   if (!m_oLog.Line(tLine.nNext, tLine) || !ReadDateLine(tLine.strText, *ptRevision)) return;
   TMark tMark;
-  tMark.eKind = EMark::REVISION;
+  tMark.nKind = TMarkKind::REVISION;
   tMark.nAt = nSeparator;
   tMark.nNext = m_nScanned = tLine.nNext;
   if (m_oLog.Line(tMark.nNext, tLine)) ReadBranchesLine(tLine.strText, ptRevision->nNumber, tMark.anBranches);
@@ -99,7 +100,7 @@ bool CLogMarks::FindHeader(std::size_t nAt, bool bBehindRule) {
   // Within a text a header that the log ends in is no sign of anything.
   if (!ReadHeader(m_oLog, nAt, *ptHeader) || (!ptHeader->bWhole && !bBehindRule)) return false;
   TMark tMark;
-  tMark.eKind = EMark::HEADER;
+  tMark.nKind = TMarkKind::HEADER;
   tMark.nAt = nAt;
   tMark.nNext = m_nScanned = ptHeader->nNext;
   tMark.bFileEnd = bBehindRule;
@@ -125,7 +126,7 @@ std::optional<std::size_t> CLogMarks::EndAfter(std::size_t nMark) {
   for (std::size_t i = nMark + 1;; ++i) {
     while (i >= m_atMarks.size())
       if (!FindEnd()) return std::nullopt;
-    if (m_atMarks[i].eKind == EMark::RULE && m_atMarks[i].bFileEnd) return i;
+    if (m_atMarks[i].nKind == TMarkKind::RULE && m_atMarks[i].bFileEnd) return i;
   }
 }
 

@@ -14,7 +14,7 @@
 
 namespace TALVEK::EXACT {
 
-enum class EMark {
+enum class TMarkKind {
   HEADER,    ///< "RCS file:" to "description:"
   REVISION,  ///< a separator and the lines of number and date behind it
   RULE       ///< a line of equals signs, or the end of the log where none stands there
@@ -22,7 +22,7 @@ enum class EMark {
 
 /// A place of the log that looks as if the client had printed it; it may be text all the same.
 struct TMark {
-  EMark eKind = EMark::RULE;
+  TMarkKind nKind = TMarkKind::RULE;
   std::size_t nAt = 0;    ///< where the text before it ends
   std::size_t nNext = 0;  ///< where the text behind it begins
   bool bFileEnd =
@@ -36,7 +36,7 @@ struct TMark {
 /// the file's header.
 class CLogMarks {
  public:
-  explicit CLogMarks(CLogSource& oSource) : m_oLog(oSource) {}
+  explicit CLogMarks(CLogBytes& oSource) : m_oLog(oSource) {}
 
   /// Goes to the first file; false: the log has none.
   bool FindFirstHeader();

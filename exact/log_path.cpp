@@ -24,10 +24,11 @@ void CRepositoryPath::Learn(std::string_view strFirstPath) {
   }
   const std::size_t nModule =
       m_strModule.empty() ? std::string_view::npos : strFirstPath.find("/" + m_strModule + "/");
-  if (nModule != std::string_view::npos)
+  if (nModule != std::string_view::npos) {
     m_strPrefix = strFirstPath.substr(0, nModule + 1);
-  else
+  } else {
     m_strPrefix = strFirstPath.starts_with('/') ? "/" : "";
+  }
 }
 
 std::string CRepositoryPath::Cut(std::string_view strRcsPath) const {

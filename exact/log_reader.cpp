@@ -13,7 +13,7 @@ namespace {
 
 // How far is looked ahead for another end of a file.
 constexpr std::size_t MAX_ENDS_AHEAD = 256;
-constexpr std::size_t MAX_BYTES_AHEAD = 16 * 1024 * 1024;
+constexpr std::size_t MAX_BYTES_AHEAD = std::size_t{16} * 1024 * 1024;
 // How often the candidates are tried to meet the counts, with more of them each time.
 constexpr std::size_t MAX_TRIES = 16;
 
@@ -32,7 +32,7 @@ std::string Counted(std::size_t n, const char* pszOne, const char* pszMany) {
 
 }  // namespace
 
-CLogReader::CLogReader(CLogSource& oSource, std::string strRootDirectory, std::string strModule)
+CLogReader::CLogReader(CLogBytes& oSource, std::string strRootDirectory, std::string strModule)
     : m_oMarks(oSource), m_oPath(std::move(strRootDirectory), std::move(strModule)) {}
 
 bool CLogReader::Next(TRcsFile& tFile) {
@@ -57,7 +57,7 @@ bool CLogReader::WithinReach(std::size_t nFirstEnd, std::size_t nEnd, std::size_
 
 bool CLogReader::HoldsHeader(std::size_t nEnd) const {
   for (std::size_t i = 1; i < nEnd; ++i)
-    if (m_oMarks[i].eKind == EMark::HEADER) return true;
+    if (m_oMarks[i].nKind == TMarkKind::HEADER) return true;
   return false;
 }
 
@@ -69,7 +69,7 @@ bool CLogReader::MayEndAt(std::size_t nEnd) const {
   // A file that comes twice can be in a log that was put together from two. It is taken for text only where
   // something else looks pasted.
   return !HoldsHeader(nEnd) || (tNext.strRcsPath != m_oMarks[0].ptHeader->strRcsPath &&
-                                !m_nPathHashes.contains(HashOf(tNext.strRcsPath)));
+                                !m_anPathHashes.contains(HashOf(tNext.strRcsPath)));
 }
 
 /// The last line of the log that was pasted whole and begins with the header; nothing: it wasn't pasted
@@ -79,10 +79,11 @@ std::optional<std::size_t> CLogReader::EndOfPasted(std::size_t nHeader, std::siz
   const std::size_t nSelected = m_oMarks[nHeader].ptHeader->nSelected;
   std::size_t nFound = 0;
   for (std::size_t i = nHeader + 1; i <= nEnd; ++i) {
-    const EMark eKind = m_oMarks[i].eKind;
-    if (eKind == EMark::RULE && nFound == nSelected) return i;
-    if (eKind == EMark::RULE || (eKind == EMark::REVISION && nFound++ == nSelected)) return std::nullopt;
-    if (eKind != EMark::HEADER) continue;
+    const TMarkKind nKind = m_oMarks[i].nKind;
+    if (nKind == TMarkKind::RULE && nFound == nSelected) return i;
+    if (nKind == TMarkKind::RULE || (nKind == TMarkKind::REVISION && nFound++ == nSelected))
+      return std::nullopt;
+    if (nKind != TMarkKind::HEADER) continue;
     const auto oInner = anEnds.find(i);
     if (oInner == anEnds.end()) return std::nullopt;
     i = oInner->second;
@@ -98,7 +99,7 @@ bool CLogReader::AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPa
   bool bEndIsPasted = false;
   for (std::size_t i = nEnd; i-- > nFrom;) {
     const TMark& tMark = m_oMarks[i];
-    if (tMark.eKind != EMark::HEADER) continue;
+    if (tMark.nKind != TMarkKind::HEADER) continue;
     std::optional<std::size_t> nPastedEnd = EndOfPasted(i, nEnd, anEnds);
     // A file behind a possible end, and its counts aren't met: that is more likely a loss than a text. None
     // of its revisions is one of this file.
@@ -109,7 +110,7 @@ bool CLogReader::AddCandidates(std::size_t nFrom, std::size_t nEnd, bool bSkipPa
   }
   for (std::size_t i = nFrom; i < nEnd; ++i) {
     const TMark& tMark = m_oMarks[i];
-    if (tMark.eKind == EMark::REVISION) anMarks.push_back(i);
+    if (tMark.nKind == TMarkKind::REVISION) anMarks.push_back(i);
     const auto oPasted = anEnds.find(i);
     if (oPasted != anEnds.end() && (bSkipPasted || tMark.bFileEnd)) i = oPasted->second;
   }
@@ -133,8 +134,8 @@ std::optional<CLogReader::TReading> CLogReader::ReadUpTo(std::size_t nEnd,
   for (const std::size_t i : tChoice->anChosen)
     tReading.anRevisions.push_back(anMarks[i]);
   for (std::size_t i = 1; i < nEnd; ++i) {
-    tReading.nTextHeaders += m_oMarks[i].eKind == EMark::HEADER ? 1 : 0;
-    tReading.nTextRevisions += m_oMarks[i].eKind == EMark::REVISION ? 1 : 0;
+    tReading.nTextHeaders += m_oMarks[i].nKind == TMarkKind::HEADER ? 1 : 0;
+    tReading.nTextRevisions += m_oMarks[i].nKind == TMarkKind::REVISION ? 1 : 0;
   }
   tReading.nTextRevisions -= tReading.anRevisions.size();
   return tReading;
@@ -176,14 +177,14 @@ bool CLogReader::ComesBefore(const TMark& tFirst, const TMark& tSecond) const {
 std::vector<CLogReader::TOdds> CLogReader::OddsOf(const std::vector<std::size_t>& anEnds) const {
   std::vector<TOdds> atOdds(anEnds.size());
   TOdds tBehind;
-  std::set<std::string_view> strPaths;
+  std::set<std::string_view> astrPaths;
   const TMark* pBehind = nullptr;
   for (std::size_t n = anEnds.size(); n-- > 0;) {
     const std::size_t nHeader = anEnds[n] + 1;
     if (nHeader >= m_oMarks.Count()) continue;
     const TMark& tHeader = m_oMarks[nHeader];
     const std::string& strPath = tHeader.ptHeader->strRcsPath;
-    const bool bTwice = !strPaths.insert(strPath).second || m_nPathHashes.contains(HashOf(strPath)) ||
+    const bool bTwice = !astrPaths.insert(strPath).second || m_anPathHashes.contains(HashOf(strPath)) ||
                         strPath == m_oMarks[0].ptHeader->strRcsPath;
     tBehind.nTwice += bTwice ? 1 : 0;
     tBehind.nOutOfOrder += m_bInOrder && pBehind != nullptr && !ComesBefore(tHeader, *pBehind) ? 1 : 0;
@@ -222,6 +223,7 @@ CLogReader::TReading CLogReader::WhatIsThere(std::size_t nEnd) const {
   std::vector<std::size_t> anMarks;
   AddCandidates(1, nEnd, true, anMarks);
   std::vector<TCandidate> atCandidates;
+  atCandidates.reserve(anMarks.size());
   for (const std::size_t i : anMarks)
     atCandidates.push_back({m_oMarks[i].ptRevision.get(), &m_oMarks[i].anBranches});
   for (const std::size_t i : ChooseWhatIsThere(atCandidates, m_oMarks[0].ptHeader->nSelected))
@@ -232,20 +234,21 @@ CLogReader::TReading CLogReader::WhatIsThere(std::size_t nEnd) const {
 /// A message may begin like a line "branches:". The line names branches that have revisions in the file.
 void CLogReader::SettleBranchLines(const TReading& tReading) {
   const TLogHeader& tHeader = *m_oMarks[0].ptHeader;
-  const auto HasBranches = [&](std::size_t i) { return !m_oMarks[i].anBranches.empty(); };
-  if (!std::any_of(tReading.anRevisions.begin(), tReading.anRevisions.end(), HasBranches)) return;
-  std::set<TNumber> nLines;
+  const auto fnHasBranches = [&](std::size_t i) { return !m_oMarks[i].anBranches.empty(); };
+  if (!std::any_of(tReading.anRevisions.begin(), tReading.anRevisions.end(), fnHasBranches)) return;
+  std::set<TNumber> anLines;
   for (const std::size_t i : tReading.anRevisions) {
     const TNumber& nNumber = m_oMarks[i].ptRevision->nNumber;
-    nLines.insert(TNumber(nNumber.begin(), nNumber.end() - 1));
+    anLines.insert(TNumber(nNumber.begin(), nNumber.end() - 1));
   }
   const bool bAll = tReading.bMet && tHeader.nSelected == tHeader.nTotal;
   CLogBuffer::TLine tLine;
   for (const std::size_t i : tReading.anRevisions) {
     TMark& tMark = m_oMarks[i];
-    const bool bIsLine = HasBranches(i) &&
-                         (!bAll || std::all_of(tMark.anBranches.begin(), tMark.anBranches.end(),
-                                               [&](const TNumber& nLine) { return nLines.contains(nLine); }));
+    const bool bIsLine =
+        fnHasBranches(i) &&
+        (!bAll || std::all_of(tMark.anBranches.begin(), tMark.anBranches.end(),
+                              [&](const TNumber& nLine) { return anLines.contains(nLine); }));
     if (bIsLine && m_oMarks.Log().Line(tMark.nNext, tLine)) tMark.nNext = tLine.nNext;
   }
 }
@@ -272,7 +275,7 @@ void CLogReader::MakeFile(const TReading& tReading, TRcsFile& tFile) {
     tMark.ptRevision->strMessage = strMessage;
     tFile.atRevisions.push_back(std::move(*tMark.ptRevision));
   }
-  if (!m_nPathHashes.insert(HashOf(tHeader.strRcsPath)).second)
+  if (!m_anPathHashes.insert(HashOf(tHeader.strRcsPath)).second)
     AddSentence(tFile.strRepair, "the log holds this file twice");
   if (!m_strLastPath.empty() && !WalkedBefore(m_strLastPath, tFile.strPath)) m_bInOrder = false;
   m_strLastPath = tFile.strPath;

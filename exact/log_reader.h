@@ -38,7 +38,7 @@ class CLogReader {
   /// The source must outlive the reader. strRootDirectory: where the root says that the repository
   /// lies, such as "/cvs"; it is cut off the paths. strModule, which may be empty, helps to do this in a log
   /// from elsewhere.
-  CLogReader(CLogSource& oSource, std::string strRootDirectory, std::string strModule = {});
+  CLogReader(CLogBytes& oSource, std::string strRootDirectory, std::string strModule = {});
   CLogReader(const CLogReader&) = delete;
   CLogReader& operator=(const CLogReader&) = delete;
 
@@ -63,7 +63,7 @@ class CLogReader {
     std::size_t nTwice = 0;
     std::size_t nOutOfOrder = 0;
     bool bEndIsPasted = false;
-    auto operator<=>(const TOdds&) const = default;
+    auto operator<=>(const TOdds&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
   };
   /// Header of a pasted log and its last line, as indices of marks.
   using TPastedEnds = std::unordered_map<std::size_t, std::size_t>;
@@ -94,7 +94,7 @@ class CLogReader {
   bool m_bInOrder = true;  // all files so far came in the order in which the client walks
   bool m_bWorkingFiles = false;
   std::string m_strLastPath;
-  std::unordered_set<std::size_t> m_nPathHashes;
+  std::unordered_set<std::size_t> m_anPathHashes;
 };
 
 }  // namespace TALVEK::EXACT

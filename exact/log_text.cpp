@@ -25,8 +25,8 @@ std::string_view Trimmed(std::string_view strText) {
 template <class TValue>
 bool TakeDecimal(std::string_view& strText, TValue& nValue) {
   if (strText.empty() || strText.front() < '0' || strText.front() > '9') return false;
-  const auto [pEnd, eError] = std::from_chars(strText.data(), strText.data() + strText.size(), nValue);
-  if (eError != std::errc()) return false;
+  const auto [pEnd, nError] = std::from_chars(strText.data(), strText.data() + strText.size(), nValue);
+  if (nError != std::errc()) return false;
   strText.remove_prefix(static_cast<std::size_t>(pEnd - strText.data()));
   return true;
 }
@@ -45,29 +45,6 @@ std::int64_t DaysTo(std::int64_t nYear, std::int64_t nMonth, std::int64_t nDay) 
   const std::int64_t nShifted = nYear - (nMonth <= 2 ? 1 : 0);
   const std::int64_t nDayOfYear = (153 * (nMonth + (nMonth > 2 ? -3 : 9)) + 2) / 5 + nDay - 1;
   return 365 * nShifted + nShifted / 4 - nShifted / 100 + nShifted / 400 + nDayOfYear - 719468;
-}
-
-/// "2003/01/02 10:11:12" (UTC) or "2005-01-02 10:11:12 +0230".
-bool ReadTime(std::string_view strText, std::int64_t& nTime) {
-  std::int64_t nYear = 0, nMonth = 0, nDay = 0, nHour = 0, nMinute = 0, nSecond = 0;
-  if (!TakeDigit(strText, 0, nYear, 9999) || strText.empty()) return false;
-  const char chBetween = strText.front();
-  if (chBetween != '/' && chBetween != '-') return false;
-  if (!TakeDigit(strText, chBetween, nMonth, 12) || !TakeDigit(strText, chBetween, nDay, 31) ||
-      !TakeDigit(strText, ' ', nHour, 23) || !TakeDigit(strText, ':', nMinute, 59) ||
-      !TakeDigit(strText, ':', nSecond, 60) || nMonth == 0 || nDay == 0)
-    return false;
-  if (nYear < 100) nYear += 1900;  // RCS writes the years before 2000 with two digits
-  nTime = DaysTo(nYear, nMonth, nDay) * 86400 + nHour * 3600 + nMinute * 60 + nSecond;
-  if (strText.empty()) return true;
-  if (strText.size() != 6 || strText[0] != ' ' || (strText[1] != '+' && strText[1] != '-')) return false;
-  const bool bEast = strText[1] == '+';
-  strText.remove_prefix(2);
-  std::int64_t nZone = 0;
-  if (!TakeDecimal(strText, nZone) || !strText.empty()) return false;
-  const std::int64_t nOffset = (nZone / 100) * 3600 + (nZone % 100) * 60;
-  nTime += bEast ? -nOffset : nOffset;
-  return true;
 }
 
 bool ReadCounts(std::string_view strLine, TLogHeader& tHeader) {
@@ -162,6 +139,28 @@ bool ReadNumber(std::string_view strText, TNumber& nNumber) {
   }
   nNumber.clear();
   return false;
+}
+
+bool ReadTime(std::string_view strText, std::int64_t& nTime) {
+  std::int64_t nYear = 0, nMonth = 0, nDay = 0, nHour = 0, nMinute = 0, nSecond = 0;
+  if (!TakeDigit(strText, 0, nYear, 9999) || strText.empty()) return false;
+  const char chBetween = strText.front();
+  if (chBetween != '/' && chBetween != '-') return false;
+  if (!TakeDigit(strText, chBetween, nMonth, 12) || !TakeDigit(strText, chBetween, nDay, 31) ||
+      !TakeDigit(strText, ' ', nHour, 23) || !TakeDigit(strText, ':', nMinute, 59) ||
+      !TakeDigit(strText, ':', nSecond, 60) || nMonth == 0 || nDay == 0)
+    return false;
+  if (nYear < 100) nYear += 1900;  // RCS writes the years before 2000 with two digits
+  nTime = DaysTo(nYear, nMonth, nDay) * 86400 + nHour * 3600 + nMinute * 60 + nSecond;
+  if (strText.empty()) return true;
+  if (strText.size() != 6 || strText[0] != ' ' || (strText[1] != '+' && strText[1] != '-')) return false;
+  const bool bEast = strText[1] == '+';
+  strText.remove_prefix(2);
+  std::int64_t nZone = 0;
+  if (!TakeDecimal(strText, nZone) || !strText.empty()) return false;
+  const std::int64_t nOffset = (nZone / 100) * 3600 + (nZone % 100) * 60;
+  nTime += bEast ? -nOffset : nOffset;
+  return true;
 }
 
 bool ReadRevisionLine(std::string_view strLine, TRcsRevision& tRevision) {

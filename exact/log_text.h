@@ -37,6 +37,9 @@ bool ReadHeader(CLogBuffer& oLog, std::size_t nAt, TLogHeader& tHeader);
 
 /// Reads a number such as 1.2.0.4; false when the text isn't one.
 bool ReadNumber(std::string_view strText, TNumber& nNumber);
+/// Reads a time, "2003/01/02 10:11:12" (UTC) or "2005-01-02 10:11:12 +0230", in seconds since 1970 UTC. A day
+/// that its month doesn't have counts on into the next one.
+bool ReadTime(std::string_view strText, std::int64_t& nTime);
 /// Reads the line "revision 1.5", with or without a note of a lock.
 bool ReadRevisionLine(std::string_view strLine, TRcsRevision& tRevision);
 /// Reads the line "date: ...;  author: ...;  state: ...;" with whatever other fields it has.

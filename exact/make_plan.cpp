@@ -1,5 +1,7 @@
 #include "exact/make_plan.h"
 
+#include <utility>
+
 #include "exact/check.h"
 #include "exact/events.h"
 #include "exact/grouping.h"
@@ -9,8 +11,6 @@
 #include "exact/stream_states.h"
 #include "exact/trunk_view.h"
 #include "exact/write_changes.h"
-
-#include <utility>
 
 namespace TALVEK::EXACT {
 

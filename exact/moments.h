@@ -1,11 +1,11 @@
 #pragma once
 
+#include <vector>
+
 #include "exact/events.h"
 #include "exact/grouping.h"
 #include "exact/ordering.h"
 #include "exact/records.h"
-
-#include <vector>
 
 namespace TALVEK::EXACT {
 
@@ -33,20 +33,20 @@ class CMoments {
   TIndex Last() const { return static_cast<TIndex>(m_nChangesets.size()); }
   TIndex Changeset(TIndex nMoment) const { return m_nChangesets[nMoment - 1]; }
   /// Of what is no event: the moment of the event before it in its chain. So moments ascend along each chain.
-  TIndex OfEvent(TIndex nEvent) const { return m_nMoments[nEvent]; }
+  TIndex OfEvent(TIndex nEvent) const { return m_anMoments[nEvent]; }
   /// 0: no changeset has it (its line is left out), so it counts as being there from the start.
   TIndex OfRevision(TIndex nRevision) const {
     const TIndex nEvent = m_oEvents.FirstOf(nRevision);
-    return nEvent == NONE ? 0 : m_nMoments[nEvent];
+    return nEvent == NONE ? 0 : m_anMoments[nEvent];
   }
   /// A stream's own changesets, as moments, ascending.
-  const std::vector<TIndex>& OfStream(TIndex nStream) const { return m_nOfStream[nStream]; }
+  const std::vector<TIndex>& OfStream(TIndex nStream) const { return m_anOfStream[nStream]; }
 
  private:
   const CEvents& m_oEvents;
   const std::vector<TIndex>& m_nChangesets;
-  std::vector<TIndex> m_nMoments;
-  std::vector<std::vector<TIndex>> m_nOfStream;
+  std::vector<TIndex> m_anMoments;
+  std::vector<std::vector<TIndex>> m_anOfStream;
 };
 
 }  // namespace TALVEK::EXACT

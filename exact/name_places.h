@@ -1,13 +1,13 @@
 #pragma once
 
-#include "exact/records.h"
-#include "exact/spool.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
 #include <vector>
+
+#include "exact/records.h"
+#include "exact/spool.h"
 
 namespace TALVEK::EXACT {
 

@@ -17,7 +17,7 @@ struct TSetKey {
   TIndex nFile = NONE;
   TIndex nRank = NONE;
 
-  auto operator<=>(const TSetKey&) const = default;
+  auto operator<=>(const TSetKey&) const = default;  // NOLINT(modernize-use-nullptr): a false alarm
 };
 
 class COrdering {
@@ -26,13 +26,13 @@ class COrdering {
 
   TOrder Run() {
     m_atKeys.resize(m_tSets.Count());
-    m_nPending.resize(m_tSets.Count());
-    m_bDone.resize(m_tSets.Count());
+    m_anPending.resize(m_tSets.Count());
+    m_abDone.resize(m_tSets.Count());
     for (TIndex nSet = 0; nSet < m_tSets.Count(); ++nSet)
       Enter(nSet);
     for (;;) {
       TakeReady();
-      if (m_tOrder.nChangesets.size() == m_tSets.Count()) return std::move(m_tOrder);
+      if (m_tOrder.anChangesets.size() == m_tSets.Count()) return std::move(m_tOrder);
       OpenCircle();
     }
   }
@@ -47,15 +47,15 @@ class COrdering {
   };
   using THeap = std::priority_queue<TWaiting>;
 
-  TIndex* Begin(TIndex nSet) { return m_tSets.nEvents.data() + m_tSets.atRanges[nSet].nFirst; }
-  TIndex* End(TIndex nSet) { return m_tSets.nEvents.data() + m_tSets.atRanges[nSet].nEnd; }
+  TIndex* Begin(TIndex nSet) { return m_tSets.anEvents.data() + m_tSets.atRanges[nSet].nFirst; }
+  TIndex* End(TIndex nSet) { return m_tSets.anEvents.data() + m_tSets.atRanges[nSet].nEnd; }
 
   /// The changeset that has to come before this event; NONE: none that is left.
   TIndex NeededSet(TIndex nEvent) const {
     const TIndex nNeeded = m_oEvents.Needs(nEvent);
     if (nNeeded == NONE) return NONE;
-    const TIndex nSet = m_tSets.nOf[nNeeded];
-    return m_bDone[nSet] ? NONE : nSet;
+    const TIndex nSet = m_tSets.anOf[nNeeded];
+    return m_abDone[nSet] ? NONE : nSet;
   }
 
   /// A changeset that is new, or has changed.
@@ -73,7 +73,7 @@ class COrdering {
       if (NeededSet(*pnEvent) != NONE) ++nPending;
     }
     m_atKeys[nSet] = tKey;
-    m_nPending[nSet] = nPending;
+    m_anPending[nSet] = nPending;
     if (nPending == 0) m_oReady.push({tKey, nSet});
     if (m_bHasLeft) m_oLeft.push({tKey, nSet});
   }
@@ -82,12 +82,12 @@ class COrdering {
     while (!m_oReady.empty()) {
       const TIndex nSet = m_oReady.top().nSet;
       m_oReady.pop();
-      m_bDone[nSet] = true;
-      m_tOrder.nChangesets.push_back(nSet);
+      m_abDone[nSet] = true;
+      m_tOrder.anChangesets.push_back(nSet);
       for (const TIndex* pnEvent = Begin(nSet); pnEvent != End(nSet); ++pnEvent) {
         m_oEvents.ForEachWaiting(*pnEvent, [this](TIndex nWaiting) {
-          const TIndex nWaitingSet = m_tSets.nOf[nWaiting];
-          if (--m_nPending[nWaitingSet] == 0) m_oReady.push({m_atKeys[nWaitingSet], nWaitingSet});
+          const TIndex nWaitingSet = m_tSets.anOf[nWaiting];
+          if (--m_anPending[nWaitingSet] == 0) m_oReady.push({m_atKeys[nWaitingSet], nWaitingSet});
         });
       }
     }
@@ -97,10 +97,10 @@ class COrdering {
     if (!m_bHasLeft) {
       m_bHasLeft = true;
       for (TIndex nSet = 0; nSet < m_tSets.Count(); ++nSet) {
-        if (!m_bDone[nSet]) m_oLeft.push({m_atKeys[nSet], nSet});
+        if (!m_abDone[nSet]) m_oLeft.push({m_atKeys[nSet], nSet});
       }
     }
-    while (m_bDone[m_oLeft.top().nSet] || m_atKeys[m_oLeft.top().nSet] != m_oLeft.top().tKey)
+    while (m_abDone[m_oLeft.top().nSet] || m_atKeys[m_oLeft.top().nSet] != m_oLeft.top().tKey)
       m_oLeft.pop();
     return m_oLeft.top().nSet;
   }
@@ -117,44 +117,44 @@ class COrdering {
 
   /// The changesets of a circle; each needs something of the one behind it, the last of the first.
   std::vector<TIndex> FindCircle() {
-    std::vector<TIndex> nWay;
-    std::unordered_map<TIndex, std::size_t> nSteps;
+    std::vector<TIndex> anWay;
+    std::unordered_map<TIndex, std::size_t> anSteps;
     TIndex nSet = SmallestLeft();
-    while (nSteps.emplace(nSet, nWay.size()).second) {
-      nWay.push_back(nSet);
+    while (anSteps.emplace(nSet, anWay.size()).second) {
+      anWay.push_back(nSet);
       nSet = SmallestNeeded(nSet);
     }
-    nWay.erase(nWay.begin(), nWay.begin() + static_cast<std::ptrdiff_t>(nSteps[nSet]));
-    return nWay;
+    anWay.erase(anWay.begin(), anWay.begin() + static_cast<std::ptrdiff_t>(anSteps[nSet]));
+    return anWay;
   }
 
   /// One changeset of a circle.
   struct TLink {
     TIndex nSet = NONE;
-    std::vector<bool> bIn, bOut;  ///< by place in the changeset: the circle comes in by it, goes out by it
+    std::vector<bool> abIn, abOut;  ///< by place in the changeset: the circle comes in by it, goes out by it
   };
 
   TLink MakeLink(TIndex nSet, TIndex nEarlier, TIndex nLater) {
     TLink tLink;
     tLink.nSet = nSet;
-    std::unordered_set<TIndex> nOut;
+    std::unordered_set<TIndex> anOut;
     for (const TIndex* pnEvent = Begin(nLater); pnEvent != End(nLater); ++pnEvent) {
-      if (NeededSet(*pnEvent) == nSet) nOut.insert(m_oEvents.Needs(*pnEvent));
+      if (NeededSet(*pnEvent) == nSet) anOut.insert(m_oEvents.Needs(*pnEvent));
     }
     for (const TIndex* pnEvent = Begin(nSet); pnEvent != End(nSet); ++pnEvent) {
-      tLink.bIn.push_back(NeededSet(*pnEvent) == nEarlier);
-      tLink.bOut.push_back(nOut.count(*pnEvent) != 0);
+      tLink.abIn.push_back(NeededSet(*pnEvent) == nEarlier);
+      tLink.abOut.push_back(anOut.count(*pnEvent) != 0);
     }
     return tLink;
   }
 
   void OpenCircle() {
-    const std::vector<TIndex> nCircle = FindCircle();
+    const std::vector<TIndex> anCircle = FindCircle();
     std::vector<TLink> atLinks;
-    for (std::size_t n = 0; n < nCircle.size(); ++n) {
-      const TIndex nEarlier = nCircle[(n + 1) % nCircle.size()];
-      const TIndex nLater = nCircle[(n + nCircle.size() - 1) % nCircle.size()];
-      atLinks.push_back(MakeLink(nCircle[n], nEarlier, nLater));
+    for (std::size_t n = 0; n < anCircle.size(); ++n) {
+      const TIndex nEarlier = anCircle[(n + 1) % anCircle.size()];
+      const TIndex nLater = anCircle[(n + anCircle.size() - 1) % anCircle.size()];
+      atLinks.push_back(MakeLink(anCircle[n], nEarlier, nLater));
     }
     std::sort(atLinks.begin(), atLinks.end(), [this](const TLink& tLeft, const TLink& tRight) {
       return m_atKeys[tLeft.nSet] < m_atKeys[tRight.nSet];
@@ -168,10 +168,10 @@ class COrdering {
     std::size_t nBestCut = 0;
     std::int64_t nWidest = -1;
     for (const TLink& tLink : atLinks) {
-      const std::size_t nFirstIn =
-          static_cast<std::size_t>(std::find(tLink.bIn.begin(), tLink.bIn.end(), true) - tLink.bIn.begin());
+      const std::size_t nFirstIn = static_cast<std::size_t>(
+          std::find(tLink.abIn.begin(), tLink.abIn.end(), true) - tLink.abIn.begin());
       const std::size_t nLastOut = static_cast<std::size_t>(
-          tLink.bOut.rend() - std::find(tLink.bOut.rbegin(), tLink.bOut.rend(), true) - 1);
+          tLink.abOut.rend() - std::find(tLink.abOut.rbegin(), tLink.abOut.rend(), true) - 1);
       for (std::size_t nCut = nLastOut + 1; nCut <= nFirstIn; ++nCut) {
         const TIndex* pnEvent = Begin(tLink.nSet) + nCut;
         const std::int64_t nGap = m_oEvents.Time(*pnEvent) - m_oEvents.Time(*(pnEvent - 1));
@@ -187,13 +187,13 @@ class COrdering {
 
   void CutByNeed(const std::vector<TLink>& atLinks) {
     for (const TLink& tLink : atLinks) {
-      std::vector<TIndex> nEarly, nLate;
-      for (std::size_t n = 0; n < tLink.bIn.size(); ++n) {
-        (tLink.bOut[n] && !tLink.bIn[n] ? nEarly : nLate).push_back(Begin(tLink.nSet)[n]);
+      std::vector<TIndex> anEarly, anLate;
+      for (std::size_t n = 0; n < tLink.abIn.size(); ++n) {
+        (tLink.abOut[n] && !tLink.abIn[n] ? anEarly : anLate).push_back(Begin(tLink.nSet)[n]);
       }
-      if (nEarly.empty()) continue;
-      std::copy(nLate.begin(), nLate.end(), std::copy(nEarly.begin(), nEarly.end(), Begin(tLink.nSet)));
-      Split(tLink.nSet, nEarly.size());
+      if (anEarly.empty()) continue;
+      std::copy(anLate.begin(), anLate.end(), std::copy(anEarly.begin(), anEarly.end(), Begin(tLink.nSet)));
+      Split(tLink.nSet, anEarly.size());
       return;
     }
   }
@@ -206,10 +206,10 @@ class COrdering {
     const TIndex nLate = m_tSets.Count();
     m_tSets.atRanges.push_back(tLate);
     for (const TIndex* pnEvent = Begin(nLate); pnEvent != End(nLate); ++pnEvent)
-      m_tSets.nOf[*pnEvent] = nLate;
+      m_tSets.anOf[*pnEvent] = nLate;
     m_atKeys.emplace_back();
-    m_nPending.push_back(0);
-    m_bDone.push_back(false);
+    m_anPending.push_back(0);
+    m_abDone.push_back(false);
     Enter(nSet);
     Enter(nLate);
   }
@@ -217,8 +217,8 @@ class COrdering {
   const CEvents& m_oEvents;
   TChangesets& m_tSets;
   std::vector<TSetKey> m_atKeys;
-  std::vector<TIndex> m_nPending;  ///< needs of its events that aren't met yet
-  std::vector<bool> m_bDone;
+  std::vector<TIndex> m_anPending;  ///< needs of its events that aren't met yet
+  std::vector<bool> m_abDone;
   THeap m_oReady;
   THeap m_oLeft;  ///< made when the first circle is found; holds old keys and finished changesets, too
   bool m_bHasLeft = false;

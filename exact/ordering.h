@@ -1,16 +1,16 @@
 #pragma once
 
-#include "exact/grouping.h"
-#include "exact/records.h"
-
 #include <cstdint>
 #include <vector>
+
+#include "exact/grouping.h"
+#include "exact/records.h"
 
 namespace TALVEK::EXACT {
 
 struct TOrder {
-  std::vector<TIndex> nChangesets;  ///< in the order in which they come
-  std::uint64_t nCircles = 0;       ///< changesets that were cut because of a circle
+  std::vector<TIndex> anChangesets;  ///< in the order in which they come
+  std::uint64_t nCircles = 0;        ///< changesets that were cut because of a circle
 };
 
 /// Puts the changesets of all streams into one order, and cuts those that would have to come before each

@@ -17,13 +17,13 @@ class CPlacing {
         m_oPlan(oPlan),
         m_oSearch(oStates) {
     m_tPlacements.atBases.resize(m_oHistory.Streams().size());
-    m_tPlacements.nPlaces.resize(m_oHistory.Streams().size());
+    m_tPlacements.anPlaces.resize(m_oHistory.Streams().size());
   }
 
   TPlacements Run() {
     TIndex nPlace = 0;
     for (const TIndex nStream : OrderOfPlacing()) {
-      m_tPlacements.nPlaces[nStream] = nPlace++;
+      m_tPlacements.anPlaces[nStream] = nPlace++;
       if (nStream == TRUNK) {
         PlaceTrunk();
       } else {
@@ -42,12 +42,12 @@ class CPlacing {
   std::vector<TIndex> OrderOfPlacing() const {
     std::vector<TIndex> nOrder(m_oHistory.Streams().size());
     std::iota(nOrder.begin(), nOrder.end(), TIndex{0});
-    const auto Rank = [this](TIndex n) {
+    const auto fnRank = [this](TIndex n) {
       const bool bTag = m_oHistory.Streams()[n].bTag;
       return std::make_tuple(n != TRUNK, bTag, bTag ? 0 : FirstOwn(n), n);
     };
     std::sort(nOrder.begin(), nOrder.end(),
-              [&](TIndex nLeft, TIndex nRight) { return Rank(nLeft) < Rank(nRight); });
+              [&](TIndex nLeft, TIndex nRight) { return fnRank(nLeft) < fnRank(nRight); });
     return nOrder;
   }
 
@@ -58,12 +58,12 @@ class CPlacing {
     AppendOwnAndJoins(TRUNK, {});
     const std::vector<TTrunkEnd>& atEnds = m_oStates.Events().View().atEnds;
     if (!atEnds.empty()) {
-      BeginMadeUp(TRUNK, TChangeKind::EndOfTrunk, m_oStates.EndKey());
+      BeginMadeUp(TRUNK, TChangeKind::END_OF_TRUNK, m_oStates.EndKey());
       for (const TTrunkEnd& tEnd : atEnds)
         AppendItem({tEnd.nFile, tEnd.nRevision, tEnd.nBefore});
       AppendToRow(TRUNK, m_oStates.EndKey());
     }
-    m_oSearch.AddStream(TRUNK, false, m_tSums);
+    m_oSearch.AddStream(TRUNK, false, m_atSums);
   }
 
   void Place(TIndex nStream) {
@@ -96,7 +96,7 @@ class CPlacing {
       tPlaced.nStartKey = nBefore;
     }
     AppendOwnAndJoins(nStream, atJoins);
-    m_oSearch.AddStream(nStream, m_oHistory.Streams()[nStream].bTag, m_tSums);
+    m_oSearch.AddStream(nStream, m_oHistory.Streams()[nStream].bTag, m_atSums);
   }
 
   struct TJoin {
@@ -109,7 +109,7 @@ class CPlacing {
   // The row of the stream that is being placed: size and sum of its state after each change.
 
   void BeginRow(const std::vector<TFileState>& atState) {
-    m_tSums.clear();
+    m_atSums.clear();
     m_tSum = {};
     m_nSize = static_cast<TIndex>(atState.size());
     for (const TFileState& tState : atState)
@@ -117,9 +117,9 @@ class CPlacing {
   }
 
   void AppendToRow(TIndex nStream, TKey nKey) {
-    m_oStates.Placed(nStream).nKeys.push_back(nKey);
+    m_oStates.Placed(nStream).anKeys.push_back(nKey);
     m_oStates.Placed(nStream).oSizes.Append(m_nSize);
-    m_tSums.push_back(m_tSum);
+    m_atSums.push_back(m_tSum);
   }
 
   void Step(TIndex nBefore, TIndex nAfter) {
@@ -132,7 +132,7 @@ class CPlacing {
   void AppendOwn(TIndex nStream, TIndex nMoment) {
     const TChangesets::TRange tRange = m_tSets.atRanges[m_oStates.Moments().Changeset(nMoment)];
     for (TIndex n = tRange.nFirst; n < tRange.nEnd; ++n) {
-      const TIndex nEvent = m_tSets.nEvents[n];
+      const TIndex nEvent = m_tSets.anEvents[n];
       const TIndex nRevision = m_oStates.Events().Revision(nEvent);
       Step(m_oStates.Events().StateBefore(nEvent), m_oHistory.IsAlive(nRevision) ? nRevision : NONE);
     }
@@ -146,7 +146,7 @@ class CPlacing {
       const TIndex nMoment = it->nMoment;
       for (; itOwn != nMoments.end() && *itOwn <= nMoment; ++itOwn)
         AppendOwn(nStream, *itOwn);
-      BeginMadeUp(nStream, TChangeKind::Join, KeyAfter(nMoment));
+      BeginMadeUp(nStream, TChangeKind::JOIN, KeyAfter(nMoment));
       for (; it != atJoins.end() && it->nMoment == nMoment; ++it)
         AppendItem({it->nFile, it->nRevision, NONE});
       AppendToRow(nStream, KeyAfter(nMoment));
@@ -157,10 +157,10 @@ class CPlacing {
 
   // Changes that are made up, and their items.
 
-  void BeginMadeUp(TIndex nStream, TChangeKind eKind, TKey nKey) {
+  void BeginMadeUp(TIndex nStream, TChangeKind nKind, TKey nKey) {
     TMadeUp tMadeUp;
     tMadeUp.nStream = nStream;
-    tMadeUp.eKind = eKind;
+    tMadeUp.nKind = nKind;
     tMadeUp.nKey = nKey;
     tMadeUp.nFirstItem = m_oPlan.EditItems().Size() / sizeof(TPlanItem);
     m_tPlacements.atMadeUp.push_back(tMadeUp);
@@ -183,7 +183,7 @@ class CPlacing {
   }
 
   void MakeStart(TIndex nStream, const TBase& tBase, const std::vector<TFileState>& atWanted) {
-    BeginMadeUp(nStream, TChangeKind::Start, m_oStates.Placed(nStream).nStartKey);
+    BeginMadeUp(nStream, TChangeKind::START, m_oStates.Placed(nStream).nStartKey);
     if (tBase.nStream == TRUNK && !tBase.bTakesAway) {
       // The trunk of a large module has far more files than most names, and none of the others is in the way.
       for (const TFileState& tWanted : atWanted) {
@@ -214,7 +214,7 @@ class CPlacing {
   CBaseSearch m_oSearch;
   TPlacements m_tPlacements;
 
-  std::vector<TStateSum> m_tSums;
+  std::vector<TStateSum> m_atSums;
   TStateSum m_tSum;
   TIndex m_nSize = 0;
 };

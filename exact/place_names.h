@@ -1,19 +1,19 @@
 #pragma once
 
+#include <cstdint>
+#include <vector>
+
 #include "exact/base_search.h"
 #include "exact/plan.h"
 #include "exact/records.h"
 #include "exact/stream_states.h"
-
-#include <cstdint>
-#include <vector>
 
 namespace TALVEK::EXACT {
 
 /// A change that CVS doesn't have. Its items lie in the plan.
 struct TMadeUp {
   TIndex nStream = TRUNK;
-  TChangeKind eKind = TChangeKind::Start;
+  TChangeKind nKind = TChangeKind::START;
   TKey nKey = 0;
   std::uint64_t nFirstItem = 0;
   std::uint64_t nItems = 0;
@@ -22,8 +22,8 @@ struct TMadeUp {
 };
 
 struct TPlacements {
-  std::vector<TBase> atBases;   ///< by stream
-  std::vector<TIndex> nPlaces;  ///< by stream: its place in the order of placing
+  std::vector<TBase> atBases;    ///< by stream
+  std::vector<TIndex> anPlaces;  ///< by stream: its place in the order of placing
   std::vector<TMadeUp> atMadeUp;
 };
 

@@ -54,7 +54,7 @@ TSummary Summary(const CPlan& oPlan, TIndex nChange) {
 
 std::string FirstLineOfStart(const CPlan& oPlan, const TPlanStream& tStream, const TSummary& tSummary) {
   const std::string strBegin =
-      (tStream.eKind == TStreamKind::Tag ? "State of tag " : "Start of branch ") + tStream.strName + ": ";
+      (tStream.nKind == TStreamKind::TAG ? "State of tag " : "Start of branch ") + tStream.strName + ": ";
   if (tStream.nBase == NONE) return strBegin + Files(tSummary.nSet);
   return strBegin + Files(tSummary.nSet) + (tSummary.nSet == 1 ? " differs from " : " differ from ") +
          oPlan.Streams()[tStream.nParent].strName + " at " + UtcText(oPlan.Changes()[tStream.nBase].nTime) +
@@ -77,11 +77,11 @@ std::string CPlan::Message(TIndex nChange) const {
   const TPlanStream& tStream = m_atStreams[tChange.nStream];
   const TSummary tSummary = Summary(*this, nChange);
   const std::string strFiles = "\n\n" + tSummary.strFiles;
-  switch (tChange.eKind) {
-    case TChangeKind::Join:
+  switch (tChange.nKind) {
+    case TChangeKind::JOIN:
       return "Files that joined branch " + tStream.strName + ": " + Files(tSummary.nSet) +
              "\n\nCVS has no such commit: files were put on the branch after its first change." + strFiles;
-    case TChangeKind::EndOfTrunk:
+    case TChangeKind::END_OF_TRUNK:
       return "The trunk as default branches have it: " + Files(tSummary.nSet + tSummary.nDeleted) +
              "\n\nCVS has no such commit: default branches show these files otherwise than the trunk's last "
              "revisions." +

@@ -1,9 +1,5 @@
 #pragma once
 
-#include "exact/history.h"
-#include "exact/records.h"
-#include "exact/spool.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -11,37 +7,41 @@
 #include <utility>
 #include <vector>
 
+#include "exact/history.h"
+#include "exact/records.h"
+#include "exact/spool.h"
+
 namespace TALVEK::EXACT {
 
 enum class TStreamKind : std::uint8_t {
-  Trunk,
-  Branch,  ///< a name that is a branch in some file, or a branch line without a name ("unnamed-1.2.2")
-  Vendor,  ///< a branch that `cvs import` made: it never has a parent
-  Tag,
+  MAIN,    ///< the trunk
+  BRANCH,  ///< a name that is a branch in some file, or a branch line without a name ("unnamed-1.2.2")
+  VENDOR,  ///< a branch that `cvs import` made: it never has a parent
+  TAG,
 };
 
 /// A stream of the plan. It begins with the state of its base change (no base: with no file) and goes on with
 /// its own changes. A stream without changes is a name for its base; one with neither has no file at all.
 struct TPlanStream {
   std::string strName;  ///< bytes of the log; the trunk's is "Main"
-  TStreamKind eKind = TStreamKind::Branch;
-  TIndex nParent = NONE;         ///< stream of the base change
-  TIndex nBase = NONE;           ///< change of the plan; comes before each change of this stream
-  std::vector<TIndex> nChanges;  ///< changes of the plan, ascending
+  TStreamKind nKind = TStreamKind::BRANCH;
+  TIndex nParent = NONE;          ///< stream of the base change
+  TIndex nBase = NONE;            ///< change of the plan; comes before each change of this stream
+  std::vector<TIndex> anChanges;  ///< changes of the plan, ascending
 };
 
 enum class TChangeKind : std::uint8_t {
-  Own,         ///< a changeset of CVS
-  Start,       ///< made up: turns the base's state into the state with which the branch or tag starts
-  Join,        ///< made up: files that joined the branch after its first own change
-  EndOfTrunk,  ///< made up: files whose trunk is a default branch that shows something else than the trunk's
-               ///< dates do
+  OWN,           ///< a changeset of CVS
+  START,         ///< made up: turns the base's state into the state with which the branch or tag starts
+  JOIN,          ///< made up: files that joined the branch after its first own change
+  END_OF_TRUNK,  ///< made up: files whose trunk is a default branch that shows something else than the
+                 ///< trunk's dates do
 };
 
 /// A change of the plan. Changes are numbered in the order in which they are to be written.
 struct TPlanChange {
   TIndex nStream = TRUNK;
-  TChangeKind eKind = TChangeKind::Own;
+  TChangeKind nKind = TChangeKind::OWN;
   std::int64_t nTime =
       0;  ///< seconds since 1970 UTC; never before the stream's change before it, nor before its base
   std::int64_t nCvsTime =
@@ -61,7 +61,7 @@ struct TPlanItem {
 /// What an import log has to tell about the plan.
 struct TPlanNotes {
   std::vector<std::string>
-      strLines;  ///< whole sentences, UTF-8 not guaranteed (names and paths are bytes of the log)
+      astrLines;  ///< whole sentences, UTF-8 not guaranteed (names and paths are bytes of the log)
   std::uint64_t nClocks = 0;   ///< changes whose time is before that of an earlier change of their stream
   std::uint64_t nCircles = 0;  ///< changesets cut because they would have had to come before each other
   std::uint64_t nTwice = 0;    ///< changesets cut because a file would have come twice

@@ -9,6 +9,9 @@ namespace TALVEK::EXACT {
 /// A revision or branch number as its components: 1.2.0.4 is {1, 2, 0, 4}.
 using TNumber = std::vector<std::uint32_t>;
 
+/// "1.2.0.4"
+std::string NumberText(const TNumber& nNumber);
+
 /// A symbolic name of one RCS file, as the log prints it: a branch keeps its magic 0.
 struct TRcsName {
   std::string strName;

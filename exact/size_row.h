@@ -1,10 +1,10 @@
 #pragma once
 
-#include "exact/records.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <vector>
+
+#include "exact/records.h"
 
 namespace TALVEK::EXACT {
 
@@ -13,21 +13,21 @@ namespace TALVEK::EXACT {
 class CSizeRow {
  public:
   void Append(TIndex nSize) {
-    if (m_nSizes.size() % BLOCK == 0) m_nBlocks.push_back(nSize);
-    m_nBlocks.back() = std::min(m_nBlocks.back(), nSize);
-    m_nSizes.push_back(nSize);
+    if (m_anSizes.size() % BLOCK == 0) m_anBlocks.push_back(nSize);
+    m_anBlocks.back() = std::min(m_anBlocks.back(), nSize);
+    m_anSizes.push_back(nSize);
   }
-  TIndex At(std::size_t nPlace) const { return m_nSizes[nPlace]; }
+  TIndex At(std::size_t nPlace) const { return m_anSizes[nPlace]; }
 
   /// The first place in [nFirst, nEnd) with the smallest size. REQUIRES: nFirst < nEnd.
   std::size_t FirstSmallest(std::size_t nFirst, std::size_t nEnd) const {
     std::size_t nBest = nFirst;
     for (std::size_t n = nFirst; n < nEnd;) {
-      if (n % BLOCK == 0 && nEnd - n >= BLOCK && m_nBlocks[n / BLOCK] >= m_nSizes[nBest]) {
+      if (n % BLOCK == 0 && nEnd - n >= BLOCK && m_anBlocks[n / BLOCK] >= m_anSizes[nBest]) {
         n += BLOCK;
         continue;
       }
-      if (m_nSizes[n] < m_nSizes[nBest]) nBest = n;
+      if (m_anSizes[n] < m_anSizes[nBest]) nBest = n;
       ++n;
     }
     return nBest;
@@ -35,8 +35,8 @@ class CSizeRow {
 
  private:
   static constexpr std::size_t BLOCK = 256;
-  std::vector<TIndex> m_nSizes;
-  std::vector<TIndex> m_nBlocks;
+  std::vector<TIndex> m_anSizes;
+  std::vector<TIndex> m_anBlocks;
 };
 
 }  // namespace TALVEK::EXACT

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "core/descriptor.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <vector>
+
+#include "core/descriptor.h"
 
 namespace TALVEK::EXACT {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "exact/records.h"
-
 #include <cstddef>
 #include <cstdint>
+
+#include "exact/records.h"
 
 namespace TALVEK::EXACT {
 

@@ -8,20 +8,20 @@ namespace TALVEK::EXACT {
 CStreamStates::CStreamStates(const CEvents& oEvents, const CMoments& oMoments)
     : m_oEvents(oEvents), m_oMoments(oMoments), m_atPlaced(oEvents.History().Streams().size()) {
   const std::vector<TLine>& atLines = History().Lines();
-  m_nFirstLines.resize(m_atPlaced.size() + 1);
+  m_anFirstLines.resize(m_atPlaced.size() + 1);
   for (const TLine& tLine : atLines) {
-    if (tLine.nStream != NONE) ++m_nFirstLines[tLine.nStream + 1];
+    if (tLine.nStream != NONE) ++m_anFirstLines[tLine.nStream + 1];
   }
-  std::partial_sum(m_nFirstLines.begin(), m_nFirstLines.end(), m_nFirstLines.begin());
-  m_nLines.resize(m_nFirstLines.back());
-  std::vector<TIndex> nNext(m_nFirstLines.begin(), m_nFirstLines.end() - 1);
+  std::partial_sum(m_anFirstLines.begin(), m_anFirstLines.end(), m_anFirstLines.begin());
+  m_anLines.resize(m_anFirstLines.back());
+  std::vector<TIndex> nNext(m_anFirstLines.begin(), m_anFirstLines.end() - 1);
   for (TIndex nLine = 0; nLine < atLines.size(); ++nLine) {
-    if (atLines[nLine].nStream != NONE) m_nLines[nNext[atLines[nLine].nStream]++] = nLine;
+    if (atLines[nLine].nStream != NONE) m_anLines[nNext[atLines[nLine].nStream]++] = nLine;
   }
 }
 
 std::span<const TIndex> CStreamStates::LinesOf(TIndex nStream) const {
-  return {m_nLines.data() + m_nFirstLines[nStream], m_nLines.data() + m_nFirstLines[nStream + 1]};
+  return {m_anLines.data() + m_anFirstLines[nStream], m_anLines.data() + m_anFirstLines[nStream + 1]};
 }
 
 TKey CStreamStates::Arrival(TIndex nStream, TIndex nRevision) const {
@@ -31,7 +31,7 @@ TKey CStreamStates::Arrival(TIndex nStream, TIndex nRevision) const {
 
 TIndex CStreamStates::LastEvent(TIndex nLine, TKey nKey) const {
   const CEvents::TChain tChain = m_oEvents.ChainOf(nLine);
-  const auto LastOf = [&](TIndex nFirst, TIndex nEnd) {
+  const auto fnLastOf = [&](TIndex nFirst, TIndex nEnd) {
     while (nFirst < nEnd) {
       const TIndex nMiddle = nFirst + (nEnd - nFirst) / 2;
       if (KeyOf(m_oMoments.OfEvent(nMiddle)) <= nKey) {
@@ -42,8 +42,8 @@ TIndex CStreamStates::LastEvent(TIndex nLine, TKey nKey) const {
     }
     return nFirst;
   };
-  if (const TIndex n = LastOf(tChain.nFirst, tChain.nEnd); n != tChain.nFirst) return n - 1;
-  if (const TIndex n = LastOf(tChain.nShownFirst, tChain.nShownEnd); n != tChain.nShownFirst) return n - 1;
+  if (const TIndex n = fnLastOf(tChain.nFirst, tChain.nEnd); n != tChain.nFirst) return n - 1;
+  if (const TIndex n = fnLastOf(tChain.nShownFirst, tChain.nShownEnd); n != tChain.nShownFirst) return n - 1;
   return NONE;
 }
 
@@ -62,35 +62,35 @@ TIndex CStreamStates::TrunkAt(TIndex nFile, TKey nKey) const {
 
 std::vector<TFileState> CStreamStates::StateAt(TIndex nStream, TKey nKey) const {
   std::vector<TFileState> atState;
-  const auto Put = [&atState](TIndex nFile, TIndex nRevision) {
+  const auto fnPut = [&atState](TIndex nFile, TIndex nRevision) {
     if (nRevision != NONE) atState.push_back({nFile, nRevision});
   };
   if (nStream == TRUNK) {
     for (TIndex nFile = 0; nFile < History().Files().size(); ++nFile)
-      Put(nFile, TrunkAt(nFile, nKey));
+      fnPut(nFile, TrunkAt(nFile, nKey));
     return atState;
   }
 
   const std::span<const TIndex> nLines = LinesOf(nStream);
   std::size_t nNext = 0;
-  const auto PutLine = [&](TIndex nEntry) {
+  const auto fnPutLine = [&](TIndex nEntry) {
     const TIndex nEvent = LastEvent(nLines[nNext], nKey);
     const TIndex nRevision = nEvent == NONE ? nEntry : History().IsAlive(nEvent) ? nEvent : NONE;
-    Put(History().Lines()[nLines[nNext]].nFile, nRevision);
+    fnPut(History().Lines()[nLines[nNext]].nFile, nRevision);
     ++nNext;
   };
   History().ForEachEntry(nStream, [&](TIndex nFile, TIndex nEntry) {
     while (nNext < nLines.size() && History().Lines()[nLines[nNext]].nFile < nFile)
-      PutLine(NONE);
+      fnPutLine(NONE);
     const TIndex nArrived = Arrival(nStream, nEntry) <= nKey ? nEntry : NONE;
     if (nNext < nLines.size() && History().Lines()[nLines[nNext]].nFile == nFile) {
-      PutLine(nArrived);
+      fnPutLine(nArrived);
     } else {
-      Put(nFile, nArrived);
+      fnPut(nFile, nArrived);
     }
   });
   while (nNext < nLines.size())
-    PutLine(NONE);
+    fnPutLine(NONE);
   return atState;
 }
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "exact/moments.h"
-#include "exact/records.h"
-#include "exact/size_row.h"
-
 #include <cstdint>
 #include <span>
 #include <vector>
+
+#include "exact/moments.h"
+#include "exact/records.h"
+#include "exact/size_row.h"
 
 namespace TALVEK::EXACT {
 
@@ -19,11 +19,11 @@ struct TFileState {
 /// A stream that has its place. Its state doesn't depend on where it hangs: it is the entries that have come,
 /// overlaid by the stream's own events.
 struct TPlacedStream {
-  TIndex nFirstOwn = NONE;  ///< moment of its first own changeset
-  TKey nStartKey = 0;       ///< from here on its start entries are seen
-  TIndex nEntries = 0;      ///< how many files have an entry
-  std::vector<TKey> nKeys;  ///< of its changes, ascending
-  CSizeRow oSizes;          ///< files in its state after each of them
+  TIndex nFirstOwn = NONE;   ///< moment of its first own changeset
+  TKey nStartKey = 0;        ///< from here on its start entries are seen
+  TIndex nEntries = 0;       ///< how many files have an entry
+  std::vector<TKey> anKeys;  ///< of its changes, ascending
+  CSizeRow oSizes;           ///< files in its state after each of them
 };
 
 /// What streams look like after their changes.
@@ -56,8 +56,8 @@ class CStreamStates {
   const CEvents& m_oEvents;
   const CMoments& m_oMoments;
   std::vector<TPlacedStream> m_atPlaced;
-  std::vector<TIndex> m_nLines;       ///< stream by stream
-  std::vector<TIndex> m_nFirstLines;  ///< by stream, and one more
+  std::vector<TIndex> m_anLines;       ///< stream by stream
+  std::vector<TIndex> m_anFirstLines;  ///< by stream, and one more
 };
 
 }  // namespace TALVEK::EXACT

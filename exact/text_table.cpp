@@ -13,39 +13,39 @@ std::string CTextTable::Get(TIndex nText) const {
 
 /// The slot in which the text is, or the free one in which it belongs.
 std::size_t CTextTable::Slot(std::string_view strText, std::uint64_t nHash) const {
-  std::size_t nSlot = static_cast<std::size_t>(nHash) & (m_nSlots.size() - 1);
-  while (m_nSlots[nSlot] != NONE &&
-         (m_atTexts[m_nSlots[nSlot]].nHash != nHash || Get(m_nSlots[nSlot]) != strText)) {
-    nSlot = (nSlot + 1) & (m_nSlots.size() - 1);
+  std::size_t nSlot = static_cast<std::size_t>(nHash) & (m_anSlots.size() - 1);
+  while (m_anSlots[nSlot] != NONE &&
+         (m_atTexts[m_anSlots[nSlot]].nHash != nHash || Get(m_anSlots[nSlot]) != strText)) {
+    nSlot = (nSlot + 1) & (m_anSlots.size() - 1);
   }
   return nSlot;
 }
 
 void CTextTable::Grow() {
-  m_nSlots.assign(m_nSlots.empty() ? 1024 : m_nSlots.size() * 2, NONE);
+  m_anSlots.assign(m_anSlots.empty() ? 1024 : m_anSlots.size() * 2, NONE);
   for (TIndex nText = 0; nText < m_atTexts.size(); ++nText) {
-    std::size_t nSlot = static_cast<std::size_t>(m_atTexts[nText].nHash) & (m_nSlots.size() - 1);
-    while (m_nSlots[nSlot] != NONE)
-      nSlot = (nSlot + 1) & (m_nSlots.size() - 1);
-    m_nSlots[nSlot] = nText;
+    std::size_t nSlot = static_cast<std::size_t>(m_atTexts[nText].nHash) & (m_anSlots.size() - 1);
+    while (m_anSlots[nSlot] != NONE)
+      nSlot = (nSlot + 1) & (m_anSlots.size() - 1);
+    m_anSlots[nSlot] = nText;
   }
 }
 
 TIndex CTextTable::Add(std::string_view strText) {
-  if (m_atTexts.size() * 2 >= m_nSlots.size()) Grow();
+  if (m_atTexts.size() * 2 >= m_anSlots.size()) Grow();
   const std::uint64_t nHash = std::hash<std::string_view>{}(strText);
   const std::size_t nSlot = Slot(strText, nHash);
-  if (m_nSlots[nSlot] == NONE) {
+  if (m_anSlots[nSlot] == NONE) {
     const std::uint64_t nBegin = m_oBytes.Append(strText.data(), strText.size());
-    m_nSlots[nSlot] = Count();
+    m_anSlots[nSlot] = Count();
     m_atTexts.push_back({nBegin + strText.size(), nHash});
   }
-  return m_nSlots[nSlot];
+  return m_anSlots[nSlot];
 }
 
 TIndex CTextTable::Find(std::string_view strText) const {
-  if (m_nSlots.empty()) return NONE;
-  return m_nSlots[Slot(strText, std::hash<std::string_view>{}(strText))];
+  if (m_anSlots.empty()) return NONE;
+  return m_anSlots[Slot(strText, std::hash<std::string_view>{}(strText))];
 }
 
 }  // namespace TALVEK::EXACT

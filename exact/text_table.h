@@ -1,11 +1,11 @@
 #pragma once
 
-#include "exact/records.h"
-#include "exact/spool.h"
-
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "exact/records.h"
+#include "exact/spool.h"
 
 namespace TALVEK::EXACT {
 
@@ -30,7 +30,7 @@ class CTextTable {
 
   CSpool m_oBytes;
   std::vector<TText> m_atTexts;
-  std::vector<TIndex> m_nSlots;  ///< open addressing, NONE is free
+  std::vector<TIndex> m_anSlots;  ///< open addressing, NONE is free
 };
 
 }  // namespace TALVEK::EXACT

@@ -7,7 +7,7 @@ namespace TALVEK::EXACT {
 namespace {
 
 /// Appends the vendor revisions that the trunk of this file shows.
-void AddShown(const CHistory& oHistory, const TFile& tFile, std::vector<TIndex>& nShown) {
+void AddShown(const CHistory& oHistory, const TFile& tFile, std::vector<TIndex>& anShown) {
   if (tFile.nVendorLine == NONE) return;
   const std::vector<TRevision>& atRevisions = oHistory.Revisions();
   const TLine& tTrunk = oHistory.Lines()[tFile.nFirstLine];
@@ -22,16 +22,16 @@ void AddShown(const CHistory& oHistory, const TFile& tFile, std::vector<TIndex>&
   for (TIndex n = tVendor.nFirstRevision; n < tVendor.nEndRevision; ++n) {
     nNewest = std::max(nNewest, atRevisions[n].nTime);
     if (n != tVendor.nFirstRevision && bChangedLater && nNewest >= atRevisions[nFirst + 1].nTime) return;
-    nShown.push_back(n);
+    anShown.push_back(n);
   }
 }
 
 /// The living revision with which the trunk's own dates leave the file.
-TIndex LastByDate(const CHistory& oHistory, const TFile& tFile, const std::vector<TIndex>& nShown,
+TIndex LastByDate(const CHistory& oHistory, const TFile& tFile, const std::vector<TIndex>& anShown,
                   TIndex nFirstShown) {
   const TLine& tTrunk = oHistory.Lines()[tFile.nFirstLine];
   TIndex nLast = oHistory.Tip(tTrunk);
-  if (nLast == tTrunk.nFirstRevision && nFirstShown < nShown.size()) nLast = nShown.back();
+  if (nLast == tTrunk.nFirstRevision && nFirstShown < anShown.size()) nLast = anShown.back();
   return oHistory.IsAlive(nLast) ? nLast : NONE;
 }
 
@@ -41,14 +41,14 @@ TTrunkView MakeTrunkView(const CHistory& oHistory) {
   TTrunkView tView;
   for (TIndex nFile = 0; nFile < oHistory.Files().size(); ++nFile) {
     const TFile& tFile = oHistory.Files()[nFile];
-    const TIndex nFirstShown = static_cast<TIndex>(tView.nShown.size());
-    tView.nFirstShown.push_back(nFirstShown);
-    AddShown(oHistory, tFile, tView.nShown);
+    const TIndex nFirstShown = static_cast<TIndex>(tView.anShown.size());
+    tView.anFirstShown.push_back(nFirstShown);
+    AddShown(oHistory, tFile, tView.anShown);
     if (tFile.bCut) continue;
-    const TIndex nBefore = LastByDate(oHistory, tFile, tView.nShown, nFirstShown);
+    const TIndex nBefore = LastByDate(oHistory, tFile, tView.anShown, nFirstShown);
     if (nBefore != tFile.nTrunkEnd) tView.atEnds.push_back({nFile, tFile.nTrunkEnd, nBefore});
   }
-  tView.nFirstShown.push_back(static_cast<TIndex>(tView.nShown.size()));
+  tView.anFirstShown.push_back(static_cast<TIndex>(tView.anShown.size()));
   return tView;
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <vector>
+
 #include "exact/history.h"
 #include "exact/records.h"
-
-#include <vector>
 
 namespace TALVEK::EXACT {
 
@@ -22,9 +22,9 @@ struct TTrunkEnd {
 /// the vendor line up to then. So for such a file 1.1.1.1 stands in the place of 1.1, and 1.1.1.2 and so on
 /// are changes of the trunk until it has its next own revision.
 struct TTrunkView {
-  std::vector<TIndex> nShown;       ///< vendor revisions, file by file, each file's in their order
-  std::vector<TIndex> nFirstShown;  ///< by file, and one more: where its part of nShown begins
-  std::vector<TTrunkEnd> atEnds;    ///< ascending by file
+  std::vector<TIndex> anShown;       ///< vendor revisions, file by file, each file's in their order
+  std::vector<TIndex> anFirstShown;  ///< by file, and one more: where its part of anShown begins
+  std::vector<TTrunkEnd> atEnds;     ///< ascending by file
 };
 
 TTrunkView MakeTrunkView(const CHistory& oHistory);

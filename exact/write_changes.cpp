@@ -37,10 +37,10 @@ class CWriting {
       const TStreamName& tName = m_oHistory.Streams()[nStream];
       TPlanStream tStream;
       tStream.strName = tName.strName;
-      tStream.eKind = nStream == TRUNK   ? TStreamKind::Trunk
-                      : tName.IsVendor() ? TStreamKind::Vendor
-                      : tName.bTag       ? TStreamKind::Tag
-                                         : TStreamKind::Branch;
+      tStream.nKind = nStream == TRUNK   ? TStreamKind::MAIN
+                      : tName.IsVendor() ? TStreamKind::VENDOR
+                      : tName.bTag       ? TStreamKind::TAG
+                                         : TStreamKind::BRANCH;
       m_oPlan.EditStreams().push_back(std::move(tStream));
     }
   }
@@ -48,8 +48,8 @@ class CWriting {
   void AddChanges() {
     std::vector<TMadeUp> atMadeUp = m_tPlacements.atMadeUp;
     std::sort(atMadeUp.begin(), atMadeUp.end(), [this](const TMadeUp& tLeft, const TMadeUp& tRight) {
-      return std::make_tuple(tLeft.nKey, m_tPlacements.nPlaces[tLeft.nStream]) <
-             std::make_tuple(tRight.nKey, m_tPlacements.nPlaces[tRight.nStream]);
+      return std::make_tuple(tLeft.nKey, m_tPlacements.anPlaces[tLeft.nStream]) <
+             std::make_tuple(tRight.nKey, m_tPlacements.anPlaces[tRight.nStream]);
     });
     auto itMadeUp = atMadeUp.begin();
     for (TIndex nMoment = 0; nMoment <= m_oMoments.Last(); ++nMoment) {
@@ -60,15 +60,15 @@ class CWriting {
   }
 
   void Add(const TPlanChange& tChange, TKey nKey) {
-    m_oPlan.EditStreams()[tChange.nStream].nChanges.push_back(static_cast<TIndex>(m_oPlan.Changes().size()));
+    m_oPlan.EditStreams()[tChange.nStream].anChanges.push_back(static_cast<TIndex>(m_oPlan.Changes().size()));
     m_oPlan.EditChanges().push_back(tChange);
-    m_nKeys.push_back(nKey);
+    m_anKeys.push_back(nKey);
   }
 
   void AddMadeUp(const TMadeUp& tMadeUp) {
     TPlanChange tChange;
     tChange.nStream = tMadeUp.nStream;
-    tChange.eKind = tMadeUp.eKind;
+    tChange.nKind = tMadeUp.nKind;
     // One that only deletes takes the time of what it follows.
     tChange.nTime = tChange.nCvsTime = tMadeUp.bSets ? tMadeUp.nNewest : NO_TIME;
     tChange.nItems = tMadeUp.nItems;
@@ -80,11 +80,11 @@ class CWriting {
     const TChangesets::TRange tRange = m_tSets.atRanges[m_oMoments.Changeset(nMoment)];
     m_atItems.clear();
     TPlanChange tChange;
-    tChange.nLead = m_oEvents.Revision(m_tSets.nEvents[tRange.nFirst]);
-    tChange.nStream = m_oEvents.Stream(m_tSets.nEvents[tRange.nFirst]);
-    tChange.nTime = m_oEvents.Time(m_tSets.nEvents[tRange.nFirst]);
+    tChange.nLead = m_oEvents.Revision(m_tSets.anEvents[tRange.nFirst]);
+    tChange.nStream = m_oEvents.Stream(m_tSets.anEvents[tRange.nFirst]);
+    tChange.nTime = m_oEvents.Time(m_tSets.anEvents[tRange.nFirst]);
     for (TIndex n = tRange.nFirst; n < tRange.nEnd; ++n) {
-      const TIndex nEvent = m_tSets.nEvents[n];
+      const TIndex nEvent = m_tSets.anEvents[n];
       const TIndex nRevision = m_oEvents.Revision(nEvent);
       tChange.nTime = std::max(tChange.nTime, m_oEvents.Time(nEvent));
       m_atItems.push_back({m_oEvents.File(nEvent), m_oHistory.IsAlive(nRevision) ? nRevision : NONE,
@@ -104,11 +104,11 @@ class CWriting {
       const TBase& tBase = m_tPlacements.atBases[nStream];
       if (tBase.nStream == NONE) continue;
       TPlanStream& tStream = m_oPlan.EditStreams()[nStream];
-      const std::vector<TIndex>& nChanges = m_oPlan.Streams()[tBase.nStream].nChanges;
+      const std::vector<TIndex>& anChanges = m_oPlan.Streams()[tBase.nStream].anChanges;
       tStream.nParent = tBase.nStream;
       tStream.nBase =
-          *std::lower_bound(nChanges.begin(), nChanges.end(), tBase.nKey,
-                            [this](TIndex nChange, TKey nKey) { return m_nKeys[nChange] < nKey; });
+          *std::lower_bound(anChanges.begin(), anChanges.end(), tBase.nKey,
+                            [this](TIndex nChange, TKey nKey) { return m_anKeys[nChange] < nKey; });
       if (tBase.bExact) ++m_tNotes.nExactNames;
     }
   }
@@ -122,19 +122,19 @@ class CWriting {
       if (tStream.nBase != NONE) nBefore = std::max(nBefore, m_oPlan.Changes()[tStream.nBase].nTime);
       if (tChange.nCvsTime == NO_TIME) tChange.nTime = tChange.nCvsTime = nBefore;
       if (tChange.nTime < nBefore) {
-        if (tChange.eKind == TChangeKind::Own) NoteClock(nChange, nBefore);
+        if (tChange.nKind == TChangeKind::OWN) NoteClock(nChange, nBefore);
         tChange.nTime = nBefore;
       }
       nBefore = tChange.nTime;
-      if (tChange.eKind == TChangeKind::Start) ++m_tNotes.nStartChanges;
-      if (tChange.eKind == TChangeKind::Join) ++m_tNotes.nJoinChanges;
+      if (tChange.nKind == TChangeKind::START) ++m_tNotes.nStartChanges;
+      if (tChange.nKind == TChangeKind::JOIN) ++m_tNotes.nJoinChanges;
     }
   }
 
   void NoteClock(TIndex nChange, std::int64_t nBefore) {
     if (++m_tNotes.nClocks > CLOCKS_NAMED) return;
     const TIndex nLead = m_oPlan.Changes()[nChange].nLead;
-    m_tNotes.strLines.push_back(
+    m_tNotes.astrLines.push_back(
         "The clock ran backwards by " + std::to_string(nBefore - m_oPlan.Changes()[nChange].nCvsTime) +
         " s before " + m_oHistory.Path(m_oHistory.FileOf(nLead)) + " " + m_oHistory.Number(nLead) + " (" +
         m_oPlan.Streams()[m_oPlan.Changes()[nChange].nStream].strName + "): the change gets the later time");
@@ -145,7 +145,7 @@ class CWriting {
       if (tName.nStream == NONE) ++m_tNotes.nNamesLeftOut;
     }
     const std::vector<std::string>& strNotes = m_oHistory.Notes();
-    m_tNotes.strLines.insert(m_tNotes.strLines.end(), strNotes.begin(), strNotes.end());
+    m_tNotes.astrLines.insert(m_tNotes.astrLines.end(), strNotes.begin(), strNotes.end());
   }
 
   static constexpr std::int64_t NO_TIME = INT64_MIN;
@@ -157,7 +157,7 @@ class CWriting {
   const TPlacements& m_tPlacements;
   CPlan& m_oPlan;
   TPlanNotes& m_tNotes;
-  std::vector<TKey> m_nKeys;  ///< by change
+  std::vector<TKey> m_anKeys;  ///< by change
   std::vector<TPlanItem> m_atItems;
 };
 

@@ -1,6 +1,5 @@
 // The text of `cvs rlog`, read by its counts.
 
-#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
@@ -13,6 +12,7 @@
 #include "exact/log_reader.h"
 #include "fuzz/check.h"
 #include "fuzz/fuzz_input.h"
+#include "tests/exact/text_source.h"
 
 namespace TALVEK::FUZZ {
 
@@ -22,36 +22,13 @@ using namespace EXACT;
 
 constexpr int REPETITIONS = 64;
 
-class CPieces : public CLogSource {
- public:
-  CPieces(std::string_view strText, std::size_t nPieceBytes)
-      : m_strText(strText), m_nPieceBytes(nPieceBytes) {}
-  std::size_t Read(char* pTo, std::size_t nBytes) override {
-    const std::string_view strPiece = m_strText.substr(0, std::min(nBytes, m_nPieceBytes));
-    std::copy(strPiece.begin(), strPiece.end(), pTo);
-    m_strText.remove_prefix(strPiece.size());
-    return strPiece.size();
-  }
-
- private:
-  std::string_view m_strText;
-  std::size_t m_nPieceBytes;
-};
-
 std::vector<TRcsFile> ReadFiles(std::string_view strLog, std::size_t nPieceBytes) {
-  CPieces oSource(strLog, nPieceBytes);
+  CTextSource oSource(strLog, nPieceBytes);
   CLogReader oReader(oSource, "/repo");
   std::vector<TRcsFile> atFiles;
   for (TRcsFile tFile; oReader.Next(tFile);)
     atFiles.push_back(tFile);
   return atFiles;
-}
-
-std::string NumberText(const TNumber& nNumber) {
-  std::string strText;
-  for (const std::uint32_t nPart : nNumber)
-    strText += (strText.empty() ? "" : ".") + std::to_string(nPart);
-  return strText;
 }
 
 std::string TimeText(std::int64_t nTime) {

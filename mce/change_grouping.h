@@ -9,8 +9,8 @@
 #include "mce/change_groups.h"
 #include "mce/change_item_table.h"
 #include "mce/change_table.h"
+#include "mce/changes_by_file.h"
 #include "mce/cvs_revision.h"
-#include "mce/file_changes.h"
 
 namespace TALVEK::MCE {
 
@@ -48,7 +48,7 @@ struct TFileRevision {
 ///
 /// Shape    The rows in the database are the whole truth, and up to date after each call. What is kept in
 ///          memory only finds a row: for each change its three times (CChangeGroups), for each file the
-///          changes that hold it (CFileChanges). Load makes both from the rows.
+///          changes that hold it (CChangesByFile). Load makes both from the rows.
 /// Errors   Failed when the database refuses a read or a write: then the item isn't stored.
 ///          Absent for an item whose number is taken.
 /// Cost     Logarithmic for an item whose comment must match. Without that, and for the one second whose
@@ -91,7 +91,7 @@ class CChangeGrouping {
   void AddToGroup(const TChangeRecord& tChange);
 
   CChangeGroups m_oGroups;
-  CFileChanges m_oFiles;
+  CChangesByFile m_oFiles;
 };
 
 }  // namespace TALVEK::MCE

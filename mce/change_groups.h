@@ -44,7 +44,7 @@ struct TChangeTimes {
 /// Cost     Add, Remove, Set: logarithmic. Find: mostly one logarithmic search, never more than one for each
 ///          second of the window.
 /// Memory   32 bytes for each change and 32 for each group, about. With the texts as keys, and one plain map
-///          with an entry for each item in CFileChanges, an import of 6.4 million items in 1.3 million
+///          with an entry for each item in CChangesByFile, an import of 6.4 million items in 1.3 million
 ///          changes took 1430 MB instead of 1010.
 class CChangeGroups {
  public:

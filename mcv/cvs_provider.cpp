@@ -8,7 +8,7 @@
 
 #include <ctime>
 
-#include "core/file_system.h"
+#include "client/client_properties.h"
 #include "mce/import_log_texts.h"
 #include "mcv/change_items.h"
 #include "mcv/stream_search.h"
@@ -16,42 +16,20 @@
 namespace TALVEK::MCV {
 
 const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
-    {L"CVS Executable Path", L"CVSPath", L"cvs", MCE::TPropertyInfo::TYPE_EXECUTABLE},
-    {L"Path to Repository", L"ReposPath", L":pserver:anonymous@cvs.example.org:/cvsroot",
-     MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Module Name", L"ModuleName", L"example", MCE::TPropertyInfo::TYPE_TEXT},
+    CLIENT::PROPERTY_CVS_PATH,
+    CLIENT::PROPERTY_REPOS_PATH,
+    CLIENT::PROPERTY_MODULE_NAME,
     {L"Start Date", L"StartDate", L"", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"End Date", L"EndDate", L"", MCE::TPropertyInfo::TYPE_TEXT},
+    CLIENT::PROPERTY_END_DATE,
     {L"Create streams for tags", L"StreamsForTags", L"", MCE::TPropertyInfo::TYPE_SWITCH},
-    {L"Create branches", L"CreateBranches", L"1", MCE::TPropertyInfo::TYPE_SWITCH},
+    CLIENT::PROPERTY_CREATE_BRANCHES,
     {L"Create nested branches", L"NestedBranches", L"", MCE::TPropertyInfo::TYPE_SWITCH},
     {L"Force file-by-file Checkout", L"ForceFileByFile", L"0", MCE::TPropertyInfo::TYPE_SWITCH},
-    {L"Include Tag Filters (comma separated)", L"IncludeTags", L"*", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Exclude Tag Filters (comma separated)", L"ExcludeTags", L"", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"CVS command error repeat count", L"CmdRepeatCount", L"5", MCE::TPropertyInfo::TYPE_TEXT},
-    {L"Log File (optional)", L"LogFile", L"", MCE::TPropertyInfo::TYPE_TEXT},
-    {nullptr, nullptr, nullptr, 0}};
-
-namespace {
-
-/// The directory of a repository path such as ":pserver:joe@host:/cvs".
-VCM::CString CutToDirectory(const VCM::CString& strReposPath) {
-  return strReposPath.Mid(strReposPath.ReverseFind(L':') + 1);
-}
-
-/// Lets go of the log also when the host's connection ends the search by an exception.
-class CLogScope {
- public:
-  explicit CLogScope(CProvider& oProvider) : m_oProvider(oProvider) {}
-  ~CLogScope() { m_oProvider.CleanUpLog(); }
-  CLogScope(const CLogScope&) = delete;
-  CLogScope& operator=(const CLogScope&) = delete;
-
- private:
-  CProvider& m_oProvider;
-};
-
-}  // namespace
+    CLIENT::PROPERTY_INCLUDE_TAGS,
+    CLIENT::PROPERTY_EXCLUDE_TAGS,
+    CLIENT::PROPERTY_CMD_REPEAT_COUNT,
+    CLIENT::PROPERTY_LOG_FILE,
+    CLIENT::END_OF_PROPERTIES};
 
 CProvider::CProvider()
     : CProviderBase(L"cvs", L"CVS", L"Streams originally converted from CVS", true, true),
@@ -59,11 +37,7 @@ CProvider::CProvider()
                  [this] { return IsLogOpen(); }) {}
 
 int CProvider::CheckEnvironment(VCM::CString& strMessage) {
-  const VCM::CString strCvsPath = GetStringProperty(L"CVSPath");
-  if (VCM::FileExists(strCvsPath)) return 0;
-  strMessage.Format(L"The file '%s' doesn't seem to exist (ignore if cvs/cvs.exe is somewhere on your PATH)",
-                    strCvsPath.c_str());
-  return 1;
+  return CLIENT::CheckClientPath(GetStringProperty(L"CVSPath"), strMessage);
 }
 
 CLIENT::TModule CProvider::GetModule() const {
@@ -71,7 +45,7 @@ CLIENT::TModule CProvider::GetModule() const {
 }
 
 bool CProvider::SearchForStreams() {
-  const CLogScope oScope(*this);
+  const CLIENT::CLogScope oScope(m_oLogSource);
   WriteLog(L"Generating Log");
   m_oClient.SetCommand(GetStringProperty(L"CVSPath"),
                        CLIENT::ParseRepeatCount(GetStringProperty(L"CmdRepeatCount")));
@@ -97,7 +71,7 @@ bool CProvider::SearchForStreams() {
 void CProvider::ReadFiles() {
   const bool bStreamsForTags = GetBooleanProperty(L"StreamsForTags");
   CFileEnum oFiles(m_oLogSource.GetInput(), GetStringProperty(L"ModuleName"),
-                   CutToDirectory(GetStringProperty(L"ReposPath")));
+                   CLIENT::GetRootDirectory(GetStringProperty(L"ReposPath")));
   CStreamSearch oSearch(m_oRegistry, *this, m_oLogSink, GetBooleanProperty(L"NestedBranches"));
   TFileInfo tFile;
   TStreamInfo tStream;  // the working record of the search

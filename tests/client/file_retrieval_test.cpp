@@ -13,18 +13,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A client that records its calls and writes "new" to the file that it is asked for.
-constexpr char PSZ_CLIENT[] = R"(record "$@"
-shift 2
-for a; do [ "$before" = -d ] && out=$a; before=$a; last=$a; done
-mkdir -p "$out" && echo new > "$out/${last##*/}")";
-
 class FileRetrievalTest : public ClientTest {
  protected:
   FileRetrievalTest() {
     fs::create_directory(m_oFolder / "client");
     m_oClientFolder.SetPath(VCM::FromBytes((m_oFolder / "client").string()));
-    FakeCvs(PSZ_CLIENT, 1);
+    FakeCvs(WRITING_CLIENT, 1);
   }
   void CheckOut(const wchar_t* pszStream, const wchar_t* pszPath, const wchar_t* pszRevision = L"1.4") {
     CLIENT::TWantedFile tFile{{L"/repo", L"mod"}, pszStream, {}, pszRevision};
@@ -47,16 +41,19 @@ TEST_F(FileRetrievalTest, FileIsCheckedOutIntoItsFolderOfTheStream) {
             "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[1.4]\n[-d]\n[Main/src]\n[mod/src/main.c]\n"
             "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[1.2.2.7]\n[-d]\n[Main]\n[mod/README]\n");
   EXPECT_EQ(ReadFile(Target(L"src/main.c")), "new\n");
+  EXPECT_EQ(ReadFile(Target(L"README")), "new\n");
 }
 
 TEST_F(FileRetrievalTest, OldFileIsGoneWhenTheClientRuns) {
-  FakeCvs("ls Main > \"$folder/seen\"", 1);
+  FakeCvs("ls Main > \"$folder/seen\"; exit 1", 1);
   WriteFile(Target(L"a.c"), "old\n");
   WriteFile(Target(L"other.c"), "old\n");
   CheckOut(L"Main", L"a.c");
   EXPECT_EQ(ReadFile(m_oFolder / "seen"), "other.c\n");
+  EXPECT_FALSE(fs::exists(Target(L"a.c")));
 }
 
+// A client on a full disk, or one that is killed, leaves a part of the file.
 TEST_F(FileRetrievalTest, HalfAFileOfAFailedCheckoutIsRemovedAndLogged) {
   FakeCvs("mkdir -p Main; echo half > Main/main.c; exit 1", 1);
   CheckOut(L"Main", L"main.c");

@@ -1,11 +1,11 @@
 // What the passes take for granted about the client, asked of the real one.
 
-#include "tests/support/shell.h"
-#include "tests/support/temp_folder.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
+
+#include "tests/support/shell.h"
+#include "tests/support/temp_folder.h"
 
 namespace TALVEK::EXACT::TEST {
 

@@ -1,12 +1,11 @@
-#include "exact/log_choice.h"
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
+#include "exact/log_choice.h"
 #include "exact/log_text.h"
 #include "tests/exact/rcs_file_text.h"
 

@@ -1,10 +1,10 @@
 // Logs of repositories that the real client made, held against what it says of each revision alone.
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "exact/log_reader.h"
 #include "tests/exact/rcs_file_text.h"

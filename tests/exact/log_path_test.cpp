@@ -1,8 +1,8 @@
-#include "exact/log_path.h"
+#include <gtest/gtest.h>
 
 #include <string>
 
-#include <gtest/gtest.h>
+#include "exact/log_path.h"
 
 namespace TALVEK::EXACT {
 namespace {

@@ -1,11 +1,11 @@
-#include "exact/log_reader.h"
+#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
+#include "exact/log_reader.h"
 #include "tests/exact/rcs_file_text.h"
+#include "tests/exact/text_source.h"
 
 namespace TALVEK::EXACT {
 namespace {

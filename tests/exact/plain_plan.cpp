@@ -1,11 +1,11 @@
-#include "plain_plan.h"
-
-#include "rcs_builder.h"
+#include "tests/exact/plain_plan.h"
 
 #include <algorithm>
 #include <map>
 #include <set>
 #include <tuple>
+
+#include "tests/exact/rcs_builder.h"
 
 namespace TALVEK::EXACT::TEST {
 
@@ -150,11 +150,11 @@ class CPlain {
       for (const auto& [nLine, nRevisions] : m_nLines[nFile]) {
         if (nLine.empty() || tNamed.count(TRef{nFile, nLine})) continue;
         nUnnamed.insert(nLine);
-        m_nOwn["unnamed-" + Text(nLine)][nFile] = nLine;
+        m_nOwn["unnamed-" + NumberText(nLine)][nFile] = nLine;
       }
     }
     for (const TNumber& nLine : nUnnamed)
-      m_strStreams.push_back("unnamed-" + Text(nLine));
+      m_strStreams.push_back("unnamed-" + NumberText(nLine));
   }
 
   /// The line's own first revision may be one that CVS made because the file joined the branch later.
@@ -605,8 +605,8 @@ class CPlain {
       if (nTimes[tKey] != nCvsTime) strDump += " (" + std::to_string(nCvsTime) + ")";
       strDump += tChange.strText + "\n";
       for (const auto& [nFile, nAfter, nBefore] : tChange.tItems) {
-        strDump += "  " + m_atFiles[nFile].strPath + " " + (nAfter.empty() ? "deleted" : Text(nAfter)) +
-                   (nBefore.empty() ? "" : " was " + Text(nBefore)) + "\n";
+        strDump += "  " + m_atFiles[nFile].strPath + " " + (nAfter.empty() ? "deleted" : NumberText(nAfter)) +
+                   (nBefore.empty() ? "" : " was " + NumberText(nBefore)) + "\n";
       }
     }
     return strDump;

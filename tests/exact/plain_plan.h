@@ -1,10 +1,10 @@
 #pragma once
 
-#include "exact/history.h"
-#include "exact/rcs_file.h"
-
 #include <string>
 #include <vector>
+
+#include "exact/history.h"
+#include "exact/rcs_file.h"
 
 namespace TALVEK::EXACT::TEST {
 

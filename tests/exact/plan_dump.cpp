@@ -1,29 +1,29 @@
-#include "plan_dump.h"
+#include "tests/exact/plan_dump.h"
 
 namespace TALVEK::EXACT::TEST {
 
 namespace {
 
-const char* Word(TStreamKind eKind) {
-  switch (eKind) {
-    case TStreamKind::Trunk:
+const char* Word(TStreamKind nKind) {
+  switch (nKind) {
+    case TStreamKind::MAIN:
       return "trunk";
-    case TStreamKind::Vendor:
+    case TStreamKind::VENDOR:
       return "vendor";
-    case TStreamKind::Tag:
+    case TStreamKind::TAG:
       return "tag";
     default:
       return "branch";
   }
 }
 
-const char* Word(TChangeKind eKind) {
-  switch (eKind) {
-    case TChangeKind::Start:
+const char* Word(TChangeKind nKind) {
+  switch (nKind) {
+    case TChangeKind::START:
       return "start";
-    case TChangeKind::Join:
+    case TChangeKind::JOIN:
       return "join";
-    case TChangeKind::EndOfTrunk:
+    case TChangeKind::END_OF_TRUNK:
       return "end";
     default:
       return "own";
@@ -35,7 +35,7 @@ const char* Word(TChangeKind eKind) {
 std::string Dump(const CPlan& oPlan) {
   std::string strDump;
   for (const TPlanStream& tStream : oPlan.Streams()) {
-    strDump += tStream.strName + " " + Word(tStream.eKind);
+    strDump += tStream.strName + " " + Word(tStream.nKind);
     if (tStream.nBase != NONE) {
       strDump += " from " + oPlan.Streams()[tStream.nParent].strName + " #" + std::to_string(tStream.nBase);
     }
@@ -44,7 +44,7 @@ std::string Dump(const CPlan& oPlan) {
   for (TIndex nChange = 0; nChange < oPlan.Changes().size(); ++nChange) {
     const TPlanChange& tChange = oPlan.Changes()[nChange];
     strDump += "#" + std::to_string(nChange) + " " + oPlan.Streams()[tChange.nStream].strName + " " +
-               Word(tChange.eKind) + " " + std::to_string(tChange.nTime);
+               Word(tChange.nKind) + " " + std::to_string(tChange.nTime);
     if (tChange.nCvsTime != tChange.nTime) strDump += " (" + std::to_string(tChange.nCvsTime) + ")";
     if (tChange.nLead != NONE) strDump += " " + oPlan.Author(nChange) + ": " + oPlan.Message(nChange);
     strDump += "\n";

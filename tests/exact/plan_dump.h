@@ -1,8 +1,8 @@
 #pragma once
 
-#include "exact/plan.h"
-
 #include <string>
+
+#include "exact/plan.h"
 
 namespace TALVEK::EXACT::TEST {
 

@@ -1,15 +1,14 @@
-#include "plain_plan.h"
-#include "plan_dump.h"
-#include "plan_properties.h"
-#include "random_history.h"
-#include "rcs_builder.h"
-
-#include "exact/make_plan.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <string>
+
+#include "exact/make_plan.h"
+#include "tests/exact/plain_plan.h"
+#include "tests/exact/plan_dump.h"
+#include "tests/exact/plan_properties.h"
+#include "tests/exact/random_history.h"
+#include "tests/exact/rcs_builder.h"
 
 namespace TALVEK::EXACT::TEST {
 
@@ -18,11 +17,12 @@ namespace {
 std::string Print(const std::vector<TRcsFile>& atFiles) {
   std::string strText;
   for (const TRcsFile& tFile : atFiles) {
-    strText += tFile.strPath + " head " + Text(tFile.nHead) + " branch " + Text(tFile.nDefaultBranch) + "\n";
+    strText += tFile.strPath + " head " + NumberText(tFile.nHead) + " branch " +
+               NumberText(tFile.nDefaultBranch) + "\n";
     for (const TRcsName& t : tFile.atNames)
-      strText += "  " + t.strName + " " + Text(t.nNumber) + "\n";
+      strText += "  " + t.strName + " " + NumberText(t.nNumber) + "\n";
     for (const TRcsRevision& t : tFile.atRevisions) {
-      strText += "  " + Text(t.nNumber) + " " + std::to_string(t.nTime) + " " + t.strAuthor + " " +
+      strText += "  " + NumberText(t.nNumber) + " " + std::to_string(t.nTime) + " " + t.strAuthor + " " +
                  t.strMessage + " " + t.strCommitId + (t.bDead ? " dead" : "") + "\n";
     }
   }

@@ -1,11 +1,11 @@
-#include "plan_properties.h"
-
-#include "rcs_builder.h"
+#include "tests/exact/plan_properties.h"
 
 #include <algorithm>
 #include <functional>
 #include <map>
 #include <set>
+
+#include "tests/exact/rcs_builder.h"
 
 namespace TALVEK::EXACT::TEST {
 
@@ -18,7 +18,7 @@ class CClient {
  public:
   explicit CClient(const TRcsFile& tFile) : m_tFile(tFile) {
     for (const TRcsRevision& t : tFile.atRevisions)
-      m_tRevisions.emplace(Text(t.nNumber), t);
+      m_tRevisions.emplace(NumberText(t.nNumber), t);
   }
 
   const TRcsRevision* Find(const std::string& strNumber) const {
@@ -34,40 +34,41 @@ class CClient {
   std::string Tip(const std::string& strBranch) const {
     TNumber nTip;
     for (const TRcsRevision& t : m_tFile.atRevisions) {
-      if (Text(TNumber(t.nNumber.begin(), t.nNumber.end() - 1)) == strBranch)
+      if (NumberText(TNumber(t.nNumber.begin(), t.nNumber.end() - 1)) == strBranch)
         nTip = std::max(nTip, t.nNumber);
     }
-    return Text(nTip);
+    return NumberText(nTip);
   }
   std::string Named(const std::string& strName) const {
     for (const TRcsName& t : m_tFile.atNames) {
       if (t.strName != strName) continue;
       TNumber n = t.nNumber;
-      if (n.size() % 2 == 1) return Given(Tip(Text(n)));
-      if (n.size() < 4 || n[n.size() - 2] != 0) return Given(Text(n));
+      if (n.size() % 2 == 1) return Given(Tip(NumberText(n)));
+      if (n.size() < 4 || n[n.size() - 2] != 0) return Given(NumberText(n));
       n.erase(n.end() - 2);
-      const std::string strTip = Tip(Text(n));
-      return Given(strTip.empty() ? Text(TNumber(n.begin(), n.end() - 1)) : strTip);
+      const std::string strTip = Tip(NumberText(n));
+      return Given(strTip.empty() ? NumberText(TNumber(n.begin(), n.end() - 1)) : strTip);
     }
     return "";
   }
   std::string Trunk() const {
     if (m_tFile.nHead.empty()) return "";
-    return Given(m_tFile.nDefaultBranch.empty() ? Text(m_tFile.nHead) : Tip(Text(m_tFile.nDefaultBranch)));
+    return Given(m_tFile.nDefaultBranch.empty() ? NumberText(m_tFile.nHead)
+                                                : Tip(NumberText(m_tFile.nDefaultBranch)));
   }
   std::string TrunkAt(std::int64_t nTime) const {
     const std::string strTrunk = Newest(nTime, [](const TNumber& n) { return n.size() == 2; });
     const TNumber nDefault = m_tFile.nDefaultBranch;
     std::string strVendor = "1.1.1";
     if (nDefault.size() == 3 && nDefault[0] == 1 && nDefault[1] == 1 && nDefault[2] % 2 == 1 &&
-        !Tip(Text(nDefault)).empty()) {
-      strVendor = Text(nDefault);
+        !Tip(NumberText(nDefault)).empty()) {
+      strVendor = NumberText(nDefault);
     }
     const TRcsRevision* ptImport = Find(strVendor + ".1");
     if (strTrunk != "1.1" || ptImport == nullptr || ptImport->nTime != Find("1.1")->nTime)
       return Given(strTrunk);
     return Given(Newest(nTime, [&](const TNumber& n) {
-      return n.size() == 4 && Text(TNumber(n.begin(), n.end() - 1)) == strVendor;
+      return n.size() == 4 && NumberText(TNumber(n.begin(), n.end() - 1)) == strVendor;
     }));
   }
   /// On no line has a later revision an earlier date.
@@ -90,7 +91,7 @@ class CClient {
     for (const TRcsRevision& t : m_tFile.atRevisions) {
       if (t.nTime <= nTime && fnIsOn(t.nNumber)) nNewest = std::max(nNewest, t.nNumber);
     }
-    return Text(nNewest);
+    return NumberText(nNewest);
   }
 
   const TRcsFile& m_tFile;
@@ -157,7 +158,7 @@ class CClaims {
         }
         const std::string strNumber = m_oPlan.History().Number(tItem.nRevision);
         tTree[strPath] = strNumber;
-        if (tChange.eKind != TChangeKind::Own) return;
+        if (tChange.nKind != TChangeKind::OWN) return;
         auto& nPlaces = m_nPlaces[{strPath, strNumber}];
         Claim(nPlaces.emplace(tStream.strName, nChange).second,
               strWhere + ": " + strPath + " " + strNumber + " again");
@@ -215,14 +216,14 @@ class CClaims {
     for (const auto& [strPath, oClient] : m_oClients) {
       if (!oClient.DatesAreInOrder()) return;
     }
-    const std::vector<TIndex>& nTrunk = m_oPlan.Streams()[TRUNK].nChanges;
+    const std::vector<TIndex>& nTrunk = m_oPlan.Streams()[TRUNK].anChanges;
     for (std::size_t n = 0; n < nTrunk.size(); ++n) {
       const TPlanChange& tChange = m_oPlan.Changes()[nTrunk[n]];
-      if (tChange.eKind != TChangeKind::Own) return;
+      if (tChange.nKind != TChangeKind::OWN) return;
       // Between two changesets there is a moment only if the first is over before the other begins.
       bool bOver = true;
       for (std::size_t nLater = n + 1; nLater < nTrunk.size(); ++nLater) {
-        bOver = bOver && (m_oPlan.Changes()[nTrunk[nLater]].eKind != TChangeKind::Own ||
+        bOver = bOver && (m_oPlan.Changes()[nTrunk[nLater]].nKind != TChangeKind::OWN ||
                           FirstTime(nTrunk[nLater]) > tChange.nTime);
       }
       if (!bOver) continue;

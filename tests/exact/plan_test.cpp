@@ -1,14 +1,13 @@
-#include "plan_dump.h"
-#include "rcs_builder.h"
-
-#include "exact/check.h"
-#include "exact/make_plan.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "exact/check.h"
+#include "exact/make_plan.h"
+#include "tests/exact/plan_dump.h"
+#include "tests/exact/rcs_builder.h"
 
 namespace TALVEK::EXACT::TEST {
 
@@ -119,7 +118,7 @@ TEST(PlanTest, ClockThatRanBackwardsIsNotedAndMovesNoContent) {
   EXPECT_EQ(
       std::vector<std::string>{
           "The clock ran backwards by 800 s before a 1.2 (Main): the change gets the later time"},
-      tPlanned.tMade.tNotes.strLines);
+      tPlanned.tMade.tNotes.astrLines);
 }
 
 TEST(PlanTest, RevisionInAnyStateButDeadIsAliveAndDeadOneDeletesOnce) {
@@ -523,7 +522,7 @@ TEST(PlanTest, EndTimeLeavesOutWhatIsLaterAndTagsOfIt) {
       "  a 1.1\n",
       tPlanned.Text());
   EXPECT_EQ(std::vector<std::string>{"tag T2 names revisions after the end date: left out"},
-            tPlanned.tMade.tNotes.strLines);
+            tPlanned.tMade.tNotes.astrLines);
 }
 
 // The check, against plans that are wrong in one place.
@@ -533,7 +532,7 @@ TEST(CheckTest, NamesWhatIsLostAndWhatDiffers) {
       B("a").Rev("1.1", 100, "joe", "x").Rev("1.2", 900, "joe", "y").Name("T", "1.1")};
   TPlanned tPlanned(atFiles);
   CPlan& oPlan = tPlanned.tMade.oPlan;
-  oPlan.EditStreams()[TRUNK].nChanges.pop_back();
+  oPlan.EditStreams()[TRUNK].anChanges.pop_back();
   oPlan.EditStreams()[1].nBase = NONE;
   const TPlanCheck tCheck = CheckPlan(oPlan, MakeTrunkView(tPlanned.oHistory));
   std::vector<std::string> strWhat;

@@ -1,4 +1,4 @@
-#include "random_history.h"
+#include "tests/exact/random_history.h"
 
 #include <algorithm>
 #include <random>

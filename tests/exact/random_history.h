@@ -1,9 +1,9 @@
 #pragma once
 
-#include "exact/rcs_file.h"
-
 #include <cstdint>
 #include <vector>
+
+#include "exact/rcs_file.h"
 
 namespace TALVEK::EXACT::TEST {
 

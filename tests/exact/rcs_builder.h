@@ -1,12 +1,12 @@
 #pragma once
 
-#include "exact/rcs_file.h"
-
 #include <cstdint>
 #include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "exact/rcs_file.h"
 
 namespace TALVEK::EXACT::TEST {
 
@@ -17,13 +17,6 @@ inline TNumber Number(const std::string& strText) {
     nNumber.push_back(static_cast<std::uint32_t>(std::stoul(strPart)));
   }
   return nNumber;
-}
-
-inline std::string Text(const TNumber& nNumber) {
-  std::string strText;
-  for (const std::uint32_t nPart : nNumber)
-    strText += (strText.empty() ? "" : ".") + std::to_string(nPart);
-  return strText;
 }
 
 /// A file of a literal history: CRcsBuilder("a").Rev("1.1", 100, "joe", "first").Name("B", "1.1.0.2").File()

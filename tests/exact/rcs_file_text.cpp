@@ -2,14 +2,9 @@
 
 #include <algorithm>
 
-namespace TALVEK::EXACT {
+#include "tests/exact/text_source.h"
 
-std::size_t CTextSource::Read(char* pTo, std::size_t nBytes) {
-  const std::string_view strPiece = m_strText.substr(0, std::min(nBytes, m_nPieceBytes));
-  std::copy(strPiece.begin(), strPiece.end(), pTo);
-  m_strText.remove_prefix(strPiece.size());
-  return strPiece.size();
-}
+namespace TALVEK::EXACT {
 
 std::vector<TRcsFile> ReadAll(std::string_view strLog, std::string_view strRoot, std::string_view strModule) {
   CTextSource oSource(strLog);
@@ -19,13 +14,6 @@ std::vector<TRcsFile> ReadAll(std::string_view strLog, std::string_view strRoot,
   while (oReader.Next(tFile))
     atFiles.push_back(tFile);
   return atFiles;
-}
-
-std::string NumberText(const TNumber& nNumber) {
-  std::string strText;
-  for (const std::uint32_t nPart : nNumber)
-    strText += (strText.empty() ? "" : ".") + std::to_string(nPart);
-  return strText;
 }
 
 std::string Text(const TRcsFile& tFile) {

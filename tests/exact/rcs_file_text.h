@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,24 +9,10 @@
 
 namespace TALVEK::EXACT {
 
-/// A log that lies in memory, given in pieces.
-class CTextSource : public CLogSource {
- public:
-  explicit CTextSource(std::string_view strText, std::size_t nPieceBytes = SIZE_MAX)
-      : m_strText(strText), m_nPieceBytes(nPieceBytes) {}
-  std::size_t Read(char* pTo, std::size_t nBytes) override;
-
- private:
-  std::string_view m_strText;
-  const std::size_t m_nPieceBytes;
-};
-
 /// All files of a log of the repository /cvs.
 std::vector<TRcsFile> ReadAll(std::string_view strLog, std::string_view strRoot = "/cvs",
                               std::string_view strModule = {});
 
-/// "1.2.0.4"
-std::string NumberText(const TNumber& nNumber);
 /// A file as lines: "mod/a.c" (with "INCOMPLETE" and the repair), then for each revision "  1.2 joe:
 /// message", with line feeds in the message shown as "|".
 std::string Text(const TRcsFile& tFile);

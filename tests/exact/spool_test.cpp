@@ -1,13 +1,12 @@
-#include "exact/spool.h"
-
-#include "exact/name_places.h"
-#include "exact/text_table.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "exact/name_places.h"
+#include "exact/spool.h"
+#include "exact/text_table.h"
 
 namespace TALVEK::EXACT::TEST {
 

@@ -15,19 +15,13 @@ namespace fs = std::filesystem;
 constexpr std::uint32_t CHANGE_TIME = 1236990309;  // 2009-03-14 00:25:09 UTC
 constexpr std::uint32_t ITEM_TIME = 1041502272;
 
-/// A client that records its calls and writes "new" to the file that it is asked for.
-constexpr char PSZ_CLIENT[] = R"(record "$@"
-shift 2
-for a; do [ "$before" = -d ] && out=$a; before=$a; last=$a; done
-mkdir -p "$out" && echo new > "$out/${last##*/}")";
-
 class CheckoutTest : public ProviderTest {
  protected:
   CheckoutTest() {
     fs::create_directory(m_oFolder / "client");
     Set(L"ReposPath", "/repo");
     Set(L"ModuleName", "mod");
-    FakeCvs(PSZ_CLIENT);
+    FakeCvs(WRITING_CLIENT);
     OnStream(L"Main", 0);
     Initialise();
   }
@@ -205,13 +199,6 @@ TEST_F(CheckoutTest, FileIsCheckedOutIntoItsFolderOfTheStream) {
   EXPECT_EQ(ModificationTime(Target("src/main.c")), ITEM_TIME);
 }
 
-TEST_F(CheckoutTest, FileAtTheTopGoesIntoTheStreamsFolderItself) {
-  RetrieveChange(2);
-  EXPECT_EQ(RetrieveItem("README"), 0);
-  EXPECT_EQ(Calls(), "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[1.4]\n[-d]\n[Main]\n[mod/README]\n");
-  EXPECT_EQ(ReadFile(Target("README")), "new\n");
-}
-
 TEST_F(CheckoutTest, RevisionIsPutInCanonicalForm) {
   RetrieveChange(2);
   const struct {
@@ -258,7 +245,7 @@ TEST_F(CheckoutTest, ReadOnlyFileIsReadOnlyAgainWithTheItemsTime) {
 
 TEST_F(CheckoutTest, FileThatTheClientMakesReadOnlyStaysSo) {
   RetrieveChange(2);
-  FakeCvs(std::string(PSZ_CLIENT) + "\nchmod a-w \"$out/${last##*/}\"");
+  FakeCvs(std::string(WRITING_CLIENT) + "\nchmod a-w \"$out/${last##*/}\"");
   WriteFile(Target("a.c"), "old\n");
   fs::permissions(Target("a.c"), fs::perms::owner_read);
   EXPECT_EQ(RetrieveItem("a.c"), 0);
@@ -274,16 +261,6 @@ TEST_F(CheckoutTest, WritableFileStaysWritableWithItsContent) {
   EXPECT_TRUE(IsWritable(Target("a.c")));
   EXPECT_EQ(ModificationTime(Target("a.c")), ITEM_TIME);
   EXPECT_EQ(ReadFile(Target("a.c")), "kept\n");
-}
-
-TEST_F(CheckoutTest, OldFileIsGoneWhenTheClientRuns) {
-  RetrieveChange(2);
-  FakeCvs("record; ls Main >> \"$folder/calls\"; exit 1", 1);
-  WriteFile(Target("a.c"), "old\n");
-  WriteFile(Target("other.c"), "old\n");
-  EXPECT_EQ(RetrieveItem("a.c"), 0);
-  EXPECT_EQ(Calls(), "in @/client\nother.c\n");
-  EXPECT_FALSE(fs::exists(Target("a.c")));
 }
 
 TEST_F(CheckoutTest, FileThatIsNotThereIsNotMade) {
@@ -439,14 +416,6 @@ TEST_F(CheckoutTest, FileNamesOfAnyEncodingReachTheClient) {
       "in "
       "@/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[1.4]\n[-d]\n[Main/caf\xe9]\n[mod/caf\xe9/\xc3\xa9.c]\n");
   EXPECT_EQ(ReadFile(Target("caf\xe9/\xc3\xa9.c")), "new\n");
-}
-
-// A client on a full disk, or one that is killed, leaves a part of the file.
-TEST_F(CheckoutTest, HalfAFileOfAFailedCheckoutIsRemoved) {
-  FakeCvs("mkdir -p Main; echo half > Main/main.c; exit 1");
-  RetrieveChange(2);
-  EXPECT_EQ(RetrieveItem("main.c"), 0);
-  EXPECT_FALSE(fs::exists(Target("main.c")));
 }
 
 TEST_F(CheckoutTest, FailedCheckoutOfTheModuleKeepsOnlyFilesThatTheClientHasNoted) {

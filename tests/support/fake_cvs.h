@@ -25,6 +25,12 @@ class CFakeCvs {
   std::filesystem::path m_oFolder;
 };
 
+/// The script of a client that records its calls and writes "new" to the file that it is asked to check out.
+inline constexpr char WRITING_CLIENT[] = R"(record "$@"
+shift 2
+for a; do [ "$before" = -d ] && out=$a; before=$a; last=$a; done
+mkdir -p "$out" && echo new > "$out/${last##*/}")";
+
 /// What is left in a stream, which may be null.
 std::string ReadAll(wxInputStream* poStream);
 

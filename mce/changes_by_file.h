@@ -21,11 +21,11 @@ namespace TALVEK::MCE {
 ///          paths. The caller looks at the item's row, as two paths can have one hash.
 /// Memory   About 8 bytes for each item, 40 for each file, and 32 for each item of a file that has come back.
 ///          CChangeGroups tells what a plain map took.
-class CFileChanges {
+class CChangesByFile {
  public:
-  CFileChanges() = default;
-  CFileChanges(const CFileChanges&) = delete;
-  CFileChanges& operator=(const CFileChanges&) = delete;
+  CChangesByFile() = default;
+  CChangesByFile(const CChangesByFile&) = delete;
+  CChangesByFile& operator=(const CChangesByFile&) = delete;
 
   /// The calls below are about this file from now on.
   void Select(const VCM::CFilePath& oPath);

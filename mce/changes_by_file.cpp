@@ -1,4 +1,4 @@
-#include "mce/file_changes.h"
+#include "mce/changes_by_file.h"
 
 #include <utility>
 
@@ -10,7 +10,7 @@ constexpr std::size_t MANY_BUCKETS = 1024;
 
 }  // namespace
 
-void CFileChanges::Select(const VCM::CFilePath& oPath) {
+void CChangesByFile::Select(const VCM::CFilePath& oPath) {
   const std::size_t nHash = m_fnHash(oPath.GetItems());
   if (m_bSelected && nHash == m_nSelected) return;
   if (m_bSelected && m_pItems == &m_anNew) MoveToList();
@@ -28,7 +28,7 @@ void CFileChanges::Select(const VCM::CFilePath& oPath) {
     m_pItems->insert(m_anList[i]);
 }
 
-void CFileChanges::MoveToList() {
+void CChangesByFile::MoveToList() {
   TFile& tFile = m_atFiles[m_nSelected];
   tFile.nBegin = m_anList.size();
   m_anList.insert(m_anList.end(), m_anNew.begin(), m_anNew.end());
@@ -38,17 +38,17 @@ void CFileChanges::MoveToList() {
   m_anNew.clear();
 }
 
-void CFileChanges::Add(std::uint32_t nChange, std::uint32_t nItem) {
+void CChangesByFile::Add(std::uint32_t nChange, std::uint32_t nItem) {
   const auto [it, bNew] = m_pItems->try_emplace(nChange, nItem);
   if (!bNew && nItem < it->second) it->second = nItem;
 }
 
-const std::uint32_t* CFileChanges::Find(std::uint32_t nChange) const {
+const std::uint32_t* CChangesByFile::Find(std::uint32_t nChange) const {
   const auto it = m_pItems->find(nChange);
   return it == m_pItems->end() ? nullptr : &it->second;
 }
 
-void CFileChanges::Clear() {
+void CChangesByFile::Clear() {
   m_atFiles.clear();
   m_atReturned.clear();
   m_anList.clear();
