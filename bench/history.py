@@ -1,17 +1,18 @@
 #!/usr/bin/env python3
-"""How fast `talvek-import preview --quiet` reads histories, beside `cvsps --test-log` and `wc -l`.
+"""How fast `talvek-import preview --quiet` reads histories, through both providers, beside `cvsps --test-log` and `wc -l`.
 
 Each history is measured several times, the programs and the members of a group in turn; the medians make one line of
 the table (Markdown).
 Times are processor times (user and system), as the machine may have other work, and beside them the time that went
 by; the peak memory is the whole process's, and the disk figure what the import database has taken at most.
 
-The last column compares the members of a group, in each of which one thing alone grows 16 times: processor time per
-revision, or, where the names of each file grow and the revisions don't, per name of a file.
+The last column compares the members of a group for one provider, in each of which one thing alone grows 16 times:
+processor time per revision, or, where the names of each file grow and the revisions don't, per name of a file.
 """
 import argparse
 import os
 import platform
+import stat
 import statistics
 import subprocess
 import sys
@@ -61,26 +62,43 @@ GROUPS = {
     # Two authors, three messages, 50 minutes: each revision could join a good part of all changes.
     "one busy hour": {
         "1850 files": "--files 1850" + BUSY, "30000 files": "--files 30000" + BUSY},
+    "many names on many files": {
+        "1500 names": "--files 20000 --names 1500 --branches 0 --revisions 4"},
 }
 
+# Measured for cvsexact, too. The other groups show single parts of cvs.
+FOR_BOTH = ("like the real log", "size", "names", "many names on many files")
 
-def database_bytes(pid):
-    """What a process has on disk of its import database."""
+# cvs leaves tags out unless it is told, cvsexact takes them.
+WITH_TAGS = ("names", "streams", "branches of a file", "many names on many files")
+
+
+def disk_bytes(pid):
+    """What a process has on disk: its import database, and files without a name."""
+    total = 0
     try:
-        return os.stat("/tmp/talvek-em-%d.tdf" % pid).st_blocks * 512
+        total += os.stat("/tmp/talvek-em-%d.tdf" % pid).st_blocks * 512
     except FileNotFoundError:
-        return 0
+        pass
+    try:
+        for descriptor in os.listdir("/proc/%d/fd" % pid):
+            file = os.stat("/proc/%d/fd/%s" % (pid, descriptor))
+            if stat.S_ISREG(file.st_mode) and file.st_nlink == 0:
+                total += file.st_blocks * 512
+    except OSError:  # the process has ended, or closed the file
+        pass
+    return total
 
 
 def measure(command, stdout=subprocess.DEVNULL):
-    """Processor seconds and peak bytes of a command, bytes on disk of its import database, and seconds passed."""
+    """Processor seconds and peak bytes of a command, bytes on disk, and seconds passed."""
     start = time.monotonic()
     process = subprocess.Popen(command, stdout=stdout, stderr=subprocess.DEVNULL)
     disk, done = [0], threading.Event()
 
     def watch():
         while not done.wait(0.02):
-            disk[0] = max(disk[0], database_bytes(process.pid))
+            disk[0] = max(disk[0], disk_bytes(process.pid))
 
     watcher = threading.Thread(target=watch)
     watcher.start()
@@ -100,8 +118,8 @@ def count_lines(log, start):
 class History:
     """A log, and what each round of measuring it has given."""
 
-    def __init__(self, name, log, root, module, options, with_cvsps):
-        self.name, self.log, self.root, self.module = name, log, root, module
+    def __init__(self, name, provider, log, root, module, options, with_cvsps):
+        self.name, self.provider, self.log, self.root, self.module = name, provider, log, root, module
         self.options, self.with_cvsps = options, with_cvsps
         self.bytes = os.path.getsize(log)
         self.revisions, self.names = count_lines(log, b"date: "), count_lines(log, b"\t")
@@ -109,7 +127,7 @@ class History:
 
     def measure_round(self, args):
         with tempfile.TemporaryDirectory() as folder:
-            ours = [args.bin + "/talvek-import", "preview", "--quiet", "--log-file", self.log, "--repos-path", self.root,
+            ours = [args.bin + "/talvek-import", "preview", "--quiet", "--provider", self.provider, "--log-file", self.log, "--repos-path", self.root,
                     "--module-name", self.module, "--import-log", folder + "/import.log"] + self.options
             runs = [measure(ours)]
             while len(runs) < 5 and sum(run[0] for run in runs) < 1:  # a single short one says little
@@ -129,8 +147,8 @@ def ratio(above, below):
 
 def print_line(history, growth):
     seconds, mb = statistics.median(history.seconds), history.bytes / 1e6
-    print("| %s | %.1f | %.0f | %.2f | %.2f | %.1f | %.0f | %.0f | %.2f | %s | %.0f | %s |" % (
-        history.name, mb, history.revisions / 1e3, seconds, statistics.median(run[3] for run in history.runs),
+    print("| %s | %s | %.1f | %.0f | %.2f | %.2f | %.1f | %.0f | %.0f | %.2f | %s | %.0f | %s |" % (
+        history.name, history.provider, mb, history.revisions / 1e3, seconds, statistics.median(run[3] for run in history.runs),
         mb / seconds, history.revisions / seconds / 1e3, max(run[1] for run in history.runs) / 1e6,
         max(run[2] for run in history.runs) / history.bytes,
         "%.1f" % ratio(history.theirs, history.seconds) if history.theirs else "-",
@@ -145,7 +163,8 @@ def print_group(args, histories, per_name):
     each = [[seconds / (history.names if per_name else history.revisions) for seconds in history.seconds]
             for history in histories]
     for history, own in zip(histories, each):
-        print_line(history, "%.2f" % ratio(own, each[0]))
+        first = next(n for n, other in enumerate(histories) if other.provider == history.provider)
+        print_line(history, "%.2f" % ratio(own, each[first]))
 
 
 HEADING = """# How fast histories are read
@@ -157,8 +176,9 @@ stand in `bench/history.py`), but for the real log.
 - MB/s and the ratios are of processor time (s); "s passed" is the clock's.
 - Each group is measured in rounds, all its histories in each; a ratio is the median of the rounds' ratios, as the
   machine may be slower in one round than in another.
-- peak MB: the largest resident memory of the whole process. disk / log: the import database against the log.
-- growth: time per revision against the first line of the group, or per name of a file where names grow.
+- peak MB: the largest resident memory of the whole process. disk / log: the import database and files without a
+  name against the log.
+- growth: time per revision against the provider's first line of the group, or per name of a file where names grow.
 - "like the real log" has the real log's number of revisions, names, authors and files in a commit, and its length of
   messages; the figures of three real logs stand in `bench/history.py`.
 """
@@ -174,13 +194,17 @@ def describe_machine():
         os.getloadavg()[0]))
 
 
-def make_history(args, folder, group, name, shape):
+def make_histories(args, folder, group, name, shape):
+    """One for each provider that the group is for; they share a log."""
     log = "%s/%d.rlog" % (folder, len(os.listdir(folder)))
     with open(log, "wb") as text:
         subprocess.run([args.bin + "/make-history"] + shape.split(), stdout=text, check=True)
-    options = ["--streams-for-tags"] if group in ("names", "streams", "branches of a file") else []
+    options = ["--streams-for-tags"] if group in WITH_TAGS else []
     with_cvsps = group in ("like the real log", "size") and files_of(shape) <= args.cvsps_max_files
-    return History(group + ": " + name, log, "/cvs", "bench", options, with_cvsps)
+    histories = [History(group + ": " + name, "cvs", log, "/cvs", "bench", options, with_cvsps)]
+    if group in FOR_BOTH:
+        histories.append(History(group + ": " + name, "cvsexact", log, "/cvs", "bench", [], False))
+    return histories
 
 
 def files_of(shape):
@@ -201,15 +225,17 @@ def main():
 
     print(HEADING)
     describe_machine()
-    print("| history | MB | k revisions | s | s passed | MB/s | k revisions/s | peak MB | disk / log | cvsps / ours "
+    print("| history | provider | MB | k revisions | s | s passed | MB/s | k revisions/s | peak MB | disk / log | cvsps / ours "
           "| ours / wc | growth |")
-    print("|---|---|---|---|---|---|---|---|---|---|---|---|", flush=True)
+    print("|---|---|---|---|---|---|---|---|---|---|---|---|---|", flush=True)
     if args.log and not args.group:
-        print_group(args, [History("real log", args.log, args.log_root, args.log_module, [], True)], False)
+        real = ["real log", args.log, args.log_root, args.log_module, []]
+        print_group(args, [History(real[0], "cvs", *real[1:], True), History(real[0], "cvsexact", *real[1:], False)],
+                    False)
     for group in args.group or GROUPS:
         with tempfile.TemporaryDirectory() as folder:
-            histories = [make_history(args, folder, group, name, shape) for name, shape in GROUPS[group].items()
-                         if files_of(shape) <= args.max_files]
+            histories = [history for name, shape in GROUPS[group].items() if files_of(shape) <= args.max_files
+                         for history in make_histories(args, folder, group, name, shape)]
             print_group(args, histories, group == "names")
 
 
