@@ -81,8 +81,9 @@ class CBaseSearch::CSweep {
     if (const TIndex nEvent = Events().InChain(tChain, nWanted); nEvent != NONE) {
       Add(KeyOfEvent(nEvent), std::min(nEnd, KeyOfEvent(Events().After(nEvent))), 1, 0);
     }
+    // The last one that is shown is on the vendor line; the first one can be 1.1.
     const bool bDeadShown = tChain.nShownFirst != tChain.nShownEnd &&
-                            m_oStates.History().LineOf(Events().Revision(tChain.nShownFirst)).bHasDead;
+                            m_oStates.History().LineOf(Events().Revision(tChain.nShownEnd - 1)).bHasDead;
     if (!m_oStates.History().Lines()[nLine].bHasDead && !bDeadShown) {
       Add(KeyOfEvent(nFirst), nEnd, 0, 1);
       return;

@@ -108,9 +108,13 @@ class CCheck {
       Set(m_anUndo.back().first, m_anUndo.back().second);
   }
 
+  std::uint8_t FlagOf(TIndex nRevision, TIndex nStream) const {
+    return m_oHistory.LineOf(nRevision).nStream == nStream ? IN_OWN : IN_TRUNK;
+  }
+
   void Find(TIndex nStream, const TPlanItem& tItem) {
     const TLine& tLine = m_oHistory.LineOf(tItem.nRevision);
-    const std::uint8_t nFlag = tLine.nStream == nStream ? IN_OWN : IN_TRUNK;
+    const std::uint8_t nFlag = FlagOf(tItem.nRevision, nStream);
     if (tLine.nFile != tItem.nFile || (nFlag == IN_TRUNK && nStream != TRUNK)) {
       Differ(tItem.nFile, nStream, NONE, tItem.nRevision, "is a revision of another stream");
     }
@@ -162,7 +166,7 @@ class CCheck {
       const TIndex nFirstShown = m_tView.anFirstShown[nFile];
       const TIndex nEndShown = m_tView.anFirstShown[nFile + 1];
       for (TIndex n = nFirstShown; n < nEndShown; ++n)
-        Expect(m_tView.anShown[n], TRUNK, IN_TRUNK);
+        Expect(m_tView.anShown[n], TRUNK, FlagOf(m_tView.anShown[n], TRUNK));
       for (TIndex nLine = tFile.nFirstLine; nLine < tFile.nEndLine; ++nLine) {
         const TLine& tLine = m_oHistory.Lines()[nLine];
         if (tLine.nStream == NONE) continue;

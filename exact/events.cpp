@@ -37,10 +37,14 @@ TIndex CEvents::FirstInChain(const TChain& tChain) const {
 
 TIndex CEvents::InChain(const TChain& tChain, TIndex nRevision) const {
   if (nRevision >= tChain.nFirst && nRevision < tChain.nEnd) return m_abEvent[nRevision] ? nRevision : NONE;
-  if (tChain.nShownFirst == tChain.nShownEnd) return NONE;
-  const TIndex nFirst = Revision(tChain.nShownFirst);
-  if (nRevision < nFirst || nRevision - nFirst >= tChain.nShownEnd - tChain.nShownFirst) return NONE;
-  const TIndex nEvent = tChain.nShownFirst + (nRevision - nFirst);
+  return Shown(nRevision, tChain.nShownFirst - m_nRevisions, tChain.nShownEnd - m_nRevisions);
+}
+
+TIndex CEvents::Shown(TIndex nRevision, TIndex nFirst, TIndex nEnd) const {
+  const auto itEnd = m_tView.anShown.begin() + nEnd;
+  const auto it = std::lower_bound(m_tView.anShown.begin() + nFirst, itEnd, nRevision);
+  if (it == itEnd || *it != nRevision) return NONE;
+  const TIndex nEvent = m_nRevisions + static_cast<TIndex>(it - m_tView.anShown.begin());
   return m_abEvent[nEvent] ? nEvent : NONE;
 }
 
@@ -80,10 +84,7 @@ TIndex CEvents::FirstOf(TIndex nRevision) const {
   if (nFirst == nEnd) return NONE;
   // 1.1 counts with the 1.1.1.1 that stands in its place.
   const bool bInPlace = nRevision == m_oHistory.Lines()[tFile.nFirstLine].nFirstRevision;
-  const TIndex nImport = bInPlace ? m_tView.anShown[nFirst] : nRevision;
-  if (nImport < m_tView.anShown[nFirst] || nImport - m_tView.anShown[nFirst] >= nEnd - nFirst) return NONE;
-  const TIndex nEvent = m_nRevisions + nFirst + (nImport - m_tView.anShown[nFirst]);
-  return m_abEvent[nEvent] ? nEvent : NONE;
+  return Shown(bInPlace ? m_tView.anShown[nFirst] : nRevision, nFirst, nEnd);
 }
 
 TIndex CEvents::LineOf(TIndex nEvent) const {

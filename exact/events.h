@@ -14,7 +14,7 @@ namespace TALVEK::EXACT {
 /// An event is a revision that changes the state of a stream: it sets or deletes the file there.
 ///
 /// Event numbers below the number of revisions are revisions in the stream that owns their line; those above
-/// are the vendor revisions that the trunk shows. Not every revision is an event: a dead one of a file that
+/// are those that the trunk's view shows. Not every revision is an event: a dead one of a file that
 /// isn't in the stream's state changes nothing, 1.1 is none where 1.1.1.1 stands in its place, and lines can
 /// be left out.
 ///
@@ -58,7 +58,7 @@ class CEvents {
   /// no event.
   TIndex FirstOf(TIndex nRevision) const;
 
-  /// The chain of a file's line: [first, end) of the vendor revisions that the trunk shows (empty off the
+  /// The chain of a file's line: [first, end) of the revisions that the trunk's view shows (empty off the
   /// trunk), then [first, end) of its own. Between the events of the second part are revisions that are none.
   struct TChain {
     TIndex nShownFirst, nShownEnd, nFirst, nEnd;
@@ -69,6 +69,8 @@ class CEvents {
   TIndex InChain(const TChain& tChain, TIndex nRevision) const;
 
  private:
+  /// The event of a revision in [nFirst, nEnd) of the view's; NONE: there is none.
+  TIndex Shown(TIndex nRevision, TIndex nFirst, TIndex nEnd) const;
   /// The line whose chain the event is in.
   TIndex LineOf(TIndex nEvent) const;
   void MarkEvents(TIndex nLine);

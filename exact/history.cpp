@@ -33,8 +33,10 @@ TNumber LineNumber(TNumber nMagic) {
   return nMagic;
 }
 
-bool IsVendorNumber(const TNumber& nNumber) {
-  return nNumber.size() == 3 && nNumber[0] == 1 && nNumber[1] == 1 && nNumber[2] % 2 == 1;
+/// 1.1.3: `cvs import` gives its branches such numbers, and writes them into names and headers as they are. A
+/// branch that `cvs tag` makes is written as 1.1.0.2.
+bool IsPlainOnFirst(const TNumber& nNumber) {
+  return nNumber.size() == 3 && nNumber[0] == 1 && nNumber[1] == 1;
 }
 
 /// The line of a revision as a key that sorts the trunk first: all of its majors are one line.
@@ -139,6 +141,7 @@ void CHistory::AddRevisions(const TRcsFile& tFile, CFileNumbers& oNumbers) {
     tRevision.nMessage = m_oMessages.Add(ptRevision->strMessage);
     if (!ptRevision->strCommitId.empty()) tRevision.nCommitId = m_oTexts.Add(ptRevision->strCommitId);
     tRevision.bDead = ptRevision->bDead;
+    tRevision.bDiffers = ptRevision->bDiffers;
 
     TLine& tLine = m_atLines.back();
     if (tLine.nFirstRevision == tLine.nEndRevision && tRevision.bDead) {
@@ -161,7 +164,7 @@ void CHistory::AddLine(const TNumber& nKey, CFileNumbers& oNumbers) {
   tLine.nNumber = m_oTexts.Add(NumberText(nKey));
   if (!nKey.empty()) tLine.nSprout = oNumbers.Revision(TNumber(nKey.begin(), nKey.end() - 1));
   tLine.nFirstRevision = tLine.nEndRevision = static_cast<TIndex>(m_atRevisions.size());
-  tLine.bVendor = IsVendorNumber(nKey);
+  tLine.bVendor = IsPlainOnFirst(nKey) && nKey[2] % 2 == 1;
   oNumbers.AddLine(nKey, static_cast<TIndex>(m_atLines.size()));
   m_atLines.push_back(tLine);
 }
@@ -185,7 +188,7 @@ void CHistory::SetTrunk(const TRcsFile& tFile, const CFileNumbers& oNumbers) {
   }
   tRecord.nTrunkEnd = IsAlive(nEnd) ? nEnd : NONE;
 
-  if (IsVendorNumber(nDefault)) tRecord.nVendorLine = oNumbers.Line(nDefault);
+  if (IsPlainOnFirst(nDefault)) tRecord.nVendorLine = oNumbers.Line(nDefault);
   if (tRecord.nVendorLine == NONE) tRecord.nVendorLine = oNumbers.Line({1, 1, 1});
 }
 
@@ -232,6 +235,7 @@ void CHistory::AddNames(const TRcsFile& tFile, const CFileNumbers& oNumbers) {
     const bool bBranch = IsBranch(tRcsName.nNumber);
     ++(bBranch ? tName.nBranchFiles : tName.nTagFiles);
     if (!bBranch && oNumbers.IsCut(tRcsName.nNumber)) tName.bCut = true;
+    if (tPlace.nLine != NONE && IsPlainOnFirst(tRcsName.nNumber)) m_atLines[tPlace.nLine].bVendor = true;
     if (tPlace.nLine != NONE) m_nLineNames.emplace_back(tPlace.nLine, nName);
     // A name that gives no file needs no place.
     if (tName.bWanted && (tPlace.nLine != NONE || IsAlive(tPlace.nRevision))) m_oPlaces.Append(nName, tPlace);

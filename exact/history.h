@@ -45,7 +45,7 @@ struct TLine {
   TIndex nFirstRevision = NONE;  ///< its revisions lie together, in ascending order
   TIndex nEndRevision = NONE;
   TIndex nStream = NONE;  ///< the stream that owns it; NONE: it is left out
-  bool bVendor = false;   ///< 1.1.N with an odd N: made by `cvs import`
+  bool bVendor = false;   ///< made by `cvs import`: 1.1.N with an odd N, or with a name that is spelled so
   /// Its first revision is dead and is no change: CVS made it when the file was added to the branch, and
   /// the file joined the branch by the next one.
   bool bAddedLater = false;
@@ -61,6 +61,7 @@ struct TRevision {
   TIndex nMessage = NONE;    ///< text
   TIndex nCommitId = NONE;   ///< text; NONE where the server notes none
   bool bDead = false;
+  bool bDiffers = false;  ///< lines were added or removed since the revision before; false: not told
 };
 static_assert(sizeof(TRevision) <= 40);
 

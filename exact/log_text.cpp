@@ -172,6 +172,7 @@ bool ReadRevisionLine(std::string_view strLine, TRcsRevision& tRevision) {
 bool ReadDateLine(std::string_view strLine, TRcsRevision& tRevision) {
   if (!TakePrefix(strLine, "date: ")) return false;
   bool bTime = false, bAuthor = false, bState = false;
+  tRevision.bDiffers = false;
   while (!strLine.empty()) {
     const std::size_t nEnd = std::min(strLine.find(';'), strLine.size());
     std::string_view strField = strLine.substr(0, nEnd);
@@ -190,6 +191,8 @@ bool ReadDateLine(std::string_view strLine, TRcsRevision& tRevision) {
       bState = true;
     } else if (TakePrefix(strField, "commitid: ")) {
       tRevision.strCommitId = strField;
+    } else if (TakePrefix(strField, "lines: ")) {
+      tRevision.bDiffers = strField != "+0 -0";
     }
   }
   return bTime && bAuthor && bState;

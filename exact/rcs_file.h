@@ -26,6 +26,7 @@ struct TRcsRevision {
   bool bDead = false;       ///< the state is "dead"; a revision in any other state is alive
   std::string strCommitId;  ///< empty where the server notes none
   std::string strMessage;   ///< lines joined by line feeds, without the last line end
+  bool bDiffers = false;    ///< lines were added or removed since the revision before; false: not told
 };
 
 /// One RCS file of the history. Texts are the bytes of the log.

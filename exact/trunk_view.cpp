@@ -17,6 +17,7 @@ void AddShown(const CHistory& oHistory, const TFile& tFile, std::vector<TIndex>&
   // 1.1 is the trunk's first revision wherever it is there.
   if (tVendor.nSprout != nFirst || tImport.nLast != 1 || tImport.nTime != atRevisions[nFirst].nTime) return;
 
+  if (oHistory.IsAlive(nFirst) && (tImport.bDead || tImport.bDiffers)) anShown.push_back(nFirst);
   const bool bChangedLater = nFirst + 1 < tTrunk.nEndRevision;
   std::int64_t nNewest = tImport.nTime;
   for (TIndex n = tVendor.nFirstRevision; n < tVendor.nEndRevision; ++n) {

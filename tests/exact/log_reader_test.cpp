@@ -63,6 +63,9 @@ TEST(LogReaderTest, ReadsAllOfAFile) {
   EXPECT_EQ(tFile.atRevisions[1].nTime, 1041502272);
   EXPECT_EQ(tFile.atRevisions[0].strCommitId, "1004EFF040666CF463F");
   EXPECT_EQ(tFile.atRevisions[1].strCommitId, "");
+  EXPECT_TRUE(tFile.atRevisions[0].bDiffers);
+  EXPECT_FALSE(tFile.atRevisions[1].bDiffers);
+  EXPECT_FALSE(tFile.atRevisions[2].bDiffers);
 }
 
 TEST(LogReaderTest, NamesThatTheClientRefusesAreGivenAsTheyAre) {

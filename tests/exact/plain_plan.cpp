@@ -76,7 +76,7 @@ class CPlain {
 
   static bool IsMagic(const TNumber& n) { return n.size() >= 4 && n.size() % 2 == 0 && n[n.size() - 2] == 0; }
   static bool IsBranch(const TNumber& n) { return IsMagic(n) || n.size() % 2 == 1; }
-  static bool IsVendor(const TNumber& n) { return n.size() == 3 && n[0] == 1 && n[1] == 1 && n[2] % 2 == 1; }
+  static bool IsPlainOnFirst(const TNumber& n) { return n.size() == 3 && n[0] == 1 && n[1] == 1; }
   static TNumber Up(TNumber n, int nParts = 1) {
     n.resize(n.size() - static_cast<std::size_t>(nParts));
     return n;
@@ -157,6 +157,16 @@ class CPlain {
       m_strStreams.push_back("unnamed-" + NumberText(nLine));
   }
 
+  /// `cvs import` made the line: its number is odd, or a name is spelled as import does it.
+  bool IsVendor(int nFile, const TNumber& nLine) {
+    if (!IsPlainOnFirst(nLine)) return false;
+    if (nLine[2] % 2 == 1) return true;
+    return std::any_of(m_nNames.begin(), m_nNames.end(), [&](const auto& t) {
+      const auto it = t.second.find(nFile);
+      return it != t.second.end() && it->second == nLine;
+    });
+  }
+
   /// The line's own first revision may be one that CVS made because the file joined the branch later.
   bool JoinedLater(int nFile, const TNumber& nLine) {
     const TRcsRevision& t = *m_tRevisions[nFile][m_nLines[nFile][nLine][0]];
@@ -168,7 +178,7 @@ class CPlain {
   }
 
   TNumber EntryOfLine(int nFile, const TNumber& nLine) {
-    if (IsVendor(nLine) || JoinedLater(nFile, nLine)) return {};
+    if (IsVendor(nFile, nLine) || JoinedLater(nFile, nLine)) return {};
     return IfAlive(nFile, Up(nLine));
   }
 
@@ -202,7 +212,7 @@ class CPlain {
   bool IsVendorStream(const std::string& strStream) {
     int nVendor = 0;
     for (const auto& [nFile, nLine] : m_nOwn[strStream])
-      nVendor += IsVendor(nLine) ? 1 : -1;
+      nVendor += IsVendor(nFile, nLine) ? 1 : -1;
     return nVendor > 0;
   }
 
@@ -212,12 +222,14 @@ class CPlain {
     std::vector<TNumber> nTrunk = m_nLines[nFile][TNumber{}];
     const TNumber nDefault = m_atFiles[nFile].nDefaultBranch;
     TNumber nVendor = {1, 1, 1};
-    if (IsVendor(nDefault) && m_nLines[nFile].count(nDefault)) nVendor = nDefault;
+    if (IsPlainOnFirst(nDefault) && m_nLines[nFile].count(nDefault)) nVendor = nDefault;
     if (nTrunk.empty() || nTrunk[0] != TNumber{1, 1} || !m_nLines[nFile].count(nVendor)) return nTrunk;
     const std::vector<TNumber>& nImports = m_nLines[nFile][nVendor];
     if (nImports[0].back() != 1 || Rev(nFile, nImports[0]).nTime != Rev(nFile, nTrunk[0]).nTime)
       return nTrunk;
     std::vector<TNumber> nSeen;
+    const TRcsRevision& tImport = Rev(nFile, nImports[0]);
+    const bool bKeepsFirst = Alive(nFile, nTrunk[0]) && (tImport.bDead || tImport.bDiffers);
     std::int64_t nNewest = Rev(nFile, nImports[0]).nTime;
     for (const TNumber& n : nImports) {
       nNewest = std::max(nNewest, Rev(nFile, n).nTime);
@@ -225,6 +237,7 @@ class CPlain {
       nSeen.push_back(n);
     }
     nSeen.insert(nSeen.end(), nTrunk.begin() + 1, nTrunk.end());
+    if (bKeepsFirst) nSeen.insert(nSeen.begin(), nTrunk[0]);
     return nSeen;
   }
 

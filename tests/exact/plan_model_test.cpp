@@ -23,7 +23,8 @@ std::string Print(const std::vector<TRcsFile>& atFiles) {
       strText += "  " + t.strName + " " + NumberText(t.nNumber) + "\n";
     for (const TRcsRevision& t : tFile.atRevisions) {
       strText += "  " + NumberText(t.nNumber) + " " + std::to_string(t.nTime) + " " + t.strAuthor + " " +
-                 t.strMessage + " " + t.strCommitId + (t.bDead ? " dead" : "") + "\n";
+                 t.strMessage + " " + t.strCommitId + (t.bDead ? " dead" : "") +
+                 (t.bDiffers ? " differs" : "") + "\n";
     }
   }
   return strText;

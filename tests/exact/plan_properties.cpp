@@ -60,8 +60,7 @@ class CClient {
     const std::string strTrunk = Newest(nTime, [](const TNumber& n) { return n.size() == 2; });
     const TNumber nDefault = m_tFile.nDefaultBranch;
     std::string strVendor = "1.1.1";
-    if (nDefault.size() == 3 && nDefault[0] == 1 && nDefault[1] == 1 && nDefault[2] % 2 == 1 &&
-        !Tip(NumberText(nDefault)).empty()) {
+    if (nDefault.size() == 3 && nDefault[0] == 1 && nDefault[1] == 1 && !Tip(NumberText(nDefault)).empty()) {
       strVendor = NumberText(nDefault);
     }
     const TRcsRevision* ptImport = Find(strVendor + ".1");
@@ -250,11 +249,14 @@ class CClaims {
   }
 
   /// The time of the dead trunk revision that follows a living one; the beginning of time if that one is the
-  /// vendor's.
+  /// vendor's. 1.1 can be followed by a dead 1.1.1.1 instead, which has the time of 1.1.
   std::int64_t DeletedAt(TIndex nBefore) const {
     const CHistory& oHistory = m_oPlan.History();
     const bool bVendors = !oHistory.Texts().Get(oHistory.LineOf(nBefore).nNumber).empty();
-    return bVendors ? INT64_MIN : oHistory.Revisions()[nBefore + 1].nTime;
+    if (bVendors) return INT64_MIN;
+    const bool bNextIsDead =
+        nBefore + 1 < oHistory.LineOf(nBefore).nEndRevision && !oHistory.IsAlive(nBefore + 1);
+    return oHistory.Revisions()[bNextIsDead ? nBefore + 1 : nBefore].nTime;
   }
 
   void CheckRevisions() {
@@ -277,26 +279,19 @@ class CClaims {
       const std::string strNumber = oHistory.Number(n);
       if (m_nPlaces.count({strPath, strNumber}) != 0) continue;
       // 1.1 counts with the 1.1.1.1 that the trunk shows in its place.
-      const bool bInPlace = strNumber == "1.1" && TrunkHasVendorRevision(strPath);
+      const bool bInPlace = strNumber == "1.1" && TrunkHasTheContentAsAnImport(strPath);
       Claim(bInPlace, strPath + " " + strNumber + " is lost");
     }
   }
 
-  bool TrunkHasVendorRevision(const std::string& strPath) const {
-    for (const auto& [tRevision, nPlaces] : m_nPlaces) {
-      if (tRevision.first == strPath && nPlaces.count("Main") && tRevision.second.ends_with(".1") &&
-          std::count(tRevision.second.begin(), tRevision.second.end(), '.') == 3) {
-        return true;
-      }
-    }
-    // A dead 1.1.1.1 in the place of 1.1 is a change of neither.
-    const CClient& oClient = m_oClients.at(strPath);
-    for (const char* pszImport : {"1.1.1.1", "1.1.3.1"}) {
-      const TRcsRevision* ptImport = oClient.Find(pszImport);
-      if (ptImport != nullptr && ptImport->bDead && ptImport->nTime == oClient.Find("1.1")->nTime)
-        return true;
-    }
-    return false;
+  /// The trunk has a vendor branch's first revision, and it has the content of 1.1.
+  bool TrunkHasTheContentAsAnImport(const std::string& strPath) const {
+    return std::any_of(m_nPlaces.begin(), m_nPlaces.end(), [&](const auto& tPlaces) {
+      const auto& [strFile, strNumber] = tPlaces.first;
+      return strFile == strPath && tPlaces.second.count("Main") != 0 && strNumber.ends_with(".1") &&
+             std::count(strNumber.begin(), strNumber.end(), '.') == 3 &&
+             !m_oClients.at(strPath).Find(strNumber)->bDiffers;
+    });
   }
 
   void CheckOrder() {

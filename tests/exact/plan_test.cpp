@@ -163,6 +163,58 @@ TEST(PlanTest, ImportIsAChangeOfVendorBranchAndTrunk) {
                   .Default("1.1.1")}));
 }
 
+TEST(PlanTest, FirstRevisionWithAnotherContentThanTheImportIsAChangeBeforeIt) {
+  EXPECT_EQ(
+      "Main trunk\n"
+      "V vendor\n"
+      "#0 Main own 100 joe: first\n"
+      "  a 1.1\n"
+      "  b 1.1\n"
+      "#1 Main own 100 joe: import\n"
+      "  a 1.1.1.1 was 1.1\n"
+      "  b deleted was 1.1\n"
+      "#2 V own 100 joe: import\n"
+      "  a 1.1.1.1\n",
+      PlanOf({B("a")
+                  .Rev("1.1", 100, "joe", "first")
+                  .Rev("1.1.1.1", 100, "joe", "import")
+                  .Differs()
+                  .Name("V", "1.1.1")
+                  .Default("1.1.1"),
+              B("b")
+                  .Rev("1.1", 100, "joe", "first")
+                  .Rev("1.1.1.1", 100, "joe", "import")
+                  .Dead()
+                  .Name("V", "1.1.1")
+                  .Default("1.1.1")}));
+}
+
+TEST(PlanTest, BranchThatImportGaveAnEvenNumberIsAVendorBranch) {
+  EXPECT_EQ(
+      "Main trunk\n"
+      "B branch from Main #1\n"
+      "V vendor\n"
+      "#0 Main own 100 joe: first\n"
+      "  a 1.1\n"
+      "  b 1.1\n"
+      "#1 Main own 200 joe: second\n"
+      "  a 1.2 was 1.1\n"
+      "#2 V own 500 joe: import\n"
+      "  a 1.1.2.1\n"
+      "#3 B own 900 joe: on the branch\n"
+      "  b 1.1.2.1 was 1.1\n",
+      PlanOf({B("a")
+                  .Rev("1.1", 100, "joe", "first")
+                  .Rev("1.2", 200, "joe", "second")
+                  .Rev("1.1.2.1", 500, "joe", "import")
+                  .Name("V", "1.1.2")
+                  .Name("B", "1.2.0.2"),
+              B("b")
+                  .Rev("1.1", 100, "joe", "first")
+                  .Rev("1.1.2.1", 900, "joe", "on the branch")
+                  .Name("B", "1.1.0.2")}));
+}
+
 TEST(PlanTest, TrunkShowsNoImportAfterItsOwnChange) {
   EXPECT_EQ(
       "Main trunk\n"

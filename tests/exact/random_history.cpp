@@ -62,6 +62,7 @@ class CRandomHistory {
       t.strMessage = tCommit.strMessage;
       t.strCommitId = tCommit.strCommitId;
       t.bDead = Chance(n == 1 ? 8 : 15);
+      t.bDiffers = Chance(n == 1 ? 30 : 90);
       if (t.bDead && n == 1 && nLine.size() > 1 && Chance(50))
         t.strMessage = "file x was added on branch y on z";
       if (!m_bTidy && Chance(3)) continue;  // as after `cvs admin -o`
@@ -123,7 +124,8 @@ class CRandomHistory {
     static const char* const NAMES[] = {"B1", "B2", "B3", "B4", "T1", "T2", "T3", "T4", "V1", "X1"};
     for (const TNumber& nLine : nLines) {
       if (Chance(15)) continue;
-      const bool bVendor = nLine.back() % 2 == 1;
+      // Some people gave `cvs import` an even number.
+      const bool bVendor = nLine.back() % 2 == 1 || Chance(10);
       const int nNames = Chance(10) ? 2 : 1;
       for (int n = 0; n < nNames; ++n) {
         const char* pszName = bVendor && Chance(80) ? "V1" : NAMES[Pick(0, 3)];

@@ -36,6 +36,11 @@ class CRcsBuilder {
     m_tFile.atRevisions.back().bDead = true;
     return *this;
   }
+  /// Lines were added or removed by the last revision.
+  CRcsBuilder& Differs() {
+    m_tFile.atRevisions.back().bDiffers = true;
+    return *this;
+  }
   CRcsBuilder& Name(const std::string& strName, const std::string& strNumber) {
     m_tFile.atNames.push_back({strName, Number(strNumber)});
     return *this;
