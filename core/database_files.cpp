@@ -121,7 +121,7 @@ bool CDatabaseFiles::TakeLock(CString& strError) {
     const TAttempt nAttempt = TryLock(strError);
     if (nAttempt != AGAIN) return nAttempt == TAKEN && WriteOwner(strError);
   }
-  return Refuse(m_strLockPath, L"doesn't stay in its place", strError);
+  return Refuse(m_strLockPath, L"is replaced again and again by other processes", strError);
 }
 
 // flock locks belong to the open file, fcntl locks to the process. So a second owner in this process is

@@ -84,7 +84,7 @@ CStoreMap FindMap(const CDatabaseFiles& oFiles, MDB_env* poEnvironment) {
 }  // namespace
 
 CString StoreReason(int nError) {
-  if (nError == MDB_MAP_FULL) return L"the data file has grown to the size that addresses were reserved for";
+  if (nError == MDB_MAP_FULL) return L"the data file is as large as the address space reserved for it";
   // LMDB reports a short write as EIO.
   if (nError == EIO) return VCM::FromBytes(mdb_strerror(nError)) + L" (is the disk full?)";
   return VCM::FromBytes(mdb_strerror(nError));

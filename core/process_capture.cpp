@@ -147,7 +147,8 @@ int Run(const CString& strCommandLine, int nStdOutput, int nStdError) {
     return Refuse(nStdError, "can't start " + strProgram + ": an argument holds a NUL character");
   const TChildResult tResult = RunChild(tStart);
   if (tResult.nKind == TChildResult::ENDED) return tResult.nValue;
-  const char* pszWhat = tResult.nKind == TChildResult::LOST ? "can't learn the end of " : "can't start ";
+  const char* pszWhat =
+      tResult.nKind == TChildResult::LOST ? "can't learn the exit status of " : "can't start ";
   return Refuse(nStdError, pszWhat + strProgram + ": " + DescribeError(tResult.nValue));
 }
 
