@@ -126,7 +126,7 @@ void CRecordCodec::EncodeSized(TFieldType nType, const void* pField) {
   } else {
     VCM::EncodeStored(static_cast<const CString*>(pField)->View(), m_strRow);
   }
-  // A length beyond four bytes makes a row that the store refuses for its size.
+  // If the length doesn't fit into four bytes, the store refuses the row as too large.
   PutBigEndian(static_cast<std::uint32_t>(m_strRow.size() - nStart), m_strRow.data() + nStart - LENGTH_SIZE);
 }
 

@@ -33,7 +33,7 @@ class TALVEK_CORE_API CProperties {
   void RemoveAll() { m_atEntries.clear(); }
 
   bool GetProperty(std::uint16_t nProperty, CString& strValue) const;
-  /// Also false when the stored bytes are not 4.
+  /// Also false when the value isn't 4 bytes long.
   bool GetProperty(std::uint16_t nProperty, std::uint32_t& nValue) const;
   /// The number; `nAbsent` when there is none.
   std::uint32_t GetNumber(std::uint16_t nProperty, std::uint32_t nAbsent) const;

@@ -53,7 +53,7 @@ std::wstring ToLibraryFormat(std::wstring_view strRest) {
 /// Formats a short result. False, and `strOut` unchanged, when it is too long or the library refuses the
 /// format: vswprintf doesn't say which.
 bool FormatShort(const std::wstring& strFormat, va_list args, std::wstring& strOut) {
-  wchar_t szResult[4096];  // a line of a tree of streams is indented by its depth, thousands of characters
+  wchar_t szResult[4096];  // long, because lines of nested streams can be indented by thousands of characters
   va_list argsCopy;
   va_copy(argsCopy, args);
   const int nLength = std::vswprintf(szResult, std::size(szResult), strFormat.c_str(), argsCopy);

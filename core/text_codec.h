@@ -33,7 +33,8 @@ TALVEK_CORE_API bool ToSystemPath(const CString& strText, std::string& strOut);
 TALVEK_CORE_API std::string ToUtf8(const CString& strText);
 
 /// UTF-8 extended to surrogates (three bytes each), the same in every locale: what the database stores.
-/// DecodeStored(EncodeStored(t)) is t.
+/// EncodeStored appends to `strOut`. Decoding what was encoded gives the same text again; undecodable bytes
+/// become U+DC80 to U+DCFF.
 TALVEK_CORE_API void EncodeStored(std::wstring_view strText, std::string& strOut);
 TALVEK_CORE_API CString DecodeStored(std::string_view strBytes);
 TALVEK_CORE_API void DecodeStored(std::string_view strBytes, CString& strOut);

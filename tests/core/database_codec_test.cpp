@@ -149,7 +149,7 @@ TEST_F(DatabaseCodecTest, CutOrLongerRowIsNotDecoded) {
   }
 }
 
-// A row with any one byte changed either is refused or is another record's row, to the byte.
+// A row with one changed byte is either refused, or is exactly the row of another record.
 TEST_F(DatabaseCodecTest, OnlyWhatEncodeGivesIsDecoded) {
   for (const TPart& tOriginal : HardParts()) {
     const std::string strRow = Encode(tOriginal);
