@@ -1,12 +1,12 @@
-# A thin front to CMake: what to type first. Everything is built by CMakeLists.txt and CMakePresets.json.
+# A thin front to CMake, for newcomers. CMakeLists.txt and CMakePresets.json build everything.
 
 PRESET ?= release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 PREFIX ?= /usr/local
 IMPORT_OPTIONS ?=
 
-# Without REPOS the import is the example's, and its target under build/ is made anew each time.
-# A target that the user named is never touched before the import, which refuses one that isn't empty.
+# Without REPOS the example is imported, into a folder under build/ that is removed first each time.
+# A folder that the user named with INTO is never removed; the import refuses it when it isn't empty.
 EXAMPLE = build/example
 ifdef REPOS
   NEEDED_REPOS =
@@ -34,19 +34,20 @@ help:
 	@echo 'make build     build the plug-in and the programs        (PRESET=...)'
 	@echo 'make install   install them                              (PREFIX=/usr/local, DESTDIR=)'
 	@echo 'make bench     run the benchmarks'
-	@echo 'make bench-history    how fast histories of any size are read (HISTORY=options of bench/history.py);'
-	@echo '               its table is what bench/RESULTS.md holds'
-	@echo 'make bench-retrieve   how fast file revisions come out of a repository (RETRIEVE=options)'
-	@echo 'make faults    play faults to the programs, print a table  (FAULTS=options of tests/faults/run)'
-	@echo 'make fuzz-smoke       let fuzzers look for faults, 30 seconds for each target'
+	@echo 'make bench-history    measure how fast histories are read; prints the table of bench/RESULTS.md'
+	@echo '               (HISTORY=options of bench/history.py)'
+	@echo 'make bench-retrieve   measure how fast file revisions are fetched  (RETRIEVE=options of bench/retrieve.py)'
+	@echo 'make faults    run the programs with full disks, broken connections and other faults; prints a table'
+	@echo '               (FAULTS=options of tests/faults/run)'
+	@echo 'make fuzz-smoke       run the fuzzers, 30 seconds for each target'
 	@echo 'make fuzz             the same for longer                 (SECONDS=1200, TARGETS=all)'
-	@echo 'make fuzz-repositories  import random repositories and hold them against cvs  (COUNT=100, SEEDS=1..50)'
+	@echo 'make fuzz-repositories  import random repositories and compare with cvs  (COUNT=100, SEEDS=1..50)'
 	@echo 'make deps      install the Debian packages that are missing (NO_DEPS=1: never install any)'
 	@echo 'make format    format the sources                       (make format-check: only say which need it)'
-	@echo 'make tidy      let clang-tidy read the sources, minutes'
-	@echo 'make lint      both checks for the files that a change touches (tools/lint --help)'
+	@echo 'make tidy      run clang-tidy on the sources, minutes'
+	@echo 'make lint      format-check and tidy for the files that a change touches (tools/lint --help)'
 
-# $(call need,GROUP...): the packages of these groups of tools/packages.txt.
+# $(call need,GROUP...): installs the missing packages of these groups of tools/packages.txt.
 need = $(if $(NO_DEPS),@:,@tools/install-packages $(1))
 
 deps:
@@ -59,7 +60,7 @@ build: deps
 import-deps:
 	$(call need,import)
 
-# Without tests, fuzz targets and benchmarks, which take most of the time of `build`.
+# Without tests, fuzz targets and benchmarks, which take most of the time of a full build.
 import-programs: import-deps
 	cmake --preset $(PRESET)
 	cmake --build --preset $(PRESET) -j$(JOBS) --target import-programs
@@ -74,7 +75,7 @@ check-import-arguments:
 	@test -n '$(MODULE)' || { echo 'Say which module of $(REPOS) to import: MODULE=NAME' >&2; exit 2; }
 	@test -n '$(INTO)' || { echo 'Say where to put the Git repository: INTO=FOLDER' >&2; exit 2; }
 
-# Moved into place when it is whole, so that an interrupted run leaves no half repository behind.
+# Moved into place when it is complete, so that an interrupted run leaves no partial repository.
 $(EXAMPLE)/repository: examples/make-repository | import-deps
 	@mkdir -p $(EXAMPLE)
 	@rm -rf $@ $@.new
@@ -84,7 +85,7 @@ $(EXAMPLE)/repository: examples/make-repository | import-deps
 test: build
 	ctest --preset $(PRESET) -j$(JOBS)
 
-# Exits with an error when a test failed or valgrind found something; it is in build/memcheck then.
+# Exits with an error when a test failed or valgrind found something; the findings are in build/memcheck.
 PROGRAMS =
 
 memcheck: PRESET = release
@@ -92,7 +93,7 @@ memcheck: build
 	$(call need,memcheck)
 	tests/memcheck/run --bin '$(CURDIR)'/build/$(PRESET)/bin $(PROGRAMS)
 
-# Minutes. Needs the right to mount: root, or user namespaces.
+# Takes minutes. Needs the right to mount: root, or user namespaces.
 faults: PRESET = release
 faults: build
 	$(call need,peers)
@@ -104,7 +105,7 @@ bench: deps
 	cmake --preset $(PRESET)
 	cmake --build --preset $(PRESET) --target bench
 
-# The real log is measured where it lies beside the project.
+# A real log; it is measured, too, if it lies beside the project.
 REAL_LOG = ../shared/rlogs/ncvs-src.rlog.xz
 
 bench-history: PRESET = release
@@ -115,13 +116,13 @@ bench-history: build
 	bench/history.py --bin '$(CURDIR)'/build/$(PRESET)/bin $$(test -f build/real.rlog && echo --log build/real.rlog) \
 	  $(HISTORY)
 
-# Minutes: whole imports, over lines of several latencies.
+# Takes minutes: whole imports, over connections of several latencies.
 bench-retrieve: PRESET = release
 bench-retrieve: build
 	$(call need,peers)
 	bench/retrieve.py --bin '$(CURDIR)'/build/$(PRESET)/bin $(RETRIEVE)
 
-# Both exit with an error when something was found; the inputs are in build/fuzz/finds then.
+# fuzz-smoke and fuzz exit with an error when something was found; the inputs are in build/fuzz/finds.
 SECONDS = 1200
 TARGETS =
 
@@ -136,7 +137,7 @@ build-fuzz: deps
 	cmake --preset fuzz
 	cmake --build --preset fuzz -j$(JOBS)
 
-# New seeds each time, or those of SEEDS. What failed is in build/fuzz/repositories, by its seed.
+# Uses new seeds each time, or those of SEEDS. Failed repositories are in build/fuzz/repositories, named by seed.
 COUNT = 100
 SEEDS =
 

@@ -1,4 +1,4 @@
-// What the operations of the import database cost, each on a table of change items with `range` rows.
+// The cost of the import database's operations, on a table of `range` change items.
 
 #include <unistd.h>
 
@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::uint32_t ITEMS_OF_CHANGE = 8;
 
-/// A database of its own, removed at the end, with one table open.
+/// A temporary database with one open table.
 class CItems {
  public:
   CItems() : m_strPath(VCM::FromBytes("/tmp/talvek-bench-" + std::to_string(getpid()))) {

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Stands for ssh: runs the server here, behind a line that is slow to answer.
+"""A stand-in for ssh: runs the server on this machine, over a simulated slow connection.
 
 usage: CVS_RSH=bench/delayed_rsh.py DELAY_MS=20 cvs -d :ext:host:/root ...
-Everything is held back for half of DELAY_MS on its way there and for the other half on its way back. Only the
-latency is made: any number of bytes are on their way at the same time.
+DELAY_MS is the round trip: half of it is added on the way to the server, half on the way back. Only latency is
+simulated; the bandwidth is unlimited.
 """
 import os
 import queue
@@ -14,14 +14,14 @@ import time
 
 
 def command(words):
-    """What follows the host, with the options before it left out."""
+    """The remote command: the words after the options and the host."""
     while words and words[0].startswith("-"):
         words = words[1:] if words[0] == "--" else words[2:]
     return words[1:]
 
 
 def pump(source, sink, delay):
-    """Copies a descriptor to another, each piece as late as the line is long."""
+    """Copies one descriptor to another, each piece `delay` seconds late."""
     line = queue.Queue()
 
     def deliver():

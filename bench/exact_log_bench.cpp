@@ -1,4 +1,4 @@
-// The reader of logs that goes by counts, over a log that lies in memory.
+// Reading a log with exact/log_reader.h, from memory.
 
 #include <cstdint>
 #include <string>
@@ -48,7 +48,7 @@ void ReadNames(benchmark::State& oState) {
 }
 BENCHMARK(ReadNames)->Arg(50)->Arg(800)->Unit(benchmark::kMillisecond);
 
-// One file; the message of its newest revision holds the whole log of the others.
+// One file; the message of its newest revision contains the log of all its older revisions.
 void ReadPasted(benchmark::State& oState) {
   const std::string strOne = MakeLog(1, static_cast<std::uint32_t>(oState.range(0)), 0);
   const std::size_t nRevision = strOne.find("revision ");

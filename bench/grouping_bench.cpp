@@ -1,4 +1,4 @@
-// File revisions into changesets: what AddChangeItem costs for each, in histories of several kinds.
+// Grouping file revisions into changesets: the cost of AddChangeItem in several kinds of history.
 
 #include <cstdint>
 #include <string>
@@ -11,7 +11,7 @@
 namespace TALVEK {
 namespace {
 
-/// The engine without a foreign system.
+/// The engine alone, without a foreign system.
 class CEngine : public MCE::CProviderBase {
  public:
   CEngine() : CProviderBase(L"bench", L"Bench", L"", false, true) {}
@@ -31,7 +31,7 @@ VCM::CFilePath File(std::int64_t nFile) {
   return oPath;
 }
 
-/// `nItems` items, each in the change `nChange(item)`, 1000 seconds apart.
+/// Adds oState.range(0) items. Item i belongs to change fnChange(i, count); changes are 1000 seconds apart.
 template <class TChange>
 void Group(benchmark::State& oState, TChange fnChange) {
   MCE::CProvider::TStreamInfo tStream;
@@ -60,7 +60,7 @@ void GroupIntoChangesOfEightNeighbours(benchmark::State& oState) {
 }
 BENCHMARK(GroupIntoChangesOfEightNeighbours)->Arg(1 << 10)->Arg(1 << 14)->Unit(benchmark::kMillisecond);
 
-// As when a log's files were committed together though they stand far apart.
+// The files of a commit are far apart in the log.
 void GroupIntoChangesOfEightStrangers(benchmark::State& oState) {
   Group(oState, [](std::int64_t i, std::int64_t nItems) { return i % (nItems / 8) + 1; });
 }

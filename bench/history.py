@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
-"""How fast `talvek-import preview --quiet` reads histories, through both providers, beside `cvsps --test-log` and `wc -l`.
+"""Measures how fast `talvek-import preview --quiet` reads histories, through both providers, beside `cvsps --test-log`
+and `wc -l`.
 
-Each history is measured several times, the programs and the members of a group in turn; the medians make one line of
-the table (Markdown).
-Times are processor times (user and system), as the machine may have other work, and beside them the time that went
-by; the peak memory is the whole process's, and the disk figure what the import database has taken at most.
+Prints a Markdown table with a line for each history. Each is measured several times, and the line has the medians.
+Times are processor times (user and system), because the machine may have other work; elapsed time stands beside them.
+The peak memory is that of the whole process; the disk figure is the largest size of the import database and of files
+without a name.
 
-The last column compares the members of a group for one provider, in each of which one thing alone grows 16 times:
-processor time per revision, or, where the names of each file grow and the revisions don't, per name of a file.
+Within a group of histories only one property grows, mostly 16 times. The last column shows, for each provider, how the
+processor time per revision grows with it; in the group "names", the time per name of a file.
 """
 import argparse
 import os
@@ -20,26 +21,25 @@ import tempfile
 import threading
 import time
 
-# What real histories are like, counted in three saved logs (means; commits are files of one author and message
-# within ten minutes):
+# Figures of three real, saved logs (means; a commit is all files of one author and message within ten minutes):
 #
 #                          "real log"   contrib of MirBSD   www of MirBSD
 #   files                     24,066              850               407
 #   revisions of a file          2.8              8.3              14.2   (on branches: 1.0, 0.8, 0.2)
 #   names of a file              2.3              8.3               0.1   (of these branches: 1.0, 0.7, 0)
-#   files of a commit            156              2.4               1.7   (of those below 1000 files: 22)
+#   files of a commit            156              2.4               1.7   (without commits of 1000 files or more: 22)
 #   items in larger ones         86 %               0                 0   (11 commits, of up to 11,694 files)
 #   characters of a message       60              101                63
 #   authors                        2                5                 6
 #
-# "like the real log" has the first column's figures. "size" has a large history's: as many revisions a file as
-# the logs that have grown for long, and more names than either.
+# The group "like the real log" has the first column's figures. "size" is like a large, old history: as many revisions
+# of a file as the other two logs have, and more names.
 LIKE_REAL = (" --revisions 2 --names 1 --branches 1 --imports 4 --imported-percent 79 --commit-size 22"
              " --message-length 60 --authors 2")
 
 BUSY = " --revisions 28 --names 0 --branches 0 --imports 0 --authors 2 --messages 3 --span 3000"
 
-# name: options of make-history. A group's figures are compared with those of its first member.
+# {group: {name of the history: options of make-history}}. Each history is compared with its group's first.
 GROUPS = {
     "like the real log": {
         "24 k files": "--files 24066" + LIKE_REAL, "385 k files": "--files 385056" + LIKE_REAL},
@@ -59,7 +59,7 @@ GROUPS = {
     "one changeset": {
         "of 2000 files": "--files 2000 --revisions 1 --branches 0 --imports 1",
         "of 32000 files": "--files 32000 --revisions 1 --branches 0 --imports 1"},
-    # Two authors, three messages, 50 minutes: each revision could join a good part of all changes.
+    # Two authors, three messages, 50 minutes: each revision could join many of the changes.
     "one busy hour": {
         "1850 files": "--files 1850" + BUSY, "30000 files": "--files 30000" + BUSY},
     "many names on many files": {
@@ -69,12 +69,12 @@ GROUPS = {
 # Measured for cvsexact, too. The other groups show single parts of cvs.
 FOR_BOTH = ("like the real log", "size", "names", "many names on many files")
 
-# cvs leaves tags out unless it is told, cvsexact takes them.
+# By default cvs leaves tags out, and cvsexact imports them.
 WITH_TAGS = ("names", "streams", "branches of a file", "many names on many files")
 
 
 def disk_bytes(pid):
-    """What a process has on disk: its import database, and files without a name."""
+    """The size on disk of a process's import database and of its files without a name."""
     total = 0
     try:
         total += os.stat("/tmp/talvek-em-%d.tdf" % pid).st_blocks * 512
@@ -91,7 +91,7 @@ def disk_bytes(pid):
 
 
 def measure(command, stdout=subprocess.DEVNULL):
-    """Processor seconds and peak bytes of a command, bytes on disk, and seconds passed."""
+    """Returns a command's processor seconds, peak memory and largest size on disk in bytes, and elapsed seconds."""
     start = time.monotonic()
     process = subprocess.Popen(command, stdout=stdout, stderr=subprocess.DEVNULL)
     disk, done = [0], threading.Event()
@@ -116,21 +116,22 @@ def count_lines(log, start):
 
 
 class History:
-    """A log, and what each round of measuring it has given."""
+    """A log, and its measurements of each round."""
 
     def __init__(self, name, provider, log, root, module, options, with_cvsps):
         self.name, self.provider, self.log, self.root, self.module = name, provider, log, root, module
         self.options, self.with_cvsps = options, with_cvsps
         self.bytes = os.path.getsize(log)
         self.revisions, self.names = count_lines(log, b"date: "), count_lines(log, b"\t")
-        self.runs, self.seconds, self.counts, self.theirs = [], [], [], []  # all but runs: one for each round
+        # One entry per round (runs: several): our runs, our seconds, those of wc, those of cvsps.
+        self.runs, self.seconds, self.counts, self.theirs = [], [], [], []
 
     def measure_round(self, args):
         with tempfile.TemporaryDirectory() as folder:
             ours = [args.bin + "/talvek-import", "preview", "--quiet", "--provider", self.provider, "--log-file", self.log, "--repos-path", self.root,
                     "--module-name", self.module, "--import-log", folder + "/import.log"] + self.options
             runs = [measure(ours)]
-            while len(runs) < 5 and sum(run[0] for run in runs) < 1:  # a single short one says little
+            while len(runs) < 5 and sum(run[0] for run in runs) < 1:  # a single short run is too inexact
                 runs.append(measure(ours))
         self.runs += runs
         self.seconds.append(statistics.median(run[0] for run in runs))
@@ -141,7 +142,7 @@ class History:
 
 
 def ratio(above, below):
-    """Of figures of the same rounds: in another one the machine may have been slower."""
+    """The median of the rounds' ratios: the machine may be slower in one round than in another."""
     return statistics.median(a / b for a, b in zip(above, below))
 
 
@@ -170,17 +171,18 @@ def print_group(args, histories, per_name):
 HEADING = """# How fast histories are read
 
 `talvek-import preview --quiet` on saved logs with the import log on, beside `cvsps --test-log -x -u` and `wc -l` on the
-same log in the same run. Printed by `make bench-history`; the histories are made up by `make-history` (the options
-stand in `bench/history.py`), but for the real log.
+same log in the same run. Printed by `make bench-history`. Except for the real log, `make-history` makes the histories
+up, with the options in `bench/history.py`.
 
-- MB/s and the ratios are of processor time (s); "s passed" is the clock's.
-- Each group is measured in rounds, all its histories in each; a ratio is the median of the rounds' ratios, as the
+- s is processor time; MB/s and the ratios are calculated from it. "s passed" is elapsed time.
+- A group is measured in rounds, each with all its histories. A ratio is the median of the rounds' ratios, because the
   machine may be slower in one round than in another.
-- peak MB: the largest resident memory of the whole process. disk / log: the import database and files without a
-  name against the log.
-- growth: time per revision against the provider's first line of the group, or per name of a file where names grow.
-- "like the real log" has the real log's number of revisions, names, authors and files in a commit, and its length of
-  messages; the figures of three real logs stand in `bench/history.py`.
+- peak MB: the largest resident memory of the whole process. disk / log: the size of the import database and of files
+  without a name, divided by the log's.
+- growth: time per revision, divided by that of the provider's first line in the group; in the group "names", time per
+  name of a file.
+- "like the real log" has the real log's numbers of revisions, names, authors and files in a commit, and its length of
+  messages. `bench/history.py` has the figures of three real logs.
 """
 
 
@@ -213,14 +215,15 @@ def files_of(shape):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--bin", required=True, help="folder of talvek-import and make-history")
+    parser.add_argument("--bin", required=True, help="the folder with talvek-import and make-history")
     parser.add_argument("--log", help="a saved log of a real repository, measured first")
     parser.add_argument("--log-root", default="/cvs", help="the repository in that log")
     parser.add_argument("--log-module", default="src", help="the module in that log")
-    parser.add_argument("--runs", type=int, default=3, help="rounds")
-    parser.add_argument("--max-files", type=int, default=400000, help="leave out histories with more files")
-    parser.add_argument("--cvsps-max-files", type=int, default=140000, help="no cvsps on histories with more files")
-    parser.add_argument("--group", action="append", choices=GROUPS, help="this group only; may be repeated")
+    parser.add_argument("--runs", type=int, default=3, help="how many rounds (%(default)s)")
+    parser.add_argument("--max-files", type=int, default=400000, help="skip histories with more files (%(default)s)")
+    parser.add_argument("--cvsps-max-files", type=int, default=140000,
+                        help="don't run cvsps on histories with more files (%(default)s)")
+    parser.add_argument("--group", action="append", choices=GROUPS, help="measure only this group; may be repeated")
     args = parser.parse_args()
 
     print(HEADING)

@@ -16,7 +16,7 @@ constexpr std::uint64_t SCATTER_PRIME = 1000003;
 constexpr std::uint64_t BRANCH_COMMITS = std::uint64_t{1}
                                          << 40U;  // commits on branches are numbered from here
 
-/// A number that looks random and hangs on the arguments alone (splitmix64).
+/// A pseudo-random number that depends on the arguments alone (splitmix64).
 std::uint64_t Mix(std::uint64_t nA, std::uint64_t nB = 0, std::uint64_t nC = 0) {
   std::uint64_t nValue = nA * 0x9E3779B97F4A7C15U + nB * 0xBF58476D1CE4E5B9U + nC * 0x94D049BB133111EBU;
   nValue = (nValue ^ nValue >> 30U) * 0xBF58476D1CE4E5B9U;
@@ -80,7 +80,7 @@ TFile CHistory::MakeFile(std::uint32_t nFile) const {
   return tFile;
 }
 
-/// In a span that was asked for, files are committed to one by one: their times have nothing in common.
+/// With nSpan each file has random times of its own; otherwise a revision has its commit's time.
 std::vector<std::int64_t> CHistory::TrunkTimes(const std::vector<std::uint64_t>& anCommits,
                                                std::uint32_t nFile) const {
   const std::int64_t nStep = (LAST_TIME - FIRST_TIME) / static_cast<std::int64_t>(m_nCommits);
@@ -96,7 +96,8 @@ std::vector<std::int64_t> CHistory::TrunkTimes(const std::vector<std::uint64_t>&
   return anTimes;
 }
 
-/// One commit in each stretch of the history, so that every commit has about as many files.
+/// The commit of each of the file's revisions. Revision i gets one from the i-th stretch of the history, so
+/// that all commits have about the same number of files.
 std::vector<std::uint64_t> CHistory::TrunkCommits(std::uint32_t nFile) const {
   std::vector<std::uint64_t> anCommits;
   for (std::uint64_t i = 0; i < m_tShape.nRevisions; ++i) {
@@ -107,7 +108,7 @@ std::vector<std::uint64_t> CHistory::TrunkCommits(std::uint32_t nFile) const {
   return anCommits;
 }
 
-/// Which of a stretch's commits a file is in: one of an import's, else mostly one of its folder's own.
+/// Picks one of a stretch's commits for a file: an import, else mostly a commit of the file's folder.
 std::uint64_t CHistory::PickCommit(std::uint32_t nFile, std::uint64_t nStretch,
                                    std::uint64_t nCommits) const {
   const std::uint64_t nRandom = Mix(m_tShape.nSeed, nFile, nStretch);
@@ -115,10 +116,10 @@ std::uint64_t CHistory::PickCommit(std::uint32_t nFile, std::uint64_t nStretch,
   if (nRandom % WANDERERS == 0) return nRandom / WANDERERS % nCommits;
   const std::uint64_t nOfFolder = std::max<std::uint64_t>(1, nCommits * FILES_OF_FOLDER / m_tShape.nFiles);
   const std::uint64_t nPlace = nFile / FILES_OF_FOLDER * nOfFolder + nRandom / WANDERERS % nOfFolder;
-  return nPlace * SCATTER_PRIME % nCommits;  // neighbouring folders are not committed to at the same time
+  return nPlace * SCATTER_PRIME % nCommits;  // scatters the commits of neighbouring folders over time
 }
 
-/// Whether a revision comes by an import. `nBranch` counts from 1; 0 is the trunk.
+/// True when a revision comes by an import. `nBranch` counts from 1; 0 is the trunk.
 bool CHistory::IsImported(std::uint32_t nFile, std::uint64_t nStretch, std::uint32_t nBranch) const {
   if (m_tShape.nImports == 0) return false;
   if (nStretch == 0 && nBranch == 0) return true;
@@ -241,7 +242,7 @@ std::string RcsText(const CHistory& oHistory, const TFile& tFile) {
       for (const std::string& strBranch : tRevision.astrBranches)
         strText += "\n\t" + strBranch;
       strText += ";\nnext\t" + (i + 1 < atLine.size() ? atLine[i + 1].strNumber : std::string()) + ";\n";
-      // The newest revision of the trunk stands there as it is, every other one as a change of one line.
+      // RCS stores the newest trunk revision as a whole, and every other one as a delta; here, of one line.
       const bool bHead = nLine == 0 && i == 0;
       strDeltas += "\n\n" + tRevision.strNumber + "\nlog\n@" + oHistory.Message(tRevision.nCommit) +
                    "\n@\ntext\n@" + (bHead ? "" : "d1 1\na1 1\n") + tFile.strPath + " " +

@@ -1,4 +1,4 @@
-// Lines of a log: ours against the toolkit's text stream, which asks its input for one byte at a time.
+// Reading the lines of a log: CLineReader against wxTextInputStream, which reads byte by byte.
 
 #include <cstddef>
 #include <string>
@@ -14,7 +14,7 @@
 namespace TALVEK {
 namespace {
 
-/// About `nBytes` bytes of what a log mostly holds: headers of revisions and one-line messages.
+/// About `nBytes` bytes of typical log: headers of revisions and one-line messages.
 std::string MakeLog(std::size_t nBytes) {
   std::string strLog;
   for (int nRevision = 1; strLog.size() < nBytes; ++nRevision) {

@@ -1,4 +1,4 @@
-// Whole files out of a log that lies in memory: lines, items, names and revisions, sorted.
+// Reading a log with CFileEnum, from memory: lines, items, and each file's sorted names and revisions.
 
 #include <cstdint>
 #include <string>

@@ -1,4 +1,4 @@
-// Makes up histories of any size for benchmarks.
+// make-history: makes up histories of any size for benchmarks.
 
 #include <cstdio>
 #include <exception>
@@ -38,38 +38,46 @@ int Run(int argc, char** argv) {
   TShape tShape;
   std::string strRoot = "/cvs/bench";
   std::string strFolder;
-  CLI::App oApp("Prints the `cvs rlog` text of a made-up history. The same options give the same text.");
-  oApp.add_option("--seed", tShape.nSeed, "another history of the same shape")->capture_default_str();
-  oApp.add_option("--files", tShape.nFiles)->capture_default_str()->check(CLI::PositiveNumber);
-  oApp.add_option("--revisions", tShape.nRevisions, "of each file, on the trunk")
+  CLI::App oApp("Prints a made-up history as `cvs rlog` would. The same options give the same text.");
+  oApp.add_option("--seed", tShape.nSeed, "another number gives another history of the same shape")
+      ->capture_default_str();
+  oApp.add_option("--files", tShape.nFiles, "number of files")
       ->capture_default_str()
       ->check(CLI::PositiveNumber);
-  oApp.add_option("--names", tShape.nNames, "tags")->capture_default_str();
-  oApp.add_option("--branches", tShape.nBranches)->capture_default_str();
-  oApp.add_option("--branches-of-file", tShape.nBranchesOfFile, "how many of them each has, about; 0: all")
-      ->capture_default_str();
-  oApp.add_option("--branch-revisions", tShape.nBranchRevisions, "of each file, on each branch")
-      ->capture_default_str();
-  oApp.add_option("--nested", tShape.nNested, "branches below each branch, each below the one before")
-      ->capture_default_str();
-  oApp.add_option("--authors", tShape.nAuthors)->capture_default_str()->check(CLI::PositiveNumber);
-  oApp.add_option("--commit-size", tShape.nCommitSize, "files in a commit, on average")
+  oApp.add_option("--revisions", tShape.nRevisions, "revisions of each file, on the trunk")
       ->capture_default_str()
       ->check(CLI::PositiveNumber);
-  oApp.add_option("--imports", tShape.nImports, "commits that bring all first revisions; 0: none does")
+  oApp.add_option("--names", tShape.nNames, "tags, each on nearly every file")->capture_default_str();
+  oApp.add_option("--branches", tShape.nBranches, "branches from the trunk")->capture_default_str();
+  oApp.add_option("--branches-of-file", tShape.nBranchesOfFile,
+                  "about how many of the branches each file has; 0: all")
+      ->capture_default_str();
+  oApp.add_option("--branch-revisions", tShape.nBranchRevisions, "revisions of each file, on each branch")
+      ->capture_default_str();
+  oApp.add_option("--nested", tShape.nNested, "depth of the chain of branches that starts from each branch")
+      ->capture_default_str();
+  oApp.add_option("--authors", tShape.nAuthors, "number of authors")
+      ->capture_default_str()
+      ->check(CLI::PositiveNumber);
+  oApp.add_option("--commit-size", tShape.nCommitSize, "files in a commit, on average; imports have more")
+      ->capture_default_str()
+      ->check(CLI::PositiveNumber);
+  oApp.add_option("--imports", tShape.nImports,
+                  "commits that make all first revisions; 0: usual commits make them")
       ->capture_default_str();
   oApp.add_option("--imported-percent", tShape.nImportedPercent,
-                  "of the later revisions, those that come by as many commits again")
+                  "percentage of the later revisions that come by such imports, too")
       ->capture_default_str()
       ->check(CLI::Range(0, 100));
-  oApp.add_option("--message-length", tShape.nMessageLength, "characters, on average")->capture_default_str();
-  oApp.add_option("--messages", tShape.nMessages, "so many different ones; 0: each commit has its own")
+  oApp.add_option("--message-length", tShape.nMessageLength, "characters of a message, on average")
+      ->capture_default_str();
+  oApp.add_option("--messages", tShape.nMessages, "number of different messages; 0: each commit has its own")
       ->capture_default_str();
   oApp.add_option("--span", tShape.nSpan,
-                  "seconds over which the trunk's revisions are strewn; 0: 25 years, by commits")
+                  "seconds in which all trunk revisions lie, at random times; 0: 25 years, by commits")
       ->capture_default_str();
   oApp.add_option("--root", strRoot, "the module's folder in the log")->capture_default_str();
-  oApp.add_option("--rcs", strFolder, "writes RCS files into this folder instead");
+  oApp.add_option("--rcs", strFolder, "instead of a log, write RCS files into this folder");
   CLI11_PARSE(oApp, argc, argv);
   const CHistory oHistory(tShape);
   if (strFolder.empty()) {

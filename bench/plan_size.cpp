@@ -1,11 +1,11 @@
-// Makes a history of a given size in memory, file by file, and plans its import: seconds and peak memory of
-// each step.
+// Makes a history of a given size in memory, file by file, plans its import, and prints processor seconds and
+// peak memory of each step.
 //
 //     plan-size REVISIONS FILES NAMES
 //
-// Every tenth name is a branch with own revisions in one file of twenty. A name sits on what a moment left,
-// but in one file of 500 on the revision before, as tags do that were moved: so most names need a start
-// change.
+// Every tenth name is a branch, with revisions of its own in one file of twenty. A name marks the state of
+// one moment, except in one file of 500, where it marks the revision before, like a tag that was moved. So
+// most names need a start change.
 
 #include "exact/make_plan.h"
 
@@ -51,7 +51,7 @@ void AddRevision(TRcsFile& tFile, TNumber nNumber, std::uint64_t nCommit, std::i
 TRcsFile MakeFile(const TShape& tShape, std::uint64_t nFile) {
   TRcsFile tFile;
   tFile.strPath = "folder" + std::to_string(nFile / 100) + "/file" + std::to_string(nFile) + ".c";
-  // Sums up to nRevisions over all files; half of the files have one revision only.
+  // Half of the files have one revision, the others so many that there are about nRevisions in all.
   const std::uint64_t nMean = std::max<std::uint64_t>(1, tShape.nRevisions / tShape.nFiles);
   const std::uint64_t nCount = nFile % 2 == 0 ? 1 : 2 * nMean - 1;
   std::vector<std::uint64_t> nCommits;

@@ -1,15 +1,13 @@
 #!/usr/bin/env python3
-"""How fast file revisions come out of a CVS repository, one after the other.
+"""Measures how fast file revisions are fetched from a CVS repository, one after the other.
 
-usage: retrieve.py --bin FOLDER [--root ROOT] [--module NAME] [--revisions N] [--latency MS]...
 Takes the first files of a module, in the order of their paths, up to N revisions, and measures
-  server    one connection to a `cvs server`, one request after the other: nobody who asks one revision at a
-            time can be faster. The yardstick
+  server    one connection to a `cvs server`, one request after the other. The yardstick: no program that
+            asks for one revision at a time can be faster
   session   one cvs-session command for each revision
-  import    talvek-import run, when FOLDER has it
-  cvsimport git cvsimport, when it is installed
-for each latency of the line (0: a local root; else behind bench/delayed_rsh.py). Without --root, it unpacks
-../shared/cvsroots/mirbsd.tar.xz beside the project's root, or takes the example repository.
+  import    talvek-import run, if it is in the folder of --bin
+  cvsimport git cvsimport, if it is installed
+for each latency (0: a local root; others with bench/delayed_rsh.py in place of ssh).
 """
 import argparse
 import os
@@ -41,7 +39,7 @@ def find_root(scratch):
 
 
 def list_revisions(root, module):
-    """(path, [revision, dead]) by path, from the client's log."""
+    """Lists (path, [revision]) in the order of paths, from the client's log, without dead revisions."""
     log = subprocess.run(["cvs", "-f", "-Q", "-d", root, "rlog", module], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
     files, path, before = {}, None, ""
     for line in log.stdout.decode("utf-8", "surrogateescape").split("\n"):
@@ -56,7 +54,7 @@ def list_revisions(root, module):
 
 
 def take_part(root, module, wanted, scratch):
-    """A root with the first files only, and its revisions."""
+    """Copies the first files of a module into a new root. Returns it, and a list of (revision, path)."""
     part = os.path.join(scratch, "part")
     shutil.copytree(os.path.join(root, "CVSROOT"), os.path.join(part, "CVSROOT"))
     taken = []
@@ -116,7 +114,7 @@ def run_session(program, root_text, revisions, work):
         target = os.path.join(work, folder, name)
         if os.path.exists(target):
             os.unlink(target)
-        # As an import starts it; the subprocess module would take as long as the command.
+        # posix_spawn, because the subprocess module would take as long as the command itself.
         words = [program, "-d", root_text, "checkout", "-r", revision, "-d", folder, path]
         child = os.posix_spawn(program, words, os.environ, file_actions=[(os.POSIX_SPAWN_DUP2, nowhere, 1)])
         if os.waitpid(child, 0)[1] != 0 or not os.path.exists(target):
@@ -136,7 +134,7 @@ def run_import(programs, root_text, module, into):
 
 
 def run_cvsimport(root_text, module, into, home):
-    # cvsps keeps what it read in $HOME, which would spare a second run its reading.
+    # A new $HOME each time, because cvsps caches there what it has read.
     os.makedirs(home)
     start = time.monotonic()
     result = quiet(["git", "cvsimport", "-R", "-d", root_text, "-C", into, module], env=dict(os.environ, HOME=home))
@@ -172,12 +170,14 @@ def measure(latency, options, root, module, revisions, scratch):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--bin", required=True)
-    parser.add_argument("--root")
-    parser.add_argument("--module")
-    parser.add_argument("--revisions", type=int, default=2000)
-    parser.add_argument("--latency", type=int, action="append")
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--bin", required=True, help="the folder with cvs-session and talvek-import")
+    parser.add_argument("--root", help="the repository's folder; by default that of an archive beside the project "
+                        "(shared/cvsroots/mirbsd.tar.xz) or, without it, the example repository")
+    parser.add_argument("--module", help="the module in that repository")
+    parser.add_argument("--revisions", type=int, default=2000, metavar="N", help="how many revisions (%(default)s)")
+    parser.add_argument("--latency", type=int, action="append", metavar="MS",
+                        help="round trip in milliseconds; may be repeated (0, 20 and 100)")
     options = parser.parse_args()
     with tempfile.TemporaryDirectory(prefix="talvek-bench-") as scratch:
         root, module = (os.path.abspath(options.root), options.module) if options.root else find_root(scratch)

@@ -7,7 +7,7 @@ find_package(nlohmann_json REQUIRED)
 find_package(Threads REQUIRED)
 find_package(GTest QUIET)
 
-# The toolkit as a target; its headers are system headers, so that our warnings stop at its door.
+# wxWidgets as a target. Its headers are system headers, so that our warnings don't apply to them.
 add_library(wx_base INTERFACE)
 target_include_directories(wx_base SYSTEM INTERFACE ${wxWidgets_INCLUDE_DIRS})
 target_compile_definitions(wx_base INTERFACE ${wxWidgets_DEFINITIONS})

@@ -1,4 +1,4 @@
-# Every target of ours links project_warnings; nothing installed does.
+# Our warnings. Every target of ours links project_warnings PRIVATE, so that nothing that uses our libraries gets them.
 add_library(project_warnings INTERFACE)
 target_compile_options(project_warnings INTERFACE
   -Wall -Wextra -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror)

@@ -9,7 +9,7 @@
 
 namespace TALVEK::VCM {
 
-/// Capacity that an array or a map starts with, in elements; a full one doubles.
+/// First capacity of an array or a map, in elements. A full one doubles its capacity.
 inline constexpr int FIRST_CAPACITY = 16;
 
 /// The capacity after adding `nCount` elements one by one; 0 for no element.
@@ -51,7 +51,7 @@ class CArray {
   int GetCapacity() const { return static_cast<int>(m_atItems.capacity()); }
   bool IsEmpty() const { return m_atItems.empty(); }
 
-  /// True after an Add that no Sort has followed.
+  /// True when an element was added since the last Sort.
   bool IsUnsorted() const { return m_bUnsorted; }
 
   /// Appends and returns the new element's index.
@@ -80,9 +80,9 @@ class CArray {
     if (bFreeStorage) m_atItems.shrink_to_fit();
   }
 
-  /// Sorts by `pfnCompare(const T* a, const T* b)`: -1 when a stands before b, else +1. Elements with equal
-  /// keys compare as +1 either way and come out in the reverse of their former order, as qsort of the GNU C
-  /// library left them up to 2.36. Stream ids depend on that order.
+  /// Sorts by `pfnCompare(const T* a, const T* b)`, which returns -1 when a comes before b, else +1 (never
+  /// 0). Elements with equal keys come out in reverse order, as glibc's qsort left them up to version 2.36.
+  /// Stream ids depend on that order.
   template <class TCompare>
   void Sort(TCompare pfnCompare) {
     std::reverse(m_atItems.begin(), m_atItems.end());

@@ -9,8 +9,7 @@ namespace TALVEK::VCM {
 /// names are equal without regard to case must not depend on where an import runs.
 inline wchar_t ToLower(wchar_t ch);
 
-/// ToLower for characters beyond ASCII. A function of its own, so that ASCII, which most text is, needs no
-/// call.
+/// ToLower for characters beyond ASCII. Not inline; most text is ASCII and so needs no call.
 TALVEK_CORE_API wchar_t ToLowerByTable(wchar_t ch);
 
 inline wchar_t ToLower(wchar_t ch) {

@@ -44,8 +44,8 @@ std::size_t DecodeByLibrary(std::string_view strBytes, wchar_t& ch) {
   const std::size_t nLength = std::mbrtowc(&ch, strBytes.data(), strBytes.size(), &tState);
   if (nLength == 0 || nLength > strBytes.size()) return 0;
   if (!IsScalarValue(static_cast<std::uint32_t>(ch))) return 0;
-  // Some encodings have several byte sequences for one character. Only the one that the library writes is
-  // taken, so that no byte is lost: the others count as undecodable.
+  // Some encodings have several byte sequences for one character. Only the one that the library writes can be
+  // restored, so the others count as undecodable.
   return EncodesAs(ch, strBytes.substr(0, nLength)) ? nLength : 0;
 }
 
@@ -85,7 +85,7 @@ void AppendUtf8(std::string& strOut, std::uint32_t nCode) {
   strOut.append(szBytes, nLength);
 }
 
-// For UTF-8 the library isn't used: it takes a call for each character, and that of Debian 12 accepts
+// UTF-8 is decoded without the C library, which needs a call per character and, in Debian 12, accepts
 // sequences beyond U+10FFFF.
 CLocaleCodec::CLocaleCodec() : m_bUtf8(std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0) {}
 

@@ -14,7 +14,7 @@ constexpr bool IsScalarValue(std::uint32_t nCode) {
   return nCode <= 0x10FFFF && (nCode & 0xFFFFF800U) != 0xD800;
 }
 
-/// Stands in UTF-8 for what is no character.
+/// The replacement character: written in UTF-8 in place of a number that is no character.
 inline constexpr std::uint32_t REPLACEMENT = 0xFFFD;
 
 /// One sequence of UTF-8. A length of 0 means: no whole sequence was found.
@@ -25,8 +25,8 @@ struct TUtf8Sequence {
 
 /// Reads the sequence at the start of `strBytes`, which isn't empty.
 ///
-/// Takes UTF-8 as it was first defined: up to seven bytes, for every 32-bit number, surrogates among them.
-/// Check IsScalarValue where only characters may pass. An overlong form is no sequence.
+/// Accepts every 32-bit number, surrogates too, in up to seven bytes: more than UTF-8 proper. Check
+/// IsScalarValue where only characters may pass. Overlong forms are refused.
 TUtf8Sequence ReadUtf8(std::string_view strBytes);
 
 /// Appends the sequence that ReadUtf8 reads as `nCode`.
@@ -34,7 +34,7 @@ void AppendUtf8(std::string& strOut, std::uint32_t nCode);
 
 /// The encoding of the process's locale (LC_CTYPE).
 ///
-/// Lifetime  The constructor looks at the locale. Make one for each text; the locale may change between two.
+/// Lifetime  The constructor reads the locale. Make a new one for each text, because the locale may change.
 class CLocaleCodec {
  public:
   CLocaleCodec();

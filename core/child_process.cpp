@@ -20,7 +20,7 @@ namespace {
 /// The first descriptor behind the standard ones.
 constexpr int FIRST_FREE = 3;
 
-/// A child that runs, for a signal handler to find.
+/// A running child, in a fixed table that a signal handler can read.
 struct TRunning {
   std::atomic<bool> bTaken{false};
   std::atomic<pid_t> nTarget{0};  ///< as kill(2) takes it: -pid for the child's group; 0: not started yet
@@ -34,7 +34,7 @@ constexpr std::size_t MOST_CHILDREN = 16;
 std::array<TRunning, MOST_CHILDREN> s_atRunning;
 std::atomic<bool> s_bStopped{false};
 
-/// Null when none is free.
+/// Null when all are taken.
 TRunning* TakeFree() {
   for (TRunning& tRunning : s_atRunning) {
     if (tRunning.bTaken.exchange(true)) continue;
@@ -58,8 +58,8 @@ TRunning* Find(pid_t nChild) {
   return nullptr;
 }
 
-/// What the child needs before it becomes the program. Made before there is a child, which may allocate
-/// nothing: another thread of the parent's may hold the allocator's lock.
+/// What the child needs until exec. It is prepared before the fork, because the child must not allocate:
+/// another thread of the parent may hold the allocator's lock.
 struct TChildPlan {
   std::vector<char*> apszArguments;
   char* const* ppszEnvironment = nullptr;
@@ -67,12 +67,12 @@ struct TChildPlan {
   CDescriptor oStdInput;
   CDescriptor oStdOutput;
   CDescriptor oStdError;
-  CDescriptor oReport;  ///< takes the errno of an exec that failed; closed by one that succeeds
+  CDescriptor oReport;  ///< pipe for the errno of a failed exec; a successful exec closes it
   pid_t nParent = 0;
   bool bOwnGroup = false;
 };
 
-/// Keeps every signal from the calling thread, so that no handler of the parent's ever runs in the child.
+/// Blocks all signals in the calling thread, so that the parent's handlers can't run in the child.
 class CSignalsBlocked {
  public:
   CSignalsBlocked() {
@@ -88,8 +88,7 @@ class CSignalsBlocked {
   sigset_t m_oPrevious;
 };
 
-/// A process that ignores SIGCHLD never learns how its children end; for as long as one of ours runs it
-/// doesn't.
+/// Stops ignoring SIGCHLD for its lifetime: a process that ignores it gets no exit status of its children.
 class CChildSignalKept {
  public:
   CChildSignalKept() {
@@ -110,9 +109,9 @@ class CChildSignalKept {
   bool m_bChanged = false;
 };
 
-/// Makes a copy outside 0 to 2: in a process without standard descriptors a file may sit on one of those,
-/// where the child's dup2 would overwrite it, or leave it closing on exec. False with errno set when that
-/// fails.
+/// Copies a descriptor to a number above 2. In a process that was started without standard descriptors any
+/// file may have got 0 to 2: the child's dup2 would overwrite it, or leave it close-on-exec. False with errno
+/// set when that fails.
 bool DuplicateAboveStandard(int nDescriptor, CDescriptor& oCopy) {
   oCopy = CDescriptor(::fcntl(nDescriptor, F_DUPFD_CLOEXEC, FIRST_FREE));
   return oCopy.IsOpen();
@@ -130,7 +129,7 @@ void ResetSignals() {
   struct sigaction oDefault {};
   oDefault.sa_handler = SIG_DFL;
   for (int nSignal = 1; nSignal < NSIG; ++nSignal) {
-    // Fails for those that nobody can change.
+    // Fails for SIGKILL and SIGSTOP.
     if (!StaysIgnored(nSignal)) sigaction(nSignal, &oDefault, nullptr);
   }
   sigset_t oNone;
@@ -140,7 +139,7 @@ void ResetSignals() {
 
 bool TieToParent(const TChildPlan& tPlan) {
   if (::prctl(PR_SET_PDEATHSIG, SIGTERM) != 0) return false;
-  // A parent that died before the call above would never be noticed.
+  // No signal comes for a parent that died before the call above.
   if (::getppid() != tPlan.nParent) ::_exit(127);
   return true;
 }
@@ -149,14 +148,14 @@ bool PlaceDescriptors(const TChildPlan& tPlan) {
   if (::dup2(tPlan.oStdInput.Get(), STDIN_FILENO) < 0) return false;
   if (::dup2(tPlan.oStdOutput.Get(), STDOUT_FILENO) < 0) return false;
   if (::dup2(tPlan.oStdError.Get(), STDERR_FILENO) < 0) return false;
-  // A server's sockets and locks aren't for its child. Where the kernel doesn't know the call (before 5.11)
-  // the child keeps those that weren't opened to close by themselves.
+  // The child must not inherit the server's sockets and locks. Kernels before 5.11 lack this call; there the
+  // child inherits what was opened without O_CLOEXEC.
   ::close_range(FIRST_FREE, ~0U, CLOSE_RANGE_CLOEXEC);
   return true;
 }
 
-/// Not inlined: the child runs on the parent's stack, where its variables must not take the place of ones
-/// that the parent still needs.
+/// Not inlined: after vfork the child runs on the parent's stack, and needs a frame of its own to leave the
+/// parent's variables alone.
 [[noreturn, gnu::noinline]] void BecomeProgram(const TChildPlan& tPlan) {
   const bool bInGroup = !tPlan.bOwnGroup || ::setpgid(0, 0) == 0;
   const bool bInFolder = !tPlan.pszFolder || ::chdir(tPlan.pszFolder) == 0;
@@ -169,12 +168,13 @@ bool PlaceDescriptors(const TChildPlan& tPlan) {
   ::_exit(127);
 }
 
-/// vfork and not fork, which copies the page tables: 130 ms a run in a server of 4 GB, where a run else takes
-/// one. Until exec the child has the parent's memory, so that it writes to nothing but its own variables;
-/// what it does to descriptors and signals is its own affair.
+/// vfork, because fork copies the page tables: in a server of 4 GB that takes 130 ms, with vfork 1 ms. Until
+/// exec the child shares the parent's memory, so it writes only to its own variables. Its descriptors and
+/// signal actions are its own.
 pid_t Fork(const TChildPlan& tPlan, bool bAfterStop) {
   const CSignalsBlocked oBlocked;
-  // Asked here, where no handler can come in between: a child is refused, or there to be told.
+  // Checked while signals are blocked: StopChildren runs either before (no child starts) or after (it finds
+  // the child).
   if (s_bStopped && !bAfterStop) {
     errno = ECANCELED;
     return -1;
@@ -184,7 +184,7 @@ pid_t Fork(const TChildPlan& tPlan, bool bAfterStop) {
     errno = EAGAIN;
     return -1;
   }
-  // posix_spawn, which the check wants, can't tie the child to its parent.
+  // posix_spawn, which the linter wants, can't set PR_SET_PDEATHSIG.
   const pid_t nChild = ::vfork();         // NOLINT(clang-analyzer-security.insecureAPI.vfork)
   if (nChild == 0) BecomeProgram(tPlan);  // NOLINT(clang-analyzer-unix.Vfork): it keeps to the rule above
   if (nChild < 0) {
@@ -226,7 +226,7 @@ bool MakePlan(const TChildStart& tStart, std::vector<std::string>& astrArguments
          DuplicateAboveStandard(tStart.nStdError, tPlan.oStdError);
 }
 
-/// The pipe's end to read from, none with errno set when that fails; the other end goes into the plan.
+/// Makes the report pipe. Returns its read end, or none with errno set; the write end goes into the plan.
 CDescriptor OpenReport(TChildPlan& tPlan) {
   int anEnds[2] = {-1, -1};
   if (::pipe2(anEnds, O_CLOEXEC) != 0) return {};
@@ -246,7 +246,7 @@ int StartChild(const TChildStart& tStart, pid_t& nChild) {
   if (!oReport.IsOpen()) return errno;
   nChild = Fork(tPlan, tStart.bAfterStop);
   if (nChild < 0) return errno;
-  tPlan.oReport.Close();  // or the read below would wait for ourselves
+  tPlan.oReport.Close();  // otherwise the read below never sees the end of the pipe
   const int nError = ReadReport(oReport.Get());
   if (nError != 0) WaitForChild(std::exchange(nChild, -1));
   return nError;
@@ -256,7 +256,7 @@ TChildResult WaitForChild(pid_t nChild) {
   siginfo_t tEnd{};
   while (::waitid(P_PID, static_cast<id_t>(nChild), &tEnd, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
   }
-  // Before the child is taken off, because from then on its number may be another's.
+  // Freed before waitpid reaps the child: after that another process may get the same number.
   if (TRunning* const ptRunning = Find(nChild)) Free(*ptRunning);
   int nStatus = 0;
   if (::waitpid(nChild, &nStatus, 0) < 0) return {TChildResult::LOST, errno};

@@ -14,7 +14,7 @@ namespace TALVEK::VRM {
 class TALVEK_CORE_API CConnection {
  public:
   virtual ~CConnection() = default;
-  /// One message, printf style ("%s" takes wide text). It ends with a line feed; the connection adds none.
+  /// Shows one message, printf style ("%s" takes wide text). The caller ends it with a line feed.
   virtual void Message(const wchar_t* pszFormat, ...) = 0;
 };
 

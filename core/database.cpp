@@ -18,7 +18,7 @@ namespace TALVEK::VDB {
 using VCM::CStatus;
 using VCM::CString;
 
-// Out of line, so that each class has one table of virtual functions, in the core library.
+// Defined here, so that each class has one vtable, in the core library.
 TRecordBase::~TRecordBase() = default;
 CProgressHelper::~CProgressHelper() = default;
 CCommitFunctor::~CCommitFunctor() = default;
@@ -37,7 +37,7 @@ struct TConnection {
     if (strName == L"type") return bNative = strValue == L"native";
     if (strName == L"path") return strPath.Assign(strValue), !strValue.empty();
     if (strName == L"create") return bCreate = strValue == L"1", bSwitch;
-    // Whether large values go to files of their own. Here none ever does.
+    // Whether large values stay out of separate files. They always do here.
     return strName == L"nobinaries" && bSwitch;
   }
   bool Parse(std::wstring_view strText) {
@@ -86,7 +86,7 @@ bool CTransaction::IsOpen() const {
 
 CStatus CTransaction::Commit(bool bKeepOpen, CProgressHelper* poProgress, CCommitFunctor* poFunctor) {
   if (!IsOpen()) return m_poImpl->GetState();
-  // The store writes everything in one go and can't tell how far it is.
+  // LMDB commits in one call, without progress reports.
   if (poProgress) poProgress->OnProgress(0, 1);
   if (CStatus oStatus = m_poImpl->Commit(); !oStatus) return oStatus;
   if (poProgress) poProgress->OnProgress(1, 1);

@@ -75,7 +75,7 @@ constexpr TFieldSet FieldBit(unsigned nField) {
   return TFieldSet{1} << nField;
 }
 
-/// Told how far a commit is.
+/// Receives the progress of a commit.
 class TALVEK_CORE_API CProgressHelper {
  public:
   virtual ~CProgressHelper();
@@ -91,45 +91,44 @@ class TALVEK_CORE_API CCommitFunctor {
 
 class CTransaction;
 
-/// An open database: a data file and the lock that says whose it is.
+/// An open database: a data file and a lock file that names its owner.
 ///
 /// Files    "PATH.tdf" holds the data, "PATH.tlf" the owner's process number under an exclusive lock. Both
-///          have mode 0600, and neither is ever reached through a symbolic link or taken from another user.
-///          The data last as long as the system runs: nothing is forced to the disk.
-/// Owns     Both files open; closes them when destroyed, and leaves them on disk.
+///          have mode 0600. Symbolic links and files of other users are refused.
+///          Nothing is synced to the disk: after a crash of the machine the data may be lost.
+/// Owns     Both open files; closes them when destroyed, and leaves them on disk.
 class TALVEK_CORE_API CDatabase {
  public:
   virtual ~CDatabase();
-  /// What went wrong last, in words for a person; empty when nothing has. Stays until the database is closed.
+  /// The last error, in words for a person; empty without one. A success doesn't clear it.
   virtual VCM::CString GetLastErrorText() const = 0;
 };
 
 class TALVEK_CORE_API CDatabaseFactory {
  public:
   /// Opens the database that a connection string names: "type=native;path=PATH;create=1;nobinaries=1".
-  /// create=1 starts an empty one, in place of files that a dead process has left; without it a data file
-  /// must be there. Null when the string is unknown, another owner (also in this process) holds the path, a
-  /// file there is a symbolic link or another user's, or the files can't be made. `pstrError`, if given, then
-  /// says which.
+  /// create=1 makes an empty one and replaces files that a dead process has left; without it the data file
+  /// must exist. Null when the string is unknown, another owner (also in this process) holds the lock, a file
+  /// there is a symbolic link or another user's, or a file can't be made. `pstrError`, if given, then says
+  /// which.
   static std::unique_ptr<CDatabase> Create(const VCM::CString& strConnection,
                                            VCM::CString* pstrError = nullptr);
 };
 
-/// A transaction that reads and writes. One may be open on a database at a time; a second one is not open.
-/// Destroying it uncommitted discards it.
+/// A transaction that reads and writes. Only one can be open on a database; IsOpen() of a second one is
+/// false. Destroying it uncommitted discards its changes.
 class TALVEK_CORE_API CTransaction {
  public:
-  /// `nTimeoutMilliseconds` bounds the wait for another owner's transaction. A database has one owner, so
-  /// there is nothing to wait for yet.
+  /// `nTimeoutMilliseconds` belongs to the server's interface and is ignored: a database has one owner, so
+  /// there is no other transaction to wait for.
   CTransaction(CDatabase& oDatabase, unsigned nTimeoutMilliseconds);
   ~CTransaction();
   CTransaction(const CTransaction&) = delete;
   CTransaction& operator=(const CTransaction&) = delete;
 
   bool IsOpen() const;
-  /// Makes the changes last and ends the transaction. When they can't all be written, none is.
-  /// `bKeepOpen` begins a new transaction at once. Close iterators first: what is left open finds nothing any
-  /// more.
+  /// Makes the changes permanent, all or none, and ends the transaction. `bKeepOpen` then begins a new one.
+  /// Iterators that are still open fail from then on; close them first.
   VCM::CStatus Commit(bool bKeepOpen, CProgressHelper* poProgress = nullptr,
                       CCommitFunctor* poFunctor = nullptr);
 
@@ -140,7 +139,7 @@ class TALVEK_CORE_API CTransaction {
   std::unique_ptr<CImpl> m_poImpl;
 };
 
-/// A table. Derived classes give the static definitions; index 0 must be unique.
+/// A table. Derived classes return static definitions; index 0 must be unique.
 class TALVEK_CORE_API CTable {
  public:
   CTable();
@@ -152,9 +151,9 @@ class TALVEK_CORE_API CTable {
   virtual const TFieldDef* GetFieldDefs() const = 0;
   virtual const TIndexDef* GetIndexDefs() const = 0;
 
-  /// Opens the table, which is made when it isn't there. A null name means the name of the file definition.
-  /// Fails when the definitions can't be served (key fields other than FIELD_UINT32, no unique index 0) or
-  /// the database refuses.
+  /// Opens the table; makes it when it doesn't exist, unless `bReadOnly`. A null name means the name in the
+  /// file definition. Fails when the definitions are unsupported (key fields other than FIELD_UINT32, no
+  /// unique index 0) or the database refuses.
   VCM::CStatus Open(CDatabase& oDatabase, const wchar_t* pszName, CTransaction& oTransaction, bool bReadOnly);
   void Close();
   bool IsOpen() const { return m_poImpl != nullptr; }
@@ -196,19 +195,18 @@ class TALVEK_CORE_API CIteratorBase {
 /// Shape    GetEqual, GetGTE and GetLTE place the cursor by the key fields set in the record; GetNext steps
 ///          on in key order. Rows with equal keys come in ascending order of index 0's key (for changes:
 ///          "ID"), so GetEqual and GetGTE find the first of them and GetLTE the last.
-/// Errors   Absent when there is no such row. GetNext is so before a row has been found, and at the end
-/// again;
-///          Add when a unique key is taken, Update when index 0 has no such row or another row has the unique
-///          key. Record and place are then as they were.
-///          Failed when a row can't be read, or the store refuses a write (disk full). A failed write spoils
-///          the transaction: everything else in it fails, and so does its Commit.
-/// Writes   Add gives the record its "ID" where the table's flag says so: one more than the last row's.
-///          No write moves this or any other cursor: GetNext goes on from the key that the cursor was last
-///          placed on, so it meets a row again that Update has moved ahead.
+/// Errors   Absent: there is no such row. GetNext: at the end, or before any row has been found. Add: a key
+///          of a unique index is taken. Update: index 0 has no such row, or another row has the unique key.
+///          Record and cursor then stay as they were.
+///          Failed: a row can't be read, or the store refuses a write (disk full). After a failed write
+///          everything else in the transaction fails, its Commit too.
+/// Writes   Add sets the record's "ID" if the table's flag says so: one more than the last row's.
+///          No write moves a cursor. GetNext goes on from the key where the cursor was placed last, so it
+///          returns a row twice if Update has moved the row ahead.
 /// Owns     Nothing. Table and transaction must outlive the cursor.
-/// Cost     One descent of the tree to place (two in an index other than 0), and the decoding of what is
-///          wanted: numbers and times always, and those texts, paths and property sets whose numbers (below
-///          32) are in the set. The record's other members stay as they were.
+/// Cost     Placing: one descent of the B-tree, two in an index other than 0. Decoding: numbers and times
+///          always; a text, path or property set only if its field number (below 32) is in `nWanted`. The
+///          record's other members stay as they were.
 ///
 /// TRecord gives `FIELD_COUNT` and `GetFieldAddresses()`, the addresses of its members in field order.
 template <class TRecord>
@@ -235,10 +233,9 @@ class CIterator : public CIteratorBase {
     return CIteratorBase::GetNext(tRecord.GetFieldAddresses().data(), nWanted);
   }
   VCM::CStatus Add(TRecord& tRecord) { return CIteratorBase::Add(tRecord.GetFieldAddresses().data()); }
-  /// Replaces the row that has this record's key in index 0; the other indexes follow.
+  /// Replaces the row that has this record's key in index 0, and updates the other indexes.
   VCM::CStatus Update(TRecord& tRecord) { return Update(tRecord, ALL_FIELDS); }
-  /// As Update, for a row of which only these fields are altered: the record's others aren't looked at, but
-  /// for its key.
+  /// Changes only these fields of the row. Of the record's other fields only the key is read.
   VCM::CStatus Update(TRecord& tRecord, TFieldSet nAltered) {
     return CIteratorBase::Update(tRecord.GetFieldAddresses().data(), nAltered);
   }

@@ -43,7 +43,7 @@ bool IsWanted(TFieldSet nWanted, std::size_t nField) {
   return nWanted == ALL_FIELDS || (nWanted & FieldBit(static_cast<unsigned>(nField))) != 0;
 }
 
-/// Items that are joined as CFilePath joins them: none is empty.
+/// True when the items are joined as CFilePath joins them: no item is empty.
 bool HasOnlyItems(std::wstring_view strItems) {
   if (strItems.empty()) return true;
   return strItems.front() != L'/' && strItems.back() != L'/' &&
@@ -60,7 +60,7 @@ void EncodeFixed(TFieldType nType, const void* pField, char* pOut) {
   PutBigEndian(nNumber, pOut);
 }
 
-/// Takes a length and as many bytes off the front.
+/// Cuts a length and that many bytes off the front.
 bool CutSized(std::string_view& strRest, std::string_view& strBytes) {
   if (strRest.size() < LENGTH_SIZE) return false;
   const std::uint64_t nLength = GetBigEndian(strRest.substr(0, LENGTH_SIZE));
@@ -126,7 +126,7 @@ void CRecordCodec::EncodeSized(TFieldType nType, const void* pField) {
   } else {
     VCM::EncodeStored(static_cast<const CString*>(pField)->View(), m_strRow);
   }
-  // A length beyond four bytes makes a row that the store refuses for its size.
+  // If the length doesn't fit into four bytes, the store refuses the row as too large.
   PutBigEndian(static_cast<std::uint32_t>(m_strRow.size() - nStart), m_strRow.data() + nStart - LENGTH_SIZE);
 }
 
@@ -160,13 +160,14 @@ bool CRecordCodec::DecodeText(std::string_view strBytes, CString& strText) {
     return true;
   }
   VCM::DecodeStored(strBytes, strText);
-  // Decoding takes any bytes. Those that the text doesn't turn into again were damaged.
+  // DecodeStored accepts any bytes. Only undamaged ones come out the same when the text is encoded again.
   m_strAgain.clear();
   VCM::EncodeStored(strText.View(), m_strAgain);
   return m_strAgain == strBytes;
 }
 
-// Parse would refuse an item that holds a NUL, and Add can't make a path absolute: so each does its part.
+// Parse makes the path absolute, which Add can't. Add takes the items, because Parse would refuse a NUL in
+// them.
 bool CRecordCodec::DecodePath(std::string_view strBytes, CFilePath& oPath) {
   const bool bAbsolute = !strBytes.empty() && strBytes.front() == '/';
   if (bAbsolute) strBytes.remove_prefix(1);
@@ -177,7 +178,7 @@ bool CRecordCodec::DecodePath(std::string_view strBytes, CFilePath& oPath) {
   return true;
 }
 
-// Swapping hands the record's old storage to the next row that is decoded.
+// Swaps instead of copying: the next row is decoded into the record's old buffers.
 void CRecordCodec::Give(void* const* papFields, TFieldSet nWanted) {
   for (std::size_t i = 0; i < m_atValues.size(); ++i) {
     TValue& tValue = m_atValues[i];

@@ -15,25 +15,25 @@
 
 namespace TALVEK::VDB {
 
-/// Records to rows of bytes and back, by a table's definitions.
+/// Encodes records as rows of bytes and decodes them, by a table's definitions.
 ///
-/// Shape    Numbers take 4 bytes and times 8, most significant first. Texts (UTF-8 extended to surrogates),
-///          paths (as text, with a leading '/' when absolute) and property sets stand behind their length, a
-///          number. The same record always gives the same bytes. CSchema tells in which order they stand.
-/// Errors   Decode takes nothing but what Encode gives.
-/// Cost     Storage is used again, so in the long run numbers, times and ASCII texts cost no allocation.
+/// Shape    Numbers take 4 bytes and times 8, most significant first. Texts (EncodeStored), paths (as text,
+///          with a leading '/' when absolute) and property sets follow their length, a number. CSchema says
+///          in which order the fields are stored. The same record always gives the same bytes.
+/// Errors   Decode accepts only what Encode produces.
+/// Cost     Buffers are reused, so after some rows numbers, times and ASCII texts cost no allocation.
 class TALVEK_CORE_API CRecordCodec {
  public:
   explicit CRecordCodec(std::shared_ptr<const CSchema> poSchema);
 
   /// The row, good until the next encoding.
   std::string_view Encode(void* const* papFields);
-  /// The same for a row that is there, of which only these fields are altered. False for bytes that are no
-  /// row of this table.
+  /// Encodes `strFormer` with these fields replaced by the record's. False when `strFormer` is no row of this
+  /// table.
   bool EncodeAltered(std::string_view strFormer, void* const* papFields, TFieldSet nAltered,
                      std::string_view& strRow);
-  /// False for bytes that are no row of this table; the record is then as it was. Texts, paths and property
-  /// sets that aren't wanted are left alone and not looked at.
+  /// False when the bytes are no row of this table; the record then stays as it was. Texts, paths and
+  /// property sets that aren't wanted are neither checked nor changed.
   bool Decode(std::string_view strRow, void* const* papFields, TFieldSet nWanted = ALL_FIELDS);
 
  private:

@@ -21,9 +21,10 @@ using VCM::CString;
 namespace {
 
 constexpr mode_t FILE_MODE = 0600;
-// Not waiting and not becoming a terminal matter only when what stands there is a pipe or a device.
+// O_NONBLOCK and O_NOCTTY: the path may name a pipe or a terminal.
 constexpr int OPEN_FLAGS = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-// Each new try means that another process removed or replaced the file in between; nobody does that for long.
+// A retry means that another process has removed or replaced the file meanwhile. That is rare, so many
+// retries mean that something else is wrong.
 constexpr int MAX_LOCK_TRIES = 100;
 
 bool Refuse(const std::string& strPath, const CString& strWhy, CString& strError) {
@@ -35,7 +36,7 @@ CString SystemReason(int nError) {
   return nError == ELOOP ? CString(L"is a symbolic link") : VCM::FromBytes(std::strerror(nError));
 }
 
-/// Null when the file may be used.
+/// Why the file must not be used; null when it may.
 const wchar_t* WhyUnfit(const struct stat& tStat, uid_t nUser) {
   if (S_ISLNK(tStat.st_mode)) return L"is a symbolic link";
   if (!S_ISREG(tStat.st_mode)) return L"is no plain file";
@@ -51,7 +52,7 @@ bool IsSameFile(const std::string& strPath, int nDescriptor) {
          tNamed.st_dev == tOpen.st_dev && tNamed.st_ino == tOpen.st_ino;
 }
 
-/// A file, or why there is none: errno, or -1 when there is one that mustn't be used.
+/// An open file, or the reason why not. nError is errno, or -1 for a file that must not be used.
 struct TOpened {
   CDescriptor oFile;
   int nError = 0;
@@ -65,7 +66,7 @@ TOpened Unfit(const wchar_t* pszWhy) {
   return {CDescriptor(), -1, pszWhy};
 }
 
-/// A new file. The mode is set apart, because the process's mask takes bits away from the one given to open.
+/// Makes a new file. The umask can take bits away from open's mode, so the mode is set again.
 TOpened MakeFile(const std::string& strPath) {
   CDescriptor oFile(open(strPath.c_str(), OPEN_FLAGS | O_CREAT | O_EXCL, FILE_MODE));
   if (!oFile.IsOpen()) return Failure(errno);
@@ -75,7 +76,6 @@ TOpened MakeFile(const std::string& strPath) {
   return Failure(nError);
 }
 
-/// A file that was there before.
 TOpened OpenExisting(const std::string& strPath, uid_t nUser) {
   CDescriptor oFile(open(strPath.c_str(), OPEN_FLAGS));
   struct stat tStat = {};
@@ -98,7 +98,7 @@ CString WhoHolds(int nDescriptor) {
 CDatabaseFiles::CDatabaseFiles(const std::string& strPath, uid_t nUser)
     : m_strLockPath(strPath + ".tlf"), m_strDataPath(strPath + ".tdf"), m_nUser(nUser) {}
 
-// The lock is still held here, so what is removed is ours.
+// The lock is still held, so these are our own files.
 CDatabaseFiles::~CDatabaseFiles() {
   if (m_bDataMade) unlink(m_strDataPath.c_str());
   if (m_bLockMade) unlink(m_strLockPath.c_str());
@@ -121,11 +121,11 @@ bool CDatabaseFiles::TakeLock(CString& strError) {
     const TAttempt nAttempt = TryLock(strError);
     if (nAttempt != AGAIN) return nAttempt == TAKEN && WriteOwner(strError);
   }
-  return Refuse(m_strLockPath, L"doesn't stay in its place", strError);
+  return Refuse(m_strLockPath, L"is replaced again and again by other processes", strError);
 }
 
-// The lock belongs to the open file, not to the process (as fcntl's would), so a second owner in this process
-// is refused like any other, and closing an unrelated descriptor of the same file doesn't drop it.
+// flock locks belong to the open file, fcntl locks to the process. So a second owner in this process is
+// refused as well, and closing another descriptor of the same file doesn't drop the lock.
 CDatabaseFiles::TAttempt CDatabaseFiles::TryLock(CString& strError) {
   TOpened tLock = MakeFile(m_strLockPath);
   const bool bMade = tLock.oFile.IsOpen();
@@ -135,9 +135,9 @@ CDatabaseFiles::TAttempt CDatabaseFiles::TryLock(CString& strError) {
   }
   if (!tLock.oFile.IsOpen()) return Refuse(m_strLockPath, tLock.strWhy, strError), REFUSED;
   const int nError = flock(tLock.oFile.Get(), LOCK_EX | LOCK_NB) == 0 ? 0 : errno;
-  // Even a file that we have just made may be another process's by now.
+  // Another process may have locked even a file that we have just made.
   if (nError == EWOULDBLOCK) return Refuse(m_strLockPath, WhoHolds(tLock.oFile.Get()), strError), REFUSED;
-  // A former owner may have removed the file between our opening and our locking it.
+  // A former owner may have removed the file after we opened it and before we locked it.
   if (nError == 0 && !IsSameFile(m_strLockPath, tLock.oFile.Get())) return AGAIN;
   m_bLockMade = bMade;
   if (nError != 0) return Refuse(m_strLockPath, SystemReason(nError), strError), REFUSED;

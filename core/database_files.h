@@ -13,15 +13,15 @@ namespace TALVEK::VDB {
 
 /// The lock file "PATH.tlf" and the data file "PATH.tdf" of one open database.
 ///
-/// The folder is usually /tmp, where anyone may have put something under our names. So a file that is already
-/// there is used only if it is a plain file of ours with no other name, and a data file is always made anew.
+/// The folder is usually /tmp, where any user may have put something under our names. So an existing file is
+/// used or replaced only if it is a regular file of `nUser` without a second hard link.
 ///
-/// Owns     Both files open, and the lock while they are. What Open made is removed again unless Keep is
-///          called.
+/// Owns     Both open files and the lock. The destructor removes the files that Open has made, unless Keep
+///          was called.
 class TALVEK_CORE_API CDatabaseFiles {
  public:
-  /// `bCreate` makes a new data file in place of one that is there; otherwise one must be there. `nUser` is
-  /// who must own the files that are there. Null, with `strError` telling why, when the path can't be had.
+  /// `bCreate` replaces an existing data file by a new one; without it the data file must exist. `nUser` must
+  /// own existing files. Null, with the reason in `strError`, when a file can't be used or made.
   static std::unique_ptr<CDatabaseFiles> Open(const std::string& strPath, bool bCreate, uid_t nUser,
                                               VCM::CString& strError);
   ~CDatabaseFiles();

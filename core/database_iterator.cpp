@@ -15,11 +15,12 @@ namespace TALVEK::VDB {
 
 using VCM::CStatus;
 
-/// The cursor's place is a key, not a position in LMDB's tree: that position is only a short cut, good as
-/// long as nothing has been written since.
+/// The cursor's place is a key. The position of LMDB's cursor is only a short cut, valid until the next
+/// write.
 class CIteratorBase::CImpl : public CTransactionUser {
  public:
-  /// Null when it can't be opened. `oStatus` then says why; else what is to be said once it is closed.
+  /// Null, with the reason in `oStatus`, when it can't be opened. On success `oStatus` becomes what
+  /// operations return after Close.
   static std::unique_ptr<CImpl> Open(const CTable& oTable, unsigned nIndex, CTransaction& oTransaction,
                                      CStatus& oStatus);
   ~CImpl() override;
@@ -38,15 +39,15 @@ class CIteratorBase::CImpl : public CTransactionUser {
   CImpl(const CTable::CImpl& oTable, unsigned nIndex, CTransaction::CImpl* poTransaction,
         TOpenTable* poOpenTable);
 
-  /// Whether the transaction takes anything.
+  /// Not ok when the transaction has ended or failed.
   CStatus GetState() const;
-  /// The same, and this index has all rows.
+  /// GetState; also builds this index if it was deferred.
   CStatus MakeReady();
   bool IsDeferred(unsigned nIndex) const { return m_poTable->atTrees[nIndex].bDeferred; }
   CStatus CanWrite();
   MDB_cursor* Shared(unsigned nIndex) const { return m_poTable->atTrees[nIndex].poCursor.get(); }
-  /// The cursor by which rows are written. LMDB spares itself the descent of the tree when the row lies on
-  /// the page where the cursor is: what has been looked for by index 0 is often what is written next.
+  /// The cursor for reading and writing rows. LMDB skips the descent of the tree when the row is on the
+  /// cursor's page, and a row found by index 0 is often the next one written.
   MDB_cursor* ForRows() const { return m_nIndex == 0 ? m_poCursor.get() : Shared(0); }
 
   CStatus Move(MDB_cursor_op nOperation);
@@ -77,11 +78,11 @@ class CIteratorBase::CImpl : public CTransactionUser {
   bool m_bCursorAtPlace = false;
   std::uint64_t m_nWritesAtPlace = 0;
 
-  // What Move found, good until the next write.
+  // What Move found, valid until the next write.
   std::string_view m_strEntry;
   std::string_view m_strRow;
 
-  // By index number, kept to be used again.
+  // By index number; members only to reuse their memory.
   std::vector<CKey> m_aoEntries;
   std::vector<CKey> m_aoOldEntries;
 };
@@ -178,12 +179,11 @@ CStatus CIteratorBase::CImpl::GetNext(void* const* papFields, TFieldSet nWanted)
   } else {
     m_strEntry = m_oPlace.View();
   }
-  // The row that the cursor was placed on may have moved to another key, and then its old place is empty.
+  // If an update has moved the current row to another key, MoveTo has already found the next one.
   if (oFound && m_strEntry == m_oPlace.View()) oFound = Move(MDB_NEXT);
   return oFound ? Take(papFields, nWanted) : oFound;
 }
 
-/// Moves LMDB's cursor.
 CStatus CIteratorBase::CImpl::Move(MDB_cursor_op nOperation) {
   MDB_val tEntry = ToStoreValue(m_strEntry);
   MDB_val tRow = {};
@@ -201,7 +201,7 @@ CStatus CIteratorBase::CImpl::MoveTo(const CKey& oKey) {
   return Move(MDB_SET_RANGE);
 }
 
-/// Reads the row that Move found and makes it the place.
+/// Decodes the row that Move found, and makes it the cursor's place.
 CStatus CIteratorBase::CImpl::Take(void* const* papFields, TFieldSet nWanted) {
   const std::size_t nSize = m_poSchema->GetKeySize(m_nIndex) + m_poSchema->GetSuffixSize(m_nIndex);
   if (m_strEntry.size() != nSize) return FailDamaged();
@@ -268,7 +268,7 @@ CStatus CIteratorBase::CImpl::Insert(void* const* papFields) {
   return Done(nError);
 }
 
-/// Absent when a row has this key in the index already.
+/// Absent when the index already has this key.
 CStatus CIteratorBase::CImpl::IsFree(unsigned nIndex, const CKey& oEntry) {
   const std::string_view strKey = oEntry.View().substr(0, m_poSchema->GetKeySize(nIndex));
   MDB_val tFound = ToStoreValue(strKey);
@@ -298,7 +298,7 @@ int CIteratorBase::CImpl::RemoveEntry(unsigned nIndex, const CKey& oEntry) {
   return nError != 0 ? nError : mdb_cursor_del(Shared(nIndex), 0);
 }
 
-/// Places the cursor for rows on the one with the record's key; the key is then in m_aoEntries[0].
+/// Places ForRows() on the row with the record's key, and puts the key into m_aoEntries[0].
 CStatus CIteratorBase::CImpl::FindForWrite(void* const* papFields, std::string_view& strRow) {
   if (CStatus oState = CanWrite(); !oState) return oState;
   m_bCursorAtPlace = false;
@@ -320,7 +320,7 @@ CStatus CIteratorBase::CImpl::Update(void* const* papFields, TFieldSet nAltered)
   return Replace(strOldRow, strRow);
 }
 
-/// Replaces the row that the cursor for rows is on.
+/// Replaces the row that ForRows() is on.
 CStatus CIteratorBase::CImpl::Replace(std::string_view strOldRow, std::string_view strRow) {
   if (strRow == strOldRow) return {};
   for (unsigned i = 1; i < m_poSchema->GetIndexCount(); ++i) {
@@ -340,7 +340,7 @@ CStatus CIteratorBase::CImpl::Replace(std::string_view strOldRow, std::string_vi
   return Done(nError);
 }
 
-/// The end of every write.
+/// Ends every write, failed or not.
 CStatus CIteratorBase::CImpl::Done(int nError) {
   ++m_poTable->nWrites;
   m_poTransaction->GetStore()->CountStep();

@@ -22,7 +22,7 @@ struct TResident {
   std::size_t nFileBytes = 0;  ///< of mapped files
 };
 
-/// What of the process is in memory; nothing when the system doesn't tell.
+/// The process's resident memory; zeros when /proc can't be read.
 TResident AskResident() {
   const TFilePtr poFile(std::fopen("/proc/self/statm", "re"));
   std::size_t nPages = 0;
@@ -34,8 +34,8 @@ TResident AskResident() {
 
 }  // namespace
 
-// LMDB doesn't tell where its map is. The size sets it apart from other maps of the file, the inode from
-// other files; the device isn't compared, as some file systems give another number here.
+// LMDB doesn't say where its map is, so look for one of this file (inode) and size. The device isn't
+// compared, because on some file systems /proc shows another number than fstat.
 CStoreMap::CStoreMap(int nDescriptor, std::size_t nBytes) {
   struct stat tStat = {};
   const TFilePtr poMaps(std::fopen("/proc/self/maps", "re"));

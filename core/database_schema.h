@@ -12,7 +12,8 @@
 
 namespace TALVEK::VDB {
 
-/// A key of an index as bytes that sort as the numbers in it: each takes four, most significant first.
+/// An index key: numbers of four bytes each, most significant first, so that keys sort bytewise as the
+/// numbers do.
 class CKey {
  public:
   void Clear() { m_nSize = 0; }
@@ -21,7 +22,7 @@ class CKey {
   std::uint32_t GetFirstNumber() const;
   void Append(std::string_view strBytes);
   void Assign(std::string_view strBytes);
-  /// Appends the highest key of this many bytes.
+  /// Appends `nBytes` bytes FF: no key with the same beginning sorts behind it.
   void AppendHighest(std::size_t nBytes);
 
   std::size_t GetSize() const { return m_nSize; }
@@ -29,26 +30,25 @@ class CKey {
   bool operator==(const CKey& oOther) const { return View() == oOther.View(); }
 
  private:
-  // An entry of an index holds the index's own fields and those of index 0.
+  // An index entry holds the index's own fields and those of index 0.
   static constexpr std::size_t MAX_SIZE = std::size_t{2} * TIndexDef::MAX_FIELDS * sizeof(std::uint32_t);
 
   std::array<char, MAX_SIZE> m_achBytes;
   std::size_t m_nSize = 0;
 };
 
-/// A table's definitions, checked, and the place of its fields in a stored row.
+/// A table's checked definitions, and the layout of its rows.
 ///
 /// A row is stored in two parts: first the numbers and times, each at a fixed place, then the texts, paths
-/// and property sets, each behind its length. So the key fields of a row can be read without decoding the
-/// row.
+/// and property sets, each after its length. So key fields are read without decoding the row.
 class TALVEK_CORE_API CSchema {
  public:
   struct TField {
     TFieldType nType;
-    std::size_t nOffset;  ///< in the row's fixed part; 0 when the field isn't there
+    std::size_t nOffset;  ///< in the row's fixed part; of no meaning for fields of variable size
   };
 
-  /// Null, with `strError` telling why, when the definitions can't be served.
+  /// Null, with the reason in `strError`, when the definitions are unsupported.
   static std::shared_ptr<const CSchema> Make(const TFileDef* ptFileDef, const TFieldDef* ptFieldDefs,
                                              const TIndexDef* ptIndexDefs, VCM::CString& strError);
 
@@ -65,12 +65,12 @@ class TALVEK_CORE_API CSchema {
     return m_atIndexes[nIndex].anFields.size() * sizeof(std::uint32_t);
   }
 
-  /// The index's own fields of a record.
+  /// The values of the index's own fields in a record.
   void MakeKey(unsigned nIndex, void* const* papFields, CKey& oKey) const;
-  /// What the index holds for a record: its own fields, then (but for index 0) those of index 0, which puts
-  /// rows with equal keys in the order of index 0.
+  /// The index's entry for a record: the index's own fields, then those of index 0, so that rows with equal
+  /// keys sort by index 0. In index 0 itself only its own.
   void MakeEntry(unsigned nIndex, void* const* papFields, CKey& oKey) const;
-  /// The same for a stored row, which must have its fixed part.
+  /// The same for a stored row, which must be at least GetFixedSize() long.
   void MakeEntry(unsigned nIndex, std::string_view strRow, CKey& oKey) const;
 
  private:

@@ -39,20 +39,19 @@ TEnvironmentPtr TryOpen(const std::string& strPath, std::size_t nBytes, int& nEr
   return nError == 0 ? std::move(poEnvironment) : nullptr;
 }
 
-/// A system has no addresses left for the map; a checking tool that stands in for it calls the size invalid.
+/// The kernel answers ENOMEM when the address space has no room for the map, valgrind EINVAL.
 bool IsLackOfAddresses(int nError) {
   return nError == ENOMEM || nError == EINVAL;
 }
 
-/// Reserves `nBytes` of addresses or, where they are scarce (a resource limit, a checking tool), what can be
-/// had.
+/// Reserves `nBytes` of address space or, where it is scarce (ulimit -v, valgrind), less.
 TEnvironmentPtr OpenLargest(const std::string& strPath, std::size_t nBytes, int& nError) {
   TEnvironmentPtr poEnvironment = TryOpen(strPath, nBytes, nError);
   if (poEnvironment || !IsLackOfAddresses(nError)) return poEnvironment;
   while (!poEnvironment && IsLackOfAddresses(nError) && nBytes > LEAST_BYTES) {
     poEnvironment = TryOpen(strPath, nBytes /= 2, nError);
   }
-  // The rest of the process needs addresses too: leave it as many.
+  // Take only half of what was found: the rest of the process needs address space too.
   if (!poEnvironment || nBytes <= LEAST_BYTES) return poEnvironment;
   poEnvironment.reset();
   return TryOpen(strPath, nBytes / 2, nError);
@@ -64,8 +63,8 @@ bool CloseOnExec(MDB_env* poEnvironment) {
   return mdb_env_get_fd(poEnvironment, &nDescriptor) == 0 && fcntl(nDescriptor, F_SETFD, FD_CLOEXEC) == 0;
 }
 
-// LMDB opens files by name, twice. This name leads to the very file that was made or examined, whatever
-// becomes of the name in the folder.
+// LMDB opens the file by name, twice. This name always leads to the file that CDatabaseFiles has checked,
+// even if another file takes its place in the folder.
 TEnvironmentPtr OpenEnvironment(const CDatabaseFiles& oFiles, std::size_t nMaxBytes, int& nError) {
   const std::string strPath = "/proc/self/fd/" + std::to_string(oFiles.GetDataDescriptor());
   TEnvironmentPtr poEnvironment = OpenLargest(strPath, nMaxBytes, nError);
@@ -85,8 +84,8 @@ CStoreMap FindMap(const CDatabaseFiles& oFiles, MDB_env* poEnvironment) {
 }  // namespace
 
 CString StoreReason(int nError) {
-  if (nError == MDB_MAP_FULL) return L"the data file has grown to the size that addresses were reserved for";
-  // LMDB calls a write that came to a stop half-way an input/output error.
+  if (nError == MDB_MAP_FULL) return L"the data file is as large as the address space reserved for it";
+  // LMDB reports a short write as EIO.
   if (nError == EIO) return VCM::FromBytes(mdb_strerror(nError)) + L" (is the disk full?)";
   return VCM::FromBytes(mdb_strerror(nError));
 }
@@ -118,7 +117,7 @@ CDatabaseStore::~CDatabaseStore() {
 
 void CDatabaseStore::Renew() {
   mdb_env_close(m_poEnvironment);
-  malloc_trim(0);  // what was freed lies among what is still in use
+  malloc_trim(0);  // free() alone keeps memory that lies between blocks in use
   int nError = 0;
   m_poEnvironment = OpenEnvironment(*m_poFiles, m_nMaxBytes, nError).release();
   if (!m_poEnvironment) {

@@ -9,7 +9,7 @@
 
 namespace TALVEK::VDB {
 
-/// An open table. Its trees belong to a transaction (TOpenTable); so it stays open when that ends.
+/// An open table. It stays open when its transaction ends: the trees belong to the transaction (TOpenTable).
 class CTable::CImpl {
  public:
   std::shared_ptr<const CSchema> poSchema;

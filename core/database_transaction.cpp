@@ -8,8 +8,8 @@ namespace TALVEK::VDB {
 
 using VCM::CStatus;
 
-// Rows mostly come in the order of their keys. Appending then fills each page before it begins the next;
-// without it every page would be split in halves and stay half empty.
+// Rows mostly come in key order. MDB_APPEND then fills each page before it begins the next; without it LMDB
+// would split full pages and leave each half empty.
 int TOpenTable::PutRow(MDB_cursor* poCursor, std::string_view strKey, std::string_view strRow) {
   const bool bLast = strKey > oLastKey.View();
   MDB_val tKey = ToStoreValue(strKey);
@@ -28,7 +28,7 @@ CTransaction::CImpl::~CImpl() {
 void CTransaction::CImpl::Begin() {
   m_oState = CStatus::Failed(L"no database is open");
   if (!m_poStore || !m_poStore->GetEnvironment()) return;
-  // LMDB would wait for its lock here; without one (NOLOCK), two transactions would overwrite each other.
+  // With MDB_NOLOCK LMDB doesn't prevent a second write transaction, which would overwrite the first.
   if (m_poStore->GetTransaction()) {
     m_oState = m_poStore->Fail(L"can't begin a transaction", L"another one is open");
     return;
@@ -60,7 +60,7 @@ CStatus CTransaction::CImpl::Commit() {
   const int nError = mdb_txn_commit(std::exchange(m_poTransaction, nullptr));
   if (nError != 0) return m_oState = m_poStore->Fail(L"can't commit", StoreReason(nError));
   m_oState = CStatus::Failed(L"the transaction has ended");
-  m_poStore->Renew();  // whether that works shows when the next transaction begins
+  m_poStore->Renew();  // if that fails, the next transaction can't begin
   return {};
 }
 
@@ -108,7 +108,7 @@ CStatus CTransaction::CImpl::ReadEntries(TOpenTable& tTable, unsigned nIndex,
   return nError == MDB_NOTFOUND ? CStatus() : FailWrite(nError);
 }
 
-/// Closes everything that hangs on the transaction.
+/// Closes everything that depends on the transaction.
 void CTransaction::CImpl::LetGo() {
   for (CTransactionUser* poUser : m_apoUsers) {
     poUser->OnTransactionEnd();
@@ -141,7 +141,7 @@ CStatus CTransaction::CImpl::OpenTable(const std::string& strName,
     if (!oStatus) return oStatus;
   }
   if (CStatus oStatus = ReadLastKey(tTable); !oStatus) return oStatus;
-  // Whether a unique index has a key already is asked at every row, so that one can't wait.
+  // A unique index is searched for every new row, so it can't be deferred.
   for (unsigned i = 1; i < poSchema->GetIndexCount(); ++i)
     tTable.atTrees[i].bDeferred = tTable.oLastKey.GetSize() == 0 && !poSchema->IsUnique(i);
   ptTable = &m_atTables.emplace(strName, std::move(tTable)).first->second;

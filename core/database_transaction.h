@@ -16,13 +16,13 @@
 
 namespace TALVEK::VDB {
 
-/// A cursor of LMDB, closed at the end; must be closed before its transaction ends.
+/// Owns an LMDB cursor, which must be closed before its transaction ends.
 struct TCloseCursor {
   void operator()(MDB_cursor* poCursor) const { mdb_cursor_close(poCursor); }
 };
 using TCursorPtr = std::unique_ptr<MDB_cursor, TCloseCursor>;
 
-/// Told to let go of the transaction before it ends.
+/// Is told when the transaction is about to end, and must then close its cursors.
 class CTransactionUser {
  public:
   virtual ~CTransactionUser() = default;
@@ -30,22 +30,22 @@ class CTransactionUser {
 };
 
 /// A table within one transaction: its trees, and for each a cursor that all iterators share for writing and
-/// for reading single rows. Aborting takes back trees that the transaction made, handles included; as nothing
-/// of this outlives the transaction, nothing stale is left.
+/// for reading single rows. It ends with the transaction, because an abort invalidates the handles of trees
+/// that the transaction has made.
 struct TOpenTable {
   struct TTree {
     MDB_dbi nTree = 0;
     TCursorPtr poCursor;
-    bool bDeferred = false;  ///< empty as yet; made from the rows before it is read
+    bool bDeferred = false;  ///< still empty; will be built from the rows before it is first read
   };
 
   std::shared_ptr<const CSchema> poSchema;
   std::vector<TTree> atTrees;  ///< by index number
   CKey oLastKey;               ///< the last key of index 0; its size is 0 when there is none
-  std::uint64_t nWrites = 0;   ///< grows with every write, after which no cursor is sure of its place
+  std::uint64_t nWrites = 0;   ///< counts writes, each of which makes positions of cursors invalid
 
-  /// Puts a row into index 0 by one of its cursors. Returns LMDB's result, MDB_KEYEXIST when the key is
-  /// taken.
+  /// Inserts a row into index 0 through one of its cursors. Returns LMDB's error code; MDB_KEYEXIST when the
+  /// key is taken.
   int PutRow(MDB_cursor* poCursor, std::string_view strKey, std::string_view strRow);
 };
 
@@ -61,28 +61,28 @@ class CTransaction::CImpl {
   VCM::CStatus Commit();
 
   bool IsOpen() const { return m_poTransaction != nullptr; }
-  /// Not ok once a write has failed: nothing is read or written any more, so that no half-written row is
-  /// seen.
+  /// Not ok once a write has failed: then nothing is read or written any more, because a row may be half
+  /// written.
   const VCM::CStatus& GetState() const { return m_oState; }
   /// Null for a database of another kind. Good while the transaction is open.
   CDatabaseStore* GetStore() const { return m_poStore; }
   MDB_txn* Get() const { return m_poTransaction; }
 
-  /// The table's trees, made with `bCreate` when they aren't there.
+  /// The table's trees; `bCreate` makes them when they don't exist.
   VCM::CStatus OpenTable(const std::string& strName, const std::shared_ptr<const CSchema>& poSchema,
                          bool bCreate, TOpenTable*& ptTable);
 
-  /// Makes an index that has been deferred. Entries that come row by row each have to find their place, and
-  /// find it again when the row is altered; sorted, they are appended. Row by row, an import of 1.6 million
-  /// revisions takes 7 % longer.
+  /// Builds a deferred index: sorts the entries of all rows and appends them. Inserted row by row, each entry
+  /// would cost a descent of the tree, and two more when its row is altered; an import of 1.6 million
+  /// revisions takes 7 % longer that way.
   VCM::CStatus MakeDeferredIndex(TOpenTable& tTable, unsigned nIndex);
 
   void AddUser(CTransactionUser* poUser) { m_apoUsers.push_back(poUser); }
   void RemoveUser(CTransactionUser* poUser);
 
-  /// Notes a failed read, and returns it.
+  /// Makes a failed read the database's last error, and returns it.
   VCM::CStatus FailRead(int nError);
-  /// Notes a failed write, and gives the transaction up: what it has written may be half a row.
+  /// The same for a failed write. It also fails the whole transaction, as a row may be half written.
   VCM::CStatus FailWrite(int nError);
 
  private:

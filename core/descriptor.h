@@ -8,8 +8,8 @@
 
 namespace TALVEK::VCM {
 
-/// Owns one open file descriptor, or none (-1). Closing keeps errno: a caller that gives up because of an
-/// error can still read it after its descriptors were closed.
+/// Owns one open file descriptor, or none (-1). Closing leaves errno alone, so that a function can return
+/// early after an error and its caller can still read errno.
 class CDescriptor {
  public:
   CDescriptor() = default;
@@ -23,7 +23,7 @@ class CDescriptor {
 
   int Get() const { return m_nDescriptor; }
   bool IsOpen() const { return m_nDescriptor >= 0; }
-  /// Gives the descriptor away.
+  /// Returns the descriptor, which the caller then owns.
   int Release() { return std::exchange(m_nDescriptor, -1); }
 
   void Close() {
@@ -37,10 +37,9 @@ class CDescriptor {
   int m_nDescriptor = -1;
 };
 
-/// Opens /dev/null for each standard descriptor that isn't open. Call it at the start of a program. Without
-/// it the next file that the program opens, such as the import database, would get that descriptor's number,
-/// and messages would be written into it. They are refused instead, because /dev/null is open for reading
-/// only.
+/// Opens /dev/null for each standard descriptor that is closed. Call it at the start of a program. Without it
+/// the next opened file, such as the import database, would get number 0, 1 or 2, and messages would be
+/// written into it. Writing them to this /dev/null fails, because it is opened for reading only.
 inline void OpenStandardDescriptors() {
   for (int nDescriptor = STDIN_FILENO; nDescriptor <= STDERR_FILENO; ++nDescriptor) {
     // open() takes the lowest number that is free, and those below are taken.

@@ -8,7 +8,7 @@
 
 namespace TALVEK::VCM {
 
-/// Base of the core library's exceptions. Exported, because what one module throws another one catches.
+/// Base of the core library's exceptions. Exported, because host and plug-in catch what the library throws.
 class TALVEK_CORE_API EBaseException : public std::exception {
  public:
   ~EBaseException() override;

@@ -44,8 +44,8 @@ CFileReadStream::~CFileReadStream() {
 }
 
 std::size_t CFileReadStream::OnSysRead(void* pBuffer, std::size_t nBytes) {
-  // An error stays until Reset. The toolkit reads on after an error; if it then met the end of the file, a
-  // damaged input would look whole.
+  // An error stays until Reset. wxInputStream::Read reads on after an error; if it then met the end of the
+  // file, a damaged input would look complete.
   if (m_lasterror == wxSTREAM_READ_ERROR) return 0;
   ssize_t nRead = -1;
   if (m_nDescriptor >= 0) {

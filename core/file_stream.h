@@ -8,11 +8,11 @@
 
 namespace TALVEK::VFH {
 
-/// A file read as a stream of bytes through the toolkit's stream interface.
+/// A file as a wxInputStream.
 ///
 /// Errors   IsOk() is false when the file couldn't be opened (or is a folder). At the end of the file
-///          GetLastError() is wxSTREAM_EOF and Eof() true; after a read that failed it is wxSTREAM_READ_ERROR
-///          and Eof() false.
+///          GetLastError() is wxSTREAM_EOF and Eof() true; after a failed read GetLastError() is
+///          wxSTREAM_READ_ERROR and Eof() false.
 /// Owns     The descriptor.
 class TALVEK_CORE_API CFileReadStream : public wxInputStream {
  public:
@@ -51,7 +51,7 @@ class TALVEK_CORE_API CFileWriteStream {
   bool Write(const void* pBytes, std::size_t nBytes);
   /// Sets modification and access time to whole seconds.
   bool SetModificationTime(const VCM::CTimestamp& oTime);
-  /// False when the system reports now that earlier bytes couldn't be written.
+  /// False when the system reports only now that earlier bytes couldn't be written.
   bool Close();
 
  private:

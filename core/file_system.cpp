@@ -77,7 +77,7 @@ bool RemoveFile(const CString& strPath) {
 
 bool MakeFileWritable(const CString& strPath, bool* pbWasReadOnly) {
   const CHeldFile oFile(strPath);
-  // The permission bits decide: trying to write would tell nothing, because root may write every file.
+  // Look at the permission bits: root can write to every file, so access() would say nothing.
   const bool bReadOnly = oFile.IsHeld() && !(oFile.GetPermissions() & S_IWUSR);
   if (pbWasReadOnly) *pbWasReadOnly = bReadOnly;
   return oFile.IsHeld() && oFile.SetPermissions(oFile.GetPermissions() | S_IWUSR);
@@ -101,7 +101,7 @@ CWorkingFolderScope::~CWorkingFolderScope() {
   const CDescriptor oPrevious(m_nPreviousFolder);
   if (!m_bEntered) return;
   const int nError = errno;
-  // Fails only when the folder's permissions were taken away meanwhile; then the process stays here.
+  // Fails only if the folder's permissions were removed meanwhile; the process then stays where it is.
   [[maybe_unused]] const int nIgnored = ::fchdir(oPrevious.Get());
   errno = nError;
 }

@@ -3,8 +3,8 @@
 #include "core/export.h"
 #include "core/string.h"
 
-/// Files and folders by wide path. ToSystemPath (core/text_codec.h) makes bytes of a path, so that files with
-/// names in any encoding are found. A path that contains a NUL names no file.
+/// Files and folders by wide path. Paths become bytes by ToSystemPath (core/text_codec.h), so names in any
+/// encoding are found. A path that contains a NUL names no file.
 namespace TALVEK::VCM {
 
 TALVEK_CORE_API bool FileExists(const CString& strPath);

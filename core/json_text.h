@@ -10,8 +10,8 @@ namespace TALVEK::VCM {
 /// Appends `strText` to `strOut` as a JSON string, quotes included: the same in every locale.
 ///
 /// Shape    UTF-8. '"', '\' and control characters are escaped as JSON requires; "/" is not. A surrogate,
-///          which UTF-8 can't hold, becomes its escape: \udc80 to \udcff are the bytes that were no text.
-///          A number beyond U+10FFFF becomes U+FFFD.
+///          which UTF-8 can't hold, becomes its escape: \udc80 to \udcff stand for bytes that couldn't be
+///          decoded. A number beyond U+10FFFF becomes U+FFFD.
 TALVEK_CORE_API void AppendJsonString(const CString& strText, std::string& strOut);
 
 /// Builds one line of JSON Lines: an object with one key, the kind of record, whose value is an object.

@@ -62,7 +62,7 @@ void CLineReader::ReleaseLongLine() {
 }
 
 /// Position of the next \n or \r in the buffer; m_nFilled when there is none. Both are remembered until they
-/// are passed: a block whose lines all end in \n is searched for \r once, not once a line.
+/// are passed, so that a block without \r is searched for it once, and not once a line.
 std::size_t CLineReader::FindLineEnd() {
   const std::string_view strFilled(m_strBuffer.data(), m_nFilled);
   if (m_nLineFeed < m_nPosition) m_nLineFeed = FindByte(strFilled, '\n', m_nPosition);
@@ -81,8 +81,7 @@ std::wstring_view CLineReader::DecodeLine(std::size_t nLineEnd) {
   return {m_strWide.data() + (m_nPosition - m_nWideStart), nLength};
 }
 
-/// Decodes the next bytes as far as they are ASCII, at most WIDE_CHARACTERS: doing so for many short lines at
-/// once is much faster than for each line.
+/// Decodes up to WIDE_CHARACTERS bytes ahead, as far as they are ASCII: much faster than line by line.
 void CLineReader::WidenAhead() {
   const std::size_t nAhead = std::min(m_nFilled - m_nPosition, m_strWide.size());
   m_nWideStart = m_nPosition;
@@ -98,7 +97,7 @@ bool CLineReader::FillBuffer() {
   m_nPosition = m_nFilled = m_nWideStart = m_nWideEnd = 0;
   if (m_bInputEnded) return false;
   m_nFilled = m_poInput->Read(m_strBuffer.data(), m_strBuffer.size()).LastRead();
-  // A stream that failed is not read again: it could continue behind a gap.
+  // A stream that failed is not read again: it could go on after a gap.
   m_bInputEnded = m_nFilled == 0 || !m_poInput->IsOk();
   const std::string_view strFilled(m_strBuffer.data(), m_nFilled);
   m_nLineFeed = FindByte(strFilled, '\n', 0);

@@ -15,12 +15,13 @@ namespace TALVEK::VCM {
 ///
 /// Shape    A line ends at \n, \r\n or a lone \r. The text behind the last line end is a line only if it is
 ///          not empty. Lines are decoded as core/text_codec.h says, without loss; a NUL is a character.
-/// Owns     A buffer of 64 KiB, and one of 16 KiB for text; the stream is lent and must outlive the reader.
-/// Cost     The toolkit's own text stream asks for one byte at a time and stops for good at a byte that the
-///          locale can't decode; this one reads blocks.
+/// Owns     Its buffers: 64 KiB of bytes, 16 KiB of text. The stream is lent and must outlive the reader.
+/// Cost     Reads blocks. wxTextInputStream would read byte by byte, and stop at a byte that the locale can't
+///          decode.
 class TALVEK_CORE_API CLineReader {
  public:
-  /// A line of `nMostBytes` or more is returned in pieces, so that nobody has to hold a line of a gigabyte.
+  /// A line that doesn't end within a buffer is returned in pieces, each but the last of at least
+  /// `nMostBytes`, so that nobody has to hold a line of a gigabyte.
   explicit CLineReader(wxInputStream* poInput, std::size_t nMostBytes = std::string::npos);
 
   /// True when no further line will come: the stream is at its end (or failed) and nothing is left over.
@@ -39,8 +40,8 @@ class TALVEK_CORE_API CLineReader {
   bool HasHeldLongLine() const { return m_strLineBytes.capacity() > MOST_KEPT_BYTES; }
   void ReleaseLongLine();
 
-  // Larger buffers are freed before the next line. One very long line would otherwise keep its memory, six
-  // bytes a character, until the end of the input.
+  // A larger line's buffers are freed before the next line. Otherwise they would stay until the end of the
+  // input, six bytes a character.
   static constexpr std::size_t MOST_KEPT_BYTES = 1024UL * 1024;
 
   wxInputStream* m_poInput;

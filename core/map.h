@@ -13,8 +13,7 @@ namespace TALVEK::VCM {
 /// Key/value pairs kept sorted by key and searched by bisection.
 ///
 /// Shape    Keys are unique and ordered by their `<` (for CString: ordinal, with regard to case).
-///          Capacity 16 at first; a full map doubles. A copy has the smallest of these capacities that its
-///          pairs fit in.
+///          Capacity 16 at first; a full map doubles. A copy has the smallest such capacity for its pairs.
 /// Errors   GetKeyAt, GetValueAt and RemoveAt throw EMapIndexOutOfRange unless 0 <= index < count.
 /// Owns     Keys and values, by value.
 template <class K, class V>
@@ -51,8 +50,7 @@ class CMap {
     return nIndex;
   }
 
-  /// `bInsertPosition` false: the key's index, or -1. True: the index at which it stands or would be
-  /// inserted.
+  /// Returns the key's index. An absent key gives -1 or, with `bInsertPosition`, the index to insert it at.
   int Search(const K& key, bool bInsertPosition) const {
     int nLow = 0;
     int nHigh = GetCount();

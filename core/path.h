@@ -11,14 +11,14 @@ namespace TALVEK::VCM {
 /// A path as a list of items: folders and a final name.
 ///
 /// Shape    '/' separates, empty items vanish (a//b/ is a/b). A leading '/' is remembered: an absolute path.
-///          "." and ".." are items like any other, save with PARSE_REPOSITORY. Default constructed: no item.
+///          "." and ".." are ordinary items, except with PARSE_REPOSITORY. Default constructed: no item.
 /// Errors   GetItemText throws EArrayIndexOutOfRange unless 0 <= index < count.
 class TALVEK_CORE_API CFilePath {
  public:
   enum TParseOptions : unsigned {
     PARSE_PLAIN = 0,
-    /// The path of a file inside a repository: always relative (a leading '/' is dropped), and it fails to
-    /// parse when "." or ".." is among its items, because it is later placed below a folder of ours.
+    /// The path of a file inside a repository: always relative (a leading '/' is dropped). Items "." and ".."
+    /// are refused, because files are later written at this path below a folder of ours.
     PARSE_REPOSITORY = 1,
   };
 
@@ -29,7 +29,7 @@ class TALVEK_CORE_API CFilePath {
   void Clear();
   /// Appends one item; a text with '/' within appends each of its items.
   void Add(const CString& strItem);
-  /// False when there was none. Like RemoveFirstItem it leaves an absolute path absolute.
+  /// False when there was none. An absolute path stays absolute, also after RemoveFirstItem.
   bool RemoveLastItem();
   /// False when there was none.
   bool RemoveFirstItem();
@@ -42,7 +42,7 @@ class TALVEK_CORE_API CFilePath {
 
   /// All items, joined; a leading separator when absolute (that alone for an absolute path without items).
   CString GeneratePath(wchar_t chSeparator = L'/') const;
-  /// The items placed below `oBase`: absolute when the base is, whatever this path is.
+  /// `oBase` followed by this path's items: absolute if the base is.
   CString GeneratePath(const CFilePath& oBase, wchar_t chSeparator = L'/') const;
   /// All items but the last, joined: the root ("/") for an absolute path of one item, nothing for a relative
   /// one.

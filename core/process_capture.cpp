@@ -22,7 +22,7 @@ namespace TALVEK::VCM {
 
 namespace {
 
-/// What a shell answers for a command that it can't start.
+/// A shell's exit status for a command that it can't start.
 constexpr int CANNOT_START = 127;
 
 bool IsSeparator(wchar_t ch) {
@@ -52,7 +52,7 @@ CString ReadWord(std::wstring_view strText, std::size_t& nIndex) {
 }
 
 CDescriptor OpenTemporaryFile(const std::string& strFolder) {
-  // O_EXCL: nobody can give the file a name later.
+  // O_EXCL: linkat can't give the file a name later.
   CDescriptor oFile(::open(strFolder.c_str(), O_TMPFILE | O_EXCL | O_RDWR | O_CLOEXEC, 0600));
   if (oFile.IsOpen()) return oFile;
   // Not every file system can make a file without a name.
@@ -69,8 +69,9 @@ CDescriptor OpenTemporaryFile() {
   return oFile.IsOpen() ? std::move(oFile) : OpenTemporaryFile(std::string("/tmp"));
 }
 
-/// A stream over the file from its beginning. It gets a position of its own, because a program may leave
-/// another behind that goes on writing through the old one (ssh does, for connections that it shares).
+/// A stream over the file from its beginning. The file is opened again for a position of its own, because the
+/// program may have left another one running that still writes through the old one (ssh with a shared
+/// connection).
 std::unique_ptr<wxInputStream> ReadFromStart(CDescriptor oFile) {
   const std::string strName = "/proc/self/fd/" + std::to_string(oFile.Get());
   CDescriptor oReopened(::open(strName.c_str(), O_RDONLY | O_CLOEXEC));
@@ -85,7 +86,7 @@ std::string DescribeError(int nError) {
   return pszText ? pszText : "error " + std::to_string(nError);
 }
 
-/// The errno that the next write to the file would meet, 0 when there is room, or nobody can tell.
+/// The errno that the next write to the file would get; 0 when there is room or it can't be known.
 int LackOfRoom(int nDescriptor) {
   constexpr off_t BLOCK_BYTES = 4096;
   struct stat tStat {};
@@ -98,15 +99,15 @@ int LackOfRoom(int nDescriptor) {
   return errno == ENOSPC || errno == EDQUOT ? errno : 0;
 }
 
-/// Why what a program wrote may be incomplete, as an errno; 0 when it isn't. A program that doesn't look at
-/// its writes ends well on a full disk.
+/// An errno when the program's output may be incomplete, else 0. A program that doesn't check its writes
+/// exits with success on a full disk.
 int OutputLoss(int nStdOutput, int nStdError, int nResult) {
   if (nResult == 128 + SIGXFSZ) return EFBIG;
   const int nError = LackOfRoom(nStdOutput);
   return nError != 0 ? nError : LackOfRoom(nStdError);
 }
 
-/// A stream over the beginning of the file and a line behind it. In memory: there is no room on the disk.
+/// A stream over the beginning of the file, followed by a line. In memory, because the disk is full.
 std::unique_ptr<wxInputStream> ReadWithLine(const CDescriptor& oFile, const std::string& strLine) {
   constexpr std::size_t MOST_BYTES = std::size_t{32} * 1024;
   std::string strText(MOST_BYTES, '\0');
@@ -119,7 +120,7 @@ std::unique_ptr<wxInputStream> ReadWithLine(const CDescriptor& oFile, const std:
   return nWritten == static_cast<ssize_t>(strText.size()) ? ReadFromStart(std::move(oMemory)) : nullptr;
 }
 
-/// Writes the line that stands for what the program would have written.
+/// Writes the reason as standard error of the program that didn't run.
 int Refuse(int nStdError, const std::string& strReason) {
   const std::string strLine = strReason + "\n";
   [[maybe_unused]] const ssize_t nIgnored = ::write(nStdError, strLine.data(), strLine.size());
@@ -146,7 +147,8 @@ int Run(const CString& strCommandLine, int nStdOutput, int nStdError) {
     return Refuse(nStdError, "can't start " + strProgram + ": an argument holds a NUL character");
   const TChildResult tResult = RunChild(tStart);
   if (tResult.nKind == TChildResult::ENDED) return tResult.nValue;
-  const char* pszWhat = tResult.nKind == TChildResult::LOST ? "can't learn the end of " : "can't start ";
+  const char* pszWhat =
+      tResult.nKind == TChildResult::LOST ? "can't learn the exit status of " : "can't start ";
   return Refuse(nStdError, pszWhat + strProgram + ": " + DescribeError(tResult.nValue));
 }
 

@@ -11,21 +11,21 @@
 
 namespace TALVEK::VCM {
 
-/// Splits a command line into program and arguments, as CProcessCapture does: at blanks (and tabs), save
-/// between double quotes. Between quotes \" is a quote and \\ a backslash; any other backslash stands for
-/// itself. Quotes may begin and end within a word; "" alone is an empty argument. Quotes left open run to the
-/// end. No other character is special.
+/// Splits a command line into program and arguments, as CProcessCapture does: at blanks and tabs outside
+/// double quotes. Between quotes \" is a quote and \\ a backslash; any other backslash stands for itself.
+/// Quotes may begin and end within a word; "" alone is an empty argument. An open quote runs to the end. No
+/// other character is special.
 TALVEK_CORE_API std::vector<CString> SplitCommandLine(const CString& strCommandLine);
 
-/// `strText` as it must stand between double quotes to come out of SplitCommandLine unchanged.
+/// Escapes `strText` for a place between double quotes; SplitCommandLine gives the same text back.
 TALVEK_CORE_API CString EscapeQuoted(const CString& strText);
 
 /// Runs a program to its end and keeps what it wrote.
 ///
 /// Shape    The program is started directly, without a shell, found on the PATH when its name has no '/'.
-///          Standard input is empty. Both outputs go to anonymous temporary files (in TMPDIR, else /tmp), so
-///          a gigabyte of output takes no memory.
-/// Owns     The outputs and their streams: those of a run are good until the next Execute or destruction.
+///          Standard input is empty. Both outputs go to unnamed temporary files (in TMPDIR, else /tmp), so a
+///          gigabyte of output takes no memory.
+/// Owns     The outputs and their streams, which are valid until the next Execute or destruction.
 /// Threads  One at a time. The child ends when the thread that started it does.
 class TALVEK_CORE_API CProcessCapture {
  public:
@@ -38,9 +38,9 @@ class TALVEK_CORE_API CProcessCapture {
   /// captured standard error that says why, when it can't be started or there is no room for what it writes.
   int Execute(const CString& strCommandLine);
 
-  /// The last run's outputs, each read from its beginning; null before the first run, or when the run could
-  /// not even get a temporary file. Standard output is null too when a part of it may be missing for lack of
-  /// room, whatever the program thought of that.
+  /// The last run's outputs, from their beginning. Null before the first run, or when no temporary file could
+  /// be made. Standard output is also null when a full disk may have cut it off, whatever the exit status
+  /// was.
   wxInputStream* GetStdOutputStream() const { return m_poStdOutput.get(); }
   wxInputStream* GetStdErrorStream() const { return m_poStdError.get(); }
 

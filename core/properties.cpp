@@ -25,7 +25,7 @@ std::uint32_t ReadNumber(std::string_view strBytes) {
   return nValue;
 }
 
-/// Seven bits a byte, the lowest first; the top bit says that more follow.
+/// Seven bits a byte, the lowest first; the top bit is set when more bytes follow.
 void AppendLength(std::string& strOut, std::size_t nLength) {
   for (; nLength >= 0x80; nLength >>= 7U) {
     strOut.push_back(static_cast<char>(0x80U | (nLength & 0x7FU)));
@@ -35,7 +35,7 @@ void AppendLength(std::string& strOut, std::size_t nLength) {
 
 /// Accepts the shortest form only, so that a set has one encoding.
 bool TakeLength(std::string_view& strBytes, std::size_t& nLength) {
-  constexpr unsigned LIMIT = 56;  // bits: more than any length has, and few enough to shift
+  constexpr unsigned LIMIT = 56;  // bits: enough for any length, and no shift overflows
   nLength = 0;
   for (unsigned nShift = 0; nShift < LIMIT && !strBytes.empty(); nShift += 7) {
     const auto nByte = static_cast<unsigned char>(strBytes[0]);
@@ -122,9 +122,8 @@ bool CProperties::Decode(std::string_view strBytes) {
   return true;
 }
 
-/// Decodes the first entry of `strBytes` into place `nIndex`, and removes it from `strBytes`. An entry in
-/// that place is overwritten, which saves allocations: sets are decoded one after another, and most have the
-/// same size.
+/// Cuts the first entry off `strBytes` and decodes it into m_atEntries[nIndex]. An old entry there is
+/// overwritten to reuse its memory: most sets that are decoded one after another have the same size.
 bool CProperties::DecodeEntry(std::string_view& strBytes, std::size_t nIndex) {
   std::string_view strNumber;
   std::string_view strValue;

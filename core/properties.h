@@ -33,14 +33,14 @@ class TALVEK_CORE_API CProperties {
   void RemoveAll() { m_atEntries.clear(); }
 
   bool GetProperty(std::uint16_t nProperty, CString& strValue) const;
-  /// Also false when the stored bytes are not 4.
+  /// Also false when the value isn't 4 bytes long.
   bool GetProperty(std::uint16_t nProperty, std::uint32_t& nValue) const;
-  /// The number, or `nAbsent`.
+  /// The number; `nAbsent` when there is none.
   std::uint32_t GetNumber(std::uint16_t nProperty, std::uint32_t nAbsent) const;
 
-  /// The whole set as bytes, appended to `strOut`: the same set gives the same bytes.
+  /// Appends the whole set to `strOut` as bytes. Equal sets give equal bytes.
   void Encode(std::string& strOut) const;
-  /// Reads what Encode wrote, all of it. False, and the set empty, when `strBytes` is anything else.
+  /// Replaces the set by what Encode wrote. False, and the set empty, when `strBytes` is anything else.
   bool Decode(std::string_view strBytes);
 
   bool operator==(const CProperties&) const = default;

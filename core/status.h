@@ -6,10 +6,10 @@
 
 namespace TALVEK::VCM {
 
-/// How an operation ended. Default: well.
+/// The outcome of an operation. Default: ok.
 ///
-/// Shape    Three outcomes: ok; absent (nothing is wrong, but what was asked for isn't there, or a new row's
-///          key is taken); failed, with the reason in words for a person. As a truth value it is ok or not.
+/// Shape    ok; absent (no error: there is no such row, or a new row's key is taken); failed, with the reason
+///          in words for a person. Converts to true only when ok.
 class CStatus {
  public:
   CStatus() = default;

@@ -13,11 +13,11 @@ namespace TALVEK::VCM {
 
 /// Wide text: a sequence of wchar_t (4 bytes on Linux, one Unicode character each), NUL allowed within.
 ///
-/// A character U+DC80 to U+DCFF stands for one input byte 80 to FF that was no text in the locale's encoding;
-/// see core/text_codec.h, which turns bytes into text and back without loss.
+/// A character U+DC80 to U+DCFF stands for one input byte 80 to FF that couldn't be decoded in the locale's
+/// encoding; core/text_codec.h turns bytes into text and back without loss.
 ///
-/// Errors   An index or count outside the text is moved to its nearest end. A search that finds nothing
-///          returns -1. Only allocation throws.
+/// Errors   An index or count outside the text is moved to its nearest end, except with operator[], which
+///          doesn't check. A search that finds nothing returns -1. Only allocation throws.
 /// Case     "NoCase" and MakeLower map character by character, the same in every locale (core/case_map.h).
 class TALVEK_CORE_API CString {
  public:
@@ -37,7 +37,7 @@ class TALVEK_CORE_API CString {
   void Assign(std::wstring_view strText) { m_strText.assign(strText); }
   /// Each byte becomes the character of that number.
   void AssignLatin1(std::string_view strBytes);
-  /// Moves the text out, and leaves this one empty.
+  /// Moves the text out, and leaves this one empty and without memory.
   std::wstring Release() { return std::exchange(m_strText, {}); }
   CString& operator+=(const CString& strOther);
   CString& operator+=(std::wstring_view strOther);
@@ -68,9 +68,9 @@ class TALVEK_CORE_API CString {
   void TrimRight();
   void MakeLower();
 
-  /// printf style, of any length: "%s" and "%c" take wide arguments, everything else is as the C library has
-  /// it. "%n", and what is no directive, stands in the result as it is; so does a whole format that the C
-  /// library refuses (a width beyond INT_MAX). The arguments may point into this very text.
+  /// printf style, of any length: "%s" and "%c" take wide arguments, everything else is as in the C library.
+  /// "%n" and unknown directives are copied as they are; so is a whole format that the C library refuses (a
+  /// width beyond INT_MAX). The arguments may point into this text.
   void Format(const wchar_t* pszFormat, ...);
   void FormatV(const wchar_t* pszFormat, va_list args);
 

@@ -50,10 +50,10 @@ std::wstring ToLibraryFormat(std::wstring_view strRest) {
   return strResult;
 }
 
-/// Formats into `strOut` unless the result is long. False, and `strOut` unchanged, when it is, or when the
-/// library refuses the format: vswprintf doesn't tell which.
+/// Formats a short result. False, and `strOut` unchanged, when it is too long or the library refuses the
+/// format: vswprintf doesn't say which.
 bool FormatShort(const std::wstring& strFormat, va_list args, std::wstring& strOut) {
-  wchar_t szResult[4096];  // a line of a tree of streams is indented by its depth, thousands of characters
+  wchar_t szResult[4096];  // long, because lines of nested streams can be indented by thousands of characters
   va_list argsCopy;
   va_copy(argsCopy, args);
   const int nLength = std::vswprintf(szResult, std::size(szResult), strFormat.c_str(), argsCopy);
@@ -62,8 +62,8 @@ bool FormatShort(const std::wstring& strFormat, va_list args, std::wstring& strO
   return nLength >= 0;
 }
 
-/// Formats a result of any length: a stream in memory grows with it. False when the library refuses the
-/// format. Takes three times as long as FormatShort for a short one.
+/// Formats a result of any length, through a stream in memory. False when the library refuses the format. For
+/// a short result it takes three times as long as FormatShort.
 bool FormatLong(const std::wstring& strFormat, va_list args, std::wstring& strOut) {
   wchar_t* pszResult = nullptr;
   std::size_t nLength = 0;

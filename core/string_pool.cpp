@@ -24,7 +24,7 @@ CStringRef CStringPool::Intern(std::wstring_view strText) {
   return CStringRef(tSlot.pText);
 }
 
-/// The slot of this text, or the empty one where it belongs.
+/// The slot of this text, or the empty one to put it into.
 CStringPool::TSlot& CStringPool::FindSlot(std::wstring_view strText, std::size_t nHash) {
   const std::size_t nMask = m_atSlots.size() - 1;
   std::size_t nSlot = nHash & nMask;

@@ -10,7 +10,7 @@
 
 namespace TALVEK::VCM {
 
-/// One text of a CStringPool. Copying it copies a pointer. Default: the empty text.
+/// A reference to a text in a CStringPool, as small as a pointer. Default: the empty text.
 ///
 /// Lifetime  Valid as long as the pool that returned it.
 class TALVEK_CORE_API CStringRef {
@@ -30,8 +30,8 @@ class TALVEK_CORE_API CStringRef {
 
 /// Interned texts: equal texts are stored once.
 ///
-/// Cost     A hash table of its own, which keeps each text's hash beside it. With std::unordered_set a log of
-///          1.6 million revisions takes 5 % longer to read (8.6 s), and reading is held to a limit.
+/// Cost     Its own hash table, which stores the hashes too. With std::unordered_set a log of 1.6 million
+///          revisions takes 5 % longer to read (8.6 s).
 /// Owns     Every text, until the pool is destroyed. Not copyable: references point into it.
 class TALVEK_CORE_API CStringPool {
  public:
@@ -44,7 +44,7 @@ class TALVEK_CORE_API CStringPool {
   int GetCount() const { return static_cast<int>(m_astrTexts.size()); }
 
  private:
-  /// A place of the hash table; empty without a text.
+  /// A slot of the hash table; pText is null when it is empty.
   struct TSlot {
     std::size_t nHash = 0;
     const CString* pText = nullptr;
@@ -54,8 +54,8 @@ class TALVEK_CORE_API CStringPool {
   void Grow();
 
   std::deque<CString> m_astrTexts;  // a deque never moves its elements
-  // A power of two, at least twice as many as texts. A search mostly ends at the first slot that it looks at,
-  // and looks at no text but an equal one; a chain of nodes would have it wait for memory three times.
+  // Linear probing; the size is a power of two and at least twice the number of texts. A lookup usually needs
+  // one slot and compares only an equal text. Chained nodes would cost three cache misses.
   std::vector<TSlot> m_atSlots;
 };
 

@@ -25,7 +25,7 @@ long ZoneOffset(int nZone) {
 /// False when the year doesn't fit into `struct tm`.
 bool BreakDown(long long nSeconds, int nZone, std::tm& tParts) {
   if (nZone == ZONE_LOCAL) {
-    tzset();  // localtime_r alone need not look at TZ
+    tzset();  // localtime_r alone need not read TZ
     const std::time_t nTime = nSeconds;
     return localtime_r(&nTime, &tParts) != nullptr;
   }
@@ -44,9 +44,9 @@ std::string ZoneName(int nZone) {
   return (nHours > 0 ? "GMT+" : "GMT") + std::to_string(nHours);
 }
 
-/// False when the text would be unreasonably long.
+/// False when the text would exceed MAX_TEXT.
 bool FormatParts(const wchar_t* pszFormat, const std::tm& tParts, std::wstring& strOut) {
-  // The dot keeps every result from being empty, so that a length of 0 always means that the buffer is too
+  // The dot makes every result at least one character long, so a length of 0 means that the buffer is too
   // small.
   const std::wstring strFormat = std::wstring(L".") + pszFormat;
   for (std::size_t nRoom = 64; nRoom <= MAX_TEXT; nRoom *= 4) {

@@ -7,8 +7,8 @@
 
 namespace TALVEK::VCM {
 
-/// Time zones, numbered as the toolkit numbers them: GMT-HH is 13 - HH, GMT+HH is 13 + HH. 0 is the process's
-/// own zone.
+/// Time zones, numbered as in wxDateTime::TZ: GMT-HH is 13 - HH, GMT+HH is 13 + HH. 0 is the process's own
+/// zone.
 enum TTimezone : int { ZONE_LOCAL = 0, ZONE_GMT_MINUS_12 = 1, ZONE_GMT0 = 13, ZONE_GMT_PLUS_13 = 26 };
 
 /// A point in time: seconds since 1970-01-01 00:00:00 UTC, signed 64-bit. Default: 0.
@@ -20,13 +20,15 @@ class TALVEK_CORE_API CTimestamp {
   void Set(long long nSeconds) { m_nSeconds = nSeconds; }
   long long GetUTC() const { return m_nSeconds; }
 
-  /// The time in the zone, by a strftime format; by "%Y-%m-%d %H:%M:%S" without one. A time whose year
-  /// doesn't fit into `struct tm` gives the number of its seconds. A zone outside 0 to 26 counts as GMT0.
+  /// The time in the zone, by a strftime format; "%Y-%m-%d %H:%M:%S" without one. The result is the plain
+  /// number of seconds when the year doesn't fit into `struct tm`, or the text would exceed a million
+  /// characters. A zone outside 0 to 26 counts as GMT0.
   CString Format(const wchar_t* pszFormat, int nZone) const;
   CString Format(int nZone) const;
 
-  /// Takes the time so far for a local time in `nZone`, and converts it to UTC: 10:00 with GMT+2 becomes
-  /// 08:00. `bDaylightSaving` takes one more hour off. A zone outside 1 to 26 changes nothing.
+  /// Treats the present value as a local time in `nZone`, and converts it to UTC: 10:00 with GMT+2 becomes
+  /// 08:00. `bDaylightSaving` subtracts one more hour. A zone outside 1 to 26, or an overflow, changes
+  /// nothing.
   void ChangeTimezone(int nZone, bool bDaylightSaving);
 
   auto operator<=>(const CTimestamp&) const = default;

@@ -1,4 +1,4 @@
-// Command lines: splitting them, and what the provider puts into them.
+// Splitting command lines, and the command lines that the provider makes.
 
 #include <algorithm>
 #include <cstdarg>
@@ -20,7 +20,7 @@ namespace {
 
 using TWords = std::vector<VCM::CString>;
 
-/// The rules of splitting, character by character.
+/// A plain second version of SplitCommandLine, character by character.
 TWords PlainSplit(std::wstring_view strLine) {
   TWords astrWords;
   bool bInWord = false;
@@ -49,7 +49,7 @@ TWords PlainSplit(std::wstring_view strLine) {
 
 void CheckSplitting(const VCM::CString& strLine) {
   const TWords astrWords = VCM::SplitCommandLine(strLine);
-  Check(astrWords == PlainSplit(strLine.View()), "a line is split as the rules read");
+  Check(astrWords == PlainSplit(strLine.View()), "a line is split by the rules");
   VCM::CString strQuoted;
   for (const VCM::CString& strWord : astrWords)
     strQuoted += L"\t\"" + VCM::EscapeQuoted(strWord) + L"\" ";
@@ -62,7 +62,7 @@ bool LeadsOut(const VCM::CString& strFolder) {
          strSlashes.find(L"/./") != std::wstring::npos;
 }
 
-/// A provider that runs nothing and keeps the command that it would have run.
+/// A provider that runs no command, but keeps the one that it would have run.
 class CCommandKeeper : public MCV::CProvider {
  public:
   CCommandKeeper() {
@@ -92,8 +92,8 @@ class CCommandKeeper : public MCV::CProvider {
     m_strCommand.Clear();
     return astrWords;
   }
-  /// The same for a checkout: the folder to check out into comes before the module, and before the "--" that
-  /// a module has which looks like an option.
+  /// The same for a checkout. Checks the folder to check out into: the word before the module, or before the
+  /// "--" in front of a module that looks like an option.
   TWords TakeCheckout() {
     const TWords astrWords = TakeWords();
     if (astrWords.empty()) return astrWords;
@@ -106,7 +106,7 @@ class CCommandKeeper : public MCV::CProvider {
   VCM::CString m_strCommand;
 };
 
-/// A line of the input as a text. It may hold what a line can't: 1 stands for a line feed, 2 for a NUL.
+/// A line of the input as a text, in which byte 1 stands for a line feed and 2 for a NUL.
 VCM::CString TextOf(std::string_view strLine) {
   std::string strBytes(strLine);
   std::replace(strBytes.begin(), strBytes.end(), '\1', '\n');
@@ -122,8 +122,7 @@ bool HasNul(const VCM::CString& strText) {
   return strText.Find(L'\0') >= 0;
 }
 
-/// Puts the module, or a file in it, behind the other words. One that looks like an option has a "--" in
-/// front.
+/// Appends the module, or a file in it; after a "--" when it looks like an option.
 void AddModule(const VCM::CString& strModule, const VCM::CString& strPathInModule, TWords& astrWords) {
   const VCM::CString strArgument = UpToNul(strModule + strPathInModule);
   if (strArgument.View().starts_with(L'-')) astrWords.emplace_back(L"--");

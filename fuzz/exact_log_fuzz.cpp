@@ -1,4 +1,4 @@
-// The text of `cvs rlog`, read by its counts.
+// Reading the output of `cvs rlog` with exact/log_reader.h.
 
 #include <charconv>
 #include <chrono>
@@ -44,9 +44,9 @@ std::string TimeText(std::int64_t nTime) {
   return achText;
 }
 
-/// All facts of a file as a log: as the client prints it, where the facts are those of a real file.
+/// Writes all facts of a file as a log, in the client's format.
 std::string LogText(const TRcsFile& tFile) {
-  // In Attic, so that a folder "Attic" that is part of the path stays in it.
+  // The reader removes one folder "Attic". So there is one more, in case the path itself has an Attic.
   const std::size_t nName = tFile.strPath.rfind('/') + 1;
   std::string strLog = "\nRCS file: /repo/" + tFile.strPath.substr(0, nName) + "Attic/" +
                        tFile.strPath.substr(nName) + ",v\nhead: " + NumberText(tFile.nHead) +
@@ -77,7 +77,7 @@ std::string LogText(const TRcsFile& tFile) {
   return strLog + "=============================================================================\n";
 }
 
-/// All that is read of a file, but for what was odd in its log.
+/// All that is read of a file, except what was odd in its log.
 std::string Facts(const TRcsFile& tFile) {
   return tFile.strPath + "\n" + LogText(tFile);
 }
@@ -89,7 +89,7 @@ std::string AllFacts(const std::vector<TRcsFile>& atFiles) {
   return strText;
 }
 
-/// All numbers that stand behind "revisions:".
+/// All numbers that follow "revisions:".
 std::set<std::size_t> CountsOf(std::string_view strLog) {
   constexpr std::string_view BEFORE = "revisions:";
   std::set<std::size_t> nCounts;
@@ -108,22 +108,22 @@ void CheckFile(const TRcsFile& tFile, const std::set<std::size_t>& nCounts) {
   bool bTimesCanBeWritten = true;
   for (const TRcsRevision& tRevision : tFile.atRevisions) {
     Check(!tRevision.nNumber.empty() && tRevision.nNumber.size() % 2 == 0,
-          "a revision has a revision's number");
+          "a revision's number has an even count of parts");
     Check(nNumbers.insert(tRevision.nNumber).second, "no number comes twice");
-    // From the year 101 to 9998: a zone may lead out of the years with four digits.
+    // Only the years 101 to 9998: with a time zone, others may not have four digits.
     bTimesCanBeWritten =
         bTimesCanBeWritten && tRevision.nTime > -58'979'000'000 && tRevision.nTime < 253'370'000'000;
   }
   Check(!tFile.bIncomplete || !tFile.strRepair.empty(), "a loss is named");
   Check(tFile.bIncomplete || nCounts.contains(tFile.atRevisions.size()),
-        "a file has as many revisions as counted");
+        "a file has as many revisions as its log says");
   if (!tFile.strRepair.empty() || !bTimesCanBeWritten) return;
   const std::vector<TRcsFile> atAgain = ReadFiles(LogText(tFile), SIZE_MAX);
   Check(atAgain.size() == 1 && atAgain.front().strRepair.empty() && Facts(atAgain.front()) == Facts(tFile),
         "the log of what was read gives the same again");
 }
 
-/// Options: those of CFuzzInput::Expanded;  1, 7  read in pieces of that many bytes, too.
+/// Options: those of CFuzzInput::Expanded;  1, 7  also read in pieces of that many bytes.
 void Run(const CFuzzInput& oInput) {
   const std::string strLog = oInput.Expanded(REPETITIONS);
   const std::vector<TRcsFile> atFiles = ReadFiles(strLog, SIZE_MAX);
@@ -133,7 +133,7 @@ void Run(const CFuzzInput& oInput) {
   for (const std::size_t nPiece : {std::size_t{1}, std::size_t{7}}) {
     if (!oInput.Has(static_cast<char>('0' + nPiece))) continue;
     Check(AllFacts(ReadFiles(strLog, nPiece)) == AllFacts(atFiles),
-          "the files don't hang on how the bytes arrive");
+          "the files don't depend on how the bytes arrive");
   }
 }
 

@@ -1,4 +1,4 @@
-// A log's items put together into files, and the lookups in a file.
+// Putting a log's items together into files, and the lookups in a file.
 
 #include <algorithm>
 #include <cstdint>
@@ -17,7 +17,7 @@ namespace TALVEK::FUZZ {
 namespace {
 
 constexpr std::size_t BLOCK_BYTES = 65536;
-/// The lookups are compared with searches from end to end.
+/// The lookups are compared with linear searches, which are too slow for more names or revisions.
 constexpr std::size_t MAX_COMPARED = 400;
 constexpr int REPETITIONS = 64;
 
@@ -56,7 +56,8 @@ void CheckLookups(const MCV::TFileInfo& tFile, const TPlainFile& tPlain) {
   }
   MCV::CTagNesting oNesting(tFile);
   for (std::size_t i = 0; i < tPlain.atNames.size(); ++i)
-    Check(oNesting.NextParent() == PlainParent(tPlain, i), "a name branches from the last one it continues");
+    Check(oNesting.NextParent() == PlainParent(tPlain, i),
+          "a name's parent is the last name whose number begins its own");
 }
 
 std::vector<TPlainFile> ReadFiles(std::string_view strLog, const TLogOptions& tOptions) {
@@ -71,7 +72,7 @@ std::vector<TPlainFile> ReadFiles(std::string_view strLog, const TLogOptions& tO
     atFiles.push_back(CopyOf(tFile));
     CheckLookups(tFile, atFiles.back());
   }
-  Check(CopyOf(tFile) == TPlainFile() && !ReadFile(), "at the end there is no file, however often asked");
+  Check(CopyOf(tFile) == TPlainFile() && !ReadFile(), "after the end there is no file, at any call");
   return atFiles;
 }
 

@@ -7,7 +7,7 @@ namespace TALVEK::FUZZ {
 
 namespace {
 
-/// The same surroundings for each run.
+/// The same locale and time zone for each run.
 struct TSurroundings {
   TSurroundings() {
     std::setlocale(LC_CTYPE, "C.UTF-8");

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Plain counters would do, but a fuzzer watches itself from a second thread.
+// Atomic, because a fuzzer has a second thread that watches it.
 std::atomic<std::size_t> s_nLive{0};
 std::atomic<std::size_t> s_nPeak{0};
 std::atomic<std::uint64_t> s_nAllocations{0};
@@ -38,8 +38,8 @@ void Free(void* pBlock) noexcept {
 
 }  // namespace
 
-// All forms but those for overaligned types: a sanitizer's runtime brings its own of those left out, and they
-// must not meet these.
+// All forms except those for overaligned types. For a form that is missing here a sanitizer's runtime has its
+// own, and memory from one must not be freed by the other.
 void* operator new(std::size_t nBytes) {
   return AllocateOrThrow(nBytes);
 }

@@ -5,17 +5,17 @@
 
 namespace TALVEK::FUZZ {
 
-/// What the program's operators new have given out. Linking this file replaces them.
+/// The program's allocations by operator new. Linking this file replaces all such operators.
 struct THeapUse {
   std::size_t nLiveBytes;
-  std::size_t nPeakBytes;  ///< the most since the last ResetHeapPeak
+  std::size_t nPeakBytes;  ///< the largest nLiveBytes since the last ResetHeapPeak
   std::uint64_t nAllocations;
 };
 
 THeapUse GetHeapUse();
-/// The peak is what is live now.
+/// Sets the peak to the bytes that are live now.
 void ResetHeapPeak();
-/// The allocation after the next `nAllocations` fails, once.
+/// Lets `nAllocations` allocations succeed and fails the next one, once.
 void FailAllocationAfter(std::uint64_t nAllocations);
 
 }  // namespace TALVEK::FUZZ

@@ -38,7 +38,7 @@ void CheckItems(const TStoredChange& tChange) {
     const std::uint32_t nTime = TimeOf(tItem);
     Check(tItem.nItem == i + 1, "items are numbered from 1");
     Check(tItem.nType <= MCE::CHANGE_ITEM_READD, "an item is of one of four types");
-    Check(IsInside(tItem.oFilePath), "an item's path leads nowhere else");
+    Check(IsInside(tItem.oFilePath), "an item's path stays inside the module");
     Check(astrPaths.insert(tItem.oFilePath.GeneratePath()).second, "no file is twice in a change");
     Check(i > 0 || nTime == nBaseTime, "the first item's time is the change's base time");
     Check(std::max(nTime, nBaseTime) - std::min(nTime, nBaseTime) <= WINDOW_SECONDS,
@@ -53,7 +53,7 @@ bool ComesBefore(const TStoredChange& tLeft, const TStoredChange& tRight) {
          std::tie(tRight.tRecord.nTime, tRight.tRecord.nID);
 }
 
-/// The changes of a stream, in the order in which the walk has to show them.
+/// The changes of a stream, in the order in which the walk must return them.
 std::vector<const TStoredChange*> ChangesOf(const std::vector<TStoredChange>& atChanges,
                                             std::uint32_t nStream) {
   std::vector<const TStoredChange*> aptChanges;
@@ -75,7 +75,7 @@ void WalkItems(CSearchedProvider& oProvider, const TStoredChange& tChange) {
           "the walk shows the items as they are");
     nResult = oProvider.OnNextChangeItem(tItem);
   }
-  Check(nResult == MCE::RESULT_END, "the walk shows no item more");
+  Check(nResult == MCE::RESULT_END, "the walk shows no other item");
 }
 
 void WalkStream(CSearchedProvider& oProvider, const std::vector<const TStoredChange*>& aptChanges) {
@@ -90,7 +90,7 @@ void WalkStream(CSearchedProvider& oProvider, const std::vector<const TStoredCha
     WalkItems(oProvider, *ptStored);
     nResult = oProvider.OnNextChangeset(tChange);
   }
-  Check(nResult == MCE::RESULT_END, "the walk shows no change more");
+  Check(nResult == MCE::RESULT_END, "the walk shows no other change");
 }
 
 }  // namespace
@@ -131,7 +131,8 @@ void CheckLinkage(const CSearchedProvider& oProvider, const std::vector<TStoredC
     for (const TStoredChange* ptChange : ChangesOf(atChanges, tStream.nParentID)) {
       if (ptChange->tRecord.nTime <= nCreated) nBase = ptChange->tRecord.nID;
     }
-    Check(tStream.nBaseChangeID == nBase, "a stream starts from its parent's last change before it was made");
+    Check(tStream.nBaseChangeID == nBase,
+          "a stream starts from its parent's last change at or before its creation");
   }
 }
 

@@ -6,16 +6,17 @@
 
 namespace TALVEK::FUZZ {
 
-/// Checks what holds for the list of streams whatever the log was.
+/// Checks what holds for the list of streams of any log.
 void CheckStreams(const CSearchedProvider& oProvider);
 
 /// Checks what holds for every change and its items.
 void CheckChanges(const CSearchedProvider& oProvider, const std::vector<TStoredChange>& atChanges);
 
-/// Checks that each stream is tied to the last change of its parent up to the time it was made.
+/// Checks that each stream's base change is its parent's last change at or before the stream's creation time.
 void CheckLinkage(const CSearchedProvider& oProvider, const std::vector<TStoredChange>& atChanges);
 
-/// Walks as a host does, which makes folders, and checks that the walk shows what the database holds.
+/// Walks over the changes as a host does, and checks that the walk returns what the database has. Makes
+/// folders.
 void CheckWalk(CSearchedProvider& oProvider, const std::vector<TStoredChange>& atChanges);
 
 }  // namespace TALVEK::FUZZ

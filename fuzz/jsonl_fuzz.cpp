@@ -1,4 +1,4 @@
-// The writer of JSON Lines: what it writes is read back by a JSON library.
+// Writing JSON Lines: a JSON library reads back what was written.
 
 #include <algorithm>
 #include <cstdint>
@@ -25,8 +25,8 @@ namespace TALVEK::FUZZ {
 
 namespace {
 
-// A lone surrogate stands in JSON as an escape, which is well-formed, but means no text to the library. So
-// both sides have U+10D800 to U+10DFFF, which mean nothing, in the place of U+D800 to U+DFFF.
+// A lone surrogate is an escape in JSON. That is well-formed, but the library refuses it. So the comparison
+// replaces U+D800 to U+DFFF by U+10D800 to U+10DFFF on both sides.
 constexpr std::uint32_t STAND_IN = 0x100000;
 
 bool IsSurrogate(std::uint32_t nCode) {
@@ -45,7 +45,7 @@ void AppendUtf8(std::uint32_t nCode, std::string& strOut) {
     strOut += static_cast<char>(0x80 | (nCode >> 6 * i & 0x3F));
 }
 
-/// What a text must come out as.
+/// The UTF-8 text that the library must read back.
 std::string Expected(const VCM::CString& strText) {
   std::string strExpected;
   for (const wchar_t ch : strText.View()) {
@@ -61,7 +61,7 @@ std::string Escape(std::uint32_t nUnit) {
   return szEscape;
 }
 
-/// Puts stand-ins in the place of surrogates; every other escape stays as it is.
+/// Replaces surrogates by their stand-ins; leaves all other escapes alone.
 std::string WithoutSurrogates(std::string_view strJson) {
   std::string strResult;
   for (std::size_t i = 0; i < strJson.size();) {
@@ -106,7 +106,7 @@ std::string WrittenBy(HOST::CPreview& oPreview) {
   return strBytes;
 }
 
-/// Feeds a preview with a history of these texts, and keeps what must be written.
+/// Feeds a preview with a history of texts, and keeps the lines that it must write.
 class CHistory {
  public:
   explicit CHistory(HOST::CPreview& oPreview) : m_oPreview(oPreview) {}
@@ -222,8 +222,8 @@ VCM::CString TextOf(std::string_view strLine, const CFuzzInput& oInput) {
   return VCM::CString(std::move(strText));
 }
 
-/// Each line is a text: a stream's name when it begins with S, a file's path with I, else a change's user and
-/// comment. Options: s  the texts are as the database stores them;  w  their bytes are wide characters.
+/// Each line is a text. It is a stream's name if it begins with S, a file's path with I, else a change's user
+/// and comment. Options: s  texts are in the database's encoding;  w  their bytes are wide characters.
 void Run(const CFuzzInput& oInput) {
   std::vector<VCM::CString> astrTexts;
   for (const std::string_view strLine : oInput.Lines())

@@ -18,7 +18,7 @@ void CheckPath(const VCM::CFilePath& oPath) {
   Check(!oPath.IsAbsolute(), "a file's path is relative");
   for (int i = 0; i < oPath.GetCount(); ++i) {
     const VCM::CString strItem = oPath.GetItemText(i);
-    Check(!strItem.IsEmpty() && strItem != L"." && strItem != L"..", "a file's path leads nowhere else");
+    Check(!strItem.IsEmpty() && strItem != L"." && strItem != L"..", "a file's path stays inside the module");
     Check(strItem.Find(L'/') < 0, "an item of a path holds no separator");
   }
 }

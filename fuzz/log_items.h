@@ -33,7 +33,7 @@ struct TLogOptions {
 using TNumber = std::vector<std::uint32_t>;
 TNumber NumberOf(const MCE::TCVSRevision& oRevision);
 
-/// An item of a log, with texts of its own.
+/// An item of a log that owns its texts.
 struct TPlainItem {
   int nKind;
   std::wstring strPath;
@@ -47,8 +47,8 @@ struct TPlainItem {
   bool operator==(const TPlainItem&) const = default;
 };
 
-/// Reads the whole log through the parser, in pieces of at most `nPiece` bytes, and checks what holds for
-/// every item by itself, and that each byte is read once.
+/// Reads the whole log with the parser, in pieces of at most `nPiece` bytes. Checks each item by itself, and
+/// that each byte is read once.
 std::vector<TPlainItem> ReadItems(std::string_view strLog, std::size_t nPiece, const TLogOptions& tOptions);
 
 }  // namespace TALVEK::FUZZ

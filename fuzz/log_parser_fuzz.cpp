@@ -1,4 +1,4 @@
-// The text of `cvs rlog`, cut into items.
+// Cutting the output of `cvs rlog` into items.
 
 #include <cstdint>
 #include <string>
@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t BLOCK_BYTES = 65536;
 constexpr int REPETITIONS = 64;
 
-/// Options: those of TLogOptions and of CFuzzInput::Expanded;  1, 7  read in pieces of that many bytes, too.
+/// Options: those of TLogOptions and of CFuzzInput::Expanded;  1, 7  also read in pieces of that many bytes.
 void Run(const CFuzzInput& oInput) {
   const TLogOptions tOptions(oInput);
   const std::string strLog = oInput.Expanded(REPETITIONS);
@@ -24,7 +24,7 @@ void Run(const CFuzzInput& oInput) {
   oLimits.Check();
   for (const std::size_t nPiece : {std::size_t{1}, std::size_t{7}}) {
     if (!oInput.Has(static_cast<char>('0' + nPiece))) continue;
-    Check(ReadItems(strLog, nPiece, tOptions) == atItems, "the items don't hang on how the bytes arrive");
+    Check(ReadItems(strLog, nPiece, tOptions) == atItems, "the items don't depend on how the bytes arrive");
   }
 }
 

@@ -5,9 +5,9 @@
 
 namespace TALVEK::FUZZ {
 
-/// Watches every folder that the program makes. Linking this file puts a watcher in front of mkdir.
+/// Checks every folder that the program makes. Linking this file replaces mkdir. Only one object at a time.
 ///
-/// Owns     The folders made below `strRoot` meanwhile: they are removed at the end. One of these at a time.
+/// Owns     The folders that are made during its lifetime; removes them at the end.
 class CMadeFolders {
  public:
   explicit CMadeFolders(std::string strRoot);

@@ -10,12 +10,12 @@
 
 namespace TALVEK::FUZZ {
 
-/// A stream over a text that never gives more than a few bytes at once, as a pipe may, and counts.
+/// A stream over a text that never gives more than `nPiece` bytes at once, as a pipe may, and counts reads.
 class CPieceStream : public wxInputStream {
  public:
   CPieceStream(std::string_view strText, std::size_t nPiece) : m_strRest(strText), m_nPiece(nPiece) {}
 
-  // The toolkit's own Read asks until the buffer is full.
+  // wxInputStream::Read would call OnSysRead until the buffer is full.
   wxInputStream& Read(void* pBuffer, std::size_t nBytes) override {
     m_lastcount = OnSysRead(pBuffer, std::min(nBytes, m_nPiece));
     return *this;

@@ -6,8 +6,7 @@ namespace TALVEK::FUZZ {
 
 namespace {
 
-/// Equal numbers end up in the reverse of the log's order: that is how the product's sort leaves what its
-/// comparison never calls equal.
+/// Equal numbers come out in the reverse of the log's order, as CArray::Sort leaves them.
 template <class TRecord>
 void SortByNumber(std::vector<TRecord>& atRecords) {
   std::reverse(atRecords.begin(), atRecords.end());
@@ -62,10 +61,10 @@ std::vector<TPlainFile> PlainFiles(const std::vector<TPlainItem>& atItems, bool 
       atFiles.back().atRevisions.push_back(
           {tItem.anRevision, tItem.nTime, tItem.nState, tItem.strAuthor, tItem.strComment});
     } else {
-      bInFile = false;  // what follows belongs to no file, up to the next header
+      bInFile = false;  // items up to the next header belong to no file
     }
   }
-  // What belongs to no file at the end of a log makes one last file without anything.
+  // If the log's last items belong to no file, there is one last, empty file.
   if (!bInFile && !atItems.empty()) atFiles.push_back({});
   for (TPlainFile& tFile : atFiles) {
     SortByNumber(tFile.atNames);

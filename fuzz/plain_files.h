@@ -24,7 +24,7 @@ struct TPlainRevision {
   bool operator==(const TPlainRevision&) const = default;
 };
 
-/// A file of a log, with texts of its own.
+/// A file of a log that owns its texts.
 struct TPlainFile {
   std::wstring strPath;
   std::vector<TPlainName> atNames;
@@ -34,7 +34,7 @@ struct TPlainFile {
 
 TPlainFile CopyOf(const MCV::TFileInfo& tFile);
 
-/// The files that a log's items make up, worked out in the plainest way.
+/// A plain second version of CFileEnum: the files that a log's items make.
 std::vector<TPlainFile> PlainFiles(const std::vector<TPlainItem>& atItems, bool bKeepTags);
 
 }  // namespace TALVEK::FUZZ

@@ -13,7 +13,7 @@ namespace TALVEK::FUZZ {
 namespace {
 
 constexpr std::uint32_t NEVER = 0xFFFFFFFF;
-/// The plain grouping sorts all changes for each item.
+/// The plain grouping sorts all changes for each item, which is too slow for more items.
 constexpr std::size_t MAX_GROUPED = 120;
 
 std::uint32_t TimeOf(const MCV::TRevInfo& tRevision) {
@@ -104,10 +104,10 @@ void CompareChange(const TEST::CPlainGrouping::TChange& tExpected, const TStored
   Check(tRecord.nID == tExpected.nID && tRecord.nStreamID == tExpected.nStream &&
             tRecord.nTime == tExpected.nTime && tRecord.strUser == tExpected.strUser &&
             tRecord.strComment == tExpected.strComment && tRecord.nNextItem == tExpected.nNextItem,
-        "changes are grouped as the rules read");
+        "changes are grouped by the rules");
   Check(tRecord.oProps.GetNumber(MCE::CHANGE_BASE_TIME, 0) == tExpected.nBaseTime &&
             tRecord.oProps.GetNumber(MCE::CHANGE_MAX_TIME, 0) == tExpected.nMaxTime,
-        "a change's bounds are as the rules read");
+        "a change's times are those that the rules give");
   Check(tStored.atItems.size() == tExpected.atItems.size(), "a change has the items that the rules give it");
   for (std::size_t i = 0; i < tStored.atItems.size(); ++i) {
     Check(

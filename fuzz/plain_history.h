@@ -11,7 +11,7 @@
 
 namespace TALVEK::FUZZ {
 
-/// One revision of one file as a change item, before it is put into a change.
+/// A revision of a file as a change item, before grouping.
 struct TPlainChangeItem {
   std::uint32_t nStream;
   VCM::CString strUser;
@@ -23,13 +23,13 @@ struct TPlainChangeItem {
   std::uint32_t nEndTime;
 };
 
-/// The change items that a log gives, worked out in the plainest way, in the order of the log. `oProvider`
-/// has searched the log already: its streams are the ones that the items are on.
+/// A plain second version of the change items that a log makes, in the log's order. `oProvider` has searched
+/// the log already, and has the streams.
 std::vector<TPlainChangeItem> PlainItems(std::string_view strLog, const CFuzzInput& oInput,
                                          const CSearchedProvider& oProvider);
 
-/// Checks that the database holds these items, no less and no more, and, when they are few, that they are
-/// grouped as the rules read.
+/// Checks that the database has exactly these items and, when they are few, that they are grouped by the
+/// rules.
 void CompareItems(const std::vector<TPlainChangeItem>& atExpected,
                   const std::vector<TStoredChange>& atChanges);
 

@@ -1,4 +1,4 @@
-// Runs a target over files, without a fuzzer: each argument is a file, or a folder of files.
+// Runs a target over files, without a fuzzer. Each argument is a file or a folder of files.
 
 #include <algorithm>
 #include <cstdint>
@@ -28,10 +28,10 @@ bool Replay(const std::filesystem::path& oFile) {
     std::fprintf(stderr, "can't read %s\n", oFile.c_str());
     return false;
   }
-  // Said before: when a claim doesn't hold, this is the last line but one.
+  // Printed first, so that a failed claim follows the name of its file.
   std::printf("%s\n", oFile.c_str());
   std::fflush(stdout);
-  // A copy of exactly this size, so that a sanitizer sees a read beyond it.
+  // A block of exactly this size, so that a sanitizer notices a read beyond its end.
   const std::vector<char> achBytes{std::istreambuf_iterator<char>(oStream), std::istreambuf_iterator<char>()};
   LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(achBytes.data()), achBytes.size());
   return true;

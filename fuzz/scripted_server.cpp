@@ -15,16 +15,16 @@ namespace TALVEK::FUZZ {
 
 namespace {
 
-/// The other end may well wait for more of what has just been said.
+/// How long to wait for words. The client may be waiting for more of the last text, so the wait must end.
 constexpr suseconds_t MICROSECONDS_FOR_WORDS = 5000;
 
-/// How long to listen when nothing comes; 0: for ever.
+/// Sets how long to wait when nothing comes; 0: for ever.
 void SetPatience(int nConnection, suseconds_t nMicroseconds) {
   const timeval tLimits{0, nMicroseconds};
   ::setsockopt(nConnection, SOL_SOCKET, SO_RCVTIMEO, &tLimits, sizeof tLimits);
 }
 
-/// Listens until the words have come, or nothing comes any more.
+/// Reads until the words have come, or the wait is over.
 void WaitFor(int nConnection, std::string_view strWords) {
   std::string strHeard;
   while (strHeard.find(strWords) == std::string::npos) {
@@ -94,7 +94,7 @@ void CScriptedServer::ServeOne(int nConnection, const std::vector<TStep>& atStep
     WaitFor(nConnection, tStep.strThenWaitFor);
   }
   SetPatience(nConnection, 0);
-  // All that was said arrives only when nothing is left unread here.
+  // Read to the end before closing: closing a socket with unread data can discard what was sent.
   ::shutdown(nConnection, SHUT_WR);
   WaitForEndOf(nConnection);
 }

@@ -9,19 +9,19 @@
 
 namespace TALVEK::FUZZ {
 
-/// A server on this machine that serves one connection after the other, on a thread of its own: it says one
-/// text after the other, each when it has been asked, and hangs up.
+/// A TCP server on this machine that follows a script, on a thread of its own. It serves one connection at a
+/// time: in each step it sends a text and waits for words of a request; then it hangs up.
 class CScriptedServer {
  public:
   struct TStep {
     std::string strSay;
-    std::string strThenWaitFor;  ///< words in a request; it listens for them a moment before it goes on
+    std::string strThenWaitFor;  ///< words of a request; it goes on without them after 5 ms of silence
   };
 
   CScriptedServer();
 
   unsigned GetPort() const { return m_nPort; }
-  /// Sets what is said on the next connection. One connection has to be made for each call.
+  /// Sets the script of the next connection. Make one connection for each call.
   void Prepare(std::vector<TStep> atSteps);
   /// Waits until that connection has ended.
   void WaitForEnd();

@@ -48,8 +48,8 @@ CSearchedProvider::CSearchedProvider(const CFuzzInput& oInput) {
   OpenDatabase();
 }
 
-// As PrepareForChanges does when there is none, but in the temporary folder, which the fuzzer puts into
-// memory: removing files is what takes most of a run's time elsewhere.
+// Makes the database as PrepareForChanges would, but in the temporary folder, which fuzz/run puts into
+// memory: on a disk, removing the files would take most of a run's time.
 void CSearchedProvider::OpenDatabase() {
   const std::filesystem::path oPath =
       std::filesystem::temp_directory_path() / ("talvek-fuzz-" + std::to_string(::getpid()));

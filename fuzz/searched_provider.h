@@ -9,20 +9,20 @@
 
 namespace TALVEK::FUZZ {
 
-/// A changeset as it stands in the import database, with its items in their order.
+/// A changeset of the import database, with its items in order.
 struct TStoredChange {
   MCE::TChangeRecord tRecord;
   std::vector<MCE::TChangeItemRecord> atItems;
 };
 
-/// The CVS provider, with its database laid open.
+/// The CVS provider, with access to its database.
 class CSearchedProvider : public MCV::CProvider {
  public:
-  /// Options besides those of TLogOptions: b  branches are created;  n  branches are nested;  l  the log is
-  /// open, and its lines are made and dropped.
+  /// Options besides those of TLogOptions: b  branches are created;  n  branches are nested;  l  the import
+  /// log is open; its lines are made, but go nowhere.
   explicit CSearchedProvider(const CFuzzInput& oInput);
 
-  /// Everything a host does up to the walks, on a saved log. False when the provider refuses.
+  /// Does all that a host does before the walks, on a saved log. False when the provider refuses.
   bool Establish(std::string_view strLog);
 
   /// The database's changes by ID. Checks that each item belongs to one of them.

@@ -1,4 +1,4 @@
-// A server from the first byte on: log-in, what it can do, and its reply to a checkout, perhaps compressed.
+// A server's whole conversation: log-in, its valid requests, and its reply to a checkout, perhaps compressed.
 
 #include <chrono>
 #include <cstdint>
@@ -22,7 +22,7 @@ namespace {
 
 constexpr std::chrono::seconds PATIENCE{30};
 
-/// The text's parts, which form feeds part.
+/// Splits the text at form feeds into `nParts` parts.
 std::vector<std::string> PartsOf(std::string_view strText, std::size_t nParts) {
   std::vector<std::string> astrParts(nParts);
   for (std::size_t i = 0; i < nParts; ++i) {
@@ -43,8 +43,8 @@ void Talk(const SESSION::TCheckout& tCheckout, std::size_t nBytes) {
   }
 }
 
-/// The text's first part answers the log-in, the second one the question for what the server can do, the
-/// third one is the reply. Options: z  the reply is sent compressed;  c  compression is wanted.
+/// The text's first part answers the log-in, the second one "valid-requests", the third one the checkout.
+/// Options: z  the third part is sent compressed;  c  the client asks for compression.
 void Run(const CFuzzInput& oInput) {
   constexpr std::size_t MAX_INFLATION = 1100;
   static CScriptedServer& s_oServer = *new CScriptedServer;  // its thread never ends
@@ -61,7 +61,7 @@ void Run(const CFuzzInput& oInput) {
   const CWorkLimits oLimits(oInput.Text().size() + nBytes);
   const auto nBegin = std::chrono::steady_clock::now();
   Talk(tCheckout, nBytes);
-  Check(std::chrono::steady_clock::now() - nBegin < PATIENCE, "a server that hung up isn't waited for");
+  Check(std::chrono::steady_clock::now() - nBegin < PATIENCE, "nobody waits for a server that hung up");
   s_oServer.WaitForEnd();
   oLimits.Check();
 }

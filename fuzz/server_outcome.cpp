@@ -18,13 +18,14 @@ void CheckEntry(const SESSION::TEntry& tEntry) {
   Check(tEntry.strName == "a.c", "the entry is the file's");
   Check(tEntry.strTime.empty(), "the entry has no time yet");
   Check(IsField(tEntry.strRevision) && IsField(tEntry.strOptions) && IsField(tEntry.strTag),
-        "no field of an entry holds the end of one");
+        "no field of an entry contains a '/', line end or NUL");
 }
 
 void CheckOutcome(const TOutcome& tOutcome, std::size_t nBytes) {
   const SESSION::TReply& tReply = tOutcome.tReply;
-  Check(tOutcome.strContent.size() <= nBytes, "no more is taken than was sent");
-  Check(tReply.strOutput.size() + tReply.strErrors.size() <= nBytes, "no more is said than was sent");
+  Check(tOutcome.strContent.size() <= nBytes, "the content isn't longer than the reply");
+  Check(tReply.strOutput.size() + tReply.strErrors.size() <= nBytes,
+        "the output isn't longer than the reply");
   Check((tReply.nMode & ~mode_t{0777}) == 0, "a mode has bits for reading, writing and running only");
   if (!tOutcome.strFailure.empty()) return;
   if (tReply.bIsFile) {
@@ -45,7 +46,7 @@ std::string CPieceSource::Read() {
 SESSION::TCheckout MakeCheckout(const std::string& strRoot, const std::string& strFile) {
   const std::optional<SESSION::TCheckout> tCheckout =
       SESSION::ParseCommandLine({"-f", "-d", strRoot, "co", "-r", "1.1", "-d", "Main/src", strFile}, "");
-  Check(tCheckout.has_value(), "the command line is one that this program does");
+  Check(tCheckout.has_value(), "cvs-session carries this command line out itself");
   return *tCheckout;
 }
 

@@ -10,7 +10,7 @@
 
 namespace TALVEK::FUZZ {
 
-/// Gives a text in pieces of at most some size, and then breaks.
+/// Gives a text in pieces of at most `nPiece` bytes, and then throws EBrokenConnection.
 class CPieceSource : public SESSION::CByteSource {
  public:
   CPieceSource(std::string_view strText, std::size_t nPiece) : m_strRest(strText), m_nPiece(nPiece) {}
@@ -21,20 +21,20 @@ class CPieceSource : public SESSION::CByteSource {
   std::size_t m_nPiece;
 };
 
-/// What reading a reply came to.
+/// The outcome of reading a reply.
 struct TOutcome {
   SESSION::TReply tReply;
   std::string strContent;
   std::string strFailure;  ///< empty: none
 };
 
-/// The checkout of mod/src/a.c in revision 1.1 into Main/src, from this root.
+/// The checkout of revision 1.1 of `strFile` into Main/src, from this root.
 SESSION::TCheckout MakeCheckout(const std::string& strRoot, const std::string& strFile = "mod/src/a.c");
 
-/// Reads a reply to it, and checks what holds for every reply of `nBytes` bytes.
+/// Reads a reply to MakeCheckout's checkout, and checks what holds for every reply of `nBytes` bytes.
 TOutcome ReadOutcome(SESSION::CByteSource& oSource, const SESSION::TCheckout& tCheckout, std::size_t nBytes);
 
-/// One text for each different outcome.
+/// The outcome as a text; different outcomes have different texts.
 std::string TextOf(const TOutcome& tOutcome);
 
 }  // namespace TALVEK::FUZZ

@@ -1,4 +1,4 @@
-// A server's reply to a checkout, and what becomes of the working folder by it.
+// A server's reply to a checkout, and its effect on the working folder.
 
 #include <algorithm>
 #include <cstdint>
@@ -26,7 +26,7 @@ namespace {
 
 constexpr std::size_t BLOCK_BYTES = 65536;
 
-/// Everything below a folder, with a slash behind folders.
+/// All paths below a folder; those of folders end in a slash.
 std::set<std::string> Below(const std::filesystem::path& oFolder) {
   std::set<std::string> astrNames;
   for (const auto& oEntry : std::filesystem::recursive_directory_iterator(oFolder)) {
@@ -46,7 +46,7 @@ std::set<std::string> Expected(bool bFile) {
   return astrNames;
 }
 
-/// True when a checkout needn't be left to the client for what lies in the working folder.
+/// True when nothing in the working folder makes the checkout the client's.
 bool IsInOrder(const SESSION::TCheckout& tCheckout) {
   try {
     const SESSION::CWorkingFolder oWorking(tCheckout);
@@ -58,15 +58,15 @@ bool IsInOrder(const SESSION::TCheckout& tCheckout) {
 
 void CheckFolder(const std::filesystem::path& oFolder, bool bFile, const std::string& strContent) {
   std::set<std::string> astrNames = Below(oFolder);
-  astrNames.erase("Main/CVS/Entries.Log");  // the file system's order of names decides
+  astrNames.erase("Main/CVS/Entries.Log");  // whether it is there depends on the file system's order of names
   Check(astrNames == Expected(bFile), "a reply makes the file and the client's own files, and nothing else");
   if (!bFile) return;
   Check(TEST::ReadFile(oFolder / "Main/src/a.c") == strContent, "the file holds what was sent");
   const SESSION::TCheckout tOther = MakeCheckout(":fork:/cvs", "mod/src/b.c");
-  Check(IsInOrder(tOther), "the next checkout finds the folder in order");
+  Check(IsInOrder(tOther), "cvs-session can do the next checkout in this folder");
 }
 
-/// True when the reply was the file, and it was put in its place.
+/// Puts the file in its place if the reply was the file; else false.
 bool Apply(SESSION::CWorkingFolder& oWorking, const TOutcome& tOutcome) {
   const std::unique_ptr<SESSION::CStagedFile> poFile = oWorking.Stage();
   poFile->Write(tOutcome.strContent);
@@ -81,17 +81,17 @@ void CheckWorkingFolder(const TOutcome& tOutcome) {
   std::filesystem::create_directory(oWork);
   const VCM::CWorkingFolderScope oScope(VCM::FromBytes(oWork.string()));
   const SESSION::TCheckout tCheckout = MakeCheckout(":fork:/cvs");
-  Check(IsInOrder(tCheckout), "an empty folder is in order");
+  Check(IsInOrder(tCheckout), "cvs-session can check out into an empty folder");
   SESSION::CWorkingFolder oWorking(tCheckout);
   const bool bFile = Apply(oWorking, tOutcome);
-  // A mode without the right to read is the server's to choose.
+  // The server may send a mode without read permission.
   if (bFile) std::filesystem::permissions(oWork / "Main/src/a.c", std::filesystem::perms::owner_all);
   CheckFolder(oWork, bFile, tOutcome.strContent);
   for (const auto& oEntry : std::filesystem::directory_iterator(oFolder.Path()))
     Check(oEntry.path() == oWork, "nothing is made beside the working folder");
 }
 
-/// Takes zlib's bytes apart, as they come in pieces; nothing when they are damaged.
+/// Decompresses zlib's bytes, in pieces of `nPiece` bytes. Nothing when they are damaged.
 std::optional<std::string> Inflate(std::string_view strBytes, std::size_t nPiece) {
   SESSION::CCompression oCompression(0);
   std::string strText;
@@ -109,16 +109,16 @@ TOutcome Read(std::string_view strReply, std::size_t nPiece, const std::string& 
   return ReadOutcome(oSource, MakeCheckout(strRoot), strReply.size());
 }
 
-/// Options: l  there is no server in between;  1, 7  the reply comes in pieces of that many bytes, too;
-/// z  it is compressed;  w  it is applied to a working folder.
+/// Options: l  the root is local;  1, 7  the reply is also read in pieces of that many bytes;  z  it is
+/// compressed; w  it is applied to a working folder.
 void Run(const CFuzzInput& oInput) {
-  // What zlib can make of a byte.
+  // The most bytes that zlib can make of one.
   constexpr std::size_t MAX_INFLATION = 1100;
   const std::string strRoot = oInput.Has('l') ? "/cvs" : ":fork:/cvs";
   std::optional<std::string> strInflated;
   if (oInput.Has('z')) strInflated = Inflate(oInput.Text(), BLOCK_BYTES);
   const std::string strReply = oInput.Has('z') ? strInflated.value_or("") : std::string(oInput.Text());
-  Check(strReply.size() <= BLOCK_BYTES + oInput.Text().size() * MAX_INFLATION, "compression has its bounds");
+  Check(strReply.size() <= BLOCK_BYTES + oInput.Text().size() * MAX_INFLATION, "inflation is bounded");
   const CWorkLimits oLimits(strReply.size());
   const TOutcome tOutcome = Read(strReply, BLOCK_BYTES, strRoot);
   oLimits.Check();
@@ -126,7 +126,9 @@ void Run(const CFuzzInput& oInput) {
     if (!oInput.Has(static_cast<char>('0' + nPiece))) continue;
     Check(TextOf(Read(strReply, nPiece, strRoot)) == TextOf(tOutcome),
           "a reply is read in pieces of any size");
-    if (oInput.Has('z')) Check(Inflate(oInput.Text(), nPiece) == strInflated, "so is a compressed one");
+    if (oInput.Has('z'))
+      Check(Inflate(oInput.Text(), nPiece) == strInflated,
+            "a compressed reply is read in pieces of any size");
   }
   if (oInput.Has('w')) CheckWorkingFolder(tOutcome);
 }

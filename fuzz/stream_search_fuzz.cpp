@@ -1,4 +1,5 @@
-// A whole search for streams and changes: from a saved log through the engine into the database and out.
+// A whole search for streams and changes: a saved log goes through the engine into the database, and is read
+// back.
 
 #include <cstdint>
 #include <string>
@@ -14,14 +15,14 @@ namespace TALVEK::FUZZ {
 namespace {
 
 constexpr int REPETITIONS = 32;
-/// What is compared with a search from end to end for each stream or change item.
+/// Larger histories aren't compared: each stream and change item costs a linear search.
 constexpr std::size_t MAX_COMPARED = 1000;
 
-/// Rows have keys, and reading one again takes its allocations.
+/// Higher than by default: rows have keys, and reading them back allocates again.
 constexpr CWorkLimits::TRates RATES{.nHeapBytes = 256, .nAllocations = 8, .nMicroseconds = 30};
 
 /// Options: those of CSearchedProvider and of CFuzzInput::Expanded;  w  walk over the changes, which makes
-/// the folders of the files.
+/// folders.
 void Run(const CFuzzInput& oInput) {
   const std::string strLog = oInput.Expanded(REPETITIONS);
   CSearchedProvider oProvider(oInput);

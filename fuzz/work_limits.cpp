@@ -9,7 +9,7 @@ namespace TALVEK::FUZZ {
 
 namespace {
 
-// What the smallest history may cost: buffers, an open database, and what the engine keeps at hand.
+// What the smallest history may cost: buffers, an open database, and the engine's caches.
 constexpr std::size_t FIXED_BYTES = 6 << 20;
 constexpr std::uint64_t FIXED_ALLOCATIONS = 10000;
 constexpr double FIXED_SECONDS = 2;

@@ -5,14 +5,14 @@
 
 namespace TALVEK::FUZZ {
 
-/// Holds one piece of work to what an input of its size may cost: memory, allocations (which count the work)
-/// and processor time, each a constant plus a constant for each byte. Measures from construction to Check.
+/// Limits what a piece of work may cost: memory, allocations (a measure of work) and processor time. Each
+/// limit is a constant plus a rate per byte of input. Measures from construction to Check.
 class CWorkLimits {
  public:
   struct TRates {
-    std::size_t nHeapBytes = 160;    ///< a byte; text is four times as wide inside
-    std::uint64_t nAllocations = 4;  ///< a byte
-    double nMicroseconds = 10;       ///< a byte; some five times what it takes with sanitizers
+    std::size_t nHeapBytes = 160;    ///< per byte of input; wide text alone takes four
+    std::uint64_t nAllocations = 4;  ///< per byte of input
+    double nMicroseconds = 10;       ///< per byte of input; about five times what it takes with sanitizers
   };
 
   explicit CWorkLimits(std::size_t nInputBytes) : CWorkLimits(nInputBytes, TRates()) {}

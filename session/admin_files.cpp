@@ -6,7 +6,7 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-/// The line up to the slash behind the name: what two lines about the same thing have in common.
+/// The line up to the slash after the name, by which lines about the same file or folder are found.
 std::string_view HeadOf(std::string_view strLine) {
   const std::size_t nName = strLine.find('/');
   return strLine.substr(0, strLine.find('/', nName + 1) + 1);
@@ -19,7 +19,7 @@ bool IsWellFormed(std::string_view strLine) {
   return strLine[nName] != '/';
 }
 
-/// Calls `fnTake` with each line; false when it refuses one, or the last one has no end.
+/// Calls `fnTake` with each line. False when it refuses one, or the last line has no end.
 template <class TTake>
 bool ForEachLine(std::string_view strText, const TTake& fnTake) {
   while (!strText.empty()) {

@@ -9,19 +9,19 @@ namespace TALVEK::SESSION {
 /// The text of CVS/Entries: a line for each file and sub-folder checked out, the latest last.
 class CEntries {
  public:
-  /// Shape    The text of Entries, then that of Entries.Log, which holds what came since Entries was written.
-  /// Returns  False for a line of an unknown kind; this folder is then left to the client.
+  /// Shape    The text of Entries, then that of Entries.Log, which holds the changes made since.
+  /// Returns  False for a line of an unknown kind or without an end; leave the folder to the client then.
   bool Parse(std::string_view strEntries, std::string_view strLog);
 
   /// True when there is a line for the sub-folder.
   bool HasFolder(std::string_view strName) const;
   /// The names of the sub-folders, in the order of their lines.
   std::vector<std::string> Folders() const;
-  /// The line of a file, empty without one.
+  /// The line of a file; empty when it has none.
   std::string FileLine(std::string_view strName) const;
-  /// Adds the line of a file or sub-folder as the last one, and removes an older line of the same name.
+  /// Appends the line of a file or sub-folder, and removes an older line of that name.
   void Add(const std::string& strLine);
-  /// Notes that every sub-folder has its line here; without sub-folders a line "D" says so.
+  /// Records that all sub-folders are listed. Without any, a line "D" says so.
   void SetFoldersKnown() { m_bFoldersKnown = true; }
   bool AreFoldersKnown() const { return m_bFoldersKnown; }
 

@@ -7,16 +7,16 @@
 
 namespace TALVEK::SESSION {
 
-/// Where a reply comes from.
+/// The source of a reply's bytes.
 class CByteSource {
  public:
   virtual ~CByteSource() = default;
-  /// The next bytes, one at least. Throws EBrokenConnection at the end, EFailure when none come in time.
+  /// The next bytes, at least one. Throws EBrokenConnection at the end, EFailure when none come in time.
   virtual std::string Read() = 0;
 };
 
-/// Cuts what comes from a source into lines and blocks. The length of a line is limited, so that a server
-/// can't fill the memory by never ending one.
+/// Cuts a source's bytes into lines and blocks. Lines are limited to 64 KiB, so that a server can't fill the
+/// memory with one that never ends.
 class CReplyReader {
  public:
   explicit CReplyReader(CByteSource& oSource) : m_oSource(oSource) {}

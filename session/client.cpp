@@ -85,7 +85,7 @@ void NoteHandOver(THandOverType nReason) {
   const char* pszFile = std::getenv("CVS_SESSION_NOTES");
   if (!pszFile || !*pszFile) return;
   const VCM::CDescriptor oFile(::open(pszFile, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666));
-  // In one write, so that the lines of commands that run at the same time don't mix.
+  // One write, so that lines of commands that run at the same time don't mix.
   const std::string strLine = std::string(HandOverText(nReason)) + "\n";
   [[maybe_unused]] const ssize_t nIgnored = ::write(oFile.Get(), strLine.data(), strLine.size());
 }

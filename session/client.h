@@ -25,10 +25,11 @@ enum THandOverType {
   HAND_OVER_ANSWER,
 };
 
-/// The reason as the notes show it. A text never changes: others count by it.
+/// The reason as it is written to CVS_SESSION_NOTES. Keep the texts as they are: cvs-session(1) lists them,
+/// and users may search for them.
 const char* HandOverText(THandOverType nReason);
 
-/// Thrown where it turns out that a checkout is for the client. Nothing was written up to there.
+/// Thrown when a checkout must be left to the client, always before anything is written.
 class EHandOver : public std::exception {
  public:
   explicit EHandOver(THandOverType nReason) : m_nReason(nReason) {}
@@ -39,10 +40,12 @@ class EHandOver : public std::exception {
   THandOverType m_nReason;
 };
 
-/// Adds a line with the reason to the file that CVS_SESSION_NOTES names. No file, no note: that is no error.
+/// Appends a line with the reason to the file that CVS_SESSION_NOTES names. Does nothing when it isn't set or
+/// the file can't be written.
 void NoteHandOver(THandOverType nReason);
 
-/// Becomes the real client, with the same arguments; returns (with its exit status) only when there is none.
+/// Replaces this process by the real client, with the same arguments. Returns only when that fails: prints
+/// why, and returns 127.
 int BecomeClient(char** ppszArguments);
 
 }  // namespace TALVEK::SESSION

@@ -14,7 +14,7 @@ namespace {
 
 using CWords = std::span<const std::string>;
 
-/// The client's global options, as getopt wants them. The "+" keeps it from looking behind the command.
+/// The client's global options, for getopt. "+" makes it stop at the command.
 constexpr const char* GLOBAL_OPTIONS = "+HQqrwgntRvT:e:d:fz:xas:";
 constexpr const char* CHECKOUT_OPTIONS = "+r:d:";
 
@@ -23,12 +23,12 @@ constexpr const char* CHECKOUT_OPTIONS = "+r:d:";
 template <class TTake>
 std::optional<std::size_t> ReadOptions(CWords astrWords, const char* pszOptions, const TTake& fnTake) {
   std::vector<char*> apszWords;
-  // getopt only moves the words about, and "+" keeps it from that too.
+  // The const_cast is safe: getopt at most reorders the words, and with "+" not even that.
   for (const std::string& strWord : astrWords)
     apszWords.push_back(const_cast<char*>(strWord.c_str()));
   apszWords.push_back(nullptr);
   ::opterr = 0;
-  ::optind = 0;  // 0, and not 1, makes the GNU library forget the words before
+  ::optind = 0;  // not 1: only 0 makes glibc's getopt start afresh
   for (int nLetter;
        (nLetter = ::getopt(static_cast<int>(astrWords.size()), apszWords.data(), pszOptions)) != -1;) {
     if (nLetter == '?' || !fnTake(nLetter, ::optarg)) return std::nullopt;
@@ -104,9 +104,9 @@ void SetCheckout(CWords astrWords, TCheckout& tCheckout) {
   if (!IsPlainPath(tCheckout.strFolder) || !IsPlainPath(tCheckout.strFile)) throw EHandOver(HAND_OVER_PATH);
 }
 
-/// Applies the options of ~/.cvsrc. A line about checkouts is for the client, and so is one with quotes.
+/// Applies the options of ~/.cvsrc. Lines with options for checkouts, or with quotes, are left to the client.
 void ApplyCvsrc(std::string_view strCvsrc, TCheckout& tCheckout) {
-  // Setting up a stream takes longer than all the rest of this.
+  // Constructing a stream takes longer than all the rest of this.
   if (strCvsrc.empty()) return;
   std::istringstream oLines{std::string(strCvsrc)};
   for (std::string strLine; std::getline(oLines, strLine);) {
@@ -128,7 +128,7 @@ bool IsPlainName(std::string_view strName) {
          std::none_of(strName.begin(), strName.end(), [](char ch) { return ch == '\n' || ch == '\0'; });
 }
 
-/// True when `fnTest` is true of each name in a path.
+/// True when `fnTest` is true for each name in a path.
 template <class TTest>
 bool AllNames(std::string_view strPath, const TTest& fnTest) {
   for (;;) {
@@ -167,7 +167,7 @@ std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrAr
                                           std::string_view strCvsrc) {
   std::vector<std::string> astrWords = {"cvs"};
   astrWords.insert(astrWords.end(), astrArguments.begin(), astrArguments.end());
-  // Wherever it stands among the global options, -f keeps the client from reading ~/.cvsrc.
+  // At any place among the global options, -f keeps the client from reading ~/.cvsrc.
   bool bWithoutCvsrc = false;
   const auto fnNoteF = [&bWithoutCvsrc](int nLetter, const char*) {
     bWithoutCvsrc = bWithoutCvsrc || nLetter == 'f';
@@ -177,7 +177,7 @@ std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrAr
   if (!nCommand || *nCommand == astrWords.size() || !IsCheckout(astrWords[*nCommand])) return std::nullopt;
   TCheckout tCheckout;
   if (!bWithoutCvsrc) ApplyCvsrc(strCvsrc, tCheckout);
-  // A root in ~/.cvsrc is not for this program: the command line must name one.
+  // A root in ~/.cvsrc is ignored: the command line must name one.
   tCheckout.tRoot = TRoot();
   if (!SetGlobalOptions(astrWords, tCheckout)) throw EHandOver(HAND_OVER_OPTION);
   if (tCheckout.tRoot.strText.empty()) throw EHandOver(HAND_OVER_ROOT);

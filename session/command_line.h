@@ -9,7 +9,7 @@
 
 namespace TALVEK::SESSION {
 
-/// A checkout of one revision of one file into a named folder, which this program does itself.
+/// A checkout of one revision of one file into a named folder: the command that this program does itself.
 struct TCheckout {
   TRoot tRoot;
   std::string strQuiet;  ///< "-q", "-Q" or empty
@@ -21,21 +21,21 @@ struct TCheckout {
 };
 
 /// Shape    `astrArguments` is the command line after the program's name, `strCvsrc` the text of ~/.cvsrc.
-/// Returns  Nothing for a command other than a checkout, and for one with options that nobody knows.
-/// Errors   EHandOver for a checkout of any other kind, however slight the difference: the client does that.
+/// Returns  Nothing for a command other than a checkout, and for unknown options.
+/// Errors   EHandOver for a checkout that TCheckout can't express: the client does that.
 std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrArguments,
                                           std::string_view strCvsrc);
 
 /// The folder in which the client keeps its own files, in every folder that it checks out.
 inline const std::string ADMIN = "CVS";
 
-/// True for names joined by "/" that stay below where they start, none of which is "CVS".
+/// True for a relative path without empty names, ".", ".." and "CVS".
 bool IsPlainPath(std::string_view strPath);
 
-/// True for "cvs", "Cvs" and so on. Where the file system ignores case, such a name means the client's
-/// folder.
+/// True for "cvs", "Cvs" and so on, but not "CVS". If the file system ignores case, such a name means the
+/// client's folder.
 bool IsAdminInOtherCase(std::string_view strName);
-/// True when one of the names in a path is such a name.
+/// True when a path contains such a name.
 bool HasAdminInOtherCase(std::string_view strPath);
 
 /// The folder part of a path, without the slash; empty when it has none.

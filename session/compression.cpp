@@ -16,7 +16,7 @@ void SetInput(z_stream& tStream, std::string_view strBytes) {
   tStream.avail_in = static_cast<uInt>(strBytes.size());
 }
 
-/// Calls `fnStep` until it no longer fills the block, and returns all that it has written.
+/// Calls `fnStep` until it leaves room in its block, and returns all that it has written.
 template <class TStep>
 std::string Run(z_stream& tStream, const TStep& fnStep) {
   std::string strMade;
@@ -56,7 +56,7 @@ std::string CCompression::Inflate(std::string_view strBytes) {
   SetInput(m_poStreams->tIn, strBytes);
   return Run(m_poStreams->tIn, [this] {
     const int nResult = inflate(&m_poStreams->tIn, Z_SYNC_FLUSH);
-    // Z_BUF_ERROR: nothing left to do, which is no error.
+    // Z_BUF_ERROR means that there is nothing left to do.
     if (nResult != Z_OK && nResult != Z_STREAM_END && nResult != Z_BUF_ERROR)
       throw Aborted("the server's compressed data is damaged");
   });

@@ -6,8 +6,7 @@
 
 namespace TALVEK::SESSION {
 
-/// Both directions of a compressed connection. Each is a single zlib stream, and so lives as long as the
-/// connection.
+/// Both directions of a compressed connection. Each direction is one zlib stream for the whole connection.
 class CCompression {
  public:
   explicit CCompression(int nLevel);
@@ -15,9 +14,9 @@ class CCompression {
   CCompression(const CCompression&) = delete;
   CCompression& operator=(const CCompression&) = delete;
 
-  /// What to send for these bytes. Flushed, so that the other end can read all of it.
+  /// Compresses and flushes, so that the other end can read all of these bytes.
   std::string Deflate(std::string_view strBytes);
-  /// The text in these bytes, perhaps none yet. Throws EFailure when they are no zlib stream.
+  /// Decompresses; the result may be empty until more bytes come. Throws EFailure for a damaged stream.
   std::string Inflate(std::string_view strBytes);
 
  private:

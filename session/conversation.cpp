@@ -10,7 +10,7 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-/// A session can end between finding it and asking it: when its idle time is over, or its server.
+/// A session can end after the command has connected: its idle time is over, or its server has ended.
 constexpr int MAX_TRIES = 4;
 
 }  // namespace
@@ -35,7 +35,7 @@ bool CConversation::Connect() {
   return true;
 }
 
-/// Sends the requests without waiting for READY, which saves each command a switch of processes.
+/// Sends the requests without waiting for READY. This saves a context switch.
 bool CConversation::Introduce(const std::string& strRequests) {
   return SendFrame(m_oSocket.Get(), FRAME_KEY, m_strKey, m_tLimits) &&
          SendFrame(m_oSocket.Get(), FRAME_REQUEST, strRequests, m_tLimits);
@@ -53,7 +53,7 @@ std::string CConversation::Reach(const std::string& strRequests) {
       if (chFrame == FRAME_FAILED) return strText;
       break;
     } catch (const EBrokenConnection&) {
-      // It has ended meanwhile; the next try starts another.
+      // The session has ended meanwhile; the next try starts another.
     }
   }
   throw EHandOver(HAND_OVER_SESSION);
@@ -84,7 +84,7 @@ std::string CConversation::Read() {
     const char chFrame = ReadFrame(strText);
     if (chFrame == FRAME_REPLY && !strText.empty()) return strText;
     if (chFrame == FRAME_BROKEN) throw EBrokenConnection();
-    // Under the client, ssh would have written it there itself.
+    // ssh, started by the client, would have written it there itself.
     if (chFrame == FRAME_ERRORS) WriteAll(STDERR_FILENO, strText, m_tLimits);
   }
 }

@@ -10,20 +10,20 @@
 
 namespace TALVEK::SESSION {
 
-/// One command's exchange with the session. Throws EBrokenConnection when the session or its server goes
-/// away, EFailure when neither sends anything before the time-out.
+/// One command's exchange with the session. Throws EBrokenConnection when the session or its server hangs up,
+/// EFailure when nothing comes before the time-out.
 class CConversation : public CByteSource {
  public:
   CConversation(const TCheckout& tCheckout, const TCaller& tCaller);
 
-  /// Finds the session, or starts one, and asks. Returns empty text, or why there is no connection to the
-  /// server. Throws EHandOver when there is no session to be had: another user's process holds its name, or
-  /// this system can't have one.
+  /// Connects to the session, which it starts if there is none, and sends the requests. Returns an empty
+  /// text, or the reason why there is no connection to the server. Throws EHandOver when there can be no
+  /// session: another user's process has its name, or its socket can't be made.
   std::string Reach(const std::string& strRequests);
   /// Sends more requests.
   void Ask(const std::string& strRequests);
   std::string Read() override;
-  /// Leaves the connection to the next command. Without this, the session closes it.
+  /// Leaves the connection to the next command. Without this the session closes it.
   void Release();
 
  private:

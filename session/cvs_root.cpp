@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned MAX_PORT = 65535;
 
-/// What each letter from ' ' to '~' becomes. Done twice, it gives the letter back.
+/// What each letter from ' ' to '~' becomes. The mapping is its own inverse.
 constexpr std::string_view SCRAMBLED =
     "rx5O`mHlF@LCtJDWo4Kw1\"RQ_ApVvnzi)9S+.f(Y&g-2*{[#}76B|~;/\\GsNXkj8$yuhedEIc?^]'%=0:q Z,b<3!a>MTPU";
 static_assert(SCRAMBLED.size() == '~' - ' ' + 1);
@@ -38,7 +38,7 @@ bool ParseMethod(std::string_view strName, TRoot::TMethodType& nMethod) {
   return true;
 }
 
-/// Without "." and "..": a server compares the folder, letter by letter, with those that it serves.
+/// Refuses "//", "." and "..", because a pserver compares the folder as text with the roots that it serves.
 bool ParseFolder(std::string_view strText, std::string& strFolder) {
   while (strText.size() > 1 && strText.ends_with('/'))
     strText.remove_suffix(1);
@@ -51,8 +51,7 @@ bool ParseFolder(std::string_view strText, std::string& strFolder) {
   return true;
 }
 
-/// Takes off "user:password@", each part of which may be missing. False for a password that can't be
-/// scrambled.
+/// Cuts off "user:password@"; each part may be missing. False for a password that can't be scrambled.
 bool ParseUser(std::string_view& strText, TRoot& tRoot) {
   // A password may hold "@", and so may a folder: the last "@" before the folder ends the password.
   const std::size_t nAt = strText.substr(0, strText.find('/')).rfind('@');
@@ -81,7 +80,7 @@ bool ParseRemote(std::string_view strText, TRoot& tRoot) {
   if (tRoot.strHost.empty() || tRoot.strHost[0] == '-' || tRoot.strUser.starts_with('-')) return false;
   if (nColon != std::string_view::npos && !ParsePort(strPlace.substr(nColon + 1), tRoot.nPort)) return false;
   if (tRoot.nMethod == TRoot::RSH && (tRoot.nPort != 0 || tRoot.strPassword)) return false;
-  // The client knows which user to take when none is named.
+  // Without a user name the client picks one, by rules of its own.
   if (tRoot.nMethod == TRoot::PSERVER && tRoot.strUser.empty()) return false;
   return ParseFolder(strText.substr(nSlash), tRoot.strFolder);
 }
@@ -135,7 +134,7 @@ std::optional<std::string> FindPassword(std::string_view strCvspass, const TRoot
   for (std::string strLine; std::getline(oLines, strLine);) {
     std::string_view strRest = strLine;
     if (strRest.starts_with("/1 ")) strRest.remove_prefix(3);
-    // A scrambled password may hold blanks, a root in this file doesn't.
+    // A scrambled password may contain blanks; a root in this file doesn't.
     const std::size_t nBlank = strRest.find(' ');
     if (nBlank == std::string_view::npos) continue;
     const std::optional<TRoot> tFound = ParseRoot(strRest.substr(0, nBlank));

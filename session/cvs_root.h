@@ -23,12 +23,12 @@ struct TRoot {
   std::string strFolder;                   ///< absolute, without a slash at its end
 };
 
-/// Nothing for a root of another kind: other methods, options in the root, and forms that the client would
-/// refuse or that are ambiguous. The client then says what is wrong with it.
+/// Nothing for other methods, options in the root, ambiguous forms, and those that the client refuses. The
+/// client then handles the root or says what is wrong with it.
 std::optional<TRoot> ParseRoot(std::string_view strText);
 
 /// The form in which a password is sent and stored in ~/.cvspass: "A", then each letter replaced by another.
-/// It hides the password from a passing glance and from nobody else. Nothing when a letter has no such form.
+/// This is no encryption. Nothing when the password has a character outside ASCII's ' ' to '~'.
 std::optional<std::string> ScramblePassword(std::string_view strPassword);
 
 /// The scrambled password for a root in the text of ~/.cvspass; nothing when it has none.

@@ -11,7 +11,8 @@ class EFailure : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// The server hung up before it had answered. Nothing was written, so the command may be asked again.
+/// The server hung up before its answer was complete. Nothing has been written, so the command can be sent
+/// again.
 class EBrokenConnection : public std::runtime_error {
  public:
   EBrokenConnection() : std::runtime_error("the connection is broken") {}

@@ -16,7 +16,7 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-/// The client's own files are much smaller.
+/// A limit against running out of memory; the client's own files are much smaller.
 constexpr std::size_t MAX_FILE = 1 << 28;
 
 [[noreturn]] void Fail(const char* pszWhat, const std::string& strName) {
@@ -129,8 +129,9 @@ void CFolder::Append(const std::string& strName, std::string_view strText) const
 
 void CFolder::Replace(const std::string& strName, const std::string& strBy) const {
   const int nFolder = m_oDescriptor.Get();
-  // Some file systems write a file out to the disk when it takes the place of another by a plain rename: for
-  // the few bytes that are replaced at each file of an import, that takes longer than all the rest.
+  // Some file systems (ext4) flush a file to the disk when a plain rename replaces another by it. Entries is
+  // replaced for each file of an import, and flushing takes longer than all the rest. An exchange isn't
+  // flushed.
   if (::renameat2(nFolder, strBy.c_str(), nFolder, strName.c_str(), RENAME_EXCHANGE) == 0)
     return Remove(strBy);
   if (::renameat(nFolder, strBy.c_str(), nFolder, strName.c_str()) != 0) Fail("rename", strBy);
@@ -174,7 +175,7 @@ void CStagedFile::Publish(const CFolder& oFolder, const std::string& strName, mo
     const timespec atTimes[2] = {{0, UTIME_NOW}, {*nTime, 0}};
     if (::futimens(m_oFile.Get(), atTimes) != 0) Fail("set the time of", strName);
   }
-  // A link, and not a rename: it never takes the place of a file that came meanwhile.
+  // Neither call replaces a file that has appeared meanwhile.
   const std::string strOpen = "/proc/self/fd/" + std::to_string(m_oFile.Get());
   const int nResult = m_strName.empty() ? ::linkat(AT_FDCWD, strOpen.c_str(), oFolder.Descriptor(),
                                                    strName.c_str(), AT_SYMLINK_FOLLOW)

@@ -11,35 +11,36 @@
 
 namespace TALVEK::SESSION {
 
-/// The whole of a file, through whatever links its path leads; empty when it can't be read. Standard streams
-/// do the same, but setting them up takes this program a good part of its time.
+/// A file's content; symbolic links are followed. Empty when it can't be read. Doesn't use standard streams,
+/// because constructing them takes a large part of this program's time.
 std::string ReadFileText(const std::string& strPath);
 
-/// An open folder. Everything in it is reached by a plain name, and never through a symbolic link: nobody can
-/// redirect a write by putting a link in the place of a folder meanwhile.
+/// An open folder. Its methods take plain names and never follow a symbolic link, so that nobody can redirect
+/// a write by replacing a folder with a link.
 ///
-/// Errors   What fails throws EFailure with the name and the reason, unless said otherwise.
+/// Errors   EFailure with the name and the reason, unless said otherwise.
 class CFolder {
  public:
   static CFolder Working();
 
-  /// Nothing when there is no such thing, or when it is no folder.
+  /// Nothing when it doesn't exist, is no folder or can't be opened.
   std::optional<CFolder> Open(const std::string& strName) const;
   CFolder Make(const std::string& strName) const;
-  /// True for anything of that name, even a link that leads nowhere.
+  /// True for anything of that name, even a dangling link.
   bool Has(const std::string& strName) const;
-  /// True when the file system tells "cvs" from "CVS" here. Makes a file and removes it; false when it can't.
+  /// True when the file system tells "cvs" from "CVS" here. Tries it with a temporary file; false when that
+  /// can't be made.
   bool TellsCaseApart() const;
-  /// In the order in which the file system lists them.
+  /// All names but "." and "..", in the file system's order.
   std::vector<std::string> Names() const;
 
-  /// Nothing when it can't be read or is no plain file.
+  /// A file's content. Nothing when it can't be read or is no regular file.
   std::optional<std::string> Read(const std::string& strName) const;
-  /// Makes a file. There must be none of that name.
+  /// Makes a file. Fails when the name exists.
   void Write(const std::string& strName, std::string_view strText) const;
   /// Makes the file when there is none.
   void Append(const std::string& strName, std::string_view strText) const;
-  /// Renames `strBy` to `strName`, in the place of a file that may be there. At every moment one of both is.
+  /// Renames `strBy` to `strName`, atomically replacing a file of that name.
   void Replace(const std::string& strName, const std::string& strBy) const;
   void Remove(const std::string& strName) const;
 
@@ -52,18 +53,18 @@ class CFolder {
   VCM::CDescriptor m_oDescriptor;
 };
 
-/// A file that has no name until it is complete, so that nothing remains of it when the command fails or is
-/// killed. File systems that can't do that get a temporary name.
+/// A file that has no name until it is complete, so that nothing remains when the command fails or is killed.
+/// On file systems without unnamed files it has a temporary name.
 class CStagedFile {
  public:
-  /// `oFolder` is on the file system to which the file is to go, and must outlive it.
+  /// `oFolder` must be on the file system where the file will be published, and must outlive this object.
   explicit CStagedFile(const CFolder& oFolder);
   ~CStagedFile();
   CStagedFile(const CStagedFile&) = delete;
   CStagedFile& operator=(const CStagedFile&) = delete;
 
   void Write(std::string_view strBytes);
-  /// Gives it mode, time and name. Fails when something has that name already.
+  /// Sets mode and modification time, and gives the file its name. Fails when the name exists.
   void Publish(const CFolder& oFolder, const std::string& strName, mode_t nMode, std::optional<time_t> nTime);
   time_t ModificationTime() const;
 

@@ -8,16 +8,15 @@
 
 namespace TALVEK::SESSION {
 
-/// A message between a command and the session process: a letter, the length of the text in four bytes (the
-/// highest first), the text.
+/// A message between a command and the session: a letter, the length of the text in four bytes (the highest
+/// first), the text.
 ///
 /// Command  Sends KEY and a first REQUEST; each further REQUEST when it has read the whole reply to the one
 ///          before; RELEASE at the end.
-/// Session  Answers KEY with READY, with REFUSED (it is for another key) or with FAILED (it has no
-/// connection).
-///          After READY it sends REPLY and ERRORS as they come, and BROKEN when the server hangs up.
+/// Session  Answers KEY with READY, REFUSED (it is for another key) or FAILED (it has no connection). After
+///          READY it sends REPLY and ERRORS as they come, and BROKEN when the server hangs up.
 enum TFrameType : char {
-  FRAME_KEY = 'K',      ///< what the session must be for, see SessionKey
+  FRAME_KEY = 'K',      ///< the session that the command wants, see SessionKey
   FRAME_REQUEST = 'Q',  ///< text for the server
   FRAME_RELEASE = 'R',  ///< the connection is free for the next command
   FRAME_REFUSED = 'N',
@@ -31,17 +30,17 @@ enum TFrameType : char {
 /// A key holds the environment, which the system bounds at 2 MiB.
 constexpr std::size_t MAX_FRAME = 1 << 22;
 
-/// False when the other end has gone.
+/// False when the other end has hung up, or takes nothing before the time-out.
 bool SendFrame(int nSocket, TFrameType nFrame, std::string_view strText, const TWaitLimits& tLimits);
 
 /// The result of reading a frame.
 enum TFrameReadType { FRAME_READ, FRAME_END, FRAME_TIMED_OUT };
 
-/// Reads frames off a socket that doesn't block.
+/// Reads frames from a non-blocking socket.
 class CFrameReader {
  public:
   CFrameReader(int nSocket, TWaitLimits tLimits) : m_nSocket(nSocket), m_tLimits(tLimits) {}
-  /// FRAME_END also for a frame longer than MAX_FRAME, and when the process to wait with has ended.
+  /// FRAME_END also for a frame longer than MAX_FRAME, and when the process of `nCallerDescriptor` has ended.
   TFrameReadType Read(char& chFrame, std::string& strText);
 
  private:

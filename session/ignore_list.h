@@ -6,13 +6,13 @@
 
 namespace TALVEK::SESSION {
 
-/// Patterns of names about which a client doesn't ask the server.
+/// Patterns of file names that cvs ignores: a client doesn't ask the server about them.
 class CIgnoreList {
  public:
   /// The client's own patterns, then those of ~/.cvsignore and of the variable CVSIGNORE.
   static CIgnoreList OfUser();
 
-  /// Adds the patterns of a .cvsignore, which white space separates. A "!" removes all those before it.
+  /// Adds the patterns of a .cvsignore, separated by white space. A "!" removes all patterns before it.
   void Add(std::string_view strPatterns);
   bool Matches(const std::string& strName) const;
 

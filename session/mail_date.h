@@ -7,7 +7,8 @@
 
 namespace TALVEK::SESSION {
 
-/// Seconds since 1970 UTC of a date in the form of mail, such as "6 Nov 2001 06:51:22 -0000", in any zone.
+/// Parses a date as in mail headers, such as "6 Nov 2001 06:51:22 -0000", in any zone. Seconds since 1970
+/// UTC; nothing for other text.
 std::optional<std::time_t> ParseMailDate(std::string_view strText);
 
 /// The form of a time in CVS/Entries: "Tue Nov  6 06:51:22 2001", in UTC.

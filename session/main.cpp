@@ -1,5 +1,5 @@
-// A cvs command that leaves its connection open for the next one. This file follows one command: read the
-// command line, look at the working folder, ask the session, write the file; or become the client.
+// A cvs command that leaves its connection open for the next one. This file has the steps of one command:
+// read the command line, look at the working folder, ask the session, write the file; or become the client.
 
 #include <csignal>
 #include <cstdlib>
@@ -53,13 +53,13 @@ void Ask(const TCheckout& tCheckout, const TCaller& tCaller, CWorkingFolder& oFo
       QuestionRequests(tCheckout.tRoot, oFolder.Questions()) + CheckoutRequests(tCheckout);
   const std::string strRefusal = oConversation.Reach(strRequests);
   if (!strRefusal.empty()) {
-    // The client checks a local root out without a server, so this isn't a failure yet.
+    // With a local root the client needs no server, so it may still succeed.
     if (tCheckout.tRoot.nMethod == TRoot::LOCAL) throw EHandOver(HAND_OVER_SERVER);
     throw EFailure(strRefusal);
   }
   const std::string strReset = ResetRequests(tCheckout, oFolder.Repository());
   std::unique_ptr<CStagedFile> poFile = TakeReply(oConversation, tCheckout, oFolder, tReply);
-  // A file without its time comes from a server that has sent it before.
+  // A server that has sent the file before leaves out its time, or sends nothing. So reset it, and ask again.
   if (tReply.bIsWhole && !(tReply.bIsFile && tReply.nTime)) {
     oConversation.Ask(strReset + strRequests);
     poFile = TakeReply(oConversation, tCheckout, oFolder, tReply);
@@ -90,7 +90,7 @@ void CheckOut(const TCheckout& tCheckout, TReply& tReply) {
   AskTwice(tCheckout, *tCaller, oFolder, tReply);
 }
 
-/// Does what the command line says. False when the client has to.
+/// Carries out the command line. False when the client must do it.
 bool Do(char** ppszArguments, TReply& tReply) try {
   const std::optional<TCheckout> tCheckout = ReadCommandLine(ppszArguments);
   if (tCheckout) CheckOut(*tCheckout, tReply);
@@ -111,7 +111,7 @@ int Run(char** ppszArguments) {
     }
   } catch (const std::exception& oFailure) {
     tReply.strErrors += std::string(oFailure.what()) + "\n";
-    // It may say that the file was updated, but the file isn't there.
+    // The output may say that the file was updated, but it wasn't written.
     tReply.strOutput.clear();
     nStatus = 1;
   }

@@ -10,10 +10,10 @@ namespace TALVEK::SESSION {
 namespace {
 
 constexpr std::size_t MAX_TEXT = 1 << 24;
-/// More than any file system holds, and far from the largest number.
+/// More than any file system holds, and small enough for sums without overflow.
 constexpr std::uint64_t MAX_SIZE = std::uint64_t(1) << 48;
 
-/// "Word rest" taken apart.
+/// A line "Word rest", split at the first blank.
 struct TLine {
   explicit TLine(std::string_view strLine)
       : strWord(strLine.substr(0, strLine.find(' '))),
@@ -29,7 +29,7 @@ bool IsOneOf(std::string_view strWord, std::initializer_list<std::string_view> a
   return false;
 }
 
-/// Responses that name a folder, and then the place in the repository on a line of its own.
+/// Responses that name a folder, followed by a line with its place in the repository.
 bool NamesFolder(std::string_view strWord) {
   return IsOneOf(strWord,
                  {"Checked-in", "New-entry", "Updated", "Created", "Update-existing", "Merged", "Patched",
@@ -76,7 +76,7 @@ class CReply {
   }
 
  private:
-  /// False for a response that only the client can deal with.
+  /// False for a response that only the client can handle.
   bool ReadResponse() {
     const TLine tLine(m_oReader.ReadLine());
     if (tLine.strWord == "ok" || tLine.strWord == "error") {
@@ -114,8 +114,9 @@ class CReply {
     return strPlace == m_strRepository + "/" + strName && ReadFile(strName);
   }
 
-  /// The folder without the slash at its end. Checked even where its name doesn't matter: a server
-  /// that names a folder outside, or the client's own, is not to be trusted, neither here nor by the client.
+  /// The folder without the slash at its end. Throws for a folder outside the working folder, or the client's
+  /// own (CVS), even in responses that are ignored: such a server isn't to be trusted, and not to be left to
+  /// the client either.
   std::string CheckedFolder(std::string_view strText) {
     if (strText == "./") return ".";
     std::string strFolder(strText.substr(0, strText.find_last_not_of('/') + 1));
@@ -161,7 +162,7 @@ class CReply {
   TReply& m_tReply;
 };
 
-/// With an absolute place: old servers don't understand relative ones.
+/// Sends an absolute place, because old servers don't understand relative ones.
 std::string DirectoryRequest(const TRoot& tRoot, const std::string& strFolder,
                              const std::string& strRepository) {
   const std::string strPlace = strRepository == "." ? "" : "/" + strRepository;

@@ -19,8 +19,8 @@ namespace {
 constexpr unsigned DEFAULT_PORT = 2401;
 constexpr std::size_t MAX_ERRORS = 1 << 20;
 
-/// Every response that a checkout may bring, except Checksum, which would have to be verified, and tagged
-/// text, which servers then send as M.
+/// The responses that a checkout may bring. Left out are Checksum, which would have to be verified, and MT
+/// (tagged text), in whose place servers then send M.
 constexpr std::string_view VALID_RESPONSES =
     "ok error Valid-requests Checked-in New-entry Copy-file Updated Created Update-existing Merged Patched "
     "Rcs-diff Mode Mod-time Removed Remove-entry Set-static-directory Clear-static-directory Set-sticky "
@@ -47,9 +47,9 @@ std::vector<std::string> ServerCommand(const TRoot& tRoot) {
   return astrCommand;
 }
 
-/// A folder in memory with room for the largest of files; empty when there is none, or when the environment
-/// names a folder for temporary files. For each file that it hands out a server writes half a dozen small
-/// files: on a disk that takes longer than reading the repository.
+/// A folder in memory (tmpfs) with room for large files; empty when there is none, or when TMPDIR is set. For
+/// each file that it sends a server writes half a dozen small files, which on a disk takes longer than
+/// reading the repository.
 std::string MemoryFolder() {
   constexpr const char* FOLDER = "/dev/shm";
   constexpr std::uint64_t ENOUGH = std::uint64_t(1) << 30;
@@ -62,13 +62,14 @@ std::string MemoryFolder() {
 
 CTransport OpenTransport(const TRoot& tRoot, const TWaitLimits& tLimits) {
   if (tRoot.nMethod == TRoot::PSERVER) return CTransport::Connect(tRoot.strHost, PortOf(tRoot), tLimits);
-  // Only for the server of a local root: when it fails, the client does the checkout without a server.
+  // Only for a local root: if its server fails (memory full), the client does the checkout without a server.
   const std::string strFolder = tRoot.nMethod == TRoot::LOCAL ? MemoryFolder() : std::string();
   if (!strFolder.empty()) ::setenv("TMPDIR", strFolder.c_str(), 1);
   return CTransport::Start(ServerCommand(tRoot));
 }
 
-/// The scrambled password. When none is known, that of an empty one, and `bKnown` is false.
+/// The scrambled password. If none is known, `bKnown` becomes false and the result is the scrambled empty
+/// password.
 std::string PasswordOf(const TRoot& tRoot, bool& bKnown) {
   std::optional<std::string> strPassword;
   if (tRoot.strPassword) {
@@ -89,7 +90,7 @@ std::string Refusal(const TRoot& tRoot, bool bPasswordKnown) {
   return strText;
 }
 
-/// The text behind "error CODE ".
+/// The text after "error CODE ".
 std::string ErrorText(const std::string& strLine) {
   const std::size_t nCode = strLine.find(' ');
   const std::size_t nText = nCode == std::string::npos ? nCode : strLine.find(' ', nCode + 1);
@@ -219,7 +220,7 @@ std::string CServerConnection::TakeErrors() {
 }
 
 std::string CServerConnection::TakeLastErrors() {
-  // The program that connects may close its standard output before its standard error.
+  // The connecting program may close its standard output before it has written its errors.
   TWaitLimits tShortLimits = m_tLimits;
   tShortLimits.nTimeout = std::chrono::seconds(1);
   std::string strErrors = TakeErrors();

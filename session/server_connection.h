@@ -11,24 +11,25 @@
 
 namespace TALVEK::SESSION {
 
-/// A connection to a server that has been told the root and the options, and waits for the first command.
+/// A connection to a server that knows the root and the options, and waits for commands.
 class CServerConnection : public CByteSource {
  public:
-  /// Connects, logs in, and tells the server the root and the global options. Sets TMPDIR in this process
-  /// when the server is to have its temporary files in memory. Throws EFailure with the server's words when
-  /// it can't be done.
+  /// Connects, logs in, and sends the root and the global options. Sets TMPDIR in this process when the
+  /// server is to keep its temporary files in memory. Throws EFailure with the server's words when that
+  /// fails.
   CServerConnection(const TCheckout& tCheckout, const TWaitLimits& tLimits);
 
-  /// False when the server has gone.
+  /// False when the server has hung up, or takes nothing before the time-out.
   bool Send(std::string_view strRequests);
   /// Waits for the server's next bytes. Throws EBrokenConnection when it has hung up, or the caller ended,
   /// and EFailure when nothing comes in time.
   std::string Read() override;
   /// The bytes that have arrived, perhaps none. Sets `bEnded` when the server has hung up.
   std::string ReadAvailable(bool& bEnded);
-  /// What the program that connects has written to standard error since the last call.
+  /// What the connecting program (such as ssh) has written to standard error since the last call.
   std::string TakeErrors();
-  /// The same, up to its end; for a server that has hung up.
+  /// The same for a server that has hung up: waits for the end of its standard error, up to a second between
+  /// pieces.
   std::string TakeLastErrors();
 
   int ReadDescriptor() const { return m_oTransport.ReadDescriptor(); }

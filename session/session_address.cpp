@@ -20,10 +20,11 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-/// Shells change these from command to command, and no program that a session starts reads them.
+/// Shells change these between commands, and no program that a session starts reads them.
 constexpr std::string_view UNSTEADY_VARIABLES[] = {"_=", "PWD=", "OLDPWD=", "SHLVL="};
 
-/// The 22nd field of /proc/PID/stat. The second one is the program's name, which may hold anything.
+/// The 22nd field of /proc/PID/stat. The search starts at the last ')', because the second field, the
+/// program's name in parentheses, may contain anything.
 std::string StartTimeOf(pid_t nId) {
   const std::string strText = ReadFileText("/proc/" + std::to_string(nId) + "/stat");
   std::size_t nAt = strText.rfind(')');
@@ -33,8 +34,8 @@ std::string StartTimeOf(pid_t nId) {
   return strText.substr(nAt + 1, strText.find(' ', nAt + 1) - nAt - 1);
 }
 
-/// Process numbers and folders are valid inside a namespace only, and abstract names are visible from outside
-/// it.
+/// Identifies a namespace. Process numbers and paths mean something only within their pid and mount
+/// namespace, but abstract socket names are shared across them.
 std::string Namespace(const char* pszName) {
   struct stat tStat {};
   if (::stat((std::string("/proc/self/ns/") + pszName).c_str(), &tStat) != 0) return "?";
@@ -67,7 +68,7 @@ std::uint64_t Fnv1a(std::string_view strText, std::uint64_t nHash) {
 struct TAddress {
   explicit TAddress(std::string_view strKey) {
     tName.sun_family = AF_UNIX;
-    // Sessions with two keys that have the same hash refuse each other's commands, so any hash will do.
+    // Any hash will do: a session refuses commands with another key of the same hash.
     const int nLength = std::snprintf(tName.sun_path + 1, sizeof tName.sun_path - 1,
                                       "cvs-session-%u-%016" PRIx64 "%016" PRIx64, ::geteuid(),
                                       Fnv1a(strKey, 0xCBF29CE484222325U), Fnv1a(strKey, 0x9E3779B97F4A7C15U));
@@ -89,7 +90,7 @@ std::optional<TCaller> FindCaller() {
   tCaller.nId = ::getppid();
   tCaller.oDescriptor = OpenProcess(tCaller.nId);
   tCaller.strStartTime = StartTimeOf(tCaller.nId);
-  // Still the parent, so its number hasn't been given to another process in between.
+  // If it is still the parent, its number can't have been reused meanwhile.
   if (!tCaller.oDescriptor.IsOpen() || tCaller.strStartTime.empty() || ::getppid() != tCaller.nId)
     return std::nullopt;
   return tCaller;

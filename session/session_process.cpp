@@ -19,7 +19,7 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-/// A reply is passed on in pieces of this size while the rest of it is still to come.
+/// An incomplete reply is passed on once this many bytes of it have come.
 constexpr std::size_t PIECE = 1 << 16;
 
 /// One session, from its first connection to its last.
@@ -30,7 +30,7 @@ class CSession {
 
   void Run(const TCheckout& tCheckout) {
     const std::string strFailure = Open(tCheckout);
-    // Only now: the path of the password file may be relative to the folder of the command.
+    // After Open, because the password file's path may be relative to the command's folder.
     if (::chdir("/") != 0) return;
     if (strFailure.empty()) {
       while (AwaitCommand() && ServeCommand()) {
@@ -48,15 +48,15 @@ class CSession {
     return oFailure.what();
   }
 
-  /// Commands that are waiting now asked for this connection, and are told of the failure. The next one
-  /// starts a new session.
+  /// Tells the failure to the commands that are waiting for this connection. The next command starts a new
+  /// session.
   void TellWaiting(const std::string& strFailure) {
     TWaitLimits tShortLimits{std::chrono::seconds(1), m_tLimits.nCallerDescriptor};
     while (WaitToRead({m_oListener.Get()}, tShortLimits) == WAIT_READY) {
       if (!Accept()) continue;
       SendFrame(m_oCommand.Get(), FRAME_FAILED, strFailure, m_tLimits);
       WaitUntilCommandLeaves();
-      // Else commands in close succession would all be told of this one failure, without end.
+      // Without this, commands in close succession would be told of this one failure for ever.
       tShortLimits.nTimeout = std::chrono::milliseconds(0);
     }
   }
@@ -67,11 +67,11 @@ class CSession {
     return m_oCommand.IsOpen() && IsSameUser(m_oCommand.Get());
   }
 
-  /// False when the session is over: no command came in time, the caller ended, the server hung up.
+  /// False when the session must end: no command came in time, the caller ended, or the server hung up.
   bool AwaitCommand() {
     const TWaitLimits tIdleLimits{SecondsFromEnvironment("CVS_SESSION_IDLE", std::chrono::seconds(60)),
                                   m_tLimits.nCallerDescriptor};
-    // Between commands a server sends nothing. Whatever comes from it, even its end, ends the session.
+    // Between commands a server sends nothing, so anything from it ends the session, as its end does.
     m_oCommand.Close();
     while (WaitToRead({m_oListener.Get(), m_poServer->ReadDescriptor()}, tIdleLimits) == WAIT_READY) {
       bool bEnded = false;
@@ -99,7 +99,7 @@ class CSession {
     for (bool bAsked = false;; bAsked = true) {
       char chFrame = 0;
       std::string strText;
-      // The rest of a reply that a command hasn't read would go to the next command.
+      // If a command leaves in the middle of a reply, the next one would get the rest: end the session.
       if (oFrames.Read(chFrame, strText) != FRAME_READ) return !bAsked;
       if (chFrame != FRAME_REQUEST) return chFrame == FRAME_RELEASE;
       if (!m_poServer->Send(strText)) return Break();
@@ -112,7 +112,8 @@ class CSession {
     return strErrors.empty() || SendFrame(m_oCommand.Get(), FRAME_ERRORS, strErrors, m_tLimits);
   }
 
-  /// Passes the reply on until the command sends something. False when the connection can't be used again.
+  /// Passes the server's reply on until the command sends its next frame. False when the connection can't be
+  /// used again.
   bool Relay() {
     std::string strReply;
     for (;;) {
@@ -132,20 +133,20 @@ class CSession {
     }
   }
 
-  /// True when the reply may have ended. A server sends a reply in many small pieces; passing on each by
-  /// itself would wake the command as many times, which takes longer than all the rest of its work.
+  /// True when the reply may have ended. A server sends a reply in many small pieces. Passing on each would
+  /// wake the command each time, which takes longer than all the rest of its work.
   static bool LooksComplete(std::string_view strReply) {
     if (!strReply.ends_with('\n')) return false;
     const std::size_t nLast =
         strReply.size() >= 2 ? strReply.rfind('\n', strReply.size() - 2) : strReply.npos;
     const std::string_view strLast = strReply.substr(nLast == strReply.npos ? 0 : nLast + 1);
-    // The last line of a file need not have an end.
+    // ends_with: the last line of a file, before the "ok", need not have an end.
     return strLast.ends_with("ok\n") || strLast.starts_with("error");
   }
 
-  /// Waits for the server, its errors or the command, without a time-out of its own: the command leaves when
-  /// it has waited long enough. With a piece to pass on the wait is short, so that the command sees that a
-  /// slow server is working.
+  /// Waits for the server, its errors or the command. There is no time-out here, because the command has its
+  /// own. A piece that waits to be passed on makes the wait short, so that the command sees that a slow
+  /// server is working.
   TWaitType AwaitEither(bool bHasPiece) {
     const TWaitLimits tLimits{bHasPiece ? std::chrono::milliseconds(50) : std::chrono::hours(24),
                               m_tLimits.nCallerDescriptor};
@@ -162,7 +163,8 @@ class CSession {
     return true;
   }
 
-  /// Closes the listener first: a command that learns that the connection is broken must find the name free.
+  /// Closes the listener first: a command that is told that the connection is broken binds the same name for
+  /// a new session.
   bool Break() {
     m_oListener.Close();
     PassErrors(m_poServer->TakeLastErrors());
@@ -171,7 +173,8 @@ class CSession {
     return false;
   }
 
-  /// Closing a socket that holds unread requests would discard the answer, too.
+  /// Reads until the command disconnects: closing a socket with unread requests would also discard our
+  /// answer.
   void WaitUntilCommandLeaves() {
     const TWaitLimits tShortLimits{std::chrono::seconds(5), m_tLimits.nCallerDescriptor};
     CFrameReader oFrames(m_oCommand.Get(), tShortLimits);
@@ -188,10 +191,10 @@ class CSession {
   VCM::CDescriptor m_oCommand;
 };
 
-/// Closes every descriptor of the command but these two.
+/// Closes all descriptors that came from the command, except these two.
 void DetachFromCommand(VCM::CDescriptor& oListener, int& nCaller) {
   constexpr int FIRST_OWN = 3;
-  // Above those that they go to, so that neither lands on the other.
+  // First copied above their final numbers, so that neither overwrites the other.
   const int nHighListener = ::fcntl(oListener.Get(), F_DUPFD_CLOEXEC, FIRST_OWN + 2);
   const int nHighCaller = ::fcntl(nCaller, F_DUPFD_CLOEXEC, FIRST_OWN + 2);
   const int nNull = ::open("/dev/null", O_RDWR);
@@ -206,7 +209,7 @@ void DetachFromCommand(VCM::CDescriptor& oListener, int& nCaller) {
 [[noreturn]] void BecomeSession(VCM::CDescriptor oListener, const TCheckout& tCheckout, int nCaller,
                                 const std::string& strKey) {
   DetachFromCommand(oListener, nCaller);
-  // A caller may ignore it; then it couldn't be learnt when the server ends.
+  // If the caller ignores SIGCHLD, we inherit that, and waitpid for the server would fail.
   ::signal(SIGCHLD, SIG_DFL);
   TakeShortTurns();
   {
@@ -214,7 +217,7 @@ void DetachFromCommand(VCM::CDescriptor& oListener, int& nCaller) {
     try {
       oSession.Run(tCheckout);
     } catch (const std::exception&) {
-      // The command sees that the session has gone, and starts another.
+      // The command sees that the session has ended, and starts another.
     }
   }
   ::_exit(0);

@@ -8,11 +8,12 @@
 
 namespace TALVEK::SESSION {
 
-/// Starts the process that owns the connection for all commands with this key, and returns in the caller.
+/// Starts the session, a process that owns the connection for all commands with this key. Returns at once.
 ///
-/// It ends when the caller ends, when the server hangs up, after CVS_SESSION_IDLE seconds without a command
-/// (60 when it isn't set), and when a command leaves before it has read its whole reply. It keeps no
-/// descriptor and no working folder of this process, and it isn't a child of this process or of the caller.
+/// The session ends when the caller ends, when the server hangs up, after CVS_SESSION_IDLE seconds without a
+/// command (60 when it isn't set), and when a command disconnects before it has read its whole reply. It
+/// keeps no descriptor and no working folder of this process, and is no child of this process or of the
+/// caller.
 void StartSession(VCM::CDescriptor oListener, const TCheckout& tCheckout, const TCaller& tCaller,
                   const std::string& strKey);
 

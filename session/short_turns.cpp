@@ -10,20 +10,19 @@ namespace TALVEK::SESSION {
 
 namespace {
 
-/// What sched_getattr(2) fills in, in its first version; the C library doesn't declare it before its version
-/// 2.41.
+/// The first version of struct sched_attr, see sched_getattr(2). glibc declares it only from 2.41 on.
 struct TAttributes {
   std::uint32_t nSize = sizeof(TAttributes);
   std::uint32_t nPolicy = 0;
   std::uint64_t nFlags = 0;
   std::int32_t nNice = 0;
   std::uint32_t nPriority = 0;
-  std::uint64_t nRuntime = 0;  ///< of a usual process: the length of its turn, in nanoseconds
+  std::uint64_t nRuntime = 0;  ///< with SCHED_OTHER: the length of a time slice, in nanoseconds
   std::uint64_t nDeadline = 0;
   std::uint64_t nPeriod = 0;
 };
 
-/// The shortest that there is.
+/// Nanoseconds: the kernel's lower bound.
 constexpr std::uint64_t TURN = 100'000;
 
 }  // namespace

@@ -40,7 +40,7 @@ struct TPipe {
   VCM::CDescriptor oWrite;
 };
 
-/// A path such as "./server" is relative to the folder of the command, but the program starts in another.
+/// A path such as "./server" is relative to the command's folder, but the program starts in "/".
 void MakeAbsolute(std::string& strProgram) {
   if (strProgram.find('/') == std::string::npos || strProgram[0] == '/') return;
   char achFolder[4096];
@@ -88,7 +88,7 @@ std::optional<TAddress> ParseAddress(const std::string& strText, unsigned nPort)
   return tAddress;
 }
 
-/// All that a program writes to its standard output, up to its end.
+/// What a program writes to its standard output, until its end or the time-out.
 std::string OutputOf(CTransport oProgram, const TWaitLimits& tLimits) {
   std::string strOutput;
   char achBlock[4096];
@@ -100,8 +100,8 @@ std::string OutputOf(CTransport oProgram, const TWaitLimits& tLimits) {
   return strOutput;
 }
 
-/// The addresses of a host. This program is linked statically, because loading shared libraries takes it too
-/// long. The C library can't look names up in such a program; getent can.
+/// The addresses of a host. glibc can't look names up in a statically linked program such as this one, so
+/// getent does it.
 std::vector<TAddress> AddressesOf(const std::string& strHost, unsigned nPort, const TWaitLimits& tLimits) {
   if (std::optional<TAddress> tAddress = ParseAddress(strHost, nPort)) return {*tAddress};
   std::istringstream oLines(OutputOf(CTransport::Start({"getent", "ahosts", "--", strHost}), tLimits));
@@ -115,7 +115,7 @@ std::vector<TAddress> AddressesOf(const std::string& strHost, unsigned nPort, co
   return atAddresses;
 }
 
-/// Returns 0 or the errno that says why not.
+/// Waits for a connect that is in progress. Returns 0 or an errno.
 int FinishConnecting(int nSocket, const TWaitLimits& tLimits) {
   pollfd atPolls[] = {{nSocket, POLLOUT, 0}, {tLimits.nCallerDescriptor, POLLIN, 0}};
   const auto nLimit = tLimits.nTimeout.count();
@@ -135,7 +135,7 @@ VCM::CDescriptor TryAddress(const TAddress& tAddress, const TWaitLimits& tLimits
   if (nError == EINPROGRESS) nError = FinishConnecting(oSocket.Get(), tLimits);
   if (nError != 0) return VCM::CDescriptor();
   const int nOn = 1;
-  // A request is sent by one write, so the kernel needn't wait for more of it.
+  // Each request is one write, so the kernel needn't wait for more data.
   ::setsockopt(oSocket.Get(), IPPROTO_TCP, TCP_NODELAY, &nOn, sizeof nOn);
   ::setsockopt(oSocket.Get(), SOL_SOCKET, SO_KEEPALIVE, &nOn, sizeof nOn);
   return oSocket;
@@ -161,8 +161,8 @@ CTransport CTransport::Start(std::vector<std::string> astrArguments) {
   oTransport.m_oRead = std::move(oOutput.oRead);
   oTransport.m_oWrite = std::move(oInput.oWrite);
   oTransport.m_oErrors = std::move(oErrors.oRead);
-  // A large pipe, because a server that finds no room for a large file waits for its reader, and its reader
-  // for it. A small one does as well, only slower.
+  // With a small pipe, server and reader wait for each other again and again during a large file. That works,
+  // but slowly; so a failure here doesn't matter.
   ::fcntl(oTransport.m_oRead.Get(), F_SETPIPE_SZ, MAX_PIPE);
   for (const int nEnd : {oTransport.m_oRead.Get(), oTransport.m_oWrite.Get(), oTransport.m_oErrors.Get()})
     MakeNonBlocking(nEnd);
@@ -190,7 +190,7 @@ CTransport::~CTransport() {
   if (m_tChild.nId > 0) EndChild(m_tChild.nId);
 }
 
-/// Reads the rest of a reply: a server that is blocked by an unread one can't remove its temporary files.
+/// Reads the rest of a reply: a server that is blocked in writing it couldn't remove its temporary files.
 void CTransport::ReadToEnd() {
   const auto nEnd = std::chrono::steady_clock::now() + GRACE;
   char achBlock[1 << 16];

@@ -11,14 +11,13 @@
 
 namespace TALVEK::SESSION {
 
-/// The bare connection: a child process or a TCP socket. No descriptor of it blocks.
+/// The bare connection: a child process or a TCP socket. All its descriptors are non-blocking.
 class CTransport {
  public:
-  /// Starts a program; execvp finds it. Its working folder is "/", so that it keeps no file
-  /// system from being unmounted.
-  /// A program that can't be started looks like one that ends at once, with the reason among its errors.
+  /// Starts a program; execvp finds it. Its working folder is "/", so that it keeps no file system busy. A
+  /// program that can't be started looks like one that ends at once, with the reason on its standard error.
   static CTransport Start(std::vector<std::string> astrArguments);
-  /// Throws EFailure, worded as the client does, when nobody can be reached there.
+  /// Throws EFailure, in the client's words, when the host is unknown or the connection fails.
   static CTransport Connect(const std::string& strHost, unsigned nPort, const TWaitLimits& tLimits);
 
   CTransport(CTransport&&) = default;
@@ -36,7 +35,7 @@ class CTransport {
   CTransport() = default;
   void ReadToEnd();
 
-  /// A process number. Moving it away leaves 0, so that one object alone ends the process.
+  /// A process number. A moved-from object holds 0, so that only one object ends the process.
   struct TChild {
     TChild() = default;
     TChild(TChild&& tOther) noexcept : nId(std::exchange(tOther.nId, 0)) {}

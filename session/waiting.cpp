@@ -82,7 +82,7 @@ std::ptrdiff_t ReadSome(int nDescriptor, char* pBytes, std::size_t nBytes) {
 std::chrono::seconds SecondsFromEnvironment(const char* pszName, std::chrono::seconds nDefault) {
   const char* pszText = std::getenv(pszName);
   unsigned nSeconds = 0;
-  // A day is more than anybody waits, and keeps the sums in range.
+  // A day: more than anybody waits, and its milliseconds fit into poll's int.
   constexpr unsigned MAX_SECONDS = 86400;
   if (!pszText || std::from_chars(pszText, pszText + std::strlen(pszText), nSeconds).ec != std::errc())
     return nDefault;
@@ -98,7 +98,7 @@ void MakeNonBlocking(int nDescriptor) {
 }
 
 VCM::CDescriptor OpenProcess(pid_t nId) {
-  // By number: the C library's own declaration can't be called from C++ before its version 2.37.
+  // By number: before version 2.37 glibc's pidfd_open can't be called from C++.
   return VCM::CDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, nId, 0)));
 }
 

@@ -20,7 +20,8 @@ const std::string REPOSITORY = "Repository";
 const std::string ROOT = "Root";
 const std::string IGNORED = ".cvsignore";
 
-/// The client's CVS/Repository of the folder that stands for the root, and of those above it.
+/// What the client writes to CVS/Repository in the folder that corresponds to the root, and in those above
+/// it.
 const std::string TOP_REPOSITORY = ".";
 const std::string NO_REPOSITORY = "CVSROOT/Emptydir";
 
@@ -40,7 +41,7 @@ std::string RepositoryAbove(const std::string& strRepository) {
   return strAbove.empty() ? TOP_REPOSITORY : strAbove;
 }
 
-/// The text of a file that holds one line.
+/// The line in a file that holds exactly one.
 std::optional<std::string> ReadLineFile(const CFolder& oFolder, const std::string& strName) {
   std::optional<std::string> strText = oFolder.Read(strName);
   if (!strText || strText->find('\n') + 1 != strText->size()) return std::nullopt;
@@ -54,8 +55,8 @@ mode_t Umask() {
   return nUmask;
 }
 
-/// True for the line of a file that was checked out by a revision. False for one that waits for a commit, and
-/// for one with a date or a branch.
+/// True for the line of a file that was checked out by its revision. False when it waits for a commit, or has
+/// a date or a branch.
 bool IsPlainEntry(const std::string& strLine) {
   TEntry tEntry;
   if (!ParseEntry(strLine, tEntry)) return false;
@@ -92,7 +93,8 @@ void FoldLogsBelow(const CFolder& oFolder) {
   }
 }
 
-/// Collects the names that a client would tell the server, of a folder and of the folders entered below it.
+/// Collects the names that a client would send to the server, from a folder and from the folders that its
+/// Entries names.
 void Ask(const CFolder& oFolder, const std::string& strPath, const CIgnoreList& oIgnored,
          std::vector<TQuestions>& atQuestions) {
   const std::optional<CFolder> oAdmin = oFolder.Open(ADMIN);
@@ -108,7 +110,7 @@ void Ask(const CFolder& oFolder, const std::string& strPath, const CIgnoreList& 
     if (strName == ADMIN || oEntries.HasFolder(strName) || !oEntries.FileLine(strName).empty()) continue;
     if (!oIgnoredHere.Matches(strName)) tQuestions.astrNames.push_back(strName);
   }
-  // Unless Entries lists all sub-folders, a name that isn't there may be a sub-folder that is checked out.
+  // If Entries doesn't list sub-folders, an unknown name may be a sub-folder that is checked out.
   if (!tQuestions.astrNames.empty() && !oEntries.AreFoldersKnown()) throw EHandOver(HAND_OVER_STRANGERS);
   if (!tQuestions.astrNames.empty()) atQuestions.push_back(std::move(tQuestions));
   const std::string strPathBelow = strPath + "/";
@@ -124,15 +126,15 @@ const CFolder& CWorkingFolder::Above(std::size_t nLevel) const {
   return nLevel == 0 ? m_oTop : *m_atLevels[nLevel - 1].oFolder;
 }
 
-/// The last folder on the way to a level that is there.
+/// The deepest existing folder above a level.
 const CFolder& CWorkingFolder::DeepestAbove(std::size_t nLevel) const {
   while (nLevel > 0 && !m_atLevels[nLevel - 1].oFolder)
     --nLevel;
   return Above(nLevel);
 }
 
-/// A name on the way, such as "cvs", may mean the client's own folder on this file system. A folder that is
-/// still to be made will treat letter case as the one in which it is made.
+/// If the file system ignores case, a name such as "cvs" means the client's own folder. A folder that doesn't
+/// exist yet will treat case as the folder in which it is made.
 void CWorkingFolder::InspectNames() const {
   const auto fnInspect = [this](const std::string& strName, std::size_t nLevel) {
     if (IsAdminInOtherCase(strName) && !DeepestAbove(nLevel).TellsCaseApart())
@@ -147,7 +149,7 @@ CWorkingFolder::CWorkingFolder(const TCheckout& tCheckout)
     : m_tCheckout(tCheckout), m_bLocal(tCheckout.tRoot.nMethod == TRoot::LOCAL), m_oTop(CFolder::Working()) {
   for (std::string& strName : SplitPath(tCheckout.strFolder))
     m_atLevels.emplace_back().strName = std::move(strName);
-  // Inside somebody's checkout the client would enter the target there.
+  // Inside a checkout the client would enter the target in its CVS/Entries.
   if (m_oTop.Has(ADMIN)) throw EHandOver(HAND_OVER_INSIDE);
   for (std::size_t nLevel = 0; nLevel < m_atLevels.size(); ++nLevel) {
     InspectLevel(nLevel);
@@ -171,12 +173,12 @@ void CWorkingFolder::InspectLevel(std::size_t nLevel) {
     if (tLevel.oFolder->Has(ADMIN)) throw EHandOver(HAND_OVER_NO_FOLDER);
     return;
   }
-  // A client with a server checks out every folder on the way.
+  // A client with a server checks out every folder on the way, so this state isn't the client's.
   if (!m_bLocal && nLevel > 0 && !m_atLevels[nLevel - 1].IsKnown()) throw EHandOver(HAND_OVER_ABOVE);
   if (!InspectAdmin(tLevel, *oAdmin)) throw EHandOver(HAND_OVER_ADMIN);
 }
 
-/// False when the folder CVS isn't as a checkout such as this one leaves it.
+/// False when the folder CVS isn't as such a checkout leaves it.
 bool CWorkingFolder::InspectAdmin(TLevel& tLevel, const CFolder& oAdmin) const {
   const std::vector<std::string> astrNames = oAdmin.Names();
   const std::string astrKnown[] = {ENTRIES, ENTRIES_LOG, ENTRIES_STATIC, REPOSITORY, ROOT};
@@ -205,7 +207,7 @@ void CWorkingFolder::InspectFile() const {
   if (!strLine.empty() && !IsPlainEntry(strLine)) throw EHandOver(HAND_OVER_ENTRY);
 }
 
-/// From the target upwards, up to the first folder that is checked out and has its own CVS/Repository.
+/// Goes from the target upwards, to the first folder that is checked out and so has a CVS/Repository.
 void CWorkingFolder::SetRepositories() {
   std::string strRepository = FolderOf(m_tCheckout.strFile);
   for (std::size_t nLevel = m_atLevels.size(); nLevel-- > 0 && !m_atLevels[nLevel].IsKnown();) {
@@ -214,7 +216,7 @@ void CWorkingFolder::SetRepositories() {
   }
 }
 
-/// None for a client without a server, and none in a folder that isn't checked out yet.
+/// There are none without a server, or when the target isn't checked out yet.
 void CWorkingFolder::FindQuestions() {
   if (m_bLocal || !m_atLevels.back().IsKnown()) return;
   Ask(*m_atLevels.back().oFolder, m_tCheckout.strFolder, CIgnoreList::OfUser(), m_atQuestions);
@@ -224,15 +226,14 @@ std::unique_ptr<CStagedFile> CWorkingFolder::Stage() const {
   return std::make_unique<CStagedFile>(DeepestAbove(m_atLevels.size()));
 }
 
-/// A local checkout keeps the bits for reading and running as they are in the repository; through a server,
-/// all bits go through the umask.
+/// In a local checkout the umask takes away write permissions only; through a server, all permissions.
 mode_t CWorkingFolder::ModeFor(mode_t nServerMode) const {
   const mode_t nUmask = Umask();
   return nServerMode & ~(m_bLocal ? nUmask & 0222 : nUmask);
 }
 
-/// Makes a folder if it is missing, and its folder CVS. A folder that somebody else has made is never entered
-/// in the one above; without a server it doesn't even get a folder CVS, unless it is the target.
+/// Makes a missing folder, and its folder CVS. As with the client, a folder that somebody else has made isn't
+/// entered in the one above it; without a server it doesn't even get a folder CVS, unless it is the target.
 void CWorkingFolder::SetUp(std::size_t nLevel) {
   TLevel& tLevel = m_atLevels[nLevel];
   if (tLevel.IsKnown()) return;
@@ -252,7 +253,7 @@ void CWorkingFolder::MakeAdmin(TLevel& tLevel) const {
   oAdmin.Write(ENTRIES_STATIC, "");
 }
 
-/// Enters a folder in the one above. Both kinds of client write that to the log.
+/// Enters a folder in the one above it. Clients with and without a server write that to Entries.Log.
 void CWorkingFolder::EnterFolder(std::size_t nLevel) {
   TLevel& tAbove = m_atLevels[nLevel - 1];
   const std::string strLine = FolderLine(m_atLevels[nLevel].strName);
@@ -266,9 +267,9 @@ void CWorkingFolder::EnterFile(const std::string& strLine) {
   WriteEntries(tTarget.oFolder->Open(ADMIN).value(), *tTarget.oEntries);
 }
 
-/// When a client reads Entries it applies the log. With a server it reads the target and the folders below
-/// it, to tell the server about them; for a new target it reads those on the way, which the server's answer
-/// names.
+/// A client that reads Entries also applies Entries.Log. One with a server reads Entries in the target and
+/// the folders below it, to tell the server about them; for a new target it reads Entries in the folders on
+/// the way, which the server's answer names.
 void CWorkingFolder::FoldLogsOnTheWay() const {
   if (m_atLevels.back().IsKnown()) return FoldLogsBelow(*m_atLevels.back().oFolder);
   for (const TLevel& tLevel : m_atLevels) {
@@ -276,9 +277,9 @@ void CWorkingFolder::FoldLogsOnTheWay() const {
   }
 }
 
-/// Such a client then looks for empty folders among those that the server named. It goes through the names in
-/// a folder up to the first that isn't CVS. If it meets CVS before, it reads Entries there, and applies the
-/// log. So the file system's order of names decides.
+/// A client with a server finally prunes empty folders (-P). In each folder on the way it looks at the names,
+/// in the file system's order, up to the first one other than CVS. If CVS comes first it reads Entries, and
+/// so applies Entries.Log.
 void CWorkingFolder::FoldLogsAsPruningDoes() const {
   for (const TLevel& tLevel : m_atLevels) {
     if (tLevel.oFolder->Names().front() == ADMIN) FoldLog(*tLevel.oFolder);

@@ -12,31 +12,31 @@
 
 namespace TALVEK::SESSION {
 
-/// The working folder, and the folders on the way to the target as far as they exist.
+/// The working folder, and those of the folders on the way to the target that exist.
 class CWorkingFolder {
  public:
-  /// Throws EHandOver when anything is there that isn't as a client leaves it after a checkout such as this
-  /// one, or if the file is there already: the client knows what is right then. Folders that somebody else
-  /// has made, without a folder CVS in them, may be there. Keeps a reference to `tCheckout`.
+  /// Throws EHandOver when the file exists, or when a folder CVS isn't as the client leaves it after such
+  /// checkouts: the client must then decide. Folders without a folder CVS, made by somebody else, are
+  /// allowed. Keeps a reference to `tCheckout`.
   explicit CWorkingFolder(const TCheckout& tCheckout);
 
   /// The target folder's place in the repository: as its CVS/Repository says, else the folder of the file.
   const std::string& Repository() const { return m_atLevels.back().strRepository; }
-  /// The names that a client would tell the server, those in the target folder first.
+  /// The names that a client would send to the server, those in the target folder first.
   const std::vector<TQuestions>& Questions() const { return m_atQuestions; }
   /// A file on the file system of the target folder.
   std::unique_ptr<CStagedFile> Stage() const;
-  /// Makes the folders that are missing, puts the file in its place and enters it.
-  /// Throws EFailure; what was made up to then stays.
+  /// Makes missing folders, puts the file in its place and enters it in CVS/Entries. Throws EFailure; what
+  /// was made before the failure stays.
   void Apply(const TReply& tReply, CStagedFile& oFile);
 
  private:
   /// A folder on the way to the target, or the target.
   struct TLevel {
     std::string strName;
-    std::string strRepository;         // its place there; empty when it isn't needed
-    std::optional<CFolder> oFolder;    // nothing: there is no such folder
-    std::optional<CEntries> oEntries;  // nothing: it isn't checked out
+    std::string strRepository;         // its place in the repository; empty when it isn't needed
+    std::optional<CFolder> oFolder;    // nothing: the folder doesn't exist
+    std::optional<CEntries> oEntries;  // nothing: the folder isn't checked out
 
     bool IsKnown() const { return oEntries.has_value(); }
   };

@@ -26,7 +26,7 @@ CArray<int> Numbers(int nCount) {
   return anItems;
 }
 
-/// Never "equal", as the comparisons of names and revisions are.
+/// Never returns 0, like the comparisons of names and revisions.
 int CompareNumbers(const int* pnLeft, const int* pnRight) {
   return *pnLeft < *pnRight ? -1 : 1;
 }
@@ -109,7 +109,8 @@ TEST(ArrayTest, AddMarksAsUnsortedAndSortClearsTheMark) {
   EXPECT_TRUE(anItems.IsUnsorted());
 }
 
-// An emptied array may still be handed over as unsorted; whoever searches it only takes the longer way.
+// An array that was emptied still counts as unsorted. That is harmless: a search takes the slower, linear
+// way.
 TEST(ArrayTest, OnlySortClearsTheMark) {
   for (const bool bFreeStorage : {false, true}) {
     CArray<int> anItems = Numbers(3);
@@ -175,8 +176,8 @@ int CompareKeys(const TKeyed* ptLeft, const TKeyed* ptRight) {
   return ptLeft->first < ptRight->first ? -1 : 1;
 }
 
-/// Calls `fnCheck(before, after)` for a sort of random elements, of every count to 200 and with few or many
-/// equal keys.
+/// Sorts arrays of random elements, of all lengths to 200 and with few or many equal keys, and calls
+/// `fnCheck(before, after)` for each.
 template <class TCheck>
 void SortRandomElements(TCheck fnCheck) {
   std::mt19937 oRandom(1);
@@ -192,7 +193,7 @@ void SortRandomElements(TCheck fnCheck) {
   }
 }
 
-// They compare as +1 either way. Stream ids depend on where they come out.
+// Equal keys compare as +1 both ways. Stream ids depend on their order after the sort.
 TEST(ArrayTest, SortLeavesEqualKeysInReverse) {
   SortRandomElements([](std::vector<TKeyed> atItems, const std::vector<TKeyed>& atSorted) {
     std::sort(atItems.begin(), atItems.end(), [](const TKeyed& tLeft, const TKeyed& tRight) {

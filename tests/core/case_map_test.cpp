@@ -11,7 +11,8 @@
 namespace TALVEK::VCM {
 namespace {
 
-// Compares with the C library that the table was made from, Debian 12's; another one's may map more.
+// Compares with the C library that the table was made from, that of Debian 12. Others may map more
+// characters.
 TEST(CaseMapTest, EveryCharacterMapsAsInAUtf8Locale) {
   const locale_t oLocale = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
   ASSERT_TRUE(oLocale);

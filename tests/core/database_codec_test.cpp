@@ -34,7 +34,7 @@ CFilePath Path(const wchar_t* pszText) {
   return oPath;
 }
 
-/// Parts whose fields take what is hard to keep.
+/// Parts whose fields have values that are easily lost or damaged.
 std::vector<TPart> HardParts() {
   TPart tFull;
   tFull.nOwner = 0x01020304;
@@ -97,7 +97,7 @@ TEST_F(DatabaseCodecTest, NumbersAndTimesStandBeforeTexts) {
                         19));
 }
 
-// Each field of each part, alone and with the others, takes the place of another part's.
+// Replaces fields of each part by those of each other part, in many combinations of fields.
 TEST_F(DatabaseCodecTest, AlteredRowHasTheAlteredFieldsAndTheOthersAsTheyWere) {
   for (const TPart& tFormer : HardParts()) {
     for (const TPart& tRecord : HardParts()) {
@@ -122,7 +122,7 @@ TEST_F(DatabaseCodecTest, AlteredRowHasTheAlteredFieldsAndTheOthersAsTheyWere) {
   }
 }
 
-TEST_F(DatabaseCodecTest, NoPartOfARowIsAltered) {
+TEST_F(DatabaseCodecTest, CutOrLongerRowIsNotAltered) {
   TPart tPart;
   for (const TPart& tOriginal : HardParts()) {
     const std::string strRow = Encode(tOriginal);
@@ -135,7 +135,7 @@ TEST_F(DatabaseCodecTest, NoPartOfARowIsAltered) {
   }
 }
 
-TEST_F(DatabaseCodecTest, NoPartOfARowIsARow) {
+TEST_F(DatabaseCodecTest, CutOrLongerRowIsNotDecoded) {
   for (const TPart& tOriginal : HardParts()) {
     const std::string strRow = Encode(tOriginal);
     TPart tPart;
@@ -149,7 +149,7 @@ TEST_F(DatabaseCodecTest, NoPartOfARowIsARow) {
   }
 }
 
-// A row with any one byte changed either is refused or is another record's row, to the byte.
+// A row with one changed byte is either refused, or is exactly the row of another record.
 TEST_F(DatabaseCodecTest, OnlyWhatEncodeGivesIsDecoded) {
   for (const TPart& tOriginal : HardParts()) {
     const std::string strRow = Encode(tOriginal);

@@ -35,7 +35,7 @@ constexpr std::uint32_t MAX = 0xFFFFFFFF;
 TEST_F(DatabaseCursorTest, IdsCountFromOneAndComeBackInTheRecord) {
   EXPECT_EQ(m_tEvents.Add(5, 7, L"a"), 1U);
   EXPECT_EQ(m_tEvents.Add(5, 7, L"b"), 2U);
-  TEvent tEvent = {77, 5, 6, L"c"};  // the caller's ID counts for nothing
+  TEvent tEvent = {77, 5, 6, L"c"};  // the caller's ID is ignored
   ASSERT_TRUE(m_tEvents.poByTime->Add(tEvent));
   EXPECT_EQ(Show(tEvent), "3:5/6 c");
   EXPECT_EQ(m_tEvents.List(0), "1:5/7 a\n2:5/7 b\n3:5/6 c\n");
@@ -185,8 +185,8 @@ TEST_F(DatabaseCursorTest, AddMovesNoCursor) {
   EXPECT_EQ(Show(m_tEvents.poByTime->GetNext(tEvent), tEvent), "2:1/30 c");
 }
 
-// The walk goes on from the key at which the row was found, so a row that is moved ahead is met again there,
-// and one that is moved back is not.
+// The walk goes on from the key where it found the row. So it finds a row again that was moved ahead, and not
+// one that was moved back.
 TEST_F(DatabaseCursorTest, UpdateOfTheRowUnderTheCursorDoesNotMoveIt) {
   for (const std::uint32_t nTime : {10U, 20U, 30U, 40U}) {
     m_tEvents.Add(1, nTime);
@@ -228,15 +228,15 @@ TEST_F(DatabaseCursorTest, UpdateOfSomeFieldsLeavesTheOthers) {
   EXPECT_FALSE(m_tEvents.poById->Update(tEvent, VDB::FieldBit(2)));
 }
 
-// As long as nobody reads an index, its entries needn't be there: what happens to the rows until then must
-// show in it all the same.
+// The entries of a deferred index are made when it is first read. All earlier changes to the rows must be in
+// it.
 TEST_F(DatabaseCursorTest, IndexThatIsReadLateHasTheRowsAsTheyAreThen) {
   for (const std::uint32_t nTime : {30U, 10U, 20U, 40U})
     m_tEvents.Add(1, nTime);
   ASSERT_TRUE(m_tEvents.Update({1, 1, 15, L"earlier"}));
   ASSERT_TRUE(m_tEvents.Update({2, 0, 99, L"other group"}));
   EXPECT_EQ(m_tEvents.List(1), "2:0/99 other group\n1:1/15 earlier\n3:1/20 \n4:1/40 \n");
-  // And what happens to them afterwards.
+  // Later changes, too.
   m_tEvents.Add(1, 17, L"new");
   ASSERT_TRUE(m_tEvents.Update({3, 1, 1, L"first"}));
   EXPECT_EQ(m_tEvents.List(1), "2:0/99 other group\n3:1/1 first\n1:1/15 earlier\n5:1/17 new\n4:1/40 \n");

@@ -17,7 +17,7 @@
 #include "tests/support/file_size_limit.h"
 #include "tests/support/temp_folder.h"
 
-// The two files of a database: whose they are, who may have them, and what is left behind.
+// The two files of a database: their owner, who is refused, and what remains after failures.
 namespace TALVEK::TEST {
 
 using VCM::CString;
@@ -108,7 +108,7 @@ TEST_F(DatabaseFilesTest, SecondOwnerInThisProcessGetsNothing) {
   EXPECT_EQ(Create(), nullptr);
   EXPECT_EQ(Error(), Lock() + ": is in use by process " + std::to_string(getpid()));
   EXPECT_EQ(OpenOld(), nullptr);
-  EXPECT_EQ(Create(), nullptr);  // the refused ones have not loosened the lock
+  EXPECT_EQ(Create(), nullptr);  // the refused attempts haven't released the lock
   EXPECT_EQ(ReadFile(Lock()), std::to_string(getpid()) + "\n");
   poFirst.reset();
   EXPECT_NE(Create(), nullptr);
@@ -143,8 +143,8 @@ TEST_F(DatabaseFilesTest, FilesOfADeadProcessAreTakenOver) {
   EXPECT_EQ(ListEvents(*poDatabase), "");
 }
 
-// Owners come and go and take their files with them, so a lock is often won on a file that has no name any
-// more. Two owners at once would both make the mark.
+// Each owner removes the files when it ends, so others often lock a file that has been removed meanwhile. If
+// there were two owners at once, the second one couldn't make the mark.
 TEST_F(DatabaseFilesTest, ThereIsOneOwnerAtATimeEvenWhileFilesAreRemoved) {
   const std::string strMark = (m_oFolder / "mark").string();
   const auto fnComeAndGo = [&] {
@@ -216,7 +216,7 @@ TEST_F(DatabaseFilesTest, WhatIsNoPlainFileIsRefused) {
   }
 }
 
-// Any user can run this: the files are ours, and it is someone else who asks for them.
+// Works without root: the files are ours, and Open is told that we are another user.
 TEST_F(DatabaseFilesTest, FilesOfAnotherUserAreRefusedAndUntouched) {
   for (const std::string& strName : {Lock(), Data()}) {
     WriteFile(strName, "someone's");
@@ -228,8 +228,8 @@ TEST_F(DatabaseFilesTest, FilesOfAnotherUserAreRefusedAndUntouched) {
   }
 }
 
-// Where the tests may give files away, the same through the front door; elsewhere the file stays ours and is
-// taken over.
+// The same by the public function. Only root can give files away; for others the file stays theirs and is
+// replaced.
 TEST_F(DatabaseFilesTest, DatabaseTakesOnlyFilesOfItsUser) {
   for (const std::string& strName : {Lock(), Data()}) {
     WriteFile(strName, "someone's");

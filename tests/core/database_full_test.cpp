@@ -41,7 +41,7 @@ std::unique_ptr<CDatabase> CreateSmall(const std::filesystem::path& oPath, std::
   return poFiles ? CDatabaseStore::Open(std::move(poFiles), nBytes, strError) : nullptr;
 }
 
-/// Rows committed first, so that there is something to keep.
+/// Commits two rows, which must survive the failures. Returns their list.
 std::string CommitSome(CDatabase& oDatabase) {
   TEventSession tEvents(oDatabase);
   tEvents.Add(1, 1, L"kept");
@@ -49,8 +49,8 @@ std::string CommitSome(CDatabase& oDatabase) {
   return tEvents.Commit() ? "1:1/1 kept\n2:1/0 kept too\n" : "not committed";
 }
 
-/// From now on the calling process can't map so much of a file, counted in units of 4 GB, and is told this
-/// error.
+/// From now on mmap of a file fails with `nError` in this process when it asks for `nLeastUnits` times 4 GB
+/// or more.
 bool RefuseFileMaps(std::uint32_t nLeastUnits, std::uint32_t nError) {
   constexpr std::uint32_t ARGUMENTS = offsetof(seccomp_data, args);
   constexpr std::uint32_t UPPER_HALF_OF_SIZE = ARGUMENTS + 1 * sizeof(std::uint64_t) + 4;
@@ -72,7 +72,7 @@ bool RefuseFileMaps(std::uint32_t nLeastUnits, std::uint32_t nError) {
 
 }  // namespace
 
-// Each size stops the writing at another page: now the row doesn't fit, now the entry of an index.
+// Each size makes another write fail, sometimes that of a row, sometimes that of an index entry.
 TEST(DatabaseFullTest, FailedWriteSpoilsItsTransactionAndNothingElse) {
   CTempFolder oFolder;
   const auto nPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
@@ -94,7 +94,7 @@ TEST(DatabaseFullTest, FailedWriteSpoilsItsTransactionAndNothingElse) {
       EXPECT_EQ(tEvent.nId, nAdded);  // a refused row takes no ID
       EXPECT_EQ(VCM::ToUtf8(poDatabase->GetLastErrorText()),
                 (oFolder / "db.tdf").string() +
-                    ": can't write: the data file has grown to the size that addresses were reserved for");
+                    ": can't write: the data file is as large as the address space reserved for it");
       TEvent tFirst = {1, 0, 0, L"changed"};
       EXPECT_FALSE(tEvents.poById->Update(tFirst));
       EXPECT_FALSE(tEvents.poById->Add(tFirst));
@@ -165,7 +165,7 @@ TEST(DatabaseFullTest, ScarceAddressesStillGiveADatabase) {
     if (setrlimit(RLIMIT_AS, &tLimit) != 0) return 1;
     const auto poDatabase = CDatabaseFactory::Create(NewDatabase(oFolder / "db"));
     if (!poDatabase) return 2;
-    // The map must not take all there is.
+    // The map must leave address space for the rest of the process.
     void* pRest = mmap(nullptr, 300UL << 20, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (pRest == MAP_FAILED) return 5;
     munmap(pRest, 300UL << 20);
@@ -178,7 +178,7 @@ TEST(DatabaseFullTest, ScarceAddressesStillGiveADatabase) {
   EXPECT_EQ(RunInChild(fnUse), 0);
 }
 
-// As valgrind does.
+// valgrind answers EINVAL when it has no room for a map.
 TEST(DatabaseFullTest, LargeMapThatIsCalledInvalidGivesASmallerDatabase) {
   CTempFolder oFolder;
   const auto fnUse = [&] {

@@ -55,17 +55,17 @@ std::size_t ResidentFilePages() {
 
 }  // namespace
 
-TEST(DatabaseMapTest, PagesBeyondTheLimitAreLetGoOf) {
+TEST(DatabaseMapTest, PagesBeyondTheLimitAreUnmapped) {
   const CTempFolder oFolder;
   const std::size_t nBytes = CStoreMap::FEW_FILE_BYTES + (std::size_t{16} << 20);
   const CReadFile oFile((oFolder / "data").string(), nBytes);
   const std::size_t nBefore = ResidentFilePages();
   EXPECT_EQ(oFile.Sum(), 0);
   ASSERT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
-  // Not the whole map: another one of the same file.
+  // With another size it isn't this map, so nothing is unmapped.
   CStoreMap(oFile.GetDescriptor(), nBytes / 2).Trim(0);
   EXPECT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
-  // There is room for them.
+  // The process is below the limit, so nothing is unmapped.
   CStoreMap(oFile.GetDescriptor(), nBytes).Trim(std::size_t{1} << 40);
   EXPECT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
   CStoreMap(oFile.GetDescriptor(), nBytes).Trim(0);

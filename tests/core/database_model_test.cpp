@@ -12,7 +12,7 @@
 #include "tests/core/database_records.h"
 #include "tests/support/temp_folder.h"
 
-// The cursors beside a plain table that is searched from end to end.
+// The cursors, compared with a plain table that is searched linearly.
 namespace TALVEK::TEST {
 
 using VCM::CString;
@@ -24,7 +24,7 @@ namespace {
 
 constexpr std::uint32_t MAX = 0xFFFFFFFF;
 
-/// The plain version of a table of events: a map, searched from end to end.
+/// The plain version of a table of events: a map that is searched linearly.
 class CModel {
  public:
   using TRow = std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>;  // group, time, ID
@@ -48,7 +48,7 @@ class CModel {
   std::uint32_t m_nLastId = 0;
 };
 
-/// A cursor over groups and times, and where it must be.
+/// A cursor over groups and times, and the place where it must be.
 struct TWatched {
   CIterator<TEvent> oCursor;
   CModel::TRow tPlace;
@@ -57,7 +57,7 @@ struct TWatched {
 
 }  // namespace
 
-// Many small random histories; every result is compared with the plain version.
+// Many random sequences of operations; every result is compared with the plain version.
 TEST(DatabaseModelTest, CursorsAgreeWithAPlainTable) {
   CTempFolder oFolder;
   const auto poDatabase = CDatabaseFactory::Create(NewDatabase(oFolder / "db"));
@@ -79,7 +79,7 @@ TEST(DatabaseModelTest, CursorsAgreeWithAPlainTable) {
                        CString(std::wstring(fnBelow(8) == 0 ? fnBelow(3000) : fnBelow(40), L'x'))};
       const CModel::TRow tLow = {tEvent.nGroup, tEvent.nTime, 0};
       const CModel::TRow tHigh = {tEvent.nGroup, tEvent.nTime, MAX};
-      // In every fourth history nobody looks for a long time.
+      // Every fourth sequence begins with 200 writes, so that the index stays deferred for long.
       const bool bWritesOnly = nSeed % 4 == 0 && nStep < 200;
       const unsigned nOperation = bWritesOnly ? fnBelow(4) : fnBelow(8);
       if (nOperation == 0 || nOperation == 1) {

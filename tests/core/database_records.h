@@ -48,7 +48,7 @@ class CEventTable : public VDB::CTable {
   }
 };
 
-/// A row of every type of field, under a key of two numbers that the caller gives; "Code" is unique as well.
+/// A row with fields of all types. Its key is two numbers that the caller gives; "Code" is unique, too.
 struct TPart {
   static constexpr int FIELD_COUNT = 9;
   std::uint32_t nOwner = 0;
@@ -105,7 +105,7 @@ inline VCM::CString NewDatabase(const std::filesystem::path& oPath) {
   return strConnection + VCM::FromBytes(oPath.string()) + L";create=1;nobinaries=1";
 }
 
-/// The connection string of one that is there.
+/// The connection string of an existing database.
 inline VCM::CString OldDatabase(const std::filesystem::path& oPath) {
   return VCM::CString(L"type=native;path=") + VCM::FromBytes(oPath.string());
 }
@@ -123,7 +123,7 @@ struct TEventSession {
     poByTime = std::make_unique<VDB::CIterator<TEvent>>(oTable, 1, oTransaction);
   }
 
-  /// The ID given, or 0 when it was refused.
+  /// The new row's ID, or 0 when it was refused.
   std::uint32_t Add(std::uint32_t nGroup, std::uint32_t nTime, const wchar_t* pszText = L"") {
     TEvent tEvent = {0, nGroup, nTime, pszText};
     return poById->Add(tEvent) ? tEvent.nId : 0;

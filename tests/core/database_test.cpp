@@ -40,7 +40,7 @@ struct TProgressNotes : VDB::CProgressHelper, VDB::CCommitFunctor {
   void OnCommitted() override { strNotes += "committed "; }
 };
 
-/// A table by the definitions that a test gives it.
+/// A table with definitions that a test can change.
 struct TTableByDefs : VDB::CTable {
   VDB::TFileDef tFileDef = {L"table", 1};
   std::vector<VDB::TFieldDef> atFields = {{L"ID", VDB::FIELD_UINT32}, {L"Text", VDB::FIELD_STRING}};
@@ -387,7 +387,8 @@ TEST_F(DatabaseTest, RowsOfOtherDefinitionsAreNotRead) {
   EXPECT_EQ(VCM::ToUtf8(oRead.GetReason()), ErrorOfDataFile("can't read: the data are damaged"));
 }
 
-// The row is replaced before the index turns out to lack its entry; so all of the transaction must go.
+// The row has already been replaced when the index turns out to lack its entry, so the whole transaction must
+// fail.
 TEST_F(DatabaseTest, UpdateThatFindsTheIndexDamagedSpoilsItsTransaction) {
   TTableByDefs tWithoutSecondIndex;
   tWithoutSecondIndex.tFileDef.pszName = L"event";

@@ -119,7 +119,7 @@ TEST(FileReadStreamTest, NameInNoEncodingIsFound) {
   EXPECT_EQ(ReadSome(oStream, 10), "summer");
 }
 
-// A process's own memory can be opened as a file, but nothing is mapped at its start.
+// /proc/self/mem can be opened, but reading at offset 0 fails, because nothing is mapped there.
 TEST(FileReadStreamTest, FailedReadIsAnErrorAndNotTheEnd) {
   CFileReadStream oStream(VCM::CString(L"/proc/self/mem"));
   ASSERT_TRUE(oStream.IsOk());
@@ -174,7 +174,7 @@ TEST(FileReadStreamTest, DescriptorOfAFolderIsClosedAtOnce) {
 volatile std::sig_atomic_t s_nAlarms = 0;
 int s_nAlarmPipe = -1;
 
-// Ends the wait of the read only at the third interruption.
+// Writes to the pipe at the third interruption of the read.
 void OnAlarm(int) {
   s_nAlarms = s_nAlarms + 1;
   if (s_nAlarms == 3 && ::write(s_nAlarmPipe, "late", 4) != 4) ::_exit(1);
@@ -285,7 +285,7 @@ TEST(FileWriteStreamTest, FullDeviceFailsTheWrite) {
   EXPECT_FALSE(oFile.Write("x", 1));
 }
 
-// The first write is cut at the limit and answers fewer bytes than given, the next one fails.
+// The first write(2) is cut at the limit and returns fewer bytes than given; the next one fails.
 TEST(FileWriteStreamTest, WriteCutShortBySizeLimitFails) {
   const CTempFolder oFolder;
   CFileWriteStream oFile;

@@ -127,7 +127,7 @@ TEST(FileSystemTest, FolderIsNotRemovedAsAFile) {
   EXPECT_TRUE(std::filesystem::exists(oFolder.Path()));
 }
 
-// By mode bits: root, who may write any file, gets the same answers.
+// The mode bits decide. So root, who may write to any file, gets the same results.
 TEST(FileSystemTest, MakingWritableTouchesOnlyTheOwnersWriteBit) {
   const CTempFolder oFolder;
   const struct {
@@ -158,7 +158,7 @@ TEST(FileSystemTest, MakingReadOnlyTakesEveryWriteBit) {
   }
 }
 
-TEST(FileSystemTest, ReadOnlyIsAnsweredWithoutBeingAskedFor) {
+TEST(FileSystemTest, MakingWritableWorksWithoutAPlaceForTheFormerState) {
   const CTempFolder oFolder;
   EXPECT_TRUE(MakeFileWritable(MakeFile(oFolder / "a", 0444)));
   EXPECT_EQ(GetPermissions(oFolder / "a"), 0644u);

@@ -18,14 +18,15 @@ using TLines = std::vector<CString>;
 
 constexpr std::size_t BLOCK_BYTES = 65536;
 
-/// Bytes in memory that come in portions of a size that `pfnPortion` decides; at their end either the end of
-/// the input or, with `bFail`, a read error, after which more bytes would come.
+/// A stream over bytes in memory, which gives up to 9 of them at a time with `poRandom`, else all that are
+/// wanted. At their end comes the end of the input or, with `bFail`, a read error, after which more bytes
+/// would come.
 class CPortionStream : public wxInputStream {
  public:
   explicit CPortionStream(std::string strBytes, std::mt19937* poRandom = nullptr, bool bFail = false)
       : m_strBytes(std::move(strBytes)), m_poRandom(poRandom), m_bFail(bFail) {}
 
-  // Read itself is replaced, because the toolkit's asks OnSysRead until it has all that was wanted.
+  // wxInputStream::Read would call OnSysRead until it has all bytes that are wanted.
   wxInputStream& Read(void* pBuffer, std::size_t nBytes) override {
     m_lastcount = OnSysRead(pBuffer, nBytes);
     return *this;
@@ -55,7 +56,7 @@ class CPortionStream : public wxInputStream {
   int m_nReads = 0;
 };
 
-/// All lines; IsAtEnd is asked before each and must foretell what ReadLine answers.
+/// All lines. Checks that IsAtEnd predicts each result of ReadLine.
 TLines ReadLines(wxInputStream& oStream) {
   CLineReader oReader(&oStream);
   TLines astrLines;
@@ -77,7 +78,7 @@ TLines ReadLines(const std::string& strBytes) {
   return ReadLines(oStream);
 }
 
-/// The same by the plainest means: a byte at a time.
+/// A plain second version: one byte at a time.
 TLines SplitSlowly(const std::string& strBytes) {
   TLines astrLines;
   std::string strLine;
@@ -209,13 +210,13 @@ class CGapStream : public wxInputStream {
   int m_nReads = 0;
 };
 
-// The toolkit's Read meets the error behind bytes that it hands out all the same.
+// wxInputStream::Read returns the bytes that came before the error, together with the error.
 TEST(LineReaderTest, ErrorThatComesTogetherWithBytesEndsTheInput) {
   CGapStream oStream;
   EXPECT_EQ(ReadLines(oStream), (TLines{L"a", L"b"}));
 }
 
-TEST(LineReaderTest, NoStreamIsAtItsEnd) {
+TEST(LineReaderTest, NullStreamIsAtItsEnd) {
   CLineReader oReader(nullptr);
   CString strLine(L"left over");
   EXPECT_TRUE(oReader.IsAtEnd());
@@ -245,7 +246,8 @@ TEST(LineReaderTest, AgreesWithTheSlowSplitterOnRandomInputInRandomPortions) {
   }
 }
 
-// Lines are widened many at a time, up to the next byte that isn't ASCII; here each stretch ends elsewhere.
+// The reader decodes ahead up to the next byte that isn't ASCII. Here these stretches have all kinds of
+// lengths.
 TEST(LineReaderTest, AgreesWithTheSlowSplitterOnLongInputWithAFewBytesThatAreNotAscii) {
   const unsigned nSeed = 20030417;
   std::mt19937 oRandom(nSeed);
@@ -261,7 +263,7 @@ TEST(LineReaderTest, AgreesWithTheSlowSplitterOnLongInputWithAFewBytesThatAreNot
 }
 
 TEST(LineReaderTest, ViewOfALineIsGoodUntilTheNextOneIsRead) {
-  // The \n of the last \r\n is looked for in the next block.
+  // The \r of "ab\r\n" is the last byte of its block, so the \n is in the next one.
   const std::string strLong(BLOCK_BYTES - 11, 'x');
   CPortionStream oStream("one\n\xc3\xa9\n" + strLong + "\nab\r\nlast");
   CLineReader oReader(&oStream);

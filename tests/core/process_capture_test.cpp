@@ -39,7 +39,7 @@ std::string ReadToEnd(wxInputStream* poStream) {
   return strBytes;
 }
 
-/// What a run came to, as one text to compare.
+/// The outcome of a run as a text: exit status, standard output and standard error, separated by '|'.
 std::string Outcome(CProcessCapture& oProcess, const CString& strCommandLine) {
   const int nResult = oProcess.Execute(strCommandLine);
   return std::to_string(nResult) + "|" + ReadToEnd(oProcess.GetStdOutputStream()) + "|" +
@@ -51,7 +51,7 @@ std::string Outcome(const CString& strCommandLine) {
   return Outcome(oProcess, strCommandLine);
 }
 
-/// `sh -c` with a script that is quoted as a word.
+/// A command line for `sh -c` with this script.
 CString Shell(const std::string& strScript) {
   return L"sh -c \"" + EscapeQuoted(FromBytes(strScript)) + L"\"";
 }
@@ -99,8 +99,8 @@ class CVariableScope {
   std::optional<std::string> m_strPrevious;
 };
 
-/// With a PATH of its own: a folder on the caller's that can't be searched would change what a missing
-/// program is told to be.
+/// Has a PATH of its own: a folder on the caller's PATH without search permission would change the error for
+/// a missing program.
 class ProcessCaptureTest : public testing::Test {
  private:
   CVariableScope m_oPath{"PATH", "/usr/bin:/bin"};
@@ -300,7 +300,8 @@ TEST_F(ProcessCaptureTest, StreamReadToItsEndIsAtItsEnd) {
   EXPECT_TRUE(oProcess.GetStdOutputStream()->Eof());
 }
 
-// The 3 is the folder that ls itself reads. Were another descriptor open, ls would have got a later one.
+// Number 3 is the folder that ls itself opens. If the program had inherited any descriptor, there would be a
+// fifth line.
 TEST_F(ProcessCaptureTest, ProgramHasNoDescriptorButTheStandardOnes) {
   std::vector<int> anLeaky;
   for (int nCount = 0; nCount < 20; ++nCount)
@@ -350,7 +351,7 @@ TEST_F(ProcessCaptureTest, ProgramHasDefaultSignalsAndNoneBlocked) {
   sigaddset(&oBlocked, SIGUSR1);
   sigprocmask(SIG_BLOCK, &oBlocked, &oPrevious);
   const auto pfnPipe = std::signal(SIGPIPE, SIG_IGN);
-  // Whoever started the tests may ignore these, and they stay ignored.
+  // These three stay ignored in the child if the process that started the tests ignores them.
   const auto pfnInterrupt = std::signal(SIGINT, SIG_DFL);
   const auto pfnQuit = std::signal(SIGQUIT, SIG_DFL);
   const auto pfnHangUp = std::signal(SIGHUP, SIG_DFL);
@@ -360,20 +361,22 @@ TEST_F(ProcessCaptureTest, ProgramHasDefaultSignalsAndNoneBlocked) {
   std::signal(SIGQUIT, pfnQuit);
   std::signal(SIGHUP, pfnHangUp);
   sigprocmask(SIG_SETMASK, &oPrevious, nullptr);
-  // 32 and 33 are the C library's own: no program can set them, and whoever started this one may ignore them.
+  // glibc reserves signals 32 and 33, which no program can change. They are ignored if the caller's caller
+  // ignores them.
   const std::size_t nOwn = strOutcome.find("Ign:\t0000000180000000");
   if (nOwn != std::string::npos) strOutcome.replace(nOwn, 21, "Ign:\t0000000000000000");
   EXPECT_EQ(strOutcome, "0|SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n|");
 }
 
-// Under nohup a hang-up would end the client, and not the program that waits for it.
+// Otherwise, under nohup, a hang-up would end the client but not the program that waits for it.
 TEST_F(ProcessCaptureTest, HangUpStaysIgnoredWhereTheCallerIgnoresIt) {
   const auto pfnPrevious = std::signal(SIGHUP, SIG_IGN);
   EXPECT_EQ(Outcome(Shell("kill -HUP $$; echo goes on")), "0|goes on\n|");
   std::signal(SIGHUP, pfnPrevious);
 }
 
-/// Runs a client that has started another process, and stops it. Returns what the two have written.
+/// Runs a script that has started another process, and stops it when the script sends SIGUSR1 to $parent.
+/// Returns the outcome.
 std::string OutcomeOfStop(const std::string& strScript) {
   const CTempFolder oFolder;
   TEST::RunInChild([&] {
@@ -391,9 +394,11 @@ std::string OutcomeOfStop(const std::string& strScript) {
   return TEST::ReadFile(oFolder / "outcome");
 }
 
+// The outer shell sets its trap first, because the inner one has it stopped at once.
 TEST_F(ProcessCaptureTest, StopReachesWhatAProgramHasStarted) {
-  EXPECT_EQ(OutcomeOfStop("(trap 'echo inner; exit' TERM; kill -USR1 $parent; sleep 1000 & wait) &\n"
-                          "trap 'wait; echo outer; exit 3' TERM; wait"),
+  EXPECT_EQ(OutcomeOfStop("trap 'wait; echo outer; exit 3' TERM\n"
+                          "(trap 'echo inner; exit' TERM; sleep 10 & kill -USR1 $parent; wait) &\n"
+                          "wait"),
             "3|inner\nouter\n|");
 }
 
@@ -423,17 +428,17 @@ void TakeAllChildren(int) {
   }
 }
 
-// The handler runs while the runner waits for the same child, so either of them may get its status.
+// The handler runs while RunChild waits for the same child, so either of them may get its status.
 TEST_F(ProcessCaptureTest, SignalHandlerThatTakesChildrenCannotMakeTheRunnerHang) {
   const auto pfnPrevious = std::signal(SIGCHLD, TakeAllChildren);
   const std::string strOutcome = Outcome(Shell("echo out; exit 5"));
   std::signal(SIGCHLD, pfnPrevious);
   EXPECT_TRUE(strOutcome == "5|out\n|" ||
-              strOutcome == "127|out\n|can't learn the end of 'sh': No child processes\n")
+              strOutcome == "127|out\n|can't learn the exit status of 'sh': No child processes\n")
       << strOutcome;
 }
 
-// The three standard descriptors are free, so the runner's own files land on them.
+// The three standard descriptors are free, so files that Execute opens get their numbers.
 TEST_F(ProcessCaptureTest, WorksInAProcessWithoutStandardDescriptors) {
   const CTempFolder oFolder;
   const std::string strResult = oFolder / "result";
@@ -451,7 +456,7 @@ TEST_F(ProcessCaptureTest, WorksInAProcessWithoutStandardDescriptors) {
             "4|out\n|err\n127||can't start 'talvek-no-such-program': No such file or directory\n");
 }
 
-// The test adopts the orphan, so that it can wait for it.
+// The test becomes a subreaper, so that it can wait for the orphaned program.
 TEST_F(ProcessCaptureTest, ProgramEndsWithTheProcessThatStartedIt) {
   const CTempFolder oFolder;
   const std::string strPipe = oFolder / "pipe";
@@ -503,7 +508,7 @@ TEST_F(ProcessCaptureTest, TemporaryFolderIsLeftEmpty) {
 
 /// Executes `true` in a process that may have no descriptor from `nLimit` on.
 int ExecuteWithLimit(CProcessCapture& oProcess, rlim_t nLimit) {
-  // A run before, and its streams' end: the sanitizer needs a pipe when it meets a class for the first time.
+  // Two runs first: the sanitizer needs a pipe when it sees a class for the first time.
   for (int nRun = 0; nRun < 2; ++nRun)
     EXPECT_EQ(oProcess.Execute(L"true"), 0);
   rlimit tPrevious{};
@@ -522,7 +527,7 @@ TEST_F(ProcessCaptureTest, StreamsAreNullWithoutATemporaryFile) {
   EXPECT_EQ(oProcess.GetStdErrorStream(), nullptr);
 }
 
-// Room for the two outputs but not for what starting takes: the reason is the real one.
+// There are enough descriptors for the two outputs, but not for starting the program. The reason must say so.
 TEST_F(ProcessCaptureTest, LackOfDescriptorsGives127AndALine) {
   const int nLowest = ::open("/dev/null", O_RDONLY);
   ::close(nLowest);
@@ -533,8 +538,8 @@ TEST_F(ProcessCaptureTest, LackOfDescriptorsGives127AndALine) {
   }
 }
 
-/// Outcome in a process in which no file may grow beyond 64 KB, which plays a full disk: "-" for a null
-/// stream.
+/// Runs a script in a process in which no file may exceed 64 KiB, which simulates a full disk. Returns the
+/// exit status, "output" or (for a null standard output) "-", and the end of standard error.
 std::string OutcomeWithoutRoom(const std::string& strScript) {
   const CTempFolder oFolder;
   TEST::RunInChild([&] {
@@ -551,7 +556,7 @@ std::string OutcomeWithoutRoom(const std::string& strScript) {
   return TEST::ReadFile(oFolder / "outcome");
 }
 
-// Half an output must not pass for the whole one.
+// An output that was cut off must not be taken for a complete one.
 TEST_F(ProcessCaptureTest, OutputWithoutRoomIsNone) {
   EXPECT_EQ(OutcomeWithoutRoom("echo first >&2; exec head -c 100000 /dev/zero"),
             "153|-|first\nno room for the program's output: File too large\n");
@@ -572,7 +577,7 @@ TEST_F(ProcessCaptureTest, OutputThatFitsIsWhole) {
   EXPECT_EQ(OutcomeWithoutRoom("exec head -c 65535 /dev/zero"), "0|output|");
 }
 
-// A caller that tries again would start a program that nobody tells to end.
+// If a caller tries again, nobody would tell that program to end.
 TEST_F(ProcessCaptureTest, NothingStartsOnceChildrenAreStopped) {
   const CTempFolder oFolder;
   TEST::RunInChild([&] {

@@ -124,10 +124,10 @@ TEST(PropertiesTest, DecodeRefusesEverythingElse) {
       "\0\1"sv,            // no length
       "\0\1\2x"sv,         // text too short
       "\0\1\x81"sv,        // half a length
-      "\0\1\x80\0"sv,      // a length longer than need be
+      "\0\1\x80\0"sv,      // a length in more bytes than it needs
       "\0\1\1x\0\1\1y"sv,  // the same property twice
       "\0\2\1x\0\1\1y"sv,  // out of order
-      "\0\1\1x\0"sv,       // something behind
+      "\0\1\1x\0"sv,       // another byte at the end
       "\0\1\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x7F"sv,
   };
   for (const std::string_view strBad : astrBad) {

@@ -26,7 +26,7 @@ CString Formatted(const wchar_t* pszFormat, TArguments... arguments) {
   return strText;
 }
 
-/// What the C library makes of the same; its "%s" is narrow, so formats for both write "%ls".
+/// The C library's result. Its "%s" takes bytes, so formats for both functions must use "%ls".
 template <class... TArguments>
 CString FormattedByLibrary(const wchar_t* pszFormat, TArguments... arguments) {
   std::wstring strText(20000, L'\0');
@@ -62,7 +62,7 @@ TEST(StringFormatTest, PercentSignIsWrittenTwice) {
   EXPECT_EQ(Formatted(L"100%% %d%%", 5), L"100% 5%");
 }
 
-// "%n" would write through a pointer; a format from outside must not be able to.
+// "%n" would write through a pointer, which a format from outside must not be able to do.
 TEST(StringFormatTest, CountDirectiveStandsAsTextAndReadsNoArgument) {
   for (const wchar_t* pszCount : {L"%n", L"%ln", L"%hhn", L"%1$n", L"%*n", L"%.*n", L"%-5n", L"%2$*1$n"}) {
     const CString strFormat = CString(L"%d ") + pszCount + L" %d";
@@ -126,7 +126,7 @@ TEST(StringFormatTest, ErrorTextIsThatOfTheCaller) {
   EXPECT_EQ(Formatted(L"%d: %m", 2), L"2: No such file or directory");
 }
 
-/// A piece of a random directive: one of `astrChoices`.
+/// One of `apszChoices`, at random.
 std::wstring Pick(std::mt19937& oRandom, std::initializer_list<const wchar_t*> apszChoices) {
   return apszChoices.begin()[oRandom() % apszChoices.size()];
 }

@@ -19,7 +19,7 @@ namespace {
 using namespace std::string_literals;
 using namespace std::string_view_literals;
 
-/// What FromBytes must give, by the C library alone, a call for each character.
+/// The expected result of FromBytes, made by the C library, one call per character.
 CString DecodeByLibrary(std::string_view strBytes) {
   CString strText;
   while (!strBytes.empty()) {
@@ -38,7 +38,7 @@ CString DecodeByLibrary(std::string_view strBytes) {
   return strText;
 }
 
-/// In every locale that each Debian system has.
+/// Runs in the two locales that every Debian system has.
 class TextCodecTest : public testing::TestWithParam<const char*> {
  protected:
   void ExpectComesBack(const std::string& strBytes) {
@@ -83,7 +83,7 @@ TEST_P(TextCodecTest, RandomBytesComeBack) {
   std::mt19937 oRandom(3);
   for (int nRound = 0; nRound < 20000; ++nRound) {
     std::string strBytes(oRandom() % 40, '\0');
-    // Half of the bytes ASCII, so that runs of every length lie between the others.
+    // Half of the bytes are ASCII, so that there are runs of ASCII of all lengths.
     for (char& ch : strBytes)
       ch = static_cast<char>(oRandom() % 2 ? oRandom() % 0x80 : oRandom());
     ExpectComesBack(strBytes);
@@ -116,7 +116,7 @@ TEST_P(TextCodecTest, EveryCharacterTakesTheSameWayAsInTheLibrary) {
     char szBytes[MB_LEN_MAX];
     std::mbstate_t tState{};
     const std::size_t nLength = std::wcrtomb(szBytes, ch, &tState);
-    // No bytes for a character would be a loss; the C locale's conversion does that (next test).
+    // The C locale's conversion gives no bytes for some characters, which would lose them (next test).
     if (nLength == static_cast<std::size_t>(-1) || nLength == 0) continue;
     const CString strText(std::wstring_view(&ch, 1));
     ASSERT_EQ(ToBytes(strText), std::string(szBytes, nLength));
@@ -227,7 +227,7 @@ TEST(TextCodecLocaleTest, Utf8ShowsWhatIsNoCharacterAsTheReplacement) {
   }
 }
 
-// Blocks of characters are looked at and narrowed together.
+// The encoder handles runs of ASCII as blocks, so the place of another character matters.
 TEST(TextCodecLocaleTest, CharacterIsEncodedAtEveryPlaceOfALongText) {
   for (std::size_t nPlace = 0; nPlace < 200; ++nPlace) {
     CString strText(std::wstring(nPlace, L'a'));

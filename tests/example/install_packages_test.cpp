@@ -89,8 +89,8 @@ TEST_F(InstallPackagesTest, AUserWithoutSudoIsToldWhatRootMustRun) {
 TEST_F(InstallPackagesTest, ASystemWithoutAptIsToldWhatIsNeeded) {
   EXPECT_EQ(Install("bench"),
             (TShellResult{1,
-                          "This system has no apt-get, so nothing can be installed for you. Needed is what "
-                          "Debian 12 calls\n"
+                          "This system has no apt-get, so nothing can be installed for you. Needed are, by "
+                          "their names in Debian 12,\n"
                           "  libbenchmark-dev\n"
                           "Install these another way, then call make with NO_DEPS=1.\n"}));
 }

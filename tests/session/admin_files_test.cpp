@@ -12,7 +12,7 @@ std::string Added(const char* pszEntries, const char* pszLog, const char* pszLin
   return oEntries.Text();
 }
 
-TEST(EntriesTest, ALineTakesThePlaceOfTheOneBeforeAtTheEnd) {
+TEST(EntriesTest, ANewLineReplacesTheOldOneAndComesLast) {
   EXPECT_EQ(Added("/a/1.1/x//T1.1\nD/s////\n/b/1.1/x//T1.1\n", "", "/a/1.2/y//T1.2"),
             "D/s////\n/b/1.1/x//T1.1\n/a/1.2/y//T1.2\n");
 }
@@ -22,7 +22,7 @@ TEST(EntriesTest, TheLogComesAfterTheList) {
             "/c/1.1/x//T1.1\nD/s////\n/b/1.1/x//T1.1\n");
 }
 
-TEST(EntriesTest, NoFolderIsSaidWhenFoldersAreKnown) {
+TEST(EntriesTest, ALineDSaysThatThereIsNoSubFolder) {
   EXPECT_EQ(Added("D\n", "", "/a/1.1/x//T1.1"), "/a/1.1/x//T1.1\nD\n");
   EXPECT_EQ(Added("D\n", "", "D/s////"), "D/s////\n");
 }

@@ -22,7 +22,7 @@ std::string Describe(const CWords& astrWords, std::string_view strCvsrc = "") tr
   return "for the client";
 }
 
-/// Why a command is the client's; "another command" when there is nothing to say about it.
+/// The reason why a checkout is left to the client; "another command" for commands other than checkouts.
 std::string Reason(const CWords& astrWords, std::string_view strCvsrc = "") try {
   return ParseCommandLine(astrWords, strCvsrc) ? "not for the client" : "another command";
 } catch (const EHandOver& oHandOver) {

@@ -1,4 +1,4 @@
-// What happens when a server or the way to it fails: a clear line, status 1, nothing written, nothing left
+// When a server or the connection to it fails, there is a clear line, status 1, no file, and no process left
 // running.
 
 #include <filesystem>
@@ -19,12 +19,12 @@ const std::string FILE_HEAD =
     "Mod-time 6 Nov 2001 06:51:22 -0000\\nM U Main/a.c\\nCreated "
     "Main/\\nmod/a.c\\n/a.c/1.1///T1.1\\nu=rw,g=r,o=r\\n";
 
-/// A made-up server behind CVS_RSH, and a command that asks it.
+/// A server that is a script, run by CVS_RSH, and a checkout from it.
 class FaultsTest : public testing::Test {
  protected:
   FaultsTest() { fs::create_directories(m_oFolder / "outer/work"); }
 
-  /// After this the server answers a checkout with a script.
+  /// Makes the server run `strScript` for a checkout.
   void AnswerCheckoutBy(const std::string& strScript) {
     AnswerBy(
         "while read -r line; do\n case $line in\n valid-requests) printf 'Valid-requests Root co\\nok\\n' "
@@ -55,7 +55,7 @@ class FaultsTest : public testing::Test {
 
 const std::string END = "cvs [checkout aborted]: end of file from server (consult above messages if any)\n";
 
-TEST_F(FaultsTest, AServerThatAnswersIsBelieved) {
+TEST_F(FaultsTest, AnAnsweredCheckoutIsWritten) {
   AnswerCheckoutBy("printf '" + FILE_HEAD + "3\\nhi\\nok\\n'");
   EXPECT_EQ(Ask(), (TShellResult{0, "U Main/a.c\n"}));
   EXPECT_EQ(ReadFile(m_oFolder / "outer/work/Main/a.c"), "hi\n");
@@ -190,8 +190,8 @@ TEST_F(FaultsTest, APortWithoutListenerIsToldInTheClientsWords) {
   }
 }
 
-// Its time is over only when nothing at all comes.
-TEST_F(FaultsTest, AServerThatIsSlowerThanItsTimeIsHeardOut) {
+// The time-out is for silence only, not for the whole reply.
+TEST_F(FaultsTest, AReplyMayTakeLongerThanTheTimeOut) {
   AnswerCheckoutBy("printf '" + FILE_HEAD +
                    "4\\n'; for byte in a b c d; do sleep 1; printf $byte; done; printf 'ok\\n'");
   EXPECT_EQ(Ask(), (TShellResult{0, "U Main/a.c\n"}));

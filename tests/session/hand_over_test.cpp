@@ -13,7 +13,7 @@
 namespace TALVEK::TEST {
 namespace {
 
-/// A working folder, and a script in the client's place that serves but does nothing else.
+/// A working folder, and a client that works as a server and prints "client" for all other commands.
 class HandOverTest : public testing::Test {
  protected:
   HandOverTest() {
@@ -33,8 +33,8 @@ class HandOverTest : public testing::Test {
   CTempFolder m_oFolder;
 };
 
-// The file that the script makes is the one that cvs-session looks for, having made it in small letters: as
-// on a file system that takes both for the same.
+// To find out whether the file system ignores case, cvs-session makes a file with a name in small letters,
+// and looks for that name in capitals. The script has made that one, so the file system seems to ignore case.
 TEST_F(HandOverTest, AFolderCalledCvsIsTheClientsWhereLetterCaseDoesNotMatter) {
   const std::string strCheckout = "exec $session -d $root checkout -r 1.1 -d Main/Cvs calculator/README";
   EXPECT_EQ(Run("touch .CVS-SESSION-$$; " + strCheckout), "client\n");
@@ -42,7 +42,7 @@ TEST_F(HandOverTest, AFolderCalledCvsIsTheClientsWhereLetterCaseDoesNotMatter) {
   EXPECT_EQ(Run("ls -A | grep -c '^.cvs-session'"), "0\n");
 }
 
-// Nothing of it is shown anywhere else, and a checkout that takes a second too long is the only sign.
+// Without the notes, the only sign is that a checkout takes a second longer.
 TEST_F(HandOverTest, EachCheckoutForTheClientIsNoted) {
   const std::string strGet = "$session -d $root checkout -r 1.1 -d ";
   EXPECT_EQ(Run("export CVS_SESSION_NOTES=$PWD/../notes\n" + strGet + "Main calculator/README\n" + strGet +

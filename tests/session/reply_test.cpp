@@ -7,7 +7,7 @@
 namespace TALVEK::SESSION {
 namespace {
 
-/// Gives a text in pieces of one size, and then has nothing more.
+/// Gives a text in pieces of one size, and then throws EBrokenConnection.
 class CTextSource : public CByteSource {
  public:
   CTextSource(std::string strText, std::size_t nPiece) : m_strText(std::move(strText)), m_nPiece(nPiece) {}
@@ -28,7 +28,7 @@ TCheckout Checkout(const char* pszRoot = ":fork:/cvs") {
       .value();
 }
 
-/// What a reply comes to, in a line.
+/// The outcome of reading a reply, as a text.
 std::string Outcome(const std::string& strReply, std::size_t nPiece = 1000,
                     const char* pszRoot = ":fork:/cvs") {
   CTextSource oSource(strReply, nPiece);
@@ -74,7 +74,7 @@ TEST(ReplyTest, FoldersOnTheWayAndOlderServersAbsolutePlacesAreFine) {
       CONTENT_OUTCOME);
 }
 
-TEST(ReplyTest, NothingOutsideTheWorkingFolderIsBelieved) {
+TEST(ReplyTest, FoldersOutsideTheWorkingFolderAreRefused) {
   for (const char* pszFolder :
        {"../../x/", "/etc/", "Main/../../x/", "Main/src/../../../x/", "Main//src/", "", "Main/src", "CVS/",
         "Main/CVS/", "cvs/", "Main/cVs/", "..", "Main/./src/"}) {
@@ -92,7 +92,7 @@ TEST(ReplyTest, AFileUnderAnotherNameIsRefused) {
               std::string("cvs [checkout aborted]: the server sends `") + pszEntry + "' as the entry of a.c");
 }
 
-TEST(ReplyTest, SizesThatAreNoneAreRefused) {
+TEST(ReplyTest, MalformedSizesAreRefused) {
   for (const char* pszSize : {"-1", "", "z4", "4x", "99999999999999999999999", "999999999999999999"})
     EXPECT_EQ(Outcome(FILE_BEGIN + "mod/src/a.c\n/a.c/1.1///T1.1\nu=rw\n" + pszSize + "\nok\n"),
               std::string("cvs [checkout aborted]: the server sends `") + pszSize + "' as the size of a.c");

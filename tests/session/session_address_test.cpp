@@ -10,7 +10,7 @@
 namespace TALVEK::TEST {
 namespace {
 
-/// One end of a connection that belongs to whoever runs this.
+/// One end of a connection whose other end belongs to the process's effective user.
 VCM::CDescriptor MakeConnection() {
   int anEnds[2] = {-1, -1};
   ::socketpair(AF_UNIX, SOCK_STREAM, 0, anEnds);
@@ -22,8 +22,8 @@ TEST(SessionAddressTest, OwnConnectionIsTheSameUsers) {
   EXPECT_TRUE(SESSION::IsSameUser(MakeConnection().Get()));
 }
 
-// Only the superuser can be somebody else for a while.
-TEST(SessionAddressTest, ConnectionOfAnotherUserIsNot) {
+// Only root can change its user to make such a connection; for others this repeats the test above.
+TEST(SessionAddressTest, ConnectionOfAnotherUserIsNotTheSameUsers) {
   constexpr uid_t SOMEBODY = 65534;
   const bool bCanChange = ::geteuid() == 0;
   const int nSame = RunInChild([bCanChange] {
@@ -35,7 +35,7 @@ TEST(SessionAddressTest, ConnectionOfAnotherUserIsNot) {
   EXPECT_EQ(nSame, bCanChange ? 0 : 1);
 }
 
-TEST(SessionAddressTest, SomethingElseThanAConnectionIsNobodys) {
+TEST(SessionAddressTest, WhatIsNoConnectionIsNotTheSameUsers) {
   EXPECT_FALSE(SESSION::IsSameUser(STDIN_FILENO));
   EXPECT_FALSE(SESSION::IsSameUser(-1));
 }

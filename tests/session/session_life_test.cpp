@@ -1,4 +1,4 @@
-// How long a session lives, whom it serves, and what it holds.
+// How long a session lives, which commands it serves, and what it keeps open.
 
 #include <algorithm>
 #include <filesystem>
@@ -15,7 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A script's commands over the example repository, with a server that keeps a list of its starts.
+/// Scripts that check files of the example repository out. The server adds a line to "starts" each time it is
+/// started.
 class SessionLifeTest : public testing::Test {
  protected:
   SessionLifeTest() {
@@ -51,8 +52,8 @@ TEST_F(SessionLifeTest, OneConnectionServesOneCallerAndEndsWithIt) {
   EXPECT_EQ(ProcessesLeft(0), 0);
 }
 
-// Each in folders of its own: two servers that lock one folder at the same moment say so and wait for 30
-// seconds.
+// The callers use different folders of the repository, because a server that finds a folder locked prints
+// that and waits for 30 seconds.
 TEST_F(SessionLifeTest, TwoCallersDoNotShare) {
   EXPECT_EQ(Run("sh -c './get A README; ./get A Makefile' > one &\n"
                 "sh -c './get B/src src/main.c; ./get B/doc doc/manual.txt' > other &\n"
@@ -86,7 +87,7 @@ TEST_F(SessionLifeTest, AServerThatHangsUpBetweenCommandsIsStartedAgain) {
   EXPECT_EQ(ProcessesLeft(0), 0);
 }
 
-// A caller reads a command's output up to its end: the session must not keep that open.
+// A caller reads a command's output to its end, so the session must not keep that descriptor open.
 TEST_F(SessionLifeTest, ASessionHoldsNoDescriptorAndNoFolderOfItsCaller) {
   const TShellResult tResult =
       Run("exec 7> kept\n./get Main README | cat\n"
@@ -114,7 +115,7 @@ TEST_F(SessionLifeTest, OtherCommandsAreTheClients) {
             (TShellResult{0, "1\n"}));
 }
 
-// On a disk that is most of what a file takes; a folder that the environment names is used all the same.
+// On a disk, writing the small files would take most of the time. A TMPDIR in the environment has priority.
 TEST_F(SessionLifeTest, ServerOfALocalRootKeepsItsSmallFilesInMemory) {
   WriteScript(m_oFolder / "client",
               "echo \"${TMPDIR-none}\" >> " + Quoted("folders") + "; exec cvs \"$@\"\n");

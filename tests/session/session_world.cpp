@@ -163,7 +163,7 @@ CListener::~CListener() {
 }
 
 void AdmitReader(const fs::path& oFolder, const fs::path& oRepository) {
-  // A password server won't become root.
+  // A password server refuses to run as root.
   const std::string strUser = getuid() == 0 ? "nobody" : getpwuid(getuid())->pw_name;
   const std::string strHash = ShellOutput("openssl passwd -1 'pass word'");
   WriteFile(oRepository / "CVSROOT/passwd",

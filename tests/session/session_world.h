@@ -23,25 +23,26 @@ std::vector<TRevision> RevisionsOf(const std::string& strRoot, const std::string
 /// come and go: they are left out.
 void CopyExampleRepository(const std::string& strTo);
 
-/// All that lies in a folder, in a form to compare: names, kinds, modes, the times of files outside CVS/,
-/// contents. `strRootText` in CVS/Root is shown as (root), and `strRepository` anywhere as (repository).
+/// A folder's whole content as a text to compare: names, kinds, modes, contents, and the times of files
+/// outside CVS/. `strRootText` in CVS/Root is replaced by (root), and `strRepository` everywhere by
+/// (repository).
 std::string TreeText(const std::filesystem::path& oFolder, const std::string& strRootText,
                      const std::string& strRepository);
 
 /// The text with every `strOld` replaced.
 std::string Replaced(std::string strText, const std::string& strOld, const std::string& strNew);
 
-/// How many processes carry the text in their environment, this one not counted.
+/// How many other processes have the text in their environment.
 int CountProcesses(const std::string& strMark);
-/// Waits until there are that many, for ten seconds at most. Returns how many there are.
+/// Waits until there are `nWanted` of them, for ten seconds at most. Returns how many there are.
 int AwaitProcesses(const std::string& strMark, int nWanted);
 
-/// A script that stands for ssh and runs the server here.
+/// Writes a stand-in for ssh, which runs the server on this machine.
 void WriteRemoteShell(const std::filesystem::path& oFile);
 void WriteScript(const std::filesystem::path& oFile, const std::string& strText);
 
 /// Listens on a port of the loopback device and runs a shell command for every connection, with the
-/// connection as its standard input and output. Ends with its owner.
+/// connection as its standard input and output. Its process ends when the object is destroyed.
 class CListener {
  public:
   explicit CListener(const std::string& strCommand);
@@ -56,8 +57,8 @@ class CListener {
   pid_t m_nProcess = 0;
 };
 
-/// Lets user "reader" with password "pass word" in through a password server, and makes the repository
-/// (below a folder of CTempFolder) reachable for the user that the server becomes.
+/// Adds user "reader" with password "pass word" for a password server, and makes the repository (below a
+/// folder of CTempFolder) accessible to the user that the server runs as.
 void AdmitReader(const std::filesystem::path& oFolder, const std::filesystem::path& oRepository);
 /// The command of a password server for a repository.
 std::string PasswordServer(const std::string& strRepository);

@@ -10,8 +10,7 @@
 namespace TALVEK::SESSION {
 namespace {
 
-/// What a process that was told to yield to others is after it has asked for short turns: 0 when it still
-/// yields.
+/// Runs TakeShortTurns in a child with this scheduling policy and niceness. 0 when both stay as they were.
 int AskAs(int nPolicy, int nNice) {
   const pid_t nChild = ::fork();
   if (nChild == 0) {
@@ -26,7 +25,7 @@ int AskAs(int nPolicy, int nNice) {
   return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
 }
 
-TEST(ShortTurnsTest, TheyDontRaiseAProcessAboveOthers) {
+TEST(ShortTurnsTest, PolicyAndNicenessStayAsTheyWere) {
   EXPECT_EQ(AskAs(SCHED_OTHER, ::getpriority(PRIO_PROCESS, 0)), 0);
   EXPECT_EQ(AskAs(SCHED_OTHER, 19), 0);
   EXPECT_EQ(AskAs(SCHED_BATCH, 19), 0);

@@ -1,4 +1,4 @@
-// cvs-session leaves the same folders as the client, says the same, and ends with the same status.
+// cvs-session leaves the same folders as the client, prints the same, and exits with the same status.
 
 #include <algorithm>
 #include <filesystem>
@@ -19,7 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// As many clients at a time: each sleeps most of its time, and has a repository of its own.
+/// Clients that run at the same time: each sleeps most of its time, and has a repository of its own.
 constexpr int CLIENTS = 32;
 
 const fs::path ARCHIVES = fs::path(TALVEK_SOURCE_DIR) / "../shared/cvsroots";
@@ -27,7 +27,7 @@ const fs::path ARCHIVES = fs::path(TALVEK_SOURCE_DIR) / "../shared/cvsroots";
 /// A repository and working folders in which the client and cvs-session do the same.
 class CComparison {
  public:
-  /// Takes modules of an archive, or of the example when there is no archive.
+  /// Takes the repository from an archive or, without it, the example repository.
   explicit CComparison(const std::string& strArchive) {
     if (fs::exists(ARCHIVES / (strArchive + ".tar.xz"))) {
       ShellOutput("tar -C " + Quoted("") + " -xf " +
@@ -50,7 +50,7 @@ class CComparison {
     return astrModules;
   }
 
-  /// Takes the revisions of these modules (those that there are), at most `nMost` of them.
+  /// Selects at most `nMost` revisions of these modules; of all modules if none of these exists.
   void Take(const std::vector<std::string>& astrWanted, std::size_t nMost) {
     const std::vector<std::string> astrAll = Modules();
     std::vector<std::string> astrModules;
@@ -63,7 +63,7 @@ class CComparison {
       for (const TRevision& tRevision : RevisionsOf((m_oFolder / "all").string(), strModule))
         m_atRevisions.push_back(tRevision);
     }
-    // The standard fixes what this generator gives, so it is the same choice everywhere.
+    // The C++ standard defines this generator's output, so the choice is the same on every system.
     std::mt19937 oRandom(20040112);
     for (std::size_t nLast = m_atRevisions.size(); nLast > nMost; --nLast)
       m_atRevisions.erase(m_atRevisions.begin() + static_cast<std::ptrdiff_t>(oRandom() % nLast));
@@ -73,21 +73,21 @@ class CComparison {
 
   std::size_t Count() const { return m_atRevisions.size(); }
 
-  /// Lets clients do it all, with a root that ends in a repository's path.
+  /// Lets clients check out all revisions. A root is `strPrefix` and a repository's path.
   void RunClients(const std::string& strName, const std::string& strPrefix) {
     ShellOutput("cd " + Quoted("") + " && mkdir " + strName + " && HOME=$PWD xargs -d '\\n' -P " +
                 std::to_string(CLIENTS) + " --process-slot-var=SLOT -I LINE ./client " + strName + " " +
                 ShellQuote(strPrefix) + " LINE < list");
   }
 
-  /// Lets one caller do it all through cvs-session.
+  /// Lets one caller check out all revisions through cvs-session.
   void RunSession(const std::string& strName, const std::string& strOptions, const std::string& strRootText) {
     ShellOutput("cd " + Quoted("") + " && mkdir " + strName +
                 " && HOME=$PWD CVS_RSH=$PWD/rsh CVS_SESSION_IDLE=10 ./session " + SESSION + " " + strName +
                 " " + ShellQuote(strRootText) + " " + strOptions + " < list");
   }
 
-  /// Compares what one run has left with another, revision by revision; shows the first that differ.
+  /// Compares the results of two runs, revision by revision, up to the third difference.
   void ExpectSame(const std::string& strExpected, const std::string& strExpectedPrefix,
                   const std::string& strActual, const std::string& strActualRootText) const {
     int nDifferent = 0;
@@ -116,7 +116,7 @@ class CComparison {
       "printf %s \"$SLOT\" > ../slot\n"
       "cvs -d \"$root\" checkout -r \"$revision\" -d \"$folder\" \"$path\" > ../output 2> ../errors\n"
       "echo $? > ../status\n";
-  // No sub-shell may come between: sessions belong to the process that gives the commands.
+  // Without a sub-shell: sessions belong to the process that runs the commands.
   static constexpr const char* PROLOGUE =
       "program=$1 base=$2 root=$3 top=$PWD\n"
       "shift 3\n"
@@ -153,7 +153,8 @@ class CComparison {
       astrSlots.push_back(std::to_string(nSlot));
     for (const std::string& strSlot : astrSlots) {
       const std::string strCopy = Quoted("copy" + strSlot + "x");
-      // Locks are made in the folders, and nobody writes the files: those may be the same ones.
+      // Each copy needs its own folders, because locks are made there. Files aren't written, so hard links
+      // will do.
       ShellOutput("mkdir " + strCopy + " && cd " + Quoted("all") + " && cp -r CVSROOT " + strCopy +
                   " && cp -al" + strParts + " " + strCopy);
     }
@@ -172,8 +173,8 @@ class CComparison {
   std::vector<TRevision> m_atRevisions;
 };
 
-/// Every way to reach the repository. Through any server the client does the same, so that one run of clients
-/// with servers will do for all.
+/// Compares in every way to reach the repository. With any kind of server the client does the same, so one
+/// run of clients with servers is compared with all of ours.
 void ExpectSameInEveryWay(CComparison& oComparison) {
   const std::string strCopy = oComparison.Path("copysx");
   AdmitReader(oComparison.Folder(), strCopy);
@@ -222,7 +223,7 @@ TEST(SideBySideTest, ThreeHundredRevisionsOfALargeModule) {
   ExpectSameInEveryWay(oComparison);
 }
 
-/// Commands in one working folder, where each finds what those before it have left.
+/// Commands in one working folder, each of which finds what the earlier ones have left.
 const std::string SEQUENCE = R"(
 run -d "$root" checkout -r 1.1 -d Main/src calculator/src/main.c
 run -d "$root" checkout -r 1.1 -d Main calculator/README
@@ -253,8 +254,8 @@ run -d "$root" checkout -r 1.1 -d New/a/Cvs/cvs calculator/cvs/eval/parser.c
 run -d "$root" checkout -r 1.1 -d New/a/Cvs calculator/README
 )";
 
-/// The same in folders that somebody else has made: an import makes the folder of each file before it asks
-/// for the file.
+/// The same in folders that somebody else has made: an import makes the folder of each file before it checks
+/// the file out.
 const std::string SEQUENCE_IN_MADE_FOLDERS = R"(
 mkdir -p Main/src/eval
 run -d "$root" checkout -r 1.1 -d Main/src/eval calculator/src/eval/parser.c
@@ -288,7 +289,7 @@ run -d "$root" checkout -r 1.1 -d One/cvs/eval calculator/cvs/eval/parser.c
 run -d "$root" checkout -r 1.1 -d One/cvs calculator/cvs/main.c
 )";
 
-/// Names come in the order of the file system, which differs from folder to folder.
+/// Sorts the lines "? NAME": their order is the file system's, which differs from folder to folder.
 std::string WithSortedQuestions(const std::string& strOutput) {
   std::istringstream oLines(strOutput);
   std::set<std::string> astrQuestions;
@@ -314,8 +315,8 @@ void ExpectSameInEveryWay(const std::string& strSequence) {
               "program=$1 root=$2\nmkdir \"$3\" && cd \"$3\" || exit 1\nexec > ../\"$3\".output 2>&1\n"
               "run() { echo \"$*\"; \"$program\" \"$@\" < /dev/null; echo \"status $?\"; }\n" +
                   strSequence);
-  // All ways at the same time, because clients sleep most of theirs; each in a repository of its own, because
-  // they wait long for each other's locks.
+  // All ways run at the same time, because clients sleep most of theirs. Each has a repository of its own,
+  // because they would wait long for each other's locks.
   const std::string strRepository = strFolder + "/repository";
   const CListener oListener(PasswordServer(strRepository + "4"));
   const std::string astrRoots[] = {
@@ -352,7 +353,8 @@ TEST(SideBySideTest, CommandsInFoldersThatSomebodyElseMade) {
   ExpectSameInEveryWay(SEQUENCE_IN_MADE_FOLDERS);
 }
 
-// The client would take a second for each file.
+// The client would take a second for each file. Here "cvs" works only as a server, so a checkout left to it
+// fails.
 TEST(SideBySideTest, FilesOfAnImportAreNotLeftToTheClient) {
   const CTempFolder oFolder;
   const std::string strRepository = (oFolder / "repository").string();
