@@ -28,9 +28,9 @@ struct TChangeItemRecord : TTableRecord<TChangeItemRecord> {
   std::uint32_t nItem = 0;     ///< number within the change, from 1
   std::uint32_t nType = 0;     ///< TChangeItemType
   VCM::CFilePath oFilePath;    ///< path within the stream
-  std::int32_t nRevision = 0;  ///< rank among the file's revisions
+  std::int32_t nRevision = 0;  ///< rank among the file's revisions; 0 for CVS
   VCM::CProperties oProps;     ///< TChangeItemProperty
-  VCM::CTimestamp oTimestamp;  ///< the time under which it was grouped
+  VCM::CTimestamp oTimestamp;  ///< its revision's time; or its change's, if it opened one beside another
 };
 
 /// "citems": index 0 by ("ID", "Item").
