@@ -65,7 +65,7 @@ void CGitRepository::InspectRepository() {
   const bool bBare = !bHasGitFolder && fs::exists(oFolder / "HEAD") && fs::exists(oFolder / "objects");
   if (!bHasGitFolder && !bBare) ThrowNotEmpty(oFolder, "is not empty");
   m_oGitFolder = bBare ? oFolder : oFolder / ".git";
-  // The checkout at the end would overwrite them.
+  // The checkout at the end would overwrite other files.
   if (!bBare && std::distance(fs::directory_iterator(oFolder), {}) != 1) {
     ThrowNotEmpty(oFolder, "has files beside its repository");
   }
