@@ -26,9 +26,8 @@ inline constexpr wchar_t PSZ_TRUNK_NAME[] = L"Head";
 ///             provider reads the properties for them, and SearchForStreams passes a log through them.
 /// Properties  As in s_atPropertyInfo; each is read when it is needed.
 /// Errors      A failing `cvs` command is tried again, and the import log has its error output.
-/// SearchForStreams
-///             fails only when there is no log to read, or it breaks off. A file that can't be retrieved is
-///             not there afterwards.
+///             SearchForStreams fails only when there is no log to read, or it breaks off. A file that can't
+///             be retrieved is not there afterwards.
 /// Threads     One. The process's working directory changes while a checkout runs.
 class CProvider : public MCE::CProviderBase {
  public:
