@@ -48,7 +48,8 @@ struct TFileRevision {
 ///
 /// Shape    The database has all the data, and is up to date after each call. In memory there are two indexes
 ///          of it: the changes with their three times (CChangeGroups), and the changes that have an item of
-///          a file (CChangesByFile). Load builds both from the rows.
+///          a file (CChangesByFile). Load builds both from the rows. The walks (mce/provider_walks.cpp) read
+///          the rows next.
 /// Errors   Failed when the database refuses a read or a write: then the item isn't stored.
 ///          Absent for an item whose number is taken.
 /// Cost     Logarithmic for an item whose comment must match. Otherwise, and for the time 2^32 - 301, the

@@ -18,7 +18,7 @@ enum TChangeItemProperty : std::uint16_t {
 /// Number of the change item field by which items are looked for.
 enum TChangeItemField : unsigned { ITEM_FIELD_PATH = 3 };
 
-/// A change item as the import database holds it: one file of one changeset.
+/// A change item, as it is in the import database: one file of one changeset.
 struct TChangeItemRecord : TTableRecord<TChangeItemRecord> {
   static constexpr int FIELD_COUNT = 7;
 

@@ -8,8 +8,9 @@
 #include "mcv/stream_registry.h"
 
 // When a stream was made. CVS doesn't record it. Each file that has the branch or tag narrows the range: it
-// was made after the revision from which it starts, and (this is an assumption) before the one that replaced
-// it. Times are seconds since 1970 UTC; 0: not known.
+// was made after the revision from which it starts, and (an assumption) before the one that replaced it.
+// Times are seconds since 1970 UTC; 0: not known. CProvider::ResolveStreamLinkage later uses the result to
+// find the change from which the stream starts.
 namespace TALVEK::MCV {
 
 /// Earliest time at which it was made, as far as one file tells: one second after the revision from which it
