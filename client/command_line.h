@@ -10,7 +10,7 @@ struct TModule {
   VCM::CString strName;
 };
 
-/// The repository's directory in a root such as ":pserver:joe@host:/cvs": what stands behind the last ":".
+/// The repository's directory in a root such as ":pserver:joe@host:/cvs": the text after the last ":".
 VCM::CString GetRootDirectory(const VCM::CString& strRoot);
 
 /// "2009/03/14 07:05:09", in UTC: the form in which the client takes dates. From seconds since 1970 UTC.

@@ -47,7 +47,7 @@ class CLogSource {
   bool m_bOwnInputStream = false;
 };
 
-/// Lets go of the log at the end of a scope, also when the host's connection ends the search by an exception.
+/// Calls Clear at the end of a scope, also when the host's connection ends the search by an exception.
 class CLogScope {
  public:
   explicit CLogScope(CLogSource& oSource) : m_oSource(oSource) {}

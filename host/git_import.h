@@ -33,7 +33,8 @@ class CGitImport : public CHistoryVisitor {
   void EndStream(const TStream& /*tStream*/) override { m_oStreams.End(); }
 
   std::uint64_t GetItemCount() const { return m_oFiles.GetItemCount(); }
-  /// For each branch or tag with commits of its own, the number of commits from its root to its tip, both counted.
+  /// For each branch or tag with commits of its own, the number of commits from its root to its tip, both
+  /// counted.
   const std::map<std::string, std::uint64_t>& GetDepths() const { return m_oStreams.GetDepths(); }
 
  private:

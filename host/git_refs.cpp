@@ -42,7 +42,6 @@ bool CRefNames::IsFree(const std::string& strName) const {
   return true;
 }
 
-// The form of a name in which two names that exclude each other are equal.
 std::string CRefNames::Key(const std::string& strName) const {
   if (!m_bIgnoreCase) return strName;
   VCM::CString strLower = VCM::FromBytes(strName);

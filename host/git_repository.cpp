@@ -128,7 +128,7 @@ std::uint64_t CGitRepository::CountCommits(const std::string& strFrom) const {
   return tResult.nStatus == 0 ? std::stoull(tResult.strOutput) : 0;
 }
 
-// Git has asked the file system when it made the repository.
+// `git init` sets core.ignorecase after a look at the file system.
 bool CGitRepository::IgnoresCase() const {
   const TProcessResult tResult = RunGit(Command({"config", "--type=bool", "--get", "core.ignorecase"}));
   return tResult.nStatus == 0 && tResult.strOutput == "true\n";

@@ -32,8 +32,8 @@ class CGitRepository {
   std::vector<std::string> Command(const std::vector<std::string>& astrArguments) const;
   /// The number of commits that a reference reaches, or all references together ("--all"); 0 when git fails.
   std::uint64_t CountCommits(const std::string& strFrom) const;
-  /// Its file system takes names that differ only in case for one, so that Git can't keep two such
-  /// references.
+  /// True when its file system ignores case, so that Git can't keep two references whose names differ only in
+  /// case.
   bool IgnoresCase() const;
   void Keep() { m_bKept = true; }
   /// Checks out the trunk's files, unless bare. Returns the reason when that fails, else nothing.

@@ -38,7 +38,8 @@ class CGitStreams {
   void Commit(std::uint32_t nChangeID, CFastImportStream::TCommit tCommit);
   void End();
 
-  /// For each branch or tag with commits of its own, the number of commits from its root to its tip, both counted.
+  /// For each branch or tag with commits of its own, the number of commits from its root to its tip, both
+  /// counted.
   const std::map<std::string, std::uint64_t>& GetDepths() const { return m_anDepths; }
 
  private:

@@ -26,8 +26,8 @@ class CImportLogWatch : public VRM::CConnection {
 
   /// The log of the foreign repository was not read to its end.
   bool IsHistoryCutShort() const { return m_bCutShort; }
-  /// One entry for each file that has lost revisions: FILE': REASON, the end of its log line (it has no opening
-  /// quote).
+  /// One entry for each file that has lost revisions: FILE': REASON, the end of its log line (it has no
+  /// opening quote).
   const std::vector<VCM::CString>& GetIncompleteLogs() const { return m_astrIncompleteLogs; }
   /// The number of files whose logs were malformed, but could be read completely.
   std::uint64_t GetRepairedLogCount() const { return m_nRepairedLogs; }

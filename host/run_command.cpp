@@ -218,7 +218,7 @@ class CRun {
     const std::string strRepaired =
         oWatch.GetRepairedLogCount() == 0
             ? ""
-            : ShowCount(oWatch.GetRepairedLogCount(), "log") + " of single files read in spite of oddities";
+            : "repaired the malformed logs of " + ShowCount(oWatch.GetRepairedLogCount(), "file");
     for (const std::string& strText :
          {ShowText(oWatch.GetPlan()), strRepaired, m_oReport.RenamedText(), oClientNotes.GetText()}) {
       if (!strText.empty()) m_oReport.Note(strText);

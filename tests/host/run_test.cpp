@@ -394,7 +394,7 @@ TEST_F(CRunTest, SummaryShowsThePlanAndTheRepairedLogs) {
   EXPECT_EQ(tRun.nStatus, 0);
   EXPECT_EQ(tRun.strError,
             "talvek-import: 3 of 4 branches and tags start exactly as a changeset\n"
-            "talvek-import: 2 logs of single files read in spite of oddities\n"
+            "talvek-import: repaired the malformed logs of 2 files\n"
             "talvek-import: imported 1 stream, 1 changeset, 1 item; 0 losses; 0 seconds\n");
 }
 
