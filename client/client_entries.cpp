@@ -14,7 +14,7 @@ TClientEntry ReadEntry(const VCM::CString& strPath) {
   const std::filesystem::path oAdmin = oPath.parent_path() / "CVS";
   const std::string strName = "/" + oPath.filename().string() + "/";
   TClientEntry tEntry;
-  // The second holds what was added to the first ("A ") or removed ("R ") since that was last written anew.
+  // Entries.Log has the lines added ("A ") and removed ("R ") since Entries was written.
   for (const char* pszFile : {"Entries", "Entries.Log"}) {
     std::ifstream oFile(oAdmin / pszFile, std::ios::binary);
     if (oFile && tEntry.nType == NO_ENTRIES) tEntry.nType = ENTRY_MISSING;

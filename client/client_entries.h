@@ -5,21 +5,21 @@
 
 namespace TALVEK::CLIENT {
 
-/// Whether the client has noted a file.
+/// Whether a file has an entry in its folder's "CVS/Entries".
 enum TEntryType {
-  NO_ENTRIES,     ///< the folder isn't one of the client's
-  ENTRY_MISSING,  ///< the client has never finished the file
+  NO_ENTRIES,     ///< the folder has no such list: it wasn't checked out by the client
+  ENTRY_MISSING,  ///< the list lacks the file: the client has never finished it
   ENTRY_FOUND,
 };
 
-/// What the client has noted of a file in its folder's "CVS/Entries".
+/// A file's entry in its folder's "CVS/Entries".
 struct TClientEntry {
   TEntryType nType = NO_ENTRIES;
   MCE::TCVSRevision oRevision;  ///< ENTRY_FOUND: the revision that the client wrote last and finished
 };
 
-/// Reads the note of a file. The client makes it once the file is whole: one that it was ended over, or found
-/// no room for, stays behind without a note, or with that of an earlier revision.
+/// Reads the entry of a file. The client writes it when the file is complete. So a file on which the client
+/// was killed, or ran out of disk space, has no entry, or that of an earlier revision.
 TClientEntry ReadEntry(const VCM::CString& strPath);
 
 }  // namespace TALVEK::CLIENT

@@ -7,25 +7,25 @@
 
 namespace TALVEK::CLIENT {
 
-/// The folder below which the client puts files, a folder for each stream.
+/// The folder below which the client puts files, in a folder for each stream.
 ///
-/// Errors   What is refused shows in the import log.
+/// Errors   A refused folder or command is a line in the import log.
 /// Threads  One. The process's working directory changes while a command runs.
 class CClientFolder {
  public:
   CClientFolder(CCvsClient& oClient, const MCE::CLogSink& oLog) : m_oClient(oClient), m_oLog(oLog) {}
 
-  /// False when the text is no path. Until a path is set no command runs.
+  /// False when the text is no path. Before the first SetPath no command runs.
   bool SetPath(const VCM::CString& strClientFolder) { return m_oClientPath.Parse(strClientFolder); }
   const VCM::CFilePath& GetPath() const { return m_oClientPath; }
 
-  /// True when a checkout may go to this folder (the argument of the client's "-d"): it lies below the client
-  /// folder, and its name comes out of a command line as it went in. Names of streams and files come from the
-  /// log; one with ".." would have the client write elsewhere.
+  /// True when a checkout may go to this folder (the argument of the client's "-d"): it is below the client
+  /// folder, and its name has no NUL, at which a command line would end. The names come from the log, so one
+  /// with ".." could make the client write anywhere.
   bool Allows(const VCM::CString& strOutputFolder) const;
 
-  /// Runs a command with the client folder as working directory. False when it fails, or the folder can't be
-  /// entered: in a folder of the server's the client would overwrite what isn't the import's.
+  /// Runs a command with the client folder as working directory. False when it fails. When the folder can't
+  /// be entered nothing is run: in another folder the client could overwrite files that aren't the import's.
   bool Execute(const VCM::CString& strCommandLine);
 
  private:
@@ -34,7 +34,7 @@ class CClientFolder {
   VCM::CFilePath m_oClientPath;
 };
 
-/// True for a name that a command line would cut short: a command line ends at a NUL.
+/// True for a name with a NUL: a command line would end there.
 inline bool HasNul(const VCM::CString& strText) {
   return strText.Find(L'\0') >= 0;
 }

@@ -5,7 +5,8 @@
 
 namespace TALVEK::CLIENT {
 
-// Rows of the property table that all providers have which work through the client.
+// Rows of the property tables of all providers that work through the client. Keys and labels are a contract
+// with hosts.
 
 inline constexpr MCE::TPropertyInfo PROPERTY_CVS_PATH = {L"CVS Executable Path", L"CVSPath", L"cvs",
                                                          MCE::TPropertyInfo::TYPE_EXECUTABLE};
@@ -26,11 +27,11 @@ inline constexpr MCE::TPropertyInfo PROPERTY_CMD_REPEAT_COUNT = {
     L"CVS command error repeat count", L"CmdRepeatCount", L"5", MCE::TPropertyInfo::TYPE_TEXT};
 inline constexpr MCE::TPropertyInfo PROPERTY_LOG_FILE = {L"Log File (optional)", L"LogFile", L"",
                                                          MCE::TPropertyInfo::TYPE_TEXT};
-/// Ends a table.
+/// The last row of a table.
 inline constexpr MCE::TPropertyInfo END_OF_PROPERTIES = {nullptr, nullptr, nullptr, 0};
 
-/// 0 when the file that "CVSPath" names exists. Else 1, and a warning in the message: without a "/" the
-/// client may still be found on the PATH.
+/// For CheckEnvironment: 0 when the file that "CVSPath" names exists, else 1, with a warning in `strMessage`.
+/// A name without a "/" gives a warning, too, although the client may be on the PATH.
 int CheckClientPath(const VCM::CString& strCvsPath, VCM::CString& strMessage);
 
 }  // namespace TALVEK::CLIENT

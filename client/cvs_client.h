@@ -10,31 +10,31 @@
 
 namespace TALVEK::CLIENT {
 
-/// The number that a setting for the repeat count begins with (its low 16 bits); 1 where that is 0 or none.
+/// Reads the setting "CmdRepeatCount": the number that the text begins with (its low 16 bits), at least 1.
 std::uint16_t ParseRepeatCount(const VCM::CString& strText);
 
 /// Runs commands of the `cvs` client, one at a time, and tries a failing one again.
 ///
 /// Shape    SetCommand first. The command line comes from CCommandLine.
-/// Errors   A command has failed when its last attempt has; the import log tells what the client said.
-/// Owns     The outputs of the last attempt, until the next one. The log sink is lent.
+/// Errors   A command fails when all attempts fail; the import log has the error output of each.
+/// Owns     The outputs of the last attempt, until the next Execute. The log sink is lent.
 /// Threads  One.
 class CCvsClient {
  public:
   explicit CCvsClient(const MCE::CLogSink& oLog) : m_oLog(oLog) {}
 
-  /// Names the executable (without a "/" it is searched for on the PATH), and how often a command that fails
-  /// is run in all.
+  /// Sets the executable (without a "/" it is searched for on the PATH), and how many times a failing command
+  /// is run in all; 0: no command runs.
   void SetCommand(const VCM::CString& strExecutable, std::uint16_t nRepeatCount);
-  /// The executable as it stands at the head of every command line: in quotes. Empty before SetCommand.
+  /// The executable in quotes, as every command line begins with it. Empty before SetCommand.
   const VCM::CString& GetCommand() const { return m_strCvsCommand; }
   std::uint16_t GetRepeatCount() const { return m_nCmdRepeatCount; }
 
-  /// Runs a command line. Logs it once, and after each attempt the lines of its standard error. True when an
-  /// attempt ended with status 0.
+  /// Runs a command line until an attempt ends with status 0, at most as often as set; true if one did. Logs
+  /// the command once, and after each attempt the lines of its standard error.
   bool Execute(const VCM::CString& strCommandLine);
-  /// Standard output of the last attempt, from its beginning. Null before the first one, and when there was
-  /// no room for it.
+  /// Standard output of the last attempt, from its beginning. Null before the first one, and when the disk
+  /// was full.
   wxInputStream* GetOutput() const { return m_oProcess.GetStdOutputStream(); }
 
  private:

@@ -17,10 +17,10 @@ constexpr std::string_view UTF8_MARK = "\xEF\xBB\xBF"sv;
 constexpr std::string_view ASTR_WIDE_MARKS[] = {"\xFF\xFE"sv, "\xFE\xFF"sv, "\x00\x00\xFE\xFF"sv};
 constexpr std::size_t LONGEST_MARK = 4;
 constexpr std::size_t LONGEST_SEQUENCE = 4;
-/// A client may write a gigabyte without a line end.
+/// Longer lines are cut: a client may write a gigabyte without a line end.
 constexpr std::size_t MOST_LINE_BYTES = std::size_t{1} << 20;
 
-/// Appends the text when all of it is UTF-8, else nothing.
+/// Appends the decoded text; false, and nothing appended, when it isn't UTF-8.
 bool AppendUtf8Text(std::string_view strBytes, std::wstring& strText) {
   const std::size_t nBefore = strText.size();
   strText.resize(nBefore + strBytes.size());
@@ -79,8 +79,8 @@ bool CErrorLines::ReadByteLine(VCM::CString& strLine) {
   return true;
 }
 
-// At bytes that it can't decode the toolkit's stream stops for good: from there on it reads nothing more and
-// gives empty lines.
+// At bytes that it can't decode wxTextInputStream stops: it returns empty lines without reading on. So a line
+// that takes no bytes is the end.
 bool CErrorLines::ReadWideLine(VCM::CString& strLine) {
   strLine.Clear();
   wxFileOffset nBefore = wxInvalidOffset;

@@ -15,16 +15,16 @@ namespace TALVEK::CLIENT {
 
 /// Reads what a client wrote to its standard error, line by line, whatever the process's locale.
 ///
-/// Shape    The encoding is found as the toolkit's text stream finds it: UTF-16 or UTF-32 when the stream
-///          begins with their byte-order mark, else UTF-8, with or without a mark. The first bytes that are
-///          no UTF-8, and all behind them, are read as Latin-1, where every byte is a character. A line ends
-///          at \n, \r\n, a lone \r or a NUL. Empty lines are skipped, and a line of more than 1 MiB comes in
+/// Shape    The encoding is detected as wxTextInputStream does it: UTF-16 or UTF-32 when the stream begins
+///          with their byte-order mark, else UTF-8, with or without a mark. From the first bytes that aren't
+///          UTF-8 on, everything is read as Latin-1, in which every byte is a character. A line ends at \n,
+///          \r\n, a lone \r or a NUL. Empty lines are skipped; a line of more than 1 MiB is returned in
 ///          pieces.
-/// Errors   UTF-16 or UTF-32 that can't be decoded ends the stream. In all other encodings no byte is lost;
-///          the toolkit's stream would lose some.
+/// Errors   UTF-16 or UTF-32 that can't be decoded ends the stream. In all other encodings no byte is lost,
+///          while wxTextInputStream loses some.
 /// Owns     Nothing. The stream is lent.
-/// Cost     Blocks are read and decoded. Only UTF-16 and UTF-32 go through the toolkit's own stream, which
-///          takes a byte at a time.
+/// Cost     Reads and decodes blocks. Only UTF-16 and UTF-32 go through wxTextInputStream, which reads one
+///          byte at a time.
 class CErrorLines {
  public:
   explicit CErrorLines(wxInputStream& oInput);
@@ -42,8 +42,8 @@ class CErrorLines {
   VCM::CLineReader m_oLines;
   std::unique_ptr<wxTextInputStream> m_poWide;  // over UTF-16 and UTF-32
   std::string m_strBytes;                       // the line being cut at its NULs
-  std::size_t m_nPosition = 0;                  // of the next piece
-  bool m_bUtf8 = true;
+  std::size_t m_nPosition = 0;                  // in m_strBytes, of the next piece
+  bool m_bUtf8 = true;                          // false: Latin-1 from here on
 };
 
 }  // namespace TALVEK::CLIENT

@@ -22,7 +22,7 @@ void CFileRetrieval::CheckOut(const TWantedFile& tFile, const VCM::CString& strT
                                       .Word(tFile.strRevision)
                                       .Quoted(L"-d", strOutputFolder)
                                       .Module(strPathInModule);
-  // A client that fails half-way, on a full disk say, leaves the half behind.
+  // A client that fails half-way, on a full disk for example, leaves half a file.
   if (!m_oFolder.Execute(strCommand)) RemoveUnfinished(strTargetPath);
 }
 

@@ -12,10 +12,10 @@ namespace TALVEK::CLIENT {
 
 /// One revision of one file of a module.
 struct TWantedFile {
-  TModule tModule;           ///< the module's name is empty: all of the repository
+  TModule tModule;           ///< an empty module name means the whole repository
   VCM::CString strStream;    ///< the stream's folder below the client folder
   VCM::CFilePath oPath;      ///< in the module
-  VCM::CString strRevision;  ///< as it goes behind "-r": "1.4"
+  VCM::CString strRevision;  ///< the argument of "-r", unquoted: "1.4"
 };
 
 /// Retrieves single files by their revision.
@@ -23,20 +23,19 @@ struct TWantedFile {
 /// Errors   A file that can't be retrieved is not there afterwards; the import log tells why.
 class CFileRetrieval {
  public:
-  /// All are lent.
+  /// The arguments are lent.
   CFileRetrieval(const CCvsClient& oClient, CClientFolder& oFolder, const MCE::CLogSink& oLog)
       : m_oClient(oClient), m_oFolder(oFolder), m_oLog(oLog) {}
 
-  /// Checks the revision out. `strTargetPath` must be where the client puts it: {client
-  /// folder}/{stream}/{path in the module}. What is there before is removed, so that the client writes a
-  /// fresh file.
+  /// Checks the revision out. `strTargetPath` must be where the client puts it: below the client folder, in
+  /// the stream's folder, at the path in the module. An old file there is removed first.
   void CheckOut(const TWantedFile& tFile, const VCM::CString& strTargetPath);
 
-  /// Removes what a client that failed has left at this place, and logs it: half a file must not pass for the
-  /// whole one. Does nothing when there is no file.
+  /// Removes the file that a failed client left at this path, and logs it, so that a half-written file isn't
+  /// taken for the complete one. Does nothing when there is no file.
   void RemoveUnfinished(const VCM::CString& strTargetPath) const;
 
-  /// Gives a file its time of last change. One that is read-only stays so; one that isn't there isn't made.
+  /// Sets a file's modification time. A read-only file stays read-only; a missing one isn't made.
   static void Stamp(const VCM::CString& strTargetPath, const VCM::CTimestamp& oTime);
 
  private:

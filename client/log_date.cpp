@@ -27,8 +27,8 @@ bool IsDigit(wchar_t ch) {
   return ch >= L'0' && ch <= L'9';
 }
 
-/// Cuts a suffix such as " +0200" off the text and returns the zone that it names; GMT without one. The
-/// toolkit would take it for the process's zone.
+/// Cuts a suffix such as " +0200" off the text and returns its zone; GMT when there is none. wxDateTime would
+/// ignore the suffix.
 int CutZoneSuffix(std::wstring_view& strText) {
   if (strText.size() < ZONE_SUFFIX_LENGTH) return VCM::ZONE_GMT0;
   const std::wstring_view strSuffix = strText.substr(strText.size() - ZONE_SUFFIX_LENGTH);
@@ -48,9 +48,9 @@ std::optional<TSeconds> MakeTime(int nYear, int nMonth, int nDay, int nHour, int
          std::chrono::seconds(nSecond);
 }
 
-/// Reads "2003/01/02 10:11:12" and "2003-01-02 10:11:12", the forms that CVS writes: each part has its place.
-/// Nothing for all else, for what is no date, and for a year below 1000, which the toolkit takes for a day or
-/// a month.
+/// Reads "2003/01/02 10:11:12" and "2003-01-02 10:11:12", the forms that CVS writes, in which each part has a
+/// fixed place. None for any other form, for an impossible date, and for a year below 1000, which wxDateTime
+/// reads as a day or a month.
 std::optional<TSeconds> ReadUsualForm(std::wstring_view strText) {
   constexpr std::wstring_view WITH_SLASHES = L"0000/00/00 00:00:00", WITH_HYPHENS = L"0000-00-00 00:00:00";
   if (strText.size() != WITH_SLASHES.size() || strText[0] == L'0') return std::nullopt;
@@ -64,14 +64,14 @@ std::optional<TSeconds> ReadUsualForm(std::wstring_view strText) {
   return MakeTime(fnPair(0) * 100 + fnPair(2), fnPair(5), fnPair(8), fnPair(11), fnPair(14), fnPair(17));
 }
 
-/// The toolkit gives a point in time; what was written is the time that a clock in the process's zone then
-/// shows.
-std::optional<TSeconds> ReadByToolkit(std::wstring_view strText) {
+/// Reads any form that wxDateTime knows. It takes the text for local time, so the parts are taken from it as
+/// they were written, and made a UTC time.
+std::optional<TSeconds> ReadByWxDateTime(std::wstring_view strText) {
   wxDateTime oDate;
   wxString::const_iterator itEnd;
   if (!oDate.ParseDateTime(wxString(std::wstring(strText)), &itEnd) || !oDate.IsValid()) return std::nullopt;
   const wxDateTime::Tm tTime = oDate.GetTm();
-  // The toolkit reads years of any length, <chrono> counts them in 16 bits. The calendar repeats itself.
+  // <chrono> has 16 bits for a year, wxDateTime reads larger ones. The calendar repeats every 400 years.
   const int nCycles = tTime.year / YEARS_PER_CYCLE;
   std::optional<TSeconds> oSeconds =
       MakeTime(tTime.year % YEARS_PER_CYCLE, tTime.mon + 1, tTime.mday, tTime.hour, tTime.min, tTime.sec);
@@ -86,7 +86,7 @@ VCM::CTimestamp ParseLogDate(std::wstring_view strText) {
     strText.remove_suffix(1);
   const int nZone = CutZoneSuffix(strText);
   std::optional<TSeconds> oSeconds = ReadUsualForm(strText);
-  if (!oSeconds) oSeconds = ReadByToolkit(strText);
+  if (!oSeconds) oSeconds = ReadByWxDateTime(strText);
   if (!oSeconds) return VCM::CTimestamp(0);
   VCM::CTimestamp oTime(oSeconds->time_since_epoch().count());
   oTime.ChangeTimezone(nZone, false);

@@ -11,31 +11,31 @@ namespace TALVEK::CLIENT {
 
 /// Which log is wanted.
 struct TLogRequest {
-  VCM::CString strLogFile;  ///< a saved output of `cvs rlog`; not empty: nothing else counts, no command runs
+  VCM::CString strLogFile;  ///< a saved output of `cvs rlog`; if given, nothing else counts and nothing runs
   TModule tModule;
   VCM::CString strStartDate;  ///< revisions later than this; any form that the client takes. Empty: all
-  VCM::CString strEndDate;    ///< and earlier than this; ignored without a start
+  VCM::CString strEndDate;    ///< and earlier than this. Ignored without a start
 };
 
-/// Where the history comes from: what `cvs rlog` prints, or a log saved earlier.
+/// Gives the log of a module as a stream: the output of `cvs rlog`, or a log saved earlier. The provider's
+/// parser reads it next (for provider cvs, CLogParser by way of CFileEnum).
 ///
-/// Errors   A saved log that can't be opened leaves no stream. A command that fails every time leaves what
-/// its
-///          last attempt printed. Both are in the import log.
-/// Owns     The stream over a saved log, until Clear: the destructor leaves it alone. The stream over a
-///          command's output is the client's, and good until its next command.
+/// Errors   If a saved log can't be opened there is no stream. If the command fails in all attempts, the
+///          stream has the output of the last one. Both are logged.
+/// Owns     The stream over a saved log, until Clear; the destructor does NOT delete it. The stream over a
+///          command's output is the client's, valid until its next command.
 class CLogSource {
  public:
   CLogSource(CCvsClient& oClient, const MCE::CLogSink& oLog) : m_oClient(oClient), m_oLog(oLog) {}
 
-  /// Makes a new stream over the log. False when that isn't the whole log.
+  /// Opens a new stream over the log. False when the log is missing or incomplete.
   bool Generate(const TLogRequest& tRequest);
   /// Null when there is none.
   wxInputStream* GetInput() const { return m_poInputStream; }
   bool OwnsInput() const { return m_bOwnInputStream; }
-  /// Reads from this stream from now on. Lets go of none: Clear first.
+  /// Makes this the stream; with `bOwn`, Clear deletes it. The stream before isn't deleted: call Clear first.
   void SetInput(wxInputStream* poInputStream, bool bOwn);
-  /// Lets go of the stream, and deletes it when it is an own one.
+  /// Forgets the stream, and deletes it if it is owned.
   void Clear();
 
  private:
@@ -47,7 +47,7 @@ class CLogSource {
   bool m_bOwnInputStream = false;
 };
 
-/// Lets go of the log at the end of a scope, also when the host's connection ends the search by an exception.
+/// Calls Clear at the end of a scope, also when the host's connection ends the search by an exception.
 class CLogScope {
  public:
   explicit CLogScope(CLogSource& oSource) : m_oSource(oSource) {}

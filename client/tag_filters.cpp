@@ -17,10 +17,10 @@ void SplitAtCommas(const VCM::CString& strText, VCM::CArray<VCM::CString>& astrT
     astrTokens.Add(VCM::CString(oTokens.GetNextToken().ToStdWstring()));
 }
 
-/// wxMatchWild, with its ways (a name that begins with "." matches nothing).
+/// As wxMatchWild: a name that begins with "." matches nothing.
 bool MatchesPattern(const VCM::CString& strPattern, std::wstring_view strName) {
   const bool bAll = strPattern.GetLength() == 1 && strPattern[0] == L'*';
-  if (bAll && !strName.empty()) return strName[0] != L'.';  // the default filter, and most logs
+  if (bAll && !strName.empty()) return strName[0] != L'.';  // fast path for the default filter
   return wxMatchWild(wxString(std::wstring(strPattern.View())), wxString(std::wstring(strName)), true);
 }
 

@@ -9,9 +9,9 @@ namespace TALVEK::CLIENT {
 
 /// The patterns that say which symbolic names an import takes.
 ///
-/// Shape    A list of patterns is a text with commas between them. Blanks count; an empty pattern is one,
-///          except behind the last comma. "*" and "?" are wildcards, case counts, and a name that begins with
-///          "." matches nothing.
+/// Shape    A list of patterns is a text with commas between them. Blanks belong to the patterns. An empty
+///          pattern counts, except after the last comma. "*" and "?" are wildcards, case matters, and a name
+///          that begins with "." matches no pattern.
 class CTagFilters {
  public:
   /// Replaces both lists. An empty include list takes every name.
@@ -25,7 +25,7 @@ class CTagFilters {
   VCM::CArray<VCM::CString> m_astrIncludeTags;
 };
 
-/// True when a name matches every include pattern and no exclude pattern.
+/// True when a name matches every include pattern (not just one of them) and no exclude pattern.
 bool PassesFilters(std::wstring_view strName, const VCM::CArray<VCM::CString>& astrIncludeTags,
                    const VCM::CArray<VCM::CString>& astrExcludeTags);
 

@@ -12,7 +12,8 @@ namespace TALVEK::HOST {
 /// Buffered writing to a descriptor.
 ///
 /// Errors   EWriteError with the sink's name and the system's reason.
-/// Owns     Nothing: the descriptor stays the caller's, and bytes that were not flushed are dropped.
+/// Owns     Nothing: the descriptor stays the caller's. Call Flush at the end: the destructor drops what is
+///          still in the buffer.
 class CByteSink {
  public:
   CByteSink(int nDescriptor, std::string strName)
@@ -31,11 +32,12 @@ class CByteSink {
   std::string m_strBuffer;
 };
 
-/// The file to which a stream is exported. It is written under another name and renamed when it is whole, so
-/// a failed run leaves an older file as it was. Standard output ("-"), pipes and devices are written
+/// The file of --fast-export. It is written under a temporary name in the same folder, and Finish renames it,
+/// so a failed run leaves an older file as it was. Standard output ("-"), pipes and devices are written
 /// directly.
 ///
 /// Errors   EHostError (STATUS_FAILED).
+/// Owns     The temporary file: without Finish the destructor removes it.
 class CExportTarget {
  public:
   explicit CExportTarget(const std::string& strFile);
@@ -48,7 +50,7 @@ class CExportTarget {
 
  private:
   std::filesystem::path m_oFile;
-  std::filesystem::path m_oPartial;  // the other name; empty: written directly
+  std::filesystem::path m_oPartial;  // the temporary name; empty: written directly
   VCM::CDescriptor m_oDescriptor;    // not open: standard output
 };
 

@@ -16,7 +16,7 @@
 namespace TALVEK::HOST {
 namespace {
 
-// Copies exactly `nSize` bytes, because the stream has announced that many.
+// Copies exactly `nSize` bytes, as announced in the stream before.
 void CopyBytes(int nDescriptor, std::uint64_t nSize, CFastImportStream& oStream) {
   char achBuffer[64 * 1024];
   while (nSize > 0) {
@@ -61,11 +61,10 @@ const CStreamFolder& CChangeFiles::BeginStream(const MCE::CProvider::TStreamInfo
   return m_oFolder;
 }
 
-// A provider may fetch a changeset's files one by one as its items go by, or all at once before. What is
-// fetched all at once needs a folder that holds only what came in that way: a client skips the folders that
-// it didn't make itself, with all that belongs into them. Such a folder is emptied only when single files
-// have been fetched into it, so that the client can bring one large changeset up to the next without
-// fetching everything again.
+// A provider may fetch a changeset's files all at once (now, in OnProcessChange) or one by one (in the item
+// walk). For the first it needs a folder with nothing but its own checkouts of that kind, because a client
+// skips folders that it didn't make itself. So the folder is emptied if single files have been fetched into
+// it. After another checkout of the whole it is kept, and the client fetches only what is different.
 void CChangeFiles::Retrieve(MCE::CProvider::TChangeInfo& tChange) {
   m_nChangeTime = tChange.nTime;
   m_atItems.clear();
@@ -83,7 +82,7 @@ void CChangeFiles::Retrieve(MCE::CProvider::TChangeInfo& tChange) {
   m_tParts.oWatch.ForgetClientWords();
 }
 
-// When the client complains, it may have written only a part of a file because the disk is full.
+// If the client printed an error, the disk may be full and a file incomplete.
 void CChangeFiles::RequireRoom() const {
   if (!m_tParts.oWatch.GetClientWords().IsEmpty()) m_tParts.oWork.RequireRoom();
 }
@@ -93,7 +92,7 @@ void CChangeFiles::Take(const MCE::CProvider::TChangeItemInfo& tItem, bool bFail
   RequireRoom();
   TakeItem(VCM::ToBytes(PathText(tItem.oFilePath)), tItem, bFailed);
   m_tParts.oWatch.ForgetClientWords();
-  // The client may have removed the folder as empty, because we take the files away. The provider needs it.
+  // The client may have removed the folder, as we take the files out of it. The provider needs it.
   m_oFolder.Make();
 }
 
@@ -169,7 +168,7 @@ void CChangeFiles::LoseFile(const std::string& strShownPath, const std::string& 
 }
 
 std::string CChangeFiles::Lose(const std::string& strShownPath, const std::string& strReason) {
-  // A client that the stop signal ended brings no file, but that is no loss.
+  // No loss if the file is missing because the stop signal ended the client.
   ThrowIfStopped();
   m_tParts.oWork.RequireRoom();
   std::string strText = "stream " + ShowQuoted(m_strStream) + ", file " + strShownPath + ", " +

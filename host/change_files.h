@@ -16,14 +16,14 @@
 
 namespace TALVEK::HOST {
 
-/// Ends a run that can't succeed: one whose first files are all lost.
+/// Ends a run in which not one of the first files could be retrieved, because it would go on like that.
 class CFirstLosses {
  public:
-  /// `nMost` 0: never.
+  /// `nMost` is the number of first files; 0: never ends the run.
   explicit CFirstLosses(std::uint64_t nMost) : m_nMost(nMost) {}
 
-  /// EHostError (STATUS_FAILED) with the reason of the first loss, when this is the `nMost`th file and none
-  /// was retrieved before.
+  /// Counts a lost file; `strText` says which and why. EHostError (STATUS_FAILED) with the text of the first
+  /// loss when this is the `nMost`th one and no file was retrieved before.
   void Lose(const std::string& strText);
   void Retrieve() { m_bRetrieved = true; }
 
@@ -34,14 +34,14 @@ class CFirstLosses {
   std::string m_strFirst;
 };
 
-/// Brings the files of one changeset after the other from the provider into the fast-import stream.
+/// Moves the files of each changeset from the provider into the fast-import stream.
 ///
 /// Shape    BeginStream once for each stream; then for each changeset Retrieve, Take for each of its items in
-///          their order, Apply. Take writes a file as a blob and deletes it at once, so a changeset needs no
-///          room in memory, and Apply can put the deletions first: a file that makes way for a folder of the
-///          same name is gone by then.
-/// Errors   What can't be retrieved is reported as a loss. EHostError when the work folder's disk is full or
-///          the first files are all lost; those of the fast-import stream.
+///          their order, Apply. Take writes a file as a blob and deletes it at once, so a changeset may be
+///          larger than memory. Apply returns the deletions before the files, so that a folder can replace a
+///          file of the same name.
+/// Errors   A file that can't be retrieved is reported as a loss. EHostError when the work folder's disk is
+///          full or the first files are all lost; and the errors of the fast-import stream.
 /// Owns     Nothing of its parts, which must outlive it.
 class CChangeFiles {
  public:
@@ -50,22 +50,22 @@ class CChangeFiles {
     CImportLogWatch& oWatch;
     CReport& oReport;
     const CWorkFolder& oWork;
-    CItemSpool& oSpool;  ///< at its beginning
+    CItemSpool& oSpool;  ///< rewound
     CFastImportStream& oStream;
   };
 
-  /// `nMaxLosses`: that of CFirstLosses.
+  /// `nMaxLosses`: as in --max-losses (CFirstLosses).
   CChangeFiles(const TParts& tParts, std::uint64_t nMaxLosses) : m_tParts(tParts), m_oFirst(nMaxLosses) {}
   CChangeFiles(const CChangeFiles&) = delete;
   CChangeFiles& operator=(const CChangeFiles&) = delete;
 
   /// Makes the stream's folder and returns it.
   const CStreamFolder& BeginStream(const MCE::CProvider::TStreamInfo& tStream);
-  /// Makes room in the stream's folder and asks the provider for the files of a changeset.
+  /// Clears the paths of the changeset's files in the stream's folder and asks the provider for the files.
   void Retrieve(MCE::CProvider::TChangeInfo& tChange);
-  /// `bFailed`: the provider says that it could not do its part for the item.
+  /// Takes over the file of an item. `bFailed`: the provider's call for the item failed.
   void Take(const MCE::CProvider::TChangeItemInfo& tItem, bool bFailed);
-  /// Brings the tree up to the changeset and returns what changes in it: deletions, then files.
+  /// Applies the changeset's items to the tree and returns what changes in it: deletions, then files.
   std::vector<CFastImportStream::TFileChange> Apply(CLiveTree& oTree);
 
   std::uint64_t GetItemCount() const { return m_nItems; }
@@ -80,20 +80,20 @@ class CChangeFiles {
   };
 
   void TakeItem(const std::string& strPath, const MCE::CProvider::TChangeItemInfo& tItem, bool bFailed);
-  /// Empty, or why the file is lost.
+  /// Writes the file into the stream and sets `tFile`. Returns why the file is lost; empty: it isn't.
   std::string WriteBlob(const CItemPath& oPath, CFastImportStream::TFileChange& tFile);
   void Add(TItemChange tItem, const std::string& strPath);
   void RequireRoom() const;
   /// Reports the loss of a file that could not be retrieved.
   void LoseFile(const std::string& strShownPath, const std::string& strReason);
-  /// Reports a loss, and returns how.
+  /// Reports a loss, and returns the text of the report.
   std::string Lose(const std::string& strShownPath, const std::string& strReason);
   std::string ClientWords() const;
 
   TParts m_tParts;
   CFirstLosses m_oFirst;
   std::uint64_t m_nItems = 0;
-  std::set<std::string> m_astrChangedPaths;  // reported once each
+  std::set<std::string> m_astrChangedPaths;  // those reported: each is reported once
 
   // Of the current stream:
   VCM::CString m_strStream;
@@ -103,7 +103,7 @@ class CChangeFiles {
   // Of the current changeset:
   long long m_nChangeTime = 0;
   bool m_bChangeFailed = false;
-  VCM::CString m_strChangeWords;  // of the foreign client, about the changeset as a whole
+  VCM::CString m_strChangeWords;  // what the client said while OnProcessChange ran
   std::vector<TItemChange> m_atItems;
   std::map<std::string, std::size_t, std::less<>> m_anItemByPath;
 };

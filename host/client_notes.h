@@ -7,13 +7,13 @@
 
 namespace TALVEK::HOST {
 
-/// Learns which checkouts the bundled client handed on to the plain `cvs`, and why: most of
-/// them cost a second.
+/// Counts the checkouts that the bundled client handed on to the plain `cvs`, by reason. Most of them cost a
+/// second.
 ///
-/// Shape    While the object lives, the environment variable CVS_SESSION_NOTES names a file, to which the
-///          client appends a line, the reason, for each such checkout. Only one object at a time.
+/// Shape    While the object lives, the environment variable CVS_SESSION_NOTES names a file. For each such
+///          checkout the client appends the reason to it as a line. Only one object at a time.
 /// Errors   EHostError when the file's folder can't be made.
-/// Owns     The file, which goes with the object.
+/// Owns     The file; the destructor removes it.
 class CClientNotes {
  public:
   CClientNotes();
@@ -21,7 +21,8 @@ class CClientNotes {
   CClientNotes(const CClientNotes&) = delete;
   CClientNotes& operator=(const CClientNotes&) = delete;
 
-  /// How many there were, by reason, the most frequent first; empty when there were none.
+  /// A sentence with the total and the count of each reason, the most frequent first; empty when there were
+  /// none.
   std::string GetText() const;
 
  private:

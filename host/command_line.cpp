@@ -204,7 +204,7 @@ class CGrammar {
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   }
 
-  // CLI11 says only that a command is missing, also when there was a word that is none.
+  // CLI11 says that a command is missing even if there was one that it doesn't know.
   std::string Complaint(const CLI::ParseError& oError) const {
     const std::vector<std::string> astrUnknown = m_oApp.remaining();
     const bool bNoCommand = dynamic_cast<const CLI::RequiredError*>(&oError) && CommandName().empty();
@@ -232,13 +232,13 @@ class CGrammar {
 
   CPropertyTable& m_oTable;
   TCommandLine m_tResult;
-  std::string m_strUnused;
+  std::string m_strUnused;  // of --provider and --provider-path, which FindProviderChoice has read
   std::vector<std::string> m_astrSet;
   std::map<const CLI::App*, std::vector<std::pair<CLI::Option*, TProperty*>>> m_atPropertyOptions;
   CLI::App m_oApp;
 };
 
-// The value of "--name value" or "--name=value".
+// Takes the value of "--name value" or "--name=value" at that index. False when there is another argument.
 bool MatchOption(const std::vector<std::string>& astrArguments, std::size_t nIndex,
                  const std::string& strName, std::string& strValue) {
   const std::string& strArgument = astrArguments[nIndex];

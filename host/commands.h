@@ -20,13 +20,13 @@ struct TCommandContext {
   CConsole& oConsole;
 };
 
-/// Each carries out one command and returns the exit status, or throws EHostError or EStopped.
+/// Each runs one command and returns the exit status, or throws EHostError or EStopped.
 int PropertiesCommand(const TCommandContext& tContext);
 int CheckCommand(const TCommandContext& tContext);
 int PreviewCommand(const TCommandContext& tContext);
 int RunCommand(const TCommandContext& tContext);
 
-/// A form of the preview: sees the whole history, then writes it.
+/// A format of the preview. As a visitor it collects the whole history; Write then prints it.
 class CPreview : public CHistoryVisitor {
  public:
   virtual void Write(CByteSink& oSink) = 0;
@@ -36,7 +36,7 @@ class CPreview : public CHistoryVisitor {
 std::unique_ptr<CPreview> MakeTextPreview(const VCM::CString& strFolder);
 
 /// One JSON object per line: streams by id, changesets by stream, time and id, items by changeset and number.
-/// Takes about 50 bytes of memory for a changeset; the rest is in temporary files.
+/// Needs about 50 bytes of memory for each changeset; the lines wait in temporary files.
 std::unique_ptr<CPreview> MakeJsonPreview(const VCM::CString& strFolder);
 
 }  // namespace TALVEK::HOST

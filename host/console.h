@@ -8,7 +8,8 @@
 
 namespace TALVEK::HOST {
 
-/// Standard error: whole lines, and on a terminal a progress line below them that is overwritten in place.
+/// Standard error: whole lines, and on a terminal a transient line (the progress) below them. Errors in
+/// writing are ignored.
 class CConsole {
  public:
   CConsole();
@@ -19,10 +20,10 @@ class CConsole {
   bool IsTerminal() const { return m_bTerminal; }
   /// "talvek-import: " and the text, as a line of its own.
   void Line(std::string_view strText);
-  /// Replaces the line below (terminals only); it is cut to the terminal's width.
+  /// Replaces the transient line (terminals only). It is cut to the terminal's width.
   void Transient(std::string_view strText);
   void ClearTransient();
-  /// Text that the last line of a failed run adds to its reason.
+  /// Text that main() appends to the error line of a failed run: where the import log is.
   void SetPostscript(std::string strText) { m_strPostscript = std::move(strText); }
   const std::string& GetPostscript() const { return m_strPostscript; }
 
@@ -34,7 +35,8 @@ class CConsole {
   std::string m_strPostscript;
 };
 
-/// What the administrator must know of an import: a line for each event, and what the summary says of them.
+/// Tells the administrator what an import loses or changes, a line at once for each event, and counts the
+/// events for the summary.
 class CReport {
  public:
   explicit CReport(CConsole& oConsole) : m_oConsole(oConsole) {}
@@ -51,7 +53,7 @@ class CReport {
   void Note(const std::string& strText) { m_oConsole.Line(strText); }
 
   std::uint64_t GetLossCount() const { return m_nLosses; }
-  /// The renamed streams, the first ten by name; empty when there are none.
+  /// How many streams were renamed, and the names of the first ten; empty when none was.
   std::string RenamedText() const;
 
  private:

@@ -5,7 +5,7 @@
 
 namespace TALVEK::HOST {
 
-/// What the program's exit status says. A program that a signal ended says 128 + the signal's number.
+/// The program's exit status. After a stop signal it is 128 + the signal's number instead.
 enum TExitStatus : int {
   STATUS_IMPORTED = 0,
   STATUS_FAILED = 1,
@@ -13,7 +13,7 @@ enum TExitStatus : int {
   STATUS_LOSSES = 3,  ///< imported, but something of the history is missing
 };
 
-/// Ends the run with one line: what is wrong and, after a semicolon, what to do about it.
+/// Ends the run; main() prints what() as one line: what is wrong and, after a semicolon, what to do about it.
 class EHostError : public std::runtime_error {
  public:
   EHostError(TExitStatus eStatus, const std::string& strWhat, const std::string& strRemedy)
@@ -24,7 +24,8 @@ class EHostError : public std::runtime_error {
   TExitStatus m_eStatus;
 };
 
-/// A descriptor takes no more bytes. When a program reads them, its own error message may tell more.
+/// Writing to a descriptor failed. If a program was reading (git), its error message says more than ours:
+/// catch this and print that instead.
 class EWriteError : public EHostError {
  public:
   EWriteError(const std::string& strName, const std::string& strReason)

@@ -12,8 +12,8 @@ namespace TALVEK::HOST {
 
 /// Writes the stream that `git fast-import` reads.
 ///
-/// Shape    Begin, then blobs, commits and references in any order in which a mark comes before its use, then
-///          End. A stream without its End is refused by the reader, so a cut one does no harm.
+/// Shape    Begin; then blobs, commits and references in any order in which a mark comes before its use; then
+///          End. `git fast-import` fails on a stream that was cut off before End.
 /// Errors   Those of the sink.
 class CFastImportStream {
  public:

@@ -12,7 +12,7 @@
 
 namespace TALVEK::HOST {
 
-/// Turns the history that goes by into a stream for `git fast-import`: one commit per changeset, one branch
+/// Writes the history that it visits as a stream for `git fast-import`: one commit per changeset, one branch
 /// or tag per stream.
 ///
 /// Errors   Those of CChangeFiles.
@@ -33,7 +33,8 @@ class CGitImport : public CHistoryVisitor {
   void EndStream(const TStream& /*tStream*/) override { m_oStreams.End(); }
 
   std::uint64_t GetItemCount() const { return m_oFiles.GetItemCount(); }
-  /// By branch and tag with commits of its own, how many commits lead to its end, that one counted.
+  /// For each branch or tag with commits of its own, the number of commits from its root to its tip, both
+  /// counted.
   const std::map<std::string, std::uint64_t>& GetDepths() const { return m_oStreams.GetDepths(); }
 
  private:
@@ -42,7 +43,7 @@ class CGitImport : public CHistoryVisitor {
   CReport& m_oReport;
   CChangeFiles m_oFiles;
   CGitStreams m_oStreams;
-  std::set<VCM::CString> m_astrChangedUsers;  // reported once each
+  std::set<VCM::CString> m_astrChangedUsers;  // those reported: each is reported once
 };
 
 }  // namespace TALVEK::HOST

@@ -7,11 +7,11 @@
 namespace TALVEK::HOST {
 namespace {
 
-// A loose reference is a file, and is written under its name and ".lock" first. The rest of the 255 bytes of
-// a file name is left for the suffix of a name that is taken.
+// Git stores a reference as a file, which it writes as NAME.lock first, and a file name has at most 255
+// bytes. 240 leaves room for ".lock" and for the suffix of CRefNames.
 constexpr std::size_t LONGEST_REF_ITEM = 240;
 
-// References that Git keeps outside refs/heads and refs/tags, where it looks first.
+// References outside refs/heads and refs/tags. Git looks for a name there first.
 constexpr std::string_view SPECIAL_REFS[] = {"@",
                                              "AUTO_MERGE",
                                              "BISECT_EXPECTED_REV",
@@ -28,7 +28,8 @@ constexpr std::string_view SPECIAL_REFS[] = {"@",
                                              "REVERT_HEAD",
                                              "stash"};
 
-// Folders that Git looks into for "FOLDER/NAME" before it looks for a branch or tag of that name.
+// Folders of references. For "FOLDER/NAME" Git looks in there before it looks for a branch or tag of that
+// name.
 constexpr std::string_view REF_FOLDERS[] = {"bisect", "heads", "notes", "refs", "remotes", "tags"};
 
 constexpr std::size_t COMMIT_NAME_DIGITS = 40;
@@ -101,6 +102,7 @@ void MendRefItem(std::string& strItem) {
   if (strItem.ends_with(".lock")) strItem[strItem.size() - 5] = '_';
 }
 
+// The length of `strName` if a file system may take the item for a file of that name, else 0.
 std::size_t MatchDisguise(std::string_view strItem, std::string_view strName) {
   if (strItem.size() < strName.size()) return 0;
   for (std::size_t nIndex = 0; nIndex < strName.size(); ++nIndex) {

@@ -16,7 +16,7 @@
 namespace TALVEK::HOST {
 namespace {
 
-// Those that `git rev-parse --local-env-vars` names, and what redirects references.
+// What `git rev-parse --local-env-vars` lists, and GIT_NAMESPACE and GIT_QUARANTINE_PATH.
 constexpr std::string_view LOCAL_VARIABLES[] = {"GIT_ALTERNATE_OBJECT_DIRECTORIES",
                                                 "GIT_CONFIG",
                                                 "GIT_CONFIG_PARAMETERS",
@@ -51,7 +51,7 @@ std::vector<char*> ChildEnvironment() {
   return apEntries;
 }
 
-// In memory: what git says here is short.
+// A file in memory, because the output of these commands is short.
 VCM::CDescriptor CaptureFile() {
   VCM::CDescriptor oFile(memfd_create("git output", MFD_CLOEXEC));
   if (!oFile.IsOpen())
@@ -71,8 +71,8 @@ std::string ReadCapture(const VCM::CDescriptor& oFile) {
   return strBytes;
 }
 
-/// A start that lacks its descriptors. The environment must outlive it. Git runs after a stop, too: it is
-/// then that a target is brought back to what it was.
+/// How to start git; the caller adds the descriptors. The environment must outlive the result. bAfterStop:
+/// git must also run after a stop signal, to put the target back as it was.
 VCM::TChildStart GitStart(const std::vector<std::string>& astrArguments,
                           const std::vector<char*>& apEnvironment) {
   VCM::TChildStart tStart;

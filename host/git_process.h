@@ -15,14 +15,14 @@ struct TProcessResult {
   std::string strError;   ///< standard error, or why the program can't be started
 };
 
-/// Runs `git` with empty standard input to its end. The environment is ours without the variables that would
-/// send Git to another repository than the one its arguments name.
+/// Runs `git` to its end, with empty standard input. It gets our environment without the variables that would
+/// make it work on another repository than the one in its arguments.
 TProcessResult RunGit(const std::vector<std::string>& astrArguments);
 
-/// A `git` that reads what we write.
+/// A running `git` that reads from us through a pipe.
 ///
 /// Errors   EHostError (STATUS_FAILED) when it can't be started.
-/// Owns     The child: the destructor closes its input and waits for its end.
+/// Owns     The child: the destructor closes the pipe and waits for its end.
 class CPipedGit {
  public:
   explicit CPipedGit(const std::vector<std::string>& astrArguments);
@@ -31,7 +31,7 @@ class CPipedGit {
   CPipedGit& operator=(const CPipedGit&) = delete;
 
   int GetInput() const { return m_oInput.Get(); }
-  /// Closes its input and waits.
+  /// Closes the pipe and waits for its end.
   TProcessResult Finish();
 
  private:
@@ -40,8 +40,8 @@ class CPipedGit {
   pid_t m_nProcess = -1;
 };
 
-/// The line of a program's standard error that says best why it failed: the first "fatal: " or "error: ",
-/// else the last one.
+/// The line of git's standard error that says why it failed: the first with "fatal: " or "error: ", else the
+/// last one.
 std::string BestErrorLine(const std::string& strError);
 
 }  // namespace TALVEK::HOST

@@ -49,7 +49,8 @@ std::string CRefNames::Key(const std::string& strName) const {
   return VCM::ToBytes(strLower);
 }
 
-// The suffix goes where the name meets the other one: behind its first part that is taken, else at its end.
+// The suffix goes behind the first folder of the name that is taken as a name ("a-2/b" if there is "a"), else
+// to the end.
 std::string CRefNames::WithSuffix(const std::string& strName, int nNumber) const {
   std::size_t nEnd = strName.find('/');
   while (nEnd != std::string::npos && !IsTaken(strName.substr(0, nEnd))) {

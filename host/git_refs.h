@@ -12,23 +12,24 @@
 
 namespace TALVEK::HOST {
 
-/// Gives each name a place of its own among the references of one kind.
+/// Makes the names of one kind of reference (branches or tags) unique.
 ///
-/// Git keeps references as files and folders, so besides equal names "a" and "a/b" exclude each other, and on
-/// a file system that ignores case "a" and "A" do. The name that comes later gets a suffix: "a-2", or
+/// Git stores references as files and folders, so "a" and "a/b" exclude each other, as equal names do. On a
+/// file system that ignores case "a" and "A" do, too. The name assigned later gets a suffix: "a-2", or
 /// "a-2/b".
 class CRefNames {
  public:
   explicit CRefNames(bool bIgnoreCase = false) : m_bIgnoreCase(bIgnoreCase) {}
 
-  /// The name behind refs/heads/ or refs/tags/ for `strName`: valid, not given out before, and not one that
-  /// `poOther` has given out, because Git's commands take a bare name for whichever kind it finds first.
+  /// A name for `strName`, without refs/heads/ or refs/tags/: valid, not assigned before, and not assigned by
+  /// `poOther` (the other kind), because Git's commands would find only one of a branch and a tag of one
+  /// name.
   std::string Assign(std::string_view strName, const CRefNames* poOther = nullptr);
 
  private:
   bool IsFree(const std::string& strName) const;
   bool IsTaken(const std::string& strName) const { return m_astrTaken.contains(Key(strName)); }
-  /// What is equal for two names that are the same file.
+  /// The name in the form in which names that exclude each other are equal (lower case if case is ignored).
   std::string Key(const std::string& strName) const;
   std::string WithSuffix(const std::string& strName, int nNumber) const;
   void Take(const std::string& strName);
@@ -38,24 +39,24 @@ class CRefNames {
   std::set<std::string> m_astrFolders;  // keys of every proper prefix, at a "/", of a name taken
 };
 
-/// How streams become references.
+/// What CGitRefs needs to know of the target.
 struct TRefOptions {
   std::string strTrunkBranch;  ///< name of the trunk's branch
-  bool bIgnoreCase = false;    ///< names that differ only in case exclude each other
+  bool bIgnoreCase = false;    ///< the file system ignores case: "a" and "A" exclude each other
 };
 
-/// The references that the streams of an import get. A stream whose name had to be changed is reported.
+/// Assigns a reference to each stream of an import, and reports the streams whose names had to be changed.
 ///
 /// Owns     Nothing of its arguments; the report must outlive it.
 class CGitRefs {
  public:
-  /// The trunk is the root called "Main", or else the first root. It gets its branch, and no other stream
-  /// does.
+  /// The trunk is the root called "Main", or else the first root. It gets the trunk's branch; no other stream
+  /// gets that name.
   CGitRefs(const std::vector<TStream>& atStreams, const TRefOptions& tOptions, CReport& oReport);
   CGitRefs(const CGitRefs&) = delete;
   CGitRefs& operator=(const CGitRefs&) = delete;
 
-  /// "refs/tags/NAME" for a tag, else "refs/heads/NAME": the same at each call for one stream.
+  /// "refs/tags/NAME" for a tag, else "refs/heads/NAME"; the same at each call for a stream.
   const std::string& RefOf(const TStream& tStream);
 
  private:

@@ -65,7 +65,7 @@ void CGitRepository::InspectRepository() {
   const bool bBare = !bHasGitFolder && fs::exists(oFolder / "HEAD") && fs::exists(oFolder / "objects");
   if (!bHasGitFolder && !bBare) ThrowNotEmpty(oFolder, "is not empty");
   m_oGitFolder = bBare ? oFolder : oFolder / ".git";
-  // The checkout at the end would overwrite them.
+  // The checkout at the end would overwrite other files.
   if (!bBare && std::distance(fs::directory_iterator(oFolder), {}) != 1) {
     ThrowNotEmpty(oFolder, "has files beside its repository");
   }
@@ -128,7 +128,7 @@ std::uint64_t CGitRepository::CountCommits(const std::string& strFrom) const {
   return tResult.nStatus == 0 ? std::stoull(tResult.strOutput) : 0;
 }
 
-// Git has asked the file system when it made the repository.
+// `git init` sets core.ignorecase after a look at the file system.
 bool CGitRepository::IgnoresCase() const {
   const TProcessResult tResult = RunGit(Command({"config", "--type=bool", "--get", "core.ignorecase"}));
   return tResult.nStatus == 0 && tResult.strOutput == "true\n";

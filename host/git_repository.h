@@ -8,19 +8,18 @@
 
 namespace TALVEK::HOST {
 
-/// The repository into which an import goes: one that it makes, or an empty one that is there.
+/// The repository into which an import goes: a new one, or an existing one that is empty.
 ///
-/// Shape    Prepare makes it (or takes it over) with HEAD on the trunk's branch. Unless Keep is called, the
-///          destructor puts everything back: what was made is removed, an empty repository has no references
-///          and its old HEAD again.
-/// Errors   EHostError: STATUS_WRONG_USE when there is something at the place already, STATUS_FAILED when Git
-///          fails.
+/// Shape    The constructor inspects the place, Prepare makes the repository (or takes it over) and points
+///          HEAD at the trunk's branch. Unless Keep is called, the destructor undoes all: what was made is
+///          removed; a repository taken over loses its new references and gets its old HEAD back.
+/// Errors   EHostError: STATUS_WRONG_USE when the place isn't empty, STATUS_FAILED when Git fails.
 class CGitRepository {
  public:
   struct TOptions {
     std::filesystem::path oFolder;
     std::string strTrunkBranch;
-    bool bBare = false;  ///< only for a repository that is made
+    bool bBare = false;  ///< ignored for an existing repository
   };
 
   explicit CGitRepository(TOptions tOptions);
@@ -29,15 +28,15 @@ class CGitRepository {
   CGitRepository& operator=(const CGitRepository&) = delete;
 
   void Prepare();
-  /// Arguments for `git` that work on this repository: its place, then `astrArguments`.
+  /// `astrArguments` with the options in front that make `git` work on this repository.
   std::vector<std::string> Command(const std::vector<std::string>& astrArguments) const;
-  /// How many commits lead to a reference, or to any of them ("--all"); 0 when git can't tell.
+  /// The number of commits that a reference reaches, or all references together ("--all"); 0 when git fails.
   std::uint64_t CountCommits(const std::string& strFrom) const;
-  /// Its file system takes names that differ only in case for one, so that Git can't keep two such
-  /// references.
+  /// True when its file system ignores case, so that Git can't keep two references whose names differ only in
+  /// case.
   bool IgnoresCase() const;
   void Keep() { m_bKept = true; }
-  /// Fills the folder with the trunk's files; why it can't be done, if so. Nothing to do when bare.
+  /// Checks out the trunk's files, unless bare. Returns the reason when that fails, else nothing.
   std::optional<std::string> CheckOut() const;
 
  private:

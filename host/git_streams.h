@@ -16,15 +16,13 @@
 
 namespace TALVEK::HOST {
 
-/// Writes the streams of a history as branches and tags: where each starts, its commits, where it ends.
+/// Writes the streams of a history as branches and tags, and knows from which commit each starts.
 ///
-/// Shape    Begin, any number of Commit, End for one stream after the other, in an order in which the stream
-///          from which another one branches comes first. A stream that comes before the changeset from which
-///          it branches starts a history of its own, and that is reported.
+/// Shape    For each stream: Begin, any number of Commit, End. A stream should come after the one from which
+///          it branches; if it comes before its base change, it becomes a root, and that is reported.
 /// Errors   Those of the fast-import stream.
 /// Owns     Nothing of its arguments, which must outlive it.
-/// Cost     Memory for each changeset from which some stream branches: its tree, shared with other trees
-///          where they are equal.
+/// Cost     Memory for the tree of each changeset from which a stream branches. Trees share equal folders.
 class CGitStreams {
  public:
   CGitStreams(const std::vector<TStream>& atStreams, const TRefOptions& tRefOptions,
@@ -34,14 +32,14 @@ class CGitStreams {
 
   /// `tStream` must stay until End.
   void Begin(const TStream& tStream);
-  /// The files at the end of the current stream, as they are before the next commit.
+  /// The files at the tip of the current stream. Apply a changeset to it before its Commit.
   CLiveTree& GetTree() { return m_oTree; }
-  /// Writes a commit of the current stream, whose reference and parent it sets. The tree has been brought up
-  /// to it.
+  /// Sets the commit's reference and parent and writes it. The tree must have its changes already.
   void Commit(std::uint32_t nChangeID, CFastImportStream::TCommit tCommit);
   void End();
 
-  /// By branch and tag with commits of its own, how many commits lead to its end, that one counted.
+  /// For each branch or tag with commits of its own, the number of commits from its root to its tip, both
+  /// counted.
   const std::map<std::string, std::uint64_t>& GetDepths() const { return m_anDepths; }
 
  private:

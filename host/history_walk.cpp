@@ -18,7 +18,7 @@ namespace {
                    "look for room in the temporary folder and import again");
 }
 
-// False at the end of a walk.
+// True for an element, false at the end of a walk.
 bool IsMore(int nResult, const char* pszWhat) {
   if (nResult == MCE::RESULT_END) return false;
   if (nResult != MCE::RESULT_OK) {
@@ -44,15 +44,16 @@ class CStreamEnumerator {
     MCE::CProvider::TStreamInfo tStream;
     int nResult = MCE::RESULT_OK;
     while ((nResult = m_oProvider.GetNextStream(poPosition, tStream, nParent)) == MCE::RESULT_OK) {
-      // The provider returns the roots when it is asked for the children of a stream that doesn't exist.
+      // Asked for the children of an unknown stream, the provider returns the roots.
       if (tStream.nParentID == nParent) atChildren.push_back(tStream);
+      // Children is called at most 2n + 1 times and finds at most n streams, unless a walk has no end.
       if (++m_nSteps > 4ULL * m_nCount * m_nCount + m_nCount) ThrowBroken();
     }
     if (nResult != MCE::RESULT_END) ThrowBroken();
     return atChildren;
   }
 
-  // Depth first, without recursion, because the depth has no limit.
+  // Depth first. No recursion, because streams can be nested to any depth.
   void AddTree() {
     std::vector<TStream> atOpen;
     PushChildren(0, 0, atOpen);

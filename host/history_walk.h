@@ -13,12 +13,12 @@ namespace TALVEK::HOST {
 struct TStream {
   MCE::CProvider::TStreamInfo tInfo;
   int nDepth = 0;           ///< 0 for a root
-  bool bUnreached = false;  ///< no walk from the roots comes here: its parents stand in a circle
+  bool bUnreached = false;  ///< not reachable from the roots, because its parents form a circle
 };
 
-/// All streams of a provider that has established `nCount` of them: every parent before its children,
-/// siblings in the provider's order; then, in the order of their ids, those that no walk from the
-/// roots reaches, which count as roots. EHostError when the provider fails or its walk doesn't end.
+/// All streams of a provider whose EstablishStreams counted `nCount`: every parent before its children,
+/// siblings in the provider's order. At the end, by ID, those that can't be reached from the roots; treat
+/// these as roots. EHostError when the provider fails or its walk doesn't end.
 std::vector<TStream> EnumerateStreams(MCE::CProvider& oProvider, unsigned nCount);
 
 /// Number of items of a changeset. nItemCount is one more, or 0 for a changeset that never had an item.
@@ -26,19 +26,18 @@ inline std::uint32_t CountItems(const MCE::CProvider::TChangeInfo& tChange) {
   return tChange.nItemCount > 0 ? tChange.nItemCount - 1 : 0;
 }
 
-/// Sees the history go by.
+/// Is called by CHistoryWalk for each element of the history.
 class CHistoryVisitor {
  public:
   virtual ~CHistoryVisitor() = default;
-  /// False: Item is never called, and the items aren't read. Reading one costs several calls of the file
-  /// system: the provider makes its folder and looks for its file.
+  /// False: the items aren't read and Item is never called. That is faster: for each item read the provider
+  /// makes its folder and looks for its file.
   virtual bool WantsItems() const { return true; }
-  /// Returns the folder below which the stream's files go. The provider makes folders there even when no file
-  /// is retrieved.
+  /// Returns the folder below which the stream's files go. The provider makes folders in it even when no
+  /// files are retrieved.
   virtual VCM::CString BeginStream(const TStream& tStream) = 0;
   virtual void BeginChange(MCE::CProvider::TChangeInfo& /*tChange*/) {}
-  /// `nNumber` counts the items of the changeset from 1. `bFailed`: the provider could not do its part for
-  /// the item.
+  /// `nNumber` counts the items of the changeset from 1. `bFailed`: the provider's call for the item failed.
   virtual void Item(const MCE::CProvider::TChangeItemInfo& /*tItem*/, std::uint32_t /*nNumber*/,
                     bool /*bFailed*/) {}
   virtual void EndChange(const MCE::CProvider::TChangeInfo& /*tChange*/) {}
@@ -47,8 +46,9 @@ class CHistoryVisitor {
 
 /// Walks the streams in order, the changesets of each and the items of each changeset.
 ///
-/// Errors   EHostError (STATUS_FAILED) when the provider fails, or when it gives back more or less than it
-///          said was there: a part of the history must never pass for the whole. EStopped between calls.
+/// Errors   EHostError (STATUS_FAILED) when the provider fails, and when there are more or fewer changesets
+///          or items than it counted: an incomplete history must not be imported as a complete one. EStopped
+///          between calls.
 class CHistoryWalk {
  public:
   CHistoryWalk(MCE::CProvider& oProvider, const std::vector<TStream>& atStreams, std::uint32_t nChangeCount,

@@ -11,7 +11,7 @@
 namespace TALVEK::HOST {
 namespace {
 
-// Lines are "%d: text\n". The number is of no use here.
+// Removes the prefix "%d: " and the line feed.
 std::wstring_view TextOfLine(std::wstring_view strLine) {
   const std::size_t nColon = strLine.find(L": ");
   if (nColon != std::wstring_view::npos) strLine.remove_prefix(nColon + 2);
@@ -20,7 +20,7 @@ std::wstring_view TextOfLine(std::wstring_view strLine) {
   return strLine;
 }
 
-// The client names each folder that it works on; that is no complaint.
+// The client names each folder that it works on. That is no error.
 bool IsRoutine(std::wstring_view strText) {
   return strText.find(L": Logging ") != std::wstring_view::npos ||
          strText.find(L": Updating ") != std::wstring_view::npos;
@@ -48,8 +48,8 @@ void CImportLogWatch::Message(const wchar_t* pszFormat, ...) {
   if (m_bStopping) ThrowIfStopped();
 }
 
-// Compares the size and the last line. The lines written before we listened aren't counted, so a file may be
-// larger; reading it whole would take as long as writing it.
+// Compares the size and the last line, because reading the whole file would take as long as writing it. The
+// file may be larger, by the lines written before LogToConnection.
 bool CImportLogWatch::IsKeptIn(const std::filesystem::path& oLog) const {
   std::ifstream oFile(oLog, std::ios::binary | std::ios::ate);
   if (!oFile || static_cast<std::uint64_t>(oFile.tellg()) < m_nLogBytes) return false;
@@ -81,7 +81,7 @@ void CImportLogWatch::TakeLine(std::wstring_view strText) {
 }
 
 void CImportLogWatch::TakeClientLine(std::wstring_view strText) {
-  // "cvs rlog: Logging src": repository and module were found.
+  // "cvs rlog: Logging src": the client has found repository and module.
   if (strText.find(L": Logging ") != std::wstring_view::npos) m_bReachedModule = true;
   if (IsRoutine(strText) || (RefersToEarlierWords(strText) && !m_strClientWords.IsEmpty())) return;
   m_strClientWords.Assign(strText);

@@ -11,36 +11,38 @@
 
 namespace TALVEK::HOST {
 
-/// Receives each line of the import log as it is written: shows how far the reading is, and remembers what
-/// explains a failure.
+/// The connection that receives each line of the import log as it is written. It updates the progress, and
+/// keeps the lines that explain a failure.
 class CImportLogWatch : public VRM::CConnection {
  public:
   explicit CImportLogWatch(CProgress& oProgress) : m_oProgress(oProgress) {}
 
   void Message(const wchar_t* pszFormat, ...) override;
 
-  /// From now on Message throws EStopped once a stop was asked for. Throwing from the log callback is the
-  /// only way to stop the provider, which else would start the client again that the same signal ended.
+  /// With true, Message throws EStopped once a stop signal has come. Throwing from the log callback is the
+  /// only way to stop a provider that is reading the history: when a signal ends its client, it would start
+  /// another one.
   void SetStopping(bool bStopping) { m_bStopping = bStopping; }
 
   /// The log of the foreign repository was not read to its end.
   bool IsHistoryCutShort() const { return m_bCutShort; }
-  /// The files of which revisions are lost, as "FILE': what its log lacks".
+  /// One entry for each file that has lost revisions: FILE': REASON, the end of its log line (it has no
+  /// opening quote).
   const std::vector<VCM::CString>& GetIncompleteLogs() const { return m_astrIncompleteLogs; }
-  /// How many files' logs were odd, and are read whole all the same.
+  /// The number of files whose logs were malformed, but could be read completely.
   std::uint64_t GetRepairedLogCount() const { return m_nRepairedLogs; }
-  /// What the provider tells of its plan; empty when it tells nothing.
+  /// What the provider says of its plan (MCE::LOG_PLAN); empty when it says nothing.
   const VCM::CString& GetPlan() const { return m_strPlan; }
-  /// The foreign client got as far as the module.
+  /// The client found the module.
   bool HasReachedModule() const { return m_bReachedModule; }
-  /// The first line in which the provider itself complains; empty when it doesn't.
+  /// The first error line of the provider itself ("Failed ..."); empty when there is none.
   const VCM::CString& GetComplaint() const { return m_strComplaint; }
   const VCM::CString& GetLastCommand() const { return m_strCommand; }
-  /// The last line that the foreign client wrote on its standard error since ForgetClientWords.
+  /// The last error line of the client since ForgetClientWords; empty when there is none.
   const VCM::CString& GetClientWords() const { return m_strClientWords; }
   void ForgetClientWords() { m_strClientWords.Clear(); }
-  /// True when the file holds every line that came here. A provider doesn't report lines that it could not
-  /// write.
+  /// True when the log file has every line that came here. A provider doesn't report lines that it couldn't
+  /// write (disk full).
   bool IsKeptIn(const std::filesystem::path& oLog) const;
 
  private:

@@ -50,7 +50,7 @@ bool MoveFile(const fs::path& oFrom, const fs::path& oTo) {
   return true;
 }
 
-// Checked at the start, because the log is written there only at the end, perhaps hours later.
+// Checked at the start: the log is moved there at the end, perhaps hours later.
 void RequirePlaceForLog(const fs::path& oLog) {
   if (oLog.empty()) return;
   std::error_code oError;
@@ -93,7 +93,7 @@ void CImportSession::Open(const std::string& strClientFolder) {
     throw EHostError(STATUS_FAILED, "the provider can't work in '" + ShowBytes(strClientFolder) + "'",
                      "give another folder with --work");
   }
-  // The file first: once the log goes to a connection, no file is opened for it any more.
+  // OpenLog before LogToConnection, which opens the log; an open log gets no file any more.
   GetProvider().OpenLog(true);
   auto poView = std::make_shared<CHostView>(m_poWatch);
   GetProvider().SetRepositoryView(VRW::TObjectInvokeRef<VRO::CReposView>(std::move(poView)));
@@ -128,7 +128,7 @@ void CImportSession::EstablishStreams() {
   }
 }
 
-// After ResolveStreamLinkage: a copy taken before doesn't have the base changes.
+// Call it after ResolveStreamLinkage, which sets the base changes.
 void CImportSession::TakeStreams() {
   m_atStreams = EnumerateStreams(GetProvider(), m_nStreamCount);
   if (m_atStreams.size() == m_nStreamCount) return;
@@ -139,8 +139,8 @@ void CImportSession::TakeStreams() {
                    "");
 }
 
-// When the client never reached the module, there is no history at all: the name is wrong, the server is down
-// or the client is missing. That is a failure, not an import with losses.
+// If the client never found the module, there is no history at all: the name is wrong, the server is down or
+// the client is missing. That is a failure, not an import with losses.
 void CImportSession::RequireModule() const {
   if (!IsCutShort() || m_poWatch->HasReachedModule()) return;
   throw EHostError(STATUS_FAILED, "the repository gives no history" + CutShortText(),
@@ -186,7 +186,7 @@ void CImportSession::SettleLog(const std::string& strLog) {
   }
   const std::string strWhere =
       "the import log is " + ShowBytes(strLog) + (bWhole ? "" : ", without lines that found no room");
-  // While an exception is in flight: its handler prints one line for everything.
+  // If we are here by an exception, main() prints one line for it; the place of the log belongs to that line.
   if (std::uncaught_exceptions() > 0) {
     m_tParts.oConsole.SetPostscript("; " + strWhere);
   } else {

@@ -14,12 +14,12 @@
 
 namespace TALVEK::HOST {
 
-/// One import through a provider, in the order in which its operations must be called.
+/// One import through a provider. Calls the provider's operations in the order that it demands.
 ///
-/// Shape    Open, ReadHistory, then any walk; Succeed when all went well.
+/// Shape    Configure, Open, ReadHistory, then any walk; Succeed when all went well.
 /// Errors   EHostError and EStopped.
-/// Owns     The import log: at its end it is moved to where the administrator wants it; else it is deleted
-///          after a success or a stop, and kept and named after a failure.
+/// Owns     The import log. The destructor moves it to where the administrator wants it. Otherwise it deletes
+///          it after a success or a stop, and keeps it, with a message, after a failure or losses.
 class CImportSession {
  public:
   struct TParts {
@@ -42,7 +42,7 @@ class CImportSession {
   void Open(const std::string& strClientFolder);
   /// Reads the whole history into the import database.
   void ReadHistory();
-  /// The import has succeeded: the log need not be kept.
+  /// Says that the import has succeeded, so that the log isn't kept.
   void Succeed() { m_bSucceeded = true; }
 
   MCE::CProvider& GetProvider() const { return m_tParts.oProvider; }
@@ -52,7 +52,7 @@ class CImportSession {
   std::uint32_t GetChangeCount() const { return m_nChangeCount; }
   /// The foreign repository gave only a part of its history.
   bool IsCutShort() const { return m_poWatch->IsHistoryCutShort(); }
-  /// Why, in the foreign client's words.
+  /// Why: ": " and the client's error message; empty when it gave none.
   std::string CutShortText() const;
 
  private:

@@ -13,12 +13,12 @@ constexpr const wchar_t* MODULE_KEY = L"ModuleName";
 constexpr const wchar_t* REPOSITORY_KEY = L"ReposPath";
 constexpr const wchar_t* LOG_FILE_KEY = L"LogFile";
 
-// The table's defaults of module and repository are examples, which nobody wants to import.
+// The defaults of module and repository are only examples, so they don't count.
 bool IsGiven(const TProperty& tProperty) {
   return tProperty.bGiven && !tProperty.strValue.IsEmpty();
 }
 
-// Drops empty items and ".", which change nothing for the client.
+// Drops empty items and ".", as the client does.
 std::string NormalizedModule(const std::string& strModule) {
   std::string strNormalized;
   for (std::size_t nBegin = 0; nBegin <= strModule.size();) {
@@ -51,9 +51,9 @@ void RequireSource(const CPropertyTable& oTable, bool bNeedsFiles) {
   throw EHostError(STATUS_WRONG_USE, "no repository is named", strRemedy);
 }
 
-// The provider cvs drops the first folder of a file's path and puts the module in front of the rest: with
-// module "www/mk" it fetches www/mk/a as www/mk/mk/a. A module that CVSROOT/modules defines as www/mk fails
-// in the same way, but the host doesn't know what the repository defines.
+// The provider cvs removes the first folder of a file's path and puts the module in front of the rest. With
+// module "www/mk" it would ask for www/mk/a as www/mk/mk/a. A module that CVSROOT/modules defines as www/mk
+// fails in the same way, but the host doesn't know those definitions.
 std::optional<TModuleProblem> FindModuleProblem(const CPropertyTable& oTable,
                                                 const VCM::CString& strProvider) {
   const TProperty* ptModule = oTable.Find(MODULE_KEY);

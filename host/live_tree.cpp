@@ -5,7 +5,7 @@
 namespace TALVEK::HOST {
 namespace {
 
-// The first item of a path, which is cut off it.
+// Cuts the first item off a path and returns it.
 std::string_view TakeItem(std::string_view& strPath) {
   const std::size_t nEnd = strPath.find('/');
   const std::string_view strItem = strPath.substr(0, nEnd);

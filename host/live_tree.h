@@ -7,21 +7,21 @@
 
 namespace TALVEK::HOST {
 
-/// The files in the tree of a commit. Tells what can be deleted, and where a file and a folder would need the
-/// same name: there Git would silently drop what it has.
+/// The set of files in the tree of a commit. It says whether a path can be deleted, and whether it can be
+/// added: where a file and a folder have the same name, Git would silently drop the older one.
 ///
-/// Shape    A tree of folders whose unchanged parts are shared between copies.
-/// Cost     A copy costs nothing; a change copies the folders on its path, once after each copy.
+/// Shape    A tree of folders, copied on write: copies share the folders that are equal.
+/// Cost     A copy is constant. The first change after it copies the folders on its path.
 class CLiveTree {
  public:
-  /// Whether a file has its own name or a changed one (host/git_names.h). The two kinds are kept apart, so
-  /// that a file with a changed name never replaces the file whose name that is.
+  /// Whether a file has its own name or a changed one (GitPath in host/git_names.h). A file with a changed
+  /// name never replaces a file that has that name as its own.
   enum TNameKind { OWN_NAME, CHANGED_NAME };
 
   /// True when there is no folder at the path, no file where it needs a folder, and no file of the other
   /// kind.
   bool CanPut(std::string_view strPath, TNameKind eKind) const;
-  /// Only after CanPut.
+  /// Adds or replaces the file. Requires CanPut.
   void Put(std::string_view strPath, TNameKind eKind);
   /// Removes the file, and the folders that it leaves empty. False when there was none, or one of the other
   /// kind.

@@ -72,11 +72,11 @@ int RunGuarded(const std::vector<std::string>& astrArguments) {
 }  // namespace TALVEK::HOST
 
 int main(int argc, char** argv) {
-  // The import must be the same in every locale: names and messages are read as UTF-8, and bytes that are no
-  // UTF-8 are kept.
+  // The import must be the same in every locale: names and messages are read as UTF-8, and other bytes are
+  // kept.
   std::setlocale(LC_CTYPE, "C.UTF-8");
-  // The import must be the same in every time zone: a client prints dates in its caller's zone, and of a zone
-  // only whole hours are read.
+  // The import must be the same in every time zone: a client prints dates in its caller's zone, and the
+  // provider reads only the whole hours of an offset.
   setenv("TZ", "UTC", 1);
   TALVEK::VCM::OpenStandardDescriptors();
   TALVEK::HOST::CatchStopSignals();

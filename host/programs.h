@@ -7,34 +7,36 @@
 #include "host/console.h"
 #include "host/property_table.h"
 
-/// Where the programs are that an import runs.
+/// The programs that an import runs, and where they are.
 namespace TALVEK::HOST {
 
-/// The folder that this program's file lies in; empty when that can't be told.
+/// The folder of this program's file; empty when it can't be found out.
 std::filesystem::path ProgramFolder();
 
-/// Where a program is: the path itself if it has a "/", else its place on the PATH; empty when nowhere.
+/// The file of a program: the path itself if it has a "/", else searched for on the PATH. Empty when there is
+/// no such executable.
 std::string FindProgram(const VCM::CString& strProgram);
 
-/// Makes `cvs-session`, when it lies in `oProgramFolder`, the default client of a provider that asks for the
-/// path of `cvs`, and fetching by exact revision the default. After each file the plain client sleeps until
-/// the next full second; `cvs-session` doesn't, and keeps its connection.
+/// If `cvs-session` is in `oProgramFolder` and the provider has the property "CVSPath", makes it the default
+/// of that, and "ForceFileByFile" (each file by its revision) on by default. After each file the plain client
+/// sleeps until the next full second; `cvs-session` doesn't, and keeps its connection.
 void PreferBundledClient(CPropertyTable& oTable, const std::filesystem::path& oProgramFolder);
 
-/// True when the plain client is used only because no other was found.
+/// True when the plain client is used only because `cvs-session` wasn't found.
 bool LacksBundledClient(const CPropertyTable& oTable);
 
-/// The client to which the bundled one hands on what it doesn't do itself; empty when the import uses
-/// another.
+/// The client that the bundled one runs for what it doesn't do itself; empty when the import doesn't use the
+/// bundled one.
 VCM::CString ClientBehindBundled(const CPropertyTable& oTable);
 
-/// How the administrator can say where that client is; continues "install it or".
+/// How to name that client; continues "install it or".
 inline constexpr const char* PLACE_OF_CLIENT_HINT =
     "say where it is with the environment variable CVS_SESSION_CVS";
 
-/// Checks the programs that the provider and the bundled client need. `strEnvironment` is what the provider
-/// says of its environment; empty: nothing. EHostError (STATUS_FAILED) when one of them can't be found. A
-/// provider may warn although the program is on the PATH, so its warning is shown only when it needs none.
+/// EHostError (STATUS_FAILED) when a program that the provider or the bundled client needs can't be found.
+/// `strEnvironment` is the warning of CheckEnvironment; empty: none, and the provider's programs aren't
+/// looked for. A provider warns also about a program that is on the PATH, so the warning is passed on only if
+/// the provider has no program among its properties.
 void RequirePrograms(const CPropertyTable& oTable, const VCM::CString& strEnvironment, CReport& oReport);
 
 }  // namespace TALVEK::HOST

@@ -8,8 +8,8 @@
 
 namespace TALVEK::HOST {
 
-/// Shows how far the run is: on a terminal one line that is kept up to date, elsewhere a line at the start of
-/// a phase and then one every ten seconds. Cheap: Advance() may be called for each item.
+/// Shows how far the run is: on a terminal one line that is updated in place, elsewhere a line at the start
+/// of a phase and then one every ten seconds. Advance is cheap enough to be called for each item.
 class CProgress {
  public:
   using TClock = std::chrono::steady_clock;
@@ -18,8 +18,9 @@ class CProgress {
   CProgress(const CProgress&) = delete;
   CProgress& operator=(const CProgress&) = delete;
 
-  /// `nTotal` 0: not known beforehand. `pszUnit` is a plural: "files".
+  /// `nTotal` 0: not known. `pszUnit` is a plural: "files".
   void BeginPhase(const char* pszPhase, const char* pszUnit, std::uint64_t nTotal);
+  /// `nDone` is the number done in this phase so far.
   void Advance(std::uint64_t nDone);
   void EndPhase();
 

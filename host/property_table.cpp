@@ -16,7 +16,8 @@ bool IsWordCharacter(wchar_t ch) {
   return IsUpper(ch) || (ch >= L'a' && ch <= L'z') || (ch >= L'0' && ch <= L'9');
 }
 
-// A word begins with the capital behind a small letter, and with the last capital of several before one.
+// A word begins at a capital after a small letter ("module|Name"), and at the last of several capitals before
+// a small letter ("CVS|Path").
 bool BeginsWord(const VCM::CString& strKey, int nIndex) {
   if (nIndex == 0 || !IsUpper(strKey[nIndex])) return false;
   const bool bAfterCapital = IsUpper(strKey[nIndex - 1]);
@@ -24,7 +25,7 @@ bool BeginsWord(const VCM::CString& strKey, int nIndex) {
   return !bAfterCapital || bBeforeSmall;
 }
 
-// The provider changes its working folder, so a relative path is made absolute.
+// A relative path of a program is made absolute, because the provider changes its working folder.
 VCM::CString ProvidedValue(const TProperty& tProperty) {
   const std::string strValue = VCM::ToBytes(tProperty.strValue);
   const bool bProgram = tProperty.nType == MCE::TPropertyInfo::TYPE_EXECUTABLE;

@@ -14,9 +14,9 @@ struct TProperty {
   VCM::CString strLabel;
   VCM::CString strKey;
   VCM::CString strDefault;      ///< the provider's
-  VCM::CString strHostDefault;  ///< the host's, used when the administrator gives none; mostly the same
+  VCM::CString strHostDefault;  ///< used when the administrator gives no value; usually the provider's
   unsigned long nType = MCE::TPropertyInfo::TYPE_TEXT;
-  std::string strOption;  ///< "module-name"; empty when another option has that name
+  std::string strOption;  ///< "module-name"; empty when that name is taken, then only --set works
   VCM::CString strValue;
   bool bGiven = false;  ///< by the administrator; else the value is the host's default
 

@@ -17,12 +17,11 @@ struct TProviderChoice {
 
 /// A plug-in and its one provider.
 ///
-/// Shape    Without a path the plug-in is looked for beside the program, in ../lib beside the program's
-///          folder (the build tree, or the folder it is installed in) and in the folder that the build
-///          was set up to install to.
+/// Shape    Without a path the plug-in is searched for in the program's folder, in ../lib from there (as in
+///          the build tree and after an installation), and in the build's configured installation folder.
 /// Errors   EHostError: STATUS_WRONG_USE when there is no such plug-in, STATUS_FAILED when it can't be
 ///          loaded.
-/// Owns     Both; the provider is ended with Destroy, whatever happens.
+/// Owns     Both. The destructor calls the provider's Destroy and then unloads the plug-in.
 class CProviderLibrary {
  public:
   explicit CProviderLibrary(const TProviderChoice& tChoice);
@@ -45,7 +44,7 @@ class CProviderLibrary {
 
   std::filesystem::path m_oFile;
   VCM::CString m_strDisplayName;
-  // In this order: the provider's code must be there until it is gone.
+  // Keep the order: the library must be unloaded after the provider is destroyed.
   std::unique_ptr<void, TUnload> m_pLibrary;
   std::unique_ptr<MCE::CProvider, TDestroy> m_poProvider;
 };

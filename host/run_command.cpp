@@ -23,8 +23,8 @@ namespace fs = std::filesystem;
 namespace TALVEK::HOST {
 namespace {
 
-/// The first of the two walks of a run. It notes the items of every changeset, and proves that the whole
-/// history can be read before anything is imported.
+/// Visitor of the first of a run's two walks. It spools the paths of every changeset's items; the walk also
+/// proves that the whole history can be read before anything is imported.
 class CItemNoter : public CHistoryVisitor {
  public:
   CItemNoter(CItemSpool& oSpool, const VCM::CString& strFolder) : m_oSpool(oSpool), m_strFolder(strFolder) {}
@@ -107,7 +107,7 @@ class CRun {
  private:
   const TCommandLine& CommandLine() const { return m_tContext.tCommandLine; }
 
-  // Before the history is read, so that a target that can't be made is known at once.
+  // Called before the history is read, so that a bad target fails at once.
   void TakeTarget() {
     if (CommandLine().strInto.empty()) {
       m_oExport.emplace(CommandLine().strFastExport);
@@ -147,7 +147,7 @@ class CRun {
     try {
       Import(oSession, oWork, oSpool, oGit.GetInput(), "git fast-import");
     } catch (const EWriteError&) {
-      // git has ended and says why, unless the signal that stops us has ended it too.
+      // git has ended, so its message is the better one; unless a stop signal ended it along with us.
       ThrowIfStopped();
       ThrowGitFailure(oGit.Finish());
     }
@@ -159,7 +159,7 @@ class CRun {
     if (strProblem) m_oReport.Warning("all is imported, but the files can't be checked out: " + *strProblem);
   }
 
-  // Every commit belongs to a branch, so counting from all branches must find it.
+  // Every commit belongs to a branch, so counting from all references must find it.
   void RequireCommits(std::uint64_t nExpected) const {
     const std::uint64_t nCommits = m_oRepository->CountCommits("--all");
     if (nCommits == nExpected || (nCommits < nExpected && HasEveryDepth())) return;
@@ -169,8 +169,8 @@ class CRun {
                      "see that git works and that there is room for the repository");
   }
 
-  // Git makes one commit of two that are equal in everything, so there may be fewer in all. Each branch must
-  // still have its whole length.
+  // Git makes one commit of two that are identical, so the total may be lower. Then each branch must still
+  // have its full number of commits.
   bool HasEveryDepth() const {
     return std::all_of(m_anDepths.begin(), m_anDepths.end(), [this](const auto& tBranch) {
       return m_oRepository->CountCommits(tBranch.first) == tBranch.second;
@@ -218,7 +218,7 @@ class CRun {
     const std::string strRepaired =
         oWatch.GetRepairedLogCount() == 0
             ? ""
-            : ShowCount(oWatch.GetRepairedLogCount(), "log") + " of single files read in spite of oddities";
+            : "repaired the malformed logs of " + ShowCount(oWatch.GetRepairedLogCount(), "file");
     for (const std::string& strText :
          {ShowText(oWatch.GetPlan()), strRepaired, m_oReport.RenamedText(), oClientNotes.GetText()}) {
       if (!strText.empty()) m_oReport.Note(strText);

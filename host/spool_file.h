@@ -12,7 +12,7 @@
 
 namespace TALVEK::HOST {
 
-/// A temporary file without a name that is written from front to back and then read.
+/// A temporary file without a name. It is written sequentially, and then read at any offset.
 ///
 /// Errors   EHostError (STATUS_FAILED) when the disk is full or can't be read.
 class CSpoolFile {
@@ -23,10 +23,11 @@ class CSpoolFile {
 
   /// Returns the offset at which `strBytes` begin.
   std::uint64_t Append(std::string_view strBytes);
-  /// Sets the place of the next Read and ends the writing.
+  /// Sets the offset of the next Read. No Append after this.
   void Seek(std::uint64_t nOffset);
   /// Exactly `nSize` bytes.
   std::string Read(std::size_t nSize);
+  /// Writes `nSize` bytes from an offset on to the sink.
   void Copy(std::uint64_t nOffset, std::uint64_t nSize, CByteSink& oSink);
 
  private:
@@ -38,13 +39,13 @@ class CSpoolFile {
   std::uint64_t m_nSize = 0;
 };
 
-/// The item paths of all changesets, written in one walk over the history and read back in a second one that
-/// goes the same way. On disk: a history can have millions of items.
+/// The paths of the items of all changesets: spooled to disk in one walk over the history, and read in the
+/// same order in the next walk. A history can have millions of items.
 class CItemSpool {
  public:
   void AddPath(std::string strPath) { m_astrPaths.push_back(std::move(strPath)); }
   void EndChange();
-  /// Ends the writing; the next changeset read is the first.
+  /// Goes back to the first changeset. No AddPath after this.
   void Rewind() { m_oFile.Seek(0); }
   /// The paths of the next changeset, in the order of its items. Call it at most as often as EndChange.
   std::vector<std::string> ReadChange();

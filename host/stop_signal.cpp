@@ -11,14 +11,15 @@
 namespace TALVEK::HOST {
 namespace {
 
-/// What a child may take to put its affairs in order after a signal that asks it to end.
+/// Time for a child to clean up after a stop signal; then it is killed.
 constexpr unsigned GRACE_SECONDS = 10;
 
 volatile std::sig_atomic_t s_nStopSignal = 0;
 
-// The two functions below run in signal handlers: only calls that are safe there.
+// The two functions below are signal handlers: only async-signal-safe calls.
 
-/// A terminal tells the children too, `kill` doesn't; and reading a history can take a child hours.
+/// Passes the first signal on to the children, because `kill` (unlike Ctrl-C) reaches only us, and a child
+/// can read a history for hours. A second signal kills them.
 void RememberSignal(int nSignal) {
   const int nError = errno;
   if (s_nStopSignal == 0) {
@@ -42,7 +43,7 @@ void DoNothing(int) {}
 void SetHandler(int nSignal, void (*pfnHandler)(int)) {
   struct sigaction tAction = {};
   tAction.sa_handler = pfnHandler;
-  // Calls go on where they were: neither the provider nor the toolkit expects to be interrupted.
+  // SA_RESTART: neither the provider nor wxWidgets expects a system call to fail with EINTR.
   tAction.sa_flags = SA_RESTART;
   sigfillset(&tAction.sa_mask);
   sigaction(nSignal, &tAction, nullptr);
@@ -61,9 +62,9 @@ void CatchStopSignals() {
     if (!IsIgnored(nSignal)) SetHandler(nSignal, RememberSignal);
   }
   SetHandler(SIGALRM, OnAlarm);
-  // Whoever started us may ignore it; then nobody could learn how a child ended.
+  // Our caller may have set it to be ignored; then waitpid() couldn't tell how a child ended.
   SetHandler(SIGCHLD, SIG_DFL);
-  // A handler, not SIG_IGN: children start with the default action for it, as they expect.
+  // Handlers instead of SIG_IGN: children would inherit that, while exec resets handlers.
   SetHandler(SIGPIPE, DoNothing);
   SetHandler(SIGXFSZ, DoNothing);
 }

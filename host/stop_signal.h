@@ -2,15 +2,15 @@
 
 namespace TALVEK::HOST {
 
-/// Makes SIGINT, SIGTERM and SIGHUP ask for an end instead of bringing it, and go to the children too: a
-/// provider that isn't destroyed leaves its database behind. Children that don't end within ten seconds, or
-/// by a second signal, are killed, and no provider starts another. Also turns SIGPIPE and SIGXFSZ into failed
-/// writes.
+/// Handles SIGINT, SIGTERM and SIGHUP: they don't end the program, because a provider that isn't destroyed
+/// leaves its database behind, but IsStopRequested becomes true. They are passed on to the children, which
+/// are killed after ten seconds or at a second signal; no provider can start another child. Signals that the
+/// caller ignores stay ignored. Also turns SIGPIPE and SIGXFSZ into failed writes.
 void CatchStopSignals();
 
 bool IsStopRequested();
-/// Throws EStopped when one of the signals has come. Called between the calls to the provider, and
-/// while it reads the history.
+/// Throws EStopped when one of the signals has come. Call it between calls to the provider, and from the log
+/// callback while the provider reads the history.
 void ThrowIfStopped();
 
 }  // namespace TALVEK::HOST

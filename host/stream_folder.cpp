@@ -28,7 +28,7 @@ std::string OpenProblem() {
   return std::strerror(errno);
 }
 
-// The folder that holds the last item; none (errno says why) when it can't be opened.
+// Opens the folder of the last item. Not open (see errno) when that fails.
 VCM::CDescriptor OpenParent(const fs::path& oStreamFolder, const std::vector<std::string>& astrItems) {
   VCM::CDescriptor oFolder = OpenFolderAt(AT_FDCWD, oStreamFolder.c_str());
   for (std::size_t nIndex = 0; nIndex + 1 < astrItems.size() && oFolder.IsOpen(); ++nIndex) {
@@ -42,7 +42,7 @@ bool IsFolderAt(int nParent, const std::string& strName) {
   return fstatat(nParent, strName.c_str(), &tStat, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(tStat.st_mode);
 }
 
-// Removes through the folder's descriptor, so that no link on the path can lead elsewhere.
+// Removes by the folder's descriptor, so that no symbolic link on the path is followed.
 void RemoveAt(int nParent, const std::string& strName) {
   if (!IsFolderAt(nParent, strName)) {
     unlinkat(nParent, strName.c_str(), 0);
@@ -82,7 +82,7 @@ void CStreamFolder::Make() const {
 TRetrievedFile CStreamFolder::Open(const CItemPath& oItem) const {
   const VCM::CDescriptor oFolder = OpenParent(m_oPath, oItem.GetItems());
   if (!oFolder.IsOpen()) return Problem(OpenProblem());
-  // O_NONBLOCK, because opening a pipe would wait.
+  // O_NONBLOCK, because opening a pipe would block.
   constexpr int OPEN_FLAGS = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
   TRetrievedFile tFile;
   tFile.oDescriptor = VCM::CDescriptor(openat(oFolder.Get(), oItem.GetItems().back().c_str(), OPEN_FLAGS));

@@ -11,11 +11,11 @@
 
 namespace TALVEK::HOST {
 
-/// The path of a file below a stream's folder, split into its items and checked once.
+/// The checked path of a file below a stream's folder, split into its items.
 class CItemPath {
  public:
-  /// Splits `strPath` at each "/"; empty items are dropped. None for a path at which no file may be looked
-  /// for: one without items, or with an item that is "." or ".." or holds a NUL.
+  /// Splits `strPath` at each "/"; empty items are dropped. None for an unsafe path: one without items, or
+  /// with an item that is "." or ".." or has a NUL in it.
   static std::optional<CItemPath> Parse(std::string_view strPath);
 
   /// At least one; the last is the file's name, the others are its folders.
@@ -31,7 +31,7 @@ class CItemPath {
 
 /// A file that the provider has retrieved.
 struct TRetrievedFile {
-  VCM::CDescriptor oDescriptor;  ///< open for reading, at its beginning; none: see strProblem
+  VCM::CDescriptor oDescriptor;  ///< open for reading at offset 0; not open: see strProblem
   std::uint64_t nSize = 0;       ///< bytes
   bool bExecutable = false;
   std::string strProblem;
@@ -39,7 +39,7 @@ struct TRetrievedFile {
 
 /// The folder into which a provider retrieves the files of one stream.
 ///
-/// Errors   None: what can't be removed stays, and what can't be opened comes with its problem.
+/// Errors   None are thrown: what can't be removed stays; Open returns why a file can't be opened.
 /// Safety   No symbolic link below the folder is ever followed.
 class CStreamFolder {
  public:
@@ -47,15 +47,15 @@ class CStreamFolder {
   explicit CStreamFolder(std::filesystem::path oPath) : m_oPath(std::move(oPath)) {}
 
   const std::filesystem::path& GetPath() const { return m_oPath; }
-  /// Makes the folder, and those above it, where they are missing.
+  /// Makes the folder and its parents if they are missing.
   void Make() const;
   TRetrievedFile Open(const CItemPath& oItem) const;
   /// True when something is at the path, whatever it is.
   bool Has(const CItemPath& oItem) const;
-  /// Removes what is at the path, and any file that stands where the path needs a folder: what an earlier
-  /// changeset left must not be taken for what a later one failed to bring.
+  /// Removes what is at the path, and any file where the path needs a folder. Otherwise a file of an earlier
+  /// changeset could be taken for the one that a later changeset failed to retrieve.
   void Clear(const CItemPath& oItem) const;
-  /// Removes the file at the path. A folder stays: other files in it may wait to be read.
+  /// Removes the file at the path, but no folder: other files in it may not have been read yet.
   void RemoveFile(const CItemPath& oItem) const;
   /// Removes all that is in the folder, and keeps the folder.
   void Empty() const;

@@ -9,8 +9,8 @@
 
 namespace TALVEK::HOST {
 
-/// Text for messages: control characters become \xNN, because names come from foreign servers and may go to a
-/// terminal. All other bytes stay.
+/// Text for messages: control characters become \xNN, because names come from a server and are shown on a
+/// terminal. All other bytes are kept.
 std::string ShowText(const VCM::CString& strText);
 std::string ShowBytes(std::string_view strBytes);
 /// The same between single quotes.
@@ -22,7 +22,7 @@ std::string ShowTime(long long nSeconds);
 /// "1 stream", "2 streams": the singular takes an "s".
 std::string ShowCount(std::uint64_t nCount, std::string_view strSingular);
 
-/// The items of a path joined by "/", without a leading one.
+/// The items of a path joined by "/", without a leading "/".
 VCM::CString PathText(const VCM::CFilePath& oPath);
 
 /// Writes all of `strBytes` to standard output at once; EHostError when that fails.

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 namespace TALVEK::HOST {
 namespace {
 
-// When a client fails and less than this is free, the full disk is taken for the reason.
+// If less than this is free when a client fails, the full disk is considered the reason.
 constexpr off_t LEAST_ROOM_BYTES = 1 << 20;
 
 constexpr const char* MARKER = ".talvek-import-work";

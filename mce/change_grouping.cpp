@@ -9,10 +9,10 @@ using VCM::CStatus;
 
 namespace {
 
-/// The last second of 32 bits: an absent base time or maximum time counts as it.
+/// Stands for an absent base time or maximum time, as it is later than every other.
 constexpr std::uint32_t LAST_SECOND = std::numeric_limits<std::uint32_t>::max();
 
-/// What joining alters in a change's row, but for the comment.
+/// The fields of a change's row that change when an item joins; the comment may change as well.
 constexpr VDB::TFieldSet ALTERED_FIELDS = VDB::FieldBit(CHANGE_FIELD_TIME) |
                                           VDB::FieldBit(CHANGE_FIELD_NEXT_ITEM) |
                                           VDB::FieldBit(CHANGE_FIELD_PROPS);
@@ -22,8 +22,10 @@ TChangeTimes TimesOf(const TChangeRecord& tChange) {
           tChange.oProps.GetNumber(CHANGE_MAX_TIME, LAST_SECOND)};
 }
 
-/// The time at which a file's second item of one change opens a change of its own: just beside the change
-/// that it couldn't join, on the side that keeps the file's revisions in order.
+/// The time of the new change for a revision whose file the change found has already: the revision's own time
+/// if that is on the right side of the change, else one second before or after the change. The right side is
+/// the one that keeps the file's revisions in order. `nChangeTime` is what the change's time would be with
+/// the revision in it.
 std::uint32_t TimeBesideChange(std::uint32_t nItemTime, std::uint32_t nChangeTime, bool bItemComesLater) {
   if (bItemComesLater) return nItemTime > nChangeTime ? nItemTime : nChangeTime + 1;
   return nItemTime < nChangeTime ? nItemTime : nChangeTime - 1;
@@ -106,7 +108,7 @@ CStatus CChangeGrouping::FindItem(const TImportRows& tRows, std::uint32_t nChang
   return tRows.tItem.oFilePath.IsEqualTo(oPath, true) ? CStatus() : FindItemByWalk(tRows, nChange, oPath);
 }
 
-/// For two paths with one hash.
+/// As FindItem, row by row: for two paths with one hash.
 CStatus CChangeGrouping::FindItemByWalk(const TImportRows& tRows, std::uint32_t nChange,
                                         const VCM::CFilePath& oPath) {
   tRows.tItem.nID = nChange;
@@ -121,7 +123,8 @@ CStatus CChangeGrouping::FindItemByWalk(const TImportRows& tRows, std::uint32_t 
 /// Reads the change that the item joins, if there is one, into the change record.
 CStatus CChangeGrouping::FindChange(const TImportRows& tRows, const TFileRevision& tRevision,
                                     const TGroupingWindow& tWindow) {
-  // Changes that AddChange has made have no base time, so only a window up to the last second admits them.
+  // m_oGroups lacks the changes that AddChange made. They have no base time, which counts as LAST_SECOND, so
+  // only a window that ends there admits them.
   const bool bByTime = !tRevision.bMatchComment || tWindow.nHigh == LAST_SECOND;
   if (bByTime) return FindChangeByTime(tRows, tRevision, tWindow);
   const std::uint32_t nFound =
@@ -133,10 +136,10 @@ CStatus CChangeGrouping::FindChange(const TImportRows& tRows, const TFileRevisio
                         tRows.tChange.strUser.EqualsNoCase(tRevision.strUser.View()) &&
                         tRows.tChange.strComment.EqualsNoCase(tRevision.strComment.View());
   if (bSameKey) return {};
-  return FindChangeByTime(tRows, tRevision, tWindow);  // another key with the same hash is in the way
+  return FindChangeByTime(tRows, tRevision, tWindow);  // two keys with one hash
 }
 
-/// The rule as it reads, row by row.
+/// As FindChange, row by row: for what m_oGroups can't find.
 CStatus CChangeGrouping::FindChangeByTime(const TImportRows& tRows, const TFileRevision& tRevision,
                                           const TGroupingWindow& tWindow) {
   TChangeRecord& tChange = tRows.tChange;
@@ -217,8 +220,8 @@ CStatus CChangeGrouping::Load(const TImportRows& tRows) {
 }
 
 void CChangeGrouping::AddToComment(VCM::CString& strComment, const VCM::CString& strAddition) {
-  // Of a text that differs only in case every sentence is there; to look for each would take forever with the
-  // messages that some tools paste.
+  // The search below is quadratic, and some tools paste messages of megabytes. The common case needs none: a
+  // text that differs only in case adds no sentence.
   if (strComment.EqualsNoCase(strAddition.View())) return;
   VCM::CString strRest = strAddition;
   do {

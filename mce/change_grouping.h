@@ -14,8 +14,8 @@
 
 namespace TALVEK::MCE {
 
-/// The import database's rows, as the open transaction lends them. The records receive what is read and
-/// written: the one that was added or joined last stays in them.
+/// Access to the import database's rows in the open transaction; all is lent. Each call overwrites the two
+/// records: they hold the rows that it read or wrote last.
 struct TImportRows {
   VDB::CIterator<TChangeRecord>& oChangesByTime;  ///< "change" index 1
   VDB::CIterator<TChangeRecord>& oChangesById;    ///< "change" index 0
@@ -25,7 +25,7 @@ struct TImportRows {
   std::uint32_t& nChangesAdded;
 };
 
-/// One revision of one file, on its way into a change.
+/// One revision of one file, to be put into a change. The texts are lent for the call.
 struct TFileRevision {
   std::uint32_t nStreamID;
   const VCM::CString& strUser;
@@ -35,24 +35,25 @@ struct TFileRevision {
   const VCM::CString& strComment;
   std::int32_t nRevision;  ///< rank among the file's revisions
   const TCVSRevision& oCVSRevision;
-  bool bMatchComment;      ///< only a change with the same comment will do
-  std::uint32_t nEndTime;  ///< until when the revision stays current
+  bool bMatchComment;      ///< true: joins only a change with the same comment
+  std::uint32_t nEndTime;  ///< when the next revision replaces it; 0xFFFFFFFF: never
 };
 
 /// Puts single file revisions into changesets.
 ///
-/// An item joins the first change (by time, then ID) of its stream and author, and of its comment if that has
-/// to match, whose first item is at most 300 seconds away and that TGroupingWindow admits. Without such a
-/// change it opens one. A change never holds a file twice: the second revision of a file opens a change of
-/// its own, just beside the one that it couldn't join.
+/// A revision becomes an item of the first change (by time, then ID) that has the same stream and author, the
+/// same comment if that must match, and that TGroupingWindow admits. If there is none, it opens a new change.
+/// A change has at most one item per file: if the change found has one already, the revision opens a change
+/// of its own, at its own time or one second before or after that change (TimeBesideChange).
 ///
-/// Shape    The rows in the database are the whole truth, and up to date after each call. What is kept in
-///          memory only finds a row: for each change its three times (CChangeGroups), for each file the
-///          changes that hold it (CChangesByFile). Load makes both from the rows.
+/// Shape    The database has all the data, and is up to date after each call. In memory there are two indexes
+///          of it: the changes with their three times (CChangeGroups), and the changes that have an item of
+///          a file (CChangesByFile). Load builds both from the rows. The walks (mce/provider_walks.cpp) read
+///          the rows next.
 /// Errors   Failed when the database refuses a read or a write: then the item isn't stored.
 ///          Absent for an item whose number is taken.
-/// Cost     Logarithmic for an item whose comment must match. Without that, and for the one second whose
-///          window ends at the last second of 32 bits, the changes within the window are read row by row.
+/// Cost     Logarithmic for an item whose comment must match. Otherwise, and for the time 2^32 - 301, the
+///          changes within the window are read row by row.
 class CChangeGrouping {
  public:
   /// Adds a change without items and without a base time.
@@ -63,19 +64,20 @@ class CChangeGrouping {
   /// Adds an item under the numbers that it is given.
   VCM::CStatus AddItem(const TImportRows& tRows, std::uint32_t nChange, std::uint32_t nItem,
                        std::uint32_t nType, const VCM::CFilePath& oPath, std::int32_t nRevision);
-  /// Reads the first item with this path in a change into the item record; when there is none, the record may
-  /// hold another item.
+  /// Reads the change's item of this path, the first if there are several, into the item record. Absent when
+  /// there is none; the record may then hold another item.
   VCM::CStatus FindItem(const TImportRows& tRows, std::uint32_t nChange, const VCM::CFilePath& oPath);
-  /// Forgets all, and reads what the database has.
+  /// Builds the indexes in memory from the database. Call it when rows were discarded.
   VCM::CStatus Load(const TImportRows& tRows);
 
-  /// For tests only, with nothing added yet: a hash that many texts share.
+  /// For tests only, before anything is added: replaces the hash, by one that gives many collisions.
   void SetHash(CChangeGroups::THash fnHash) {
     m_oGroups.SetHash(fnHash);
     m_oFiles.SetHash(fnHash);
   }
 
-  /// Appends those sentences of `strAddition` that don't occur in `strComment` yet, a line each.
+  /// Appends to `strComment`, one per line, the sentences of `strAddition` that don't occur in it yet. A
+  /// sentence ends at a full stop; case doesn't count.
   static void AddToComment(VCM::CString& strComment, const VCM::CString& strAddition);
 
  private:

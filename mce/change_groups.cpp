@@ -11,7 +11,8 @@ namespace TALVEK::MCE {
 
 namespace {
 
-/// The same for each run, so that two runs do the same work.
+/// The treap's priority of a change: a hash of its ID instead of a random number, so that all runs build the
+/// same trees.
 std::uint32_t Priority(std::uint32_t nChange) {
   std::uint32_t nValue = nChange;
   nValue = (nValue ^ nValue >> 16U) * 0x85EBCA6BU;
@@ -47,8 +48,9 @@ void CChangeGroups::Set(std::uint32_t nChange, std::uint32_t nTime, std::uint32_
   Insert(nChange);
 }
 
-// Each step finds the best change of one base time. Those of a later base time than the best one's time come
-// after it.
+// Each step looks at one base time: of its changes that still take items, the one with the lowest time (then
+// ID) comes first in the tree. As a change's time is never before its base time, the search ends at the base
+// time that has reached the lowest time found.
 std::uint32_t CChangeGroups::Find(std::uint32_t nStreamID, std::wstring_view strUser,
                                   std::wstring_view strComment, const TGroupingWindow& tWindow) {
   const auto it = m_anRoots.find(MakeKey(nStreamID, strUser, strComment));
@@ -77,8 +79,7 @@ void CChangeGroups::Clear() {
   m_atNodes.clear();
 }
 
-/// Texts that are equal without regard to case give the same key. They are folded piece by piece: a message
-/// can be as long as the log.
+/// Hashes the texts in lower case, piece by piece instead of in a copy: a message can be as long as the log.
 std::size_t CChangeGroups::MakeKey(std::uint32_t nStreamID, std::wstring_view strUser,
                                    std::wstring_view strComment) const {
   std::array<wchar_t, 512> achPiece;
@@ -107,6 +108,7 @@ bool CChangeGroups::IsBefore(std::uint32_t nLeft, std::uint32_t nRight) const {
   return std::tie(tLeft.nBaseTime, tLeft.nTime, nLeft) < std::tie(tRight.nBaseTime, tRight.nTime, nRight);
 }
 
+/// Recomputes a node's nMaxTimeOfTree from its children.
 void CChangeGroups::UpdateTree(std::uint32_t nTree) {
   TNode& tNode = m_atNodes[nTree];
   tNode.nMaxTimeOfTree = tNode.tTimes.nMaxTime;
@@ -115,7 +117,7 @@ void CChangeGroups::UpdateTree(std::uint32_t nTree) {
   }
 }
 
-/// Cuts a tree into the changes before one (which needn't be in it) and the rest.
+/// Splits a tree into the changes that sort before `nChange`, which needn't be in it, and the rest.
 void CChangeGroups::Split(std::uint32_t nTree, std::uint32_t nChange, std::uint32_t& nBefore,
                           std::uint32_t& nRest) {
   if (nTree == 0) {
@@ -133,7 +135,7 @@ void CChangeGroups::Split(std::uint32_t nTree, std::uint32_t nChange, std::uint3
   UpdateTree(nTree);
 }
 
-/// Joins two trees, the first of which stands before the other.
+/// Joins two trees; every change of the left one sorts before those of the right one.
 std::uint32_t CChangeGroups::Merge(std::uint32_t nLeft, std::uint32_t nRight) {
   if (nLeft == 0 || nRight == 0) return nLeft + nRight;
   if (Priority(nLeft) > Priority(nRight)) {
@@ -166,8 +168,8 @@ void CChangeGroups::Erase(std::uint32_t& nTree, std::uint32_t nChange) {
   UpdateTree(nTree);
 }
 
-/// The first change of a tree whose base time isn't below the lowest and whose maximum time is after `nTime`;
-/// 0 when there is none.
+/// The first change of a tree with a base time at or after `nLowestBase` that still takes an item of time
+/// `nTime` (its maximum time is later); 0 when there is none.
 std::uint32_t CChangeGroups::FindOpen(std::uint32_t nTree, std::uint32_t nLowestBase,
                                       std::uint32_t nTime) const {
   if (nTree == 0 || m_atNodes[nTree].nMaxTimeOfTree <= nTime) return 0;

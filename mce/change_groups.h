@@ -10,50 +10,51 @@
 
 namespace TALVEK::MCE {
 
-/// What an item's times ask of a change that it joins. Unsigned 32-bit seconds since 1970 UTC.
+/// The times that a change must have so that an item may join it. Seconds since 1970 UTC, in unsigned 32-bit
+/// arithmetic: near either end of that range a border wraps around, and no change is admitted.
 struct TGroupingWindow {
   static constexpr std::uint32_t SECONDS = 300;
 
-  std::uint32_t nTime;
-  std::uint32_t nEndTime;
+  std::uint32_t nTime;     ///< of the item
+  std::uint32_t nEndTime;  ///< when the item's revision is replaced; 0xFFFFFFFF: never
   std::uint32_t nLow = nTime - SECONDS;
   std::uint32_t nHigh = nTime + SECONDS;
 
-  /// The base time is tested too: a change moves with its items, but its window stays where its first item
-  /// was.
+  /// True when the change's first item (base time) and its latest one (change time) are both within the
+  /// window, the change is not after the item's end, and the item is before the end of the change's items.
   bool Admits(std::uint32_t nChangeTime, std::uint32_t nBaseTime, std::uint32_t nMaxTime) const {
     return nChangeTime >= nLow && nChangeTime <= nHigh && nChangeTime <= nEndTime && nTime < nMaxTime &&
            nBaseTime >= nLow && nBaseTime <= nHigh;
   }
 };
 
-/// The three times of a change that was opened for an item.
+/// The three times of a change that was opened for an item. Seconds as in TGroupingWindow.
 struct TChangeTimes {
   std::uint32_t nBaseTime;  ///< of its first item
   std::uint32_t nTime;      ///< of its latest item, so never before the base time
-  std::uint32_t nMaxTime;   ///< the smallest time until which one of its items stays current
+  std::uint32_t nMaxTime;   ///< when the first of its items' revisions is replaced
 };
 
-/// Map from (stream, user, comment) to the changes that have these in common. Case doesn't count.
+/// Map from (stream, user, comment), case ignored, to the group of changes that have these in common.
 ///
-/// Keys     Only a hash of the three is kept. So a group can hold, very rarely, changes with another key: the
-///          caller compares what Find gives with the change's row.
-/// Shape    Each group is a treap (a search tree that random priorities keep flat) in the order of base time,
-///          time and ID. Each node knows the largest maximum time below it, so that the search steps over
-///          changes that take no more items.
-/// Cost     Add, Remove, Set: logarithmic. Find: mostly one logarithmic search, never more than one for each
-///          second of the window.
+/// Keys     Only a hash of the three is kept, so in rare cases a group has changes with another key: the
+///          caller compares the change that Find returns with its row.
+/// Shape    Each group is a treap (a search tree that random priorities keep balanced) in the order of base
+///          time, time and ID. Each node has the largest maximum time of its subtree, so that the search
+///          skips subtrees in which no change takes any more items.
+/// Cost     Add, Remove, Set: logarithmic. Find: usually one logarithmic search, at most one for each second
+///          of the window.
 /// Memory   32 bytes for each change and 32 for each group, about. With the texts as keys, and one plain map
 ///          with an entry for each item in CChangesByFile, an import of 6.4 million items in 1.3 million
 ///          changes took 1430 MB instead of 1010.
 class CChangeGroups {
  public:
-  /// `nChange` is the change's ID: not 0, and not in a group.
+  /// Adds a change to the group of its key. `nChange` is its ID: not 0, and not in a group yet.
   void Add(std::uint32_t nChange, std::uint32_t nStreamID, std::wstring_view strUser,
            std::wstring_view strComment, const TChangeTimes& tTimes);
   /// False for a change that isn't in a group.
   bool Has(std::uint32_t nChange) const;
-  /// These take a change that is in a group.
+  /// Remove and Set: the change must be in a group.
   void Remove(std::uint32_t nChange);
   void Set(std::uint32_t nChange, std::uint32_t nTime, std::uint32_t nMaxTime);
   /// The first change of the group, by time and ID, that the window admits; 0 when there is none.
@@ -62,7 +63,7 @@ class CChangeGroups {
   void Clear();
 
   using THash = std::size_t (*)(std::wstring_view strText);
-  /// For tests only, with nothing added yet: a hash that many texts share.
+  /// For tests only, before anything is added: replaces the hash, by one that gives many collisions.
   void SetHash(THash fnHash) { m_fnHash = fnHash; }
 
  private:
@@ -71,7 +72,7 @@ class CChangeGroups {
     std::uint32_t nMaxTimeOfTree;
     std::uint32_t nLeft;
     std::uint32_t nRight;
-    std::uint32_t* pnRoot = nullptr;  ///< of the group's tree; null: not in a group
+    std::uint32_t* pnRoot = nullptr;  ///< root of its group's tree; null: not in a group
   };
 
   std::size_t MakeKey(std::uint32_t nStreamID, std::wstring_view strUser, std::wstring_view strComment) const;
@@ -84,8 +85,8 @@ class CChangeGroups {
   std::uint32_t FindOpen(std::uint32_t nTree, std::uint32_t nLowestBase, std::uint32_t nTime) const;
 
   std::pmr::unsynchronized_pool_resource m_oMemory;                           // for the map's nodes
-  std::pmr::unordered_map<std::size_t, std::uint32_t> m_anRoots{&m_oMemory};  // by hash; nodes never move
-  std::vector<TNode> m_atNodes;  // by ID of the change; 0 stands for no node
+  std::pmr::unordered_map<std::size_t, std::uint32_t> m_anRoots{&m_oMemory};  // by hash; has pnRoot's targets
+  std::vector<TNode> m_atNodes;  // by ID of the change; node 0 means "none"
   THash m_fnHash = [](std::wstring_view strText) { return std::hash<std::wstring_view>()(strText); };
 };
 

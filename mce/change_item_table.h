@@ -18,7 +18,7 @@ enum TChangeItemProperty : std::uint16_t {
 /// Number of the change item field by which items are looked for.
 enum TChangeItemField : unsigned { ITEM_FIELD_PATH = 3 };
 
-/// A change item as the import database holds it: one file of one changeset.
+/// A change item, as it is in the import database: one file of one changeset.
 struct TChangeItemRecord : TTableRecord<TChangeItemRecord> {
   static constexpr int FIELD_COUNT = 7;
 
@@ -28,9 +28,9 @@ struct TChangeItemRecord : TTableRecord<TChangeItemRecord> {
   std::uint32_t nItem = 0;     ///< number within the change, from 1
   std::uint32_t nType = 0;     ///< TChangeItemType
   VCM::CFilePath oFilePath;    ///< path within the stream
-  std::int32_t nRevision = 0;  ///< rank among the file's revisions
+  std::int32_t nRevision = 0;  ///< rank among the file's revisions; 0 for CVS
   VCM::CProperties oProps;     ///< TChangeItemProperty
-  VCM::CTimestamp oTimestamp;  ///< the time under which it was grouped
+  VCM::CTimestamp oTimestamp;  ///< its revision's time; or its change's, if it opened one beside another
 };
 
 /// "citems": index 0 by ("ID", "Item").

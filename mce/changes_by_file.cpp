@@ -33,7 +33,7 @@ void CChangesByFile::MoveToList() {
   tFile.nBegin = m_anList.size();
   m_anList.insert(m_anList.end(), m_anNew.begin(), m_anNew.end());
   tFile.nEnd = m_anList.size();
-  // Emptying takes as long as there has ever been room for.
+  // clear() visits every bucket, so a map that was large once would be slow to clear for ever after.
   if (m_anNew.bucket_count() > MANY_BUCKETS) m_anNew = TItems(&m_oMemory);
   m_anNew.clear();
 }

@@ -13,30 +13,30 @@
 
 namespace TALVEK::MCE {
 
-/// Which changes hold an item of a file.
+/// Map from a file and a change to the change's item of that file.
 ///
-/// Shape    Histories come file by file, so the items of the selected file stand in a small map of their own.
-///          When another file is selected they move into one long list. Only a file that comes back gets a
-///          map that stays: each of its items is copied there once. Files are told apart by a hash of their
-///          paths. The caller looks at the item's row, as two paths can have one hash.
-/// Memory   About 8 bytes for each item, 40 for each file, and 32 for each item of a file that has come back.
-///          CChangeGroups tells what a plain map took.
+/// Shape    Select a file first; Add and Find are about it. A history usually comes file by file, so only the
+///          selected file has a map; at the next Select its items move to the end of one long list. A file
+///          that is selected again gets a map that stays.
+/// Keys     Only a hash of the path is kept: the caller compares the path in the row of the item found.
+/// Memory   About 8 bytes for each item, 40 for each file, and 32 for each item of a file that was selected
+///          again. CChangeGroups has the figures of a plain map.
 class CChangesByFile {
  public:
   CChangesByFile() = default;
   CChangesByFile(const CChangesByFile&) = delete;
   CChangesByFile& operator=(const CChangesByFile&) = delete;
 
-  /// The calls below are about this file from now on.
+  /// Makes this the file that Add and Find are about.
   void Select(const VCM::CFilePath& oPath);
-  /// Notes an item of the file.
+  /// Adds an item of the file.
   void Add(std::uint32_t nChange, std::uint32_t nItem);
-  /// The lowest number of a noted item in a change; null when there is none.
+  /// The lowest number of the file's items in a change; null when it has none. Valid until the next call.
   const std::uint32_t* Find(std::uint32_t nChange) const;
   void Clear();
 
   using THash = std::size_t (*)(std::wstring_view strText);
-  /// For tests only, with nothing added yet: a hash that many paths share.
+  /// For tests only, before anything is added: replaces the hash, by one that gives many collisions.
   void SetHash(THash fnHash) { m_fnHash = fnHash; }
 
  private:
@@ -51,14 +51,14 @@ class CChangesByFile {
 
   std::pmr::unsynchronized_pool_resource m_oMemory;                   // for the maps' nodes
   std::pmr::unordered_map<std::size_t, TFile> m_atFiles{&m_oMemory};  // by hash of the path
-  // The same, for files that have come back.
+  // Also by hash: the maps of files that were selected again.
   std::pmr::unordered_map<std::size_t, TItems> m_atReturned{&m_oMemory};
   std::deque<std::pair<std::uint32_t, std::uint32_t>> m_anList;  // change and item
   std::size_t m_nSelected = 0;                                   // hash of the selected file's path
   bool m_bSelected = false;
   THash m_fnHash = [](std::wstring_view strText) { return std::hash<std::wstring_view>()(strText); };
-  TItems m_anNew{&m_oMemory};   // of the selected file when it comes for the first time
-  TItems* m_pItems = &m_anNew;  // of the selected file
+  TItems m_anNew{&m_oMemory};   // the selected file's items if it is selected for the first time
+  TItems* m_pItems = &m_anNew;  // the selected file's items: m_anNew or one of m_atReturned
 };
 
 }  // namespace TALVEK::MCE

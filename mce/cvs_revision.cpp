@@ -10,8 +10,8 @@ namespace TALVEK::MCE {
 
 namespace {
 
-// Nearly every number in a log is plain digits and dots; this reads those without a copy. Nine digits fit 32
-// bits.
+// Fast path: nearly every number in a log is digits and dots, and is read here without a copy. Nine digits
+// fit 32 bits.
 bool ParsePlain(std::wstring_view strText, TCVSRevision& oRevision) {
   std::uint32_t nComponent = 0;
   int nDigits = 0;
@@ -41,8 +41,8 @@ void TCVSRevision::Parse(std::wstring_view strText) {
   AddPieces(strText);
 }
 
-// Splits as the toolkit's tokenizer does, which looks at a long row of dots over and over again. Of dots
-// alone it makes one empty piece.
+// Splits as wxStringTokenizer does, which takes quadratic time for a run of dots. A text of dots alone is one
+// empty piece, as there.
 void TCVSRevision::AddPieces(std::wstring_view strText) {
   const std::size_t nLast = strText.find_last_not_of(L'.');
   if (nLast == std::wstring_view::npos && !strText.empty()) Add(0);
@@ -55,7 +55,7 @@ void TCVSRevision::AddPieces(std::wstring_view strText) {
 }
 
 VCM::CString TCVSRevision::GetText() const {
-  std::string strText;  // std::to_wstring goes through printf
+  std::string strText;  // std::to_wstring is slow: it calls printf
   for (const std::uint32_t nComponent : *this) {
     if (!strText.empty()) strText += '.';
     strText += std::to_string(static_cast<std::int32_t>(nComponent));

@@ -33,8 +33,8 @@ struct TCVSRevision : VCM::CArray<std::uint32_t> {
   void AddPieces(std::wstring_view strText);
 };
 
-/// The order of revision numbers: component by component, unsigned, a number before every longer one that
-/// begins with it. Returns -1 or +1 and never 0: equal numbers compare as +1 either way.
+/// Compares revision numbers for sorting: component by component, unsigned; a prefix comes before the longer
+/// number. Returns -1 or +1 and never 0: two equal numbers give +1, in either order.
 int CompareRevisions(const TCVSRevision& oLeft, const TCVSRevision& oRight);
 
 }  // namespace TALVEK::MCE

@@ -20,7 +20,7 @@ struct TFileRecord {
   VCM::CProperties oProps;
 };
 
-/// "file": index 0 by "ID". Two of its fields are called "Path"; the schema is the server's.
+/// "file": index 0 by "ID". Two of its fields are called "Path": the schema is the server's, don't mend it.
 class CFileTable : public CTableBase<CFileTable> {
  public:
   static const VDB::TFileDef s_tFileDef;

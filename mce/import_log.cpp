@@ -1,5 +1,5 @@
-// Nothing may be said about a file that can't be written; the toolkit would tell the server's standard error,
-// hence the wxLogNull.
+// A log file that can't be written is no reason for a message. wxWidgets would print one on the server's
+// standard error; wxLogNull suppresses it.
 
 #include "mce/import_log.h"
 
@@ -19,13 +19,13 @@ namespace TALVEK::MCE {
 
 namespace {
 
-// The hour's seconds only: enough to see how long a step took, whatever day the import ran.
+// A line's prefix is the second of the hour. That is enough to see how long a step took.
 constexpr int SECONDS_PER_HOUR = 3600;
 
 }  // namespace
 
-/// The toolkit's text stream, with native line ends and UTF-8, and a way past its conversions: those copy a
-/// line character by character and take longer than all else that is done to write it.
+/// wxWidgets' text stream in UTF-8, with a function that writes bytes without its conversion. That copies a
+/// line character by character, which took longer than everything else in writing a line.
 class CImportLog::CLineStream : public wxTextOutputStream {
  public:
   /// The stream is lent and must outlive this one.
@@ -63,11 +63,10 @@ bool CImportLog::Open() {
   oFile.AssignTempFileName("Talvek");
   const wxString strPath = oFile.GetFullPath();
   m_strPath = VCM::CString(strPath.ToStdWstring());
-  // A log that was only paused has its file open still. It ends here: each of its lines has been flushed.
+  // After Pause the old file is still open. Nothing in it is lost: each line has been flushed.
   CloseFile();
   m_poFile = std::make_unique<wxFFileOutputStream>(strPath, "wb");
-  // The toolkit's checks speak up when a file is written that isn't open; without a stream the lines are lost
-  // in silence.
+  // No stream over a file that isn't open: wxWidgets' assertions would print a message for each line.
   if (m_poFile->IsOk()) m_poLines = std::make_unique<CLineStream>(*m_poFile);
   return true;
 }

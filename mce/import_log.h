@@ -11,20 +11,22 @@
 
 namespace TALVEK::MCE {
 
-/// One line of the import log: the second of the current hour (0 to 3599), ": ", the text and a line feed,
-/// which is added only where the text doesn't end with one. `nNow` is the time in seconds since 1970 UTC.
+/// One line of the import log: the second of the hour (0 to 3599), ": ", the text, and a line feed unless the
+/// text ends with one. `nNow` is the time in seconds since 1970 UTC.
 VCM::CString MakeLogLine(VCM::CString strText, long long nNow);
 
 /// The import log: a temporary file, the host's connection, or both.
 ///
-/// Shape    Closed at first. While it is closed, lines are dropped.
-/// Errors   None: lines for a file that can't be written are lost without a message.
+/// Shape    Closed at first; a closed log drops lines. For a log that goes to both, call Open before
+///          LogToConnection: once the log is open, Open makes no file.
+/// Errors   None: lines for a file that can't be written are lost without a message. What the connection
+///          throws passes through.
 /// Owns     The file's stream, not the file: that stays for the host.
 class CImportLog {
  public:
   using TReposView = VRW::TObjectInvokeRef<VRO::CReposView>;
 
-  /// The view is lent; it may be set later, up to the first line for the connection.
+  /// The view is lent. It may still be empty: lines for the connection are dropped until the host sets it.
   explicit CImportLog(const TReposView& oReposView);
   ~CImportLog();
   CImportLog(const CImportLog&) = delete;
@@ -57,7 +59,7 @@ class CImportLog {
   bool m_bToConnection = false;
 };
 
-/// Where the parts of a provider write lines for the import log.
+/// Through this the parts of a provider write to the import log without knowing the provider.
 class CLogSink {
  public:
   /// `fnWrite` takes each line's text, without a line end; `fnIsOpen` tells whether lines are wanted.
@@ -65,7 +67,7 @@ class CLogSink {
 
   /// One line, printf style; "%s" takes wide text.
   void WriteLog(const wchar_t* pszFormat, ...) const;
-  /// False while lines are dropped: ask before making a costly one.
+  /// False while lines are dropped: check it before building a line that costs much.
   bool IsLogOpen() const { return m_fnIsOpen(); }
 
  private:

@@ -24,12 +24,12 @@ enum TChangeItemType : std::uint32_t {
 
 /// Properties that a provider keeps with a stream (CProvider::TStreamInfo::oProps); an absent one is 0.
 enum TStreamProperty : std::uint16_t {
-  STREAM_CREATED = 0,  ///< earliest time at which it can have been made, seconds since 1970 UTC; 0: not known
-  STREAM_MAX_CREATED = 1,  ///< latest such time; 0: not known
+  STREAM_CREATED = 0,      ///< it was made at this time or later, seconds since 1970 UTC; 0: not known
+  STREAM_MAX_CREATED = 1,  ///< it was made before this time; 0: not known
   STREAM_IS_TAG = 2,       ///< 1: a tag, which names a state and never changes; 0: the trunk or a branch
 };
 
-/// Results of the operations that the host calls per element.
+/// Results of the operations that return int.
 enum TResult : int {
   RESULT_OK = 0,
   RESULT_FAILED = 1,  ///< a message has usually been written to the import log
@@ -48,16 +48,19 @@ struct TPropertyInfo {
 
 /// An import provider: a plug-in's one object, through which the host does everything.
 ///
-/// The order of the virtual operations is the contract with the host, which calls through the table; append
-/// nothing before the end. Calling order: GetPropertyInfo, ValidateStringProperty and SetProperty per
-/// property; CheckEnvironment; InitialiseClients; OpenLog or LogToConnection; EstablishStreams,
-/// EstablishChangesets; ResolveStreamLinkage, optionally LogStreamsAndChanges; then per stream (GetNextStream
-/// from the roots down) OnBeginStream and the walk over its changesets, per changeset OnProcessChange and the
-/// walk over its items; RemoveClients, GetLogPath, Destroy.
+/// The order of the virtual operations is the contract with the host, which calls them by position: add new
+/// ones only at the end.
 ///
-/// Errors   Result codes and truth values, as said at each operation. No exception but for allocation.
+/// Calls    In this order: GetPropertyInfo; for each property ValidateStringProperty and SetProperty;
+///          CheckEnvironment; InitialiseClients; OpenLog and LogToConnection, or only one of them;
+///          EstablishStreams; EstablishChangesets; ResolveStreamLinkage; LogStreamsAndChanges if wanted. Then
+///          for each stream (GetNextStream, from the roots down) OnBeginStream and the walk over its
+///          changesets; for each changeset OnProcessChange and the walk over its items. At the end
+///          RemoveClients, GetLogPath, Destroy.
+/// Errors   Result codes and truth values, as said at each operation. Exceptions come only from allocation
+///          and from the host's connection, when that gets a line of the import log.
 /// Owns     The host owns the object and ends it with Destroy.
-/// Threads  One thread, one call at a time. Retrieving files changes the working directory meanwhile.
+/// Threads  One thread, one call at a time. While files are retrieved the working directory changes.
 class CProvider {
  public:
   /// A stream: the trunk, a branch or a tag.
@@ -84,74 +87,82 @@ class CProvider {
     VCM::CString strUser;
     long long nTime = 0;  ///< seconds since 1970 UTC, 0 to 4294967295
     VCM::CString strComment;
-    std::uint32_t nItemCount = 0;  ///< one more than the number of items
+    std::uint32_t nItemCount = 0;  ///< one more than the number of items; 0 when it never had one
   };
 
   /// A change item: one file of a changeset.
   struct TChangeItemInfo {
     std::uint32_t nChangeID = 0;
-    std::uint32_t nType = 0;   ///< TChangeItemType
-    VCM::CFilePath oFilePath;  ///< relative to the stream
-    std::int32_t nRevision = 0;
+    std::uint32_t nType = 0;     ///< TChangeItemType
+    VCM::CFilePath oFilePath;    ///< relative to the stream
+    std::int32_t nRevision = 0;  ///< rank among the file's revisions; 0 for CVS
   };
 
   CProvider(const CProvider&) = delete;
   CProvider& operator=(const CProvider&) = delete;
 
-  /// Ends the provider. Does nothing on a null object.
+  /// Deletes the provider and its database. Does nothing on a null object.
   virtual void Destroy() = 0;
   /// Forgets all streams; the next EstablishStreams searches again.
   virtual void ResetStreams() = 0;
-  /// Copies the next stream whose parent is `nParentID` (0, and a number that no stream has: the roots) and
-  /// moves `poPosition` behind it. RESULT_END at the end: `tStream` then holds the last stream looked at.
+  /// Copies the next stream whose parent is `nParentID` and moves `poPosition` behind it. 0, or a number that
+  /// no stream has, gives the roots. RESULT_END at the end: `tStream` is then the last stream of all,
+  /// whatever its parent.
   virtual int GetNextStream(POSITION*& poPosition, TStreamInfo& tStream, unsigned int nParentID) = 0;
   /// 0: nothing to report; 1: `strMessage` holds a warning.
   virtual int CheckEnvironment(VCM::CString& strMessage) = 0;
   /// Searches for the streams, once. `nCount` becomes their number.
   virtual int EstablishStreams(unsigned int& nCount) = 0;
-  /// Ties each stream to the change of its parent from which it starts (TStreamInfo::nBaseChangeID).
+  /// Sets the base change of each stream (TStreamInfo::nBaseChangeID): the change of its parent from which it
+  /// starts. Streams copied before don't have it. Call it after EstablishChangesets.
   virtual int ResolveStreamLinkage() = 0;
-  /// Selects the stream that the changeset walk is over, and the folder below which its files go.
+  /// Selects the stream for the changeset walk, and the folder below which its files go.
   virtual int OnBeginStream(unsigned int nStreamID, const wchar_t* pszFolder) = 0;
   /// The changesets of the current stream, in ascending time.
   virtual int OnFirstChangeset(TChangeInfo& tChange) = 0;
   virtual int OnNextChangeset(TChangeInfo& tChange) = 0;
-  /// Makes ready to retrieve the files of the changeset that the walk stands on. Without it the item walk
-  /// retrieves nothing.
+  /// Says that the files of the walk's current changeset are wanted. Without it the item walk retrieves
+  /// nothing.
   virtual int OnProcessChange(TChangeInfo& tChange) = 0;
   /// The items of the current changeset. Each call makes the item's folder and retrieves its file; the result
   /// is RESULT_FAILED when either failed, and `tItem` is filled all the same.
   virtual int OnFirstChangeItem(TChangeItemInfo& tItem) = 0;
   virtual int OnNextChangeItem(TChangeItemInfo& tItem) = 0;
-  /// Records the changesets, once. `nCount` becomes their number.
+  /// Completes the changesets in the import database, once. `nCount` becomes their number.
   virtual int EstablishChangesets(unsigned int& nCount) = 0;
   /// Any key is stored; see GetPropertyInfo for those that mean something.
   virtual void SetProperty(const VCM::CString& strKey, const VCM::CString& strValue) = 0;
+  /// The provider's property table; static.
   virtual const TPropertyInfo* GetPropertyInfo() = 0;
+  /// False when the provider can't use the value; `strMessage` then says why. The provider may correct
+  /// `strValue`. This class accepts every value.
   virtual bool ValidateStringProperty(const wchar_t* /*pszKey*/, VCM::CString& /*strValue*/,
                                       VCM::CString& /*strMessage*/) {
     return true;
   }
   /// Names the folder below which files are retrieved: `{folder}/{stream name}/{file path}`.
   virtual bool InitialiseClients(const VCM::CString& strClientFolder) = 0;
+  /// Ends what InitialiseClients began. Files stay; the folder is the host's.
   virtual bool RemoveClients() = 0;
   /// Retrieves all files of the current stream as of a time (seconds since 1970 UTC; 0: now).
   virtual bool RetrieveFiles(unsigned int /*nTime*/) { return false; }
-  /// Sends the import log to the connection behind the repository view.
+  /// Opens the import log and sends its lines to the connection behind the repository view. Call OpenLog
+  /// before if there is to be a file, too.
   virtual void LogToConnection() = 0;
-  /// True: logs to a new temporary file. False: stops logging.
+  /// True: opens the log with a new temporary file, unless it is open. False: drops lines from now on.
   virtual void OpenLog(bool bOpen) = 0;
   virtual bool IsLogOpen() const = 0;
   /// Closes the log and returns its file's path; empty when there was none. The file is the host's.
   virtual VCM::CString GetLogPath() = 0;
   /// One line, printf style; "%s" takes wide text.
   virtual void WriteLog(const wchar_t* pszFormat, ...) = 0;
+  /// Writes all streams and changesets to the import log, while that is open.
   virtual void LogStreamsAndChanges() = 0;
 
   virtual ~CProvider() = default;
 
-  /// Writes `strText` to the log of the provider `pContext`, as a format without arguments: a "%" in it is a
-  /// directive. Callers that log foreign text must not use it.
+  /// Writes to the log of the provider `pContext`. Careful: `strText` is used as a printf format without
+  /// arguments, so never pass text from outside.
   static void WriteLogCallback(const VCM::CString& strText, void* pContext) {
     static_cast<CProvider*>(pContext)->WriteLog(strText.c_str());
   }
@@ -168,7 +179,8 @@ class CProvider {
  protected:
   CProvider() = default;
 
-  // In this order: a host built against the interface reads them in place.
+  // Keep the order: hosts read the members at their offsets. What a host makes of the two capabilities is its
+  // own; talvek-import ignores them.
   VRW::TObjectInvokeRef<VRO::CReposView> m_oReposView;
   VCM::CString m_strName;         // short and lower case: "cvs"
   VCM::CString m_strDisplayName;  // "CVS"

@@ -49,7 +49,8 @@ CProviderBase::~CProviderBase() {
 }
 
 void CProviderBase::Destroy() {
-  // Through a volatile copy, or the compiler takes the test for granted: a host may hold no provider at all.
+  // `this` may be null: a host may call Destroy without a provider. The volatile copy keeps the compiler from
+  // removing the test.
   CProviderBase* volatile poProvider = this;
   if (poProvider) delete poProvider;
 }

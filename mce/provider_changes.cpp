@@ -1,4 +1,4 @@
-// What a concrete provider adds to the import database and asks it for.
+// The calls by which a concrete provider adds changes to the import database and searches them.
 
 #include <limits>
 #include <utility>
@@ -68,8 +68,8 @@ bool CProviderBase::AddChangeItem(unsigned int nChangeID, unsigned int nItem, TC
   return NoteFailure(m_poChangeItemIterator->Add(m_tChangeItem));
 }
 
-// The item record and its iterator move as if every item of the change were looked at: to the item found,
-// else to the first item of the next change, else to the last one of all.
+// The item walk ends up where a loop over the change's items would leave it: on the item found, else on the
+// first item of the next change, else on the last item of all.
 bool CProviderBase::CheckForExistingItem(const TChangeRecord& tChange, const VCM::CFilePath& oPath,
                                          int& nRevision) {
   if (!m_poChangeItemIterator) return false;

@@ -42,7 +42,7 @@ void CProviderBase::WriteLog(const wchar_t* pszFormat, ...) {
 
 void CProviderBase::LogStreamsAndChanges() {
   PrepareForChanges(false);
-  // The iterator doesn't open when another transaction is.
+  // The iterator isn't open if another transaction was open when it was made.
   if (!IsLogOpen() || !m_poChangeIterator || !m_poChangeIterator->IsOpen()) return;
   for (const TStreamInfo& tStream : m_oStreams) {
     WriteLog(L"Processing stream '%s' (id=%d,parentid=%d,destpath=%s,srcpath=%s,basechangeid=%d)",

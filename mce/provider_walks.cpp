@@ -14,7 +14,6 @@ constexpr unsigned FOLDER_MODE = 0777;
 void CProviderBase::ResetStreams() {
   m_oStreams.RemoveAll();
   m_bStreamsEstablished = false;
-  // A new search finds the changes anew.
   m_oFailure = {};
   m_bChangesLost = false;
 }
@@ -39,11 +38,11 @@ int CProviderBase::GetNextStream(POSITION*& poPosition, TStreamInfo& tStream, un
     m_bStreamsEstablished = true;
   }
   const unsigned int nWantedParent = m_oStreams.FindByID(nParentID) >= 0 ? nParentID : 0;
-  // The host's position is the index of the next stream to look at.
+  // The host's opaque position is the index of the next stream to look at.
   auto nIndex = reinterpret_cast<std::intptr_t>(poPosition);
   if (nIndex < 0 || nIndex >= m_oStreams.GetCount()) return RESULT_END;
   const int nFound = m_oStreams.FindChild(nWantedParent, static_cast<int>(nIndex));
-  // At the end it is as if each of the others had been looked at.
+  // At the end the host gets the list's last stream, as from a loop over all of them.
   const int nLast = nFound < 0 ? m_oStreams.GetCount() - 1 : nFound;
   tStream = m_oStreams[nLast];
   // NOLINTNEXTLINE(performance-no-int-to-ptr): to the host it is opaque.
@@ -138,7 +137,7 @@ int CProviderBase::OnNextChangeItem(TChangeItemInfo& tItem) {
 
 bool CProviderBase::EnsureFolderExists(const VCM::CFilePath& oPath) {
   if (oPath.GetCount() <= 1) return true;
-  // Where the last folder is, so are those above it: mostly one question is enough.
+  // Usually one system call: if the innermost folder exists, so do those above it.
   VCM::CFilePath oLast = oPath;
   oLast.RemoveLastItem();
   if (VCM::FolderExists(oLast.GeneratePath(m_oWorkFolder))) return true;

@@ -35,7 +35,7 @@ void CStreamList::Replace(int nPlace, const TStreamInfo& tStream) {
 
 void CStreamList::AddName(int nPlace) {
   LowerInto(m_atStreams[nPlace].strName.View(), m_strKey);
-  // Of equal names the first one stays. The key is given away: a name may be as long as the log.
+  // Of equal names the first one stays. The key is moved, not copied: a name may be as long as the log.
   m_oPlacesByName.try_emplace(std::move(m_strKey), nPlace);
 }
 

@@ -13,15 +13,14 @@
 
 namespace TALVEK::MCE {
 
-/// The streams of an import, in the order in which they were found, with two indexes beside them: the
-/// children of a parent, and the first stream of a name. The host asks for the children of each stream, the
-/// search for every name of every file, and a history can have a million streams.
+/// The streams of an import, in the order in which they were found, with two indexes: the children of a
+/// parent, and the first stream of a name. A history can have a million streams; the host searches the
+/// children of each, and the stream search each name of each file.
 ///
-/// Shape    Places count from 0. The list changes only through Add, Replace, SetBaseChange and RemoveAll, and
-///          these keep both indexes right: nothing has to be told to them.
+/// Shape    Places count from 0. Add, Replace, SetBaseChange and RemoveAll keep both indexes up to date.
 /// Errors   A place outside the list throws VCM::EArrayIndexOutOfRange.
-/// Cost     Lookups by name are constant, by parent logarithmic. Replacing a stream by one of another name
-///          reads all names again; an import never does that.
+/// Cost     Lookups by name are constant, by parent logarithmic. A Replace that changes the name rebuilds the
+///          index of names; an import never does that.
 class CStreamList {
  public:
   using TStreamInfo = CProvider::TStreamInfo;
@@ -37,7 +36,7 @@ class CStreamList {
   void SetBaseChange(int nPlace, std::uint32_t nChangeID) { m_atStreams[nPlace].nBaseChangeID = nChangeID; }
   void RemoveAll();
 
-  /// Place of the stream with this number, or -1. Streams numbered from 1 in their order are found at once.
+  /// Place of the stream with this ID, or -1. Constant when IDs count from 1 in list order, else linear.
   int FindByID(std::uint32_t nStreamID) const;
   /// Place of the first stream of this name, without regard to case, or -1.
   int FindByName(std::wstring_view strName) const;
@@ -56,8 +55,8 @@ class CStreamList {
 
   VCM::CArray<TStreamInfo> m_atStreams;
   std::unordered_map<std::wstring, int, THash, std::equal_to<>> m_oPlacesByName;  // in lower case
-  std::set<std::pair<std::uint32_t, int>> m_oChildren;                            // parent's number, place
-  mutable std::wstring m_strKey;                                                  // kept for its storage
+  std::set<std::pair<std::uint32_t, int>> m_oChildren;                            // parent's ID, place
+  mutable std::wstring m_strKey;  // scratch; a member to reuse its memory
 };
 
 }  // namespace TALVEK::MCE

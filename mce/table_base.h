@@ -14,12 +14,13 @@ class CTableBase : public VDB::CTable {
   const VDB::TIndexDef* GetIndexDefs() const override { return TTable::s_atIndexDefs; }
 };
 
-/// Base of a record class that is handled by pointer: copies and deletes it as what it is.
+/// Base of the record class TRecord: implements VDB::TRecordBase's operations for it.
 template <class TRecord>
 struct TTableRecord : VDB::TRecordBase {
   VDB::TRecordBase* Clone() const override { return new TRecord(static_cast<const TRecord&>(*this)); }
   void Delete() override {
-    // Through a volatile copy, or the compiler takes the test for granted: callers may hold no record at all.
+    // `this` may be null: callers delete records that they may not have. The volatile copy keeps the compiler
+    // from removing the test.
     TTableRecord* volatile poRecord = this;
     if (poRecord) delete poRecord;
   }

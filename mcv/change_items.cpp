@@ -25,16 +25,16 @@ bool IsFirstVendorRevision(const MCE::TCVSRevision& oRevision) {
   return true;
 }
 
-/// Until when revision `nRevision` stays current: when the next one in the list was committed, on whatever
-/// line. The first vendor revision is passed over: `cvs import` makes it together with 1.1.
+/// When revision `nRevision` is replaced: at the commit of the next revision in the list, on whatever branch.
+/// 1.1.1.1 is skipped, because `cvs import` makes it together with 1.1.
 long GetEndTime(const VCM::CArray<TRevInfo>& atRevisions, int nRevision) {
   int nNext = nRevision + 1;
   if (nNext < atRevisions.GetCount() && IsFirstVendorRevision(atRevisions[nNext].oRevision)) ++nNext;
   return nNext < atRevisions.GetCount() ? static_cast<long>(atRevisions[nNext].oTime.GetUTC()) : NEVER;
 }
 
-/// What the revisions of one file do, in their order. The flags are the file's, not a line's: a branch
-/// revision of a file that lives on the trunk is an edit.
+/// Tells what each revision of one file does, in their order. The flags are for the file, not for each
+/// branch: on a branch, too, the first revision of a file that exists on the trunk is an edit.
 class CChangeTypes {
  public:
   /// False when the revision is no change.
@@ -70,11 +70,11 @@ void AddFileChanges(TFileInfo& tFile, MCE::CProvider::TStreamInfo& tStream, cons
                     MCE::CProviderBase& oEngine) {
   const VCM::CFilePath oPath = PathInModule(tFile.oPath);
   CChangeTypes oTypes;
-  int nInRecord = -1;  // the stream that `tStream` is a copy of
+  int nInRecord = -1;  // place of the stream that `tStream` is a copy of
   for (int i = 0; i < tFile.atRevisions.GetCount(); ++i) {
     TRevInfo& tRevision = tFile.atRevisions[i];
     const int nStream = ChooseStream(tFile, tRevision.oRevision, oStreams);
-    if (nStream >= 0 && nStream != nInRecord) {  // most revisions are of the stream of the one before
+    if (nStream >= 0 && nStream != nInRecord) {  // usually the stream of the revision before
       tStream = oStreams[nStream];
       nInRecord = nStream;
     }

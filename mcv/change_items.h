@@ -6,12 +6,12 @@
 
 namespace TALVEK::MCV {
 
-/// Records each revision of a file as a change item of its stream: what it does to the file, and until when
-/// it stays current. The engine's AddChangeItem decides which changeset takes it. A revision whose branch is
-/// no stream gives no item.
+/// Gives each revision of a file to the engine as a change item of its stream: what it does to the file, and
+/// when the next revision replaces it. A revision whose branch is no stream gives no item. Which changeset
+/// takes the item is decided by CChangeGrouping::AddItem (mce/change_grouping.h), behind AddChangeItem.
 ///
-/// `tStream` is the search's working record; afterwards it holds the stream of the last revision. The numbers
-/// of the file's revisions are moved out of it.
+/// `tStream` is the search's working record; afterwards it holds the stream of the last revision, with ID 0
+/// if that has none. The numbers of the file's revisions are moved out of `tFile`.
 void AddFileChanges(TFileInfo& tFile, MCE::CProvider::TStreamInfo& tStream, const MCE::CStreamList& oStreams,
                     MCE::CProviderBase& oEngine);
 

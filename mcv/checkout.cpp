@@ -7,7 +7,7 @@ namespace TALVEK::MCV {
 
 namespace {
 
-/// A change is checked out file by file up to this "NextItem" (one more than its items), else as a whole.
+/// A change is checked out file by file up to this nNextItem, that is up to 29 items.
 constexpr std::uint32_t MAX_FILE_BY_FILE = 30;
 
 }  // namespace
@@ -54,9 +54,9 @@ VCM::CString CCheckout::GetRevisionArgument(const MCE::TChangeItemRecord& tItem)
   return MCE::TCVSRevision(strRevision).GetText();
 }
 
-// Changes are retrieved in the order of their times, so a note of an earlier revision is left from an earlier
-// change. Any other one is of this checkout: the client takes its own choice for the time, and notes 1.1.1.1
-// for an imported file whose item is 1.1.
+// Changes are retrieved in the order of their times, so an entry with an earlier revision is left over from
+// an earlier change. Any other entry is of this checkout, even with another revision than the item's: for a
+// file that `cvs import` made the client enters 1.1.1.1 where the item is 1.1.
 bool IsUnfinished(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath) {
   const CLIENT::TClientEntry tEntry = CLIENT::ReadEntry(strTargetPath);
   if (tEntry.nType != CLIENT::ENTRY_FOUND) return tEntry.nType == CLIENT::ENTRY_MISSING;

@@ -14,12 +14,11 @@
 
 namespace TALVEK::MCV {
 
-/// How the files of a change get into the client folder: a large change as one checkout of the whole module
-/// at the change's time, a small one file by file, each by its revision.
+/// Retrieves the files of a change into the client folder: for a large change by one checkout of the whole
+/// module as of the change's time, for a small one file by file, each by its revision.
 ///
-/// Shape    Initialise once; then for each change BeginChange, behind a CheckOutModule when it is a large
-/// one,
-///          and for each of its items RetrieveItem. What belongs to a change holds until the next one begins.
+/// Shape    Initialise once. Then for each change: if WantsModule, CheckOutModule and BeginChange(false, ..),
+///          else BeginChange(true, ..); then RetrieveItem for each of its items.
 /// Errors   A file that can't be retrieved is not there afterwards; the import log tells why.
 /// Owns     Nothing. Client and log sink are lent.
 /// Threads  One. The process's working directory changes while a checkout runs.
@@ -29,8 +28,8 @@ class CCheckout {
 
   CCheckout(CLIENT::CCvsClient& oClient, const MCE::CLogSink& oLog);
 
-  /// Takes the client folder, and whether every change is retrieved file by file. False when the folder is no
-  /// path.
+  /// Sets the client folder, and whether every change is retrieved file by file. False when the folder's text
+  /// is no path.
   bool Initialise(const VCM::CString& strClientFolder, bool bForceFileByFile);
   const VCM::CFilePath& GetClientPath() const { return m_oFolder.GetPath(); }
   bool IsForcedFileByFile() const { return m_bForceFileByFile; }
@@ -39,12 +38,13 @@ class CCheckout {
   bool WantsModule(const MCE::TChangeRecord& tChange) const;
   /// Checks out the stream's module as of a time, seconds since 1970 UTC.
   void CheckOutModule(const CLIENT::TModule& tModule, const TStreamInfo& tStream, long long nTime);
-  /// Begins a change; its time is taken only when it is retrieved file by file.
+  /// Begins a change. `nTime` is kept only with `bFileByFile`.
   void BeginChange(bool bFileByFile, std::uint32_t nTime);
   bool IsFileByFile() const { return m_bFileByFile; }
   std::uint32_t GetChangeTime() const { return m_nChangeTime; }
 
-  /// Sees to it that the item's file is at its place, with the item's time.
+  /// Retrieves the item's file, unless the module's checkout brought it, and gives it the item's time. A file
+  /// that a failed checkout left unfinished is removed.
   void RetrieveItem(const CLIENT::TModule& tModule, const TStreamInfo& tStream,
                     const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath);
 
@@ -60,8 +60,8 @@ class CCheckout {
   bool m_bModuleFailed = false;  // the last checkout of the whole module
 };
 
-/// True when the client, in a checkout of the whole module that failed, didn't get to the item's file, or
-/// broke off while it wrote it.
+/// After a failed checkout of the whole module: true when the client didn't finish the item's file. Its entry
+/// in CVS/Entries is then missing, or of an earlier revision.
 bool IsUnfinished(const MCE::TChangeItemRecord& tItem, const VCM::CString& strTargetPath);
 
 }  // namespace TALVEK::MCV

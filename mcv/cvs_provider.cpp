@@ -1,8 +1,8 @@
-// What the host asks of the provider, and the one pass over the log that finds the streams and records every
-// file revision as a change item.
+// The host's calls, and the one pass over the log that finds the streams and records every file revision as a
+// change item.
 //
-// A line of the log goes from CLogParser, which cuts items, to CFileEnum, which makes files of them; a file's
-// names go to CStreamSearch, its revisions to AddFileChanges.
+// ReadFiles runs that pass: CLogParser cuts the lines into items, CFileEnum puts the items together into
+// files; then the names of each file go to CStreamSearch and its revisions to AddFileChanges.
 
 #include "mcv/cvs_provider.h"
 
@@ -63,8 +63,7 @@ bool CProvider::SearchForStreams() {
   ReadFiles();
   WriteLog(L"Finished Parsing Log");
   if (IsLogOpen()) DumpStreamChildren(0, L"");
-  // At its end the stream is no longer "ok"; what tells a log that was read whole from one that broke off is
-  // that the end has been seen.
+  // Not IsOk(), which is false at the end as well as after an error.
   return m_oLogSource.GetInput()->Eof();
 }
 
@@ -99,7 +98,7 @@ void CProvider::GetTagFilters() {
   m_oTagFilters.Read(GetStringProperty(L"IncludeTags"), GetStringProperty(L"ExcludeTags"));
 }
 
-// A branch starts from the last change of its parent up to the time at which it was made.
+// A branch starts from its parent's last change at or before the time at which it was made.
 int CProvider::ResolveStreamLinkage() {
   for (int i = 0; i < m_oStreams.GetCount(); ++i) {
     if (m_oStreams[i].nParentID == 0) continue;

@@ -23,11 +23,11 @@ inline constexpr wchar_t PSZ_TRUNK_NAME[] = L"Head";
 /// checkout` for the files.
 ///
 /// Parts       Its members do the work: client, log source, tag filters, stream registry, checkout. The
-///             provider reads the properties for them, and SearchForStreams leads a log through them.
+///             provider reads the properties for them, and SearchForStreams passes a log through them.
 /// Properties  As in s_atPropertyInfo; each is read when it is needed.
-/// Errors      A failing `cvs` command is tried again and shows in the import log; only a history that can't
-///             be read at all makes SearchForStreams fail. A file that can't be retrieved is not there
-///             afterwards.
+/// Errors      A failing `cvs` command is tried again, and the import log has its error output.
+///             SearchForStreams fails only when there is no log to read, or it breaks off. A file that can't
+///             be retrieved is not there afterwards.
 /// Threads     One. The process's working directory changes while a checkout runs.
 class CProvider : public MCE::CProviderBase {
  public:
@@ -51,6 +51,7 @@ class CProvider : public MCE::CProviderBase {
 
   /// Runs a `cvs` command, and leaves its standard output in the log source.
   bool ExecuteCommand(const VCM::CString& strCommandLine);
+  /// Runs `cvs rlog`, or opens the saved log, and leaves it in the log source.
   void GenerateLog();
   void ClearInputStream() { m_oLogSource.Clear(); }
   void CleanUpLog() { ClearInputStream(); }

@@ -1,4 +1,4 @@
-// What the plug-in shows to its host.
+// The two functions that the plug-in exports (mce/provider.h has their types).
 
 #include <cwchar>
 

@@ -59,7 +59,7 @@ bool CFileEnum::GetNextFile(TFileInfo& tFile, const VCM::CArray<VCM::CString>& a
     }
   }
 
-  std::swap(tFile.oPath, m_tCurrentItem.oPath);  // a path may be as long as the log
+  std::swap(tFile.oPath, m_tCurrentItem.oPath);  // no copy: a path may be as long as the log
   for (int i = 0; i < m_tCurrentItem.astrTagNames.GetCount(); ++i) {
     TTagInfo tTag{m_tCurrentItem.astrTagNames[i], std::move(m_tCurrentItem.aoTagRevisions[i]), false};
     NormaliseTag(tTag);

@@ -30,28 +30,28 @@ struct TRevInfo {
 
 /// One RCS file.
 struct TFileInfo {
-  VCM::CFilePath oPath;               ///< as TLogItem::oPath; empty when the log's path couldn't be read
+  VCM::CFilePath oPath;               ///< as TLogItem::oPath; empty when the log has no readable path
   VCM::CArray<TTagInfo> atTags;       ///< sorted by CompareTags
   VCM::CArray<TRevInfo> atRevisions;  ///< sorted by CompareRevs
 };
 
-/// The order of revision numbers (MCE::CompareRevisions), -1 or +1, for CArray::Sort.
+/// Order by number (MCE::CompareRevisions: -1 or +1, never 0), for CArray::Sort.
 int CompareRevs(const TRevInfo* ptLeft, const TRevInfo* ptRight);
 int CompareTags(const TTagInfo* ptLeft, const TTagInfo* ptRight);
 
-/// Puts the items of a log together into whole files, one at a time. What becomes of a file is up to
-/// CProvider::ReadFiles: its names go to CStreamSearch, its revisions to AddFileChanges.
+/// Puts the items of a log together into whole files, one at a time. CProvider::ReadFiles takes each file
+/// next: its names go to CStreamSearch, its revisions to AddFileChanges.
 ///
-/// Owns     The parser and at most one item that it has read too far. The stream is lent.
-/// Lifetime A file's texts are good until the next call of GetNextFile.
+/// Owns     The parser and one item of look-ahead. The stream is lent.
+/// Lifetime A file's texts are valid until the next call of GetNextFile.
 class CFileEnum {
  public:
   explicit CFileEnum(wxInputStream* poInput);
   CFileEnum(wxInputStream* poInput, const VCM::CString& strModuleName, const VCM::CString& strReposDir);
 
-  /// Fills `tFile`; false, with an empty record, when the log holds no further item. A log that ends in items
-  /// that belong to no file yields one last empty record. Without `bKeepTags` only branches are kept among
-  /// the names.
+  /// Fills `tFile`; false, with an empty record, at the end of the log. If the log ends in items that belong
+  /// to no file, they give one last empty record. The filters are CLogParser::GetNextItem's; without
+  /// `bKeepTags` names that aren't branches are dropped, too.
   bool GetNextFile(TFileInfo& tFile, const VCM::CArray<VCM::CString>& astrIncludeTags,
                    const VCM::CArray<VCM::CString>& astrExcludeTags, bool bKeepTags);
 

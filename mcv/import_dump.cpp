@@ -29,7 +29,7 @@ void Print(const std::string& strLine) {
   std::fwrite(strLine.data(), 1, strLine.size(), stdout);
 }
 
-/// The provider, with its database laid open.
+/// The provider with access to its database.
 class CDumpingProvider : public CProvider {
  public:
   void SetDefaults() {
@@ -38,7 +38,7 @@ class CDumpingProvider : public CProvider {
     }
   }
 
-  /// False when the database doesn't give back as much as has been put in.
+  /// Prints everything. False when the database returns fewer changes or items than were added.
   bool Dump() {
     DumpStreams();
     if (!PrepareForChanges(false)) return false;
@@ -108,13 +108,11 @@ int Fail(const std::string& strReason, TExitStatus nStatus) {
   return nStatus;
 }
 
-/// Moves the import log to where the user wants it; deletes it when nowhere.
+/// Moves the import log to `strTarget`. False when that can't be written; the log is deleted all the same.
 bool KeepLog(CProvider& oProvider, const std::string& strTarget) {
   const std::string strLog = VCM::ToBytes(oProvider.GetLogPath());
   std::error_code oError;
-  if (!strTarget.empty()) {
-    std::filesystem::copy_file(strLog, strTarget, std::filesystem::copy_options::overwrite_existing, oError);
-  }
+  std::filesystem::copy_file(strLog, strTarget, std::filesystem::copy_options::overwrite_existing, oError);
   std::error_code oIgnored;
   std::filesystem::remove(strLog, oIgnored);
   return !oError;
@@ -175,10 +173,11 @@ int RunCommandLine(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   TALVEK::VCM::OpenStandardDescriptors();
-  // A file that may not grow is a disk that is full. Children get the default back.
+  // A limit on the size of files then is a failed write, as on a full disk. CProcessCapture gives children
+  // the default action again.
   std::signal(SIGXFSZ, SIG_IGN);
-  // Whatever the caller's locale and time zone: the same history must give the same database. A `cvs` client
-  // prints dates in its caller's zone, of which only whole hours are read.
+  // The same history must give the same database in every locale and time zone. A `cvs` client prints dates
+  // in its caller's zone, and the parser reads only the whole hours of an offset.
   std::setlocale(LC_CTYPE, "C.UTF-8");
   setenv("TZ", "UTC", 1);
   try {

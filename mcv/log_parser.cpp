@@ -13,7 +13,7 @@ namespace {
 
 constexpr int MAX_POOLED_TEXTS = 262144;
 
-/// A file that is dead on the trunk lies in a folder "Attic" beside its living neighbours.
+/// CVS keeps the RCS file of a file that is deleted on the trunk in a subfolder "Attic".
 void RemoveAtticFolder(VCM::CFilePath& oPath) {
   const int nCount = oPath.GetCount();
   if (nCount < 2 || !oPath.GetItemText(nCount - 2).EqualsNoCase(L"Attic")) return;
@@ -23,8 +23,8 @@ void RemoveAtticFolder(VCM::CFilePath& oPath) {
   oPath.Add(strName);
 }
 
-/// An editor may have put the mark in front of a saved log; with it the first file's header would not be
-/// known as one, and the file be lost.
+/// An editor may have put the mark at the start of a saved log. The first line would then not be recognised
+/// as a header, and its file would be lost.
 void DropByteOrderMark(std::wstring_view& strLine) {
   const VCM::CString strMark = VCM::FromBytes("\xEF\xBB\xBF");
   if (strLine.starts_with(strMark.View())) strLine.remove_prefix(strMark.View().size());
@@ -35,7 +35,7 @@ int ParseState(std::wstring_view strState) {
   return VCM::EqualsNoCase(strState, L"dead") ? REVISION_DEAD : REVISION_OTHER;
 }
 
-/// The line behind the last name: "keyword substitution: kv".
+/// The line after the last name: "keyword substitution: kv".
 bool IsSubstitution(std::wstring_view strName) {
   constexpr std::wstring_view KEYWORD = L"keyword substitution";
   return strName.size() >= KEYWORD.size() && VCM::ToLower(strName[0]) == KEYWORD[0] &&
@@ -51,11 +51,11 @@ std::wstring_view TrimLeft(std::wstring_view strText) {
 /// A field of a line, such as "author: joe;".
 struct TField {
   std::wstring_view strKey;
-  bool bSeen = false;   // the first one counts, even without a value
-  bool bValue = false;  // a ";" ends it
+  bool bSeen = false;   // only the first field with the key counts, even if it has no value
+  bool bValue = false;  // true: it has a value, which ends at a ";"
   std::wstring_view strValue = {};
 
-  /// Takes the field whose value would begin at `nValue`, behind a colon.
+  /// Takes the value that begins at `nValue`, if the key stands right before it.
   void TakeAt(std::wstring_view strLine, std::size_t nValue) {
     if (bSeen || nValue < strKey.size()) return;
     bSeen = strLine.substr(nValue - strKey.size(), strKey.size()) == strKey;
@@ -66,7 +66,7 @@ struct TField {
   }
 };
 
-/// The fields of a revision's "date:" line, in whatever order. The values are good as long as the line.
+/// The fields of a revision's "date:" line, in any order. The values are valid as long as the line.
 struct TDateLine {
   TField tDate{L"date:"};
   TField tAuthor{L"author:"};
@@ -75,7 +75,7 @@ struct TDateLine {
   explicit TDateLine(std::wstring_view strLine) {
     std::size_t nColon = strLine.find(L':', 1);
     for (; nColon != std::wstring_view::npos && !IsWhole(); nColon = strLine.find(L':', nColon + 1)) {
-      // The letter before the colon tells most keys apart, and all of them from a time of day.
+      // The letter before the colon rules out most keys, and a time of day has none.
       const wchar_t chLast = strLine[nColon - 1];
       if (chLast == L'r') {
         tAuthor.TakeAt(strLine, nColon + 1);
@@ -116,8 +116,8 @@ CLogParser::CLogParser(wxInputStream* poInput, const VCM::CString& strModuleName
 
 CLogParser::~CLogParser() = default;
 
-// Only at a file's header: all references of one file then point into one pool, which lives on as the
-// previous one while the next file is read, however many texts a single file holds.
+// Called at a file's header only, so all references of one file point into one pool. That pool is kept as the
+// previous one until the next rotation, so they stay valid while the next header is read.
 void CLogParser::RotatePools() {
   if (m_poCurrentPool->GetCount() <= MAX_POOLED_TEXTS) return;
   m_poPreviousPool = std::move(m_poCurrentPool);
@@ -137,7 +137,7 @@ bool CLogParser::GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& a
 
   if (LineBegins(L"RCS file:")) {
     RotatePools();
-    m_oNameNumber.RemoveAll(true);  // one may be as long as the log
+    m_oNameNumber.RemoveAll(true);  // frees it: a number may be as long as the log
     GetNextFileItem(tItem, astrIncludeTags, astrExcludeTags, bKeepTags);
   } else if (LineBegins(L"revision ")) {
     GetNextRevisionItem(tItem);
@@ -202,7 +202,7 @@ bool CLogParser::ProcessFileLine(TLogItem& tItem, const VCM::CArray<VCM::CString
 bool CLogParser::ProcessPathLine(TLogItem& tItem) const {
   const VCM::CString strLine(m_strLine);
   const int nReposDir = m_strReposDir.IsEmpty() ? -1 : strLine.Find(m_strReposDir);
-  // Without the directory the path begins at the "/" in front of the module.
+  // If the repository's directory isn't in the line, the path begins at the "/" before the module's name.
   const int nStart =
       nReposDir >= 0 ? nReposDir + m_strReposDir.GetLength() : strLine.Find(m_strModuleName) - 1;
   if (nStart < 1) return false;
@@ -235,8 +235,7 @@ void CLogParser::ProcessNameLine(TLogItem& tItem, const VCM::CArray<VCM::CString
 }
 
 bool CLogParser::ProcessRevisionLine(TLogItem& tItem) {
-  // The keywords come before the message: a message line that begins with one is taken for that keyword's
-  // line.
+  // Keywords are looked for in the message, too, so a message line that begins with one counts as that line.
   if (LineBegins(L"revision")) {
     tItem.oRevision.Parse(LineFrom(9));
     return true;

@@ -54,15 +54,15 @@ struct TLogItem {
 ///   The message.
 ///   =============================================================================
 ///
-/// Keywords are compared without regard to case and on a fixed number of characters only. A message line that
-/// looks like a keyword line is taken for one, and one that begins with ten dashes or equals signs ends its
-/// item: the format has no way to tell them apart. A byte-order mark at the very start is passed over.
+/// Keywords are compared without regard to case, and only as many characters as the keyword has. A message
+/// line that begins like a keyword line is taken for one, and one that begins with ten dashes or equals signs
+/// ends its item: the format has no way to tell them apart. A byte-order mark at the very start is skipped.
 ///
-/// Decides  GetNextItem by the first line of an item; ProcessFileLine and ProcessRevisionLine by each line
-///          behind it. What becomes of an item is up to CFileEnum.
-/// Errors   None: a line of unknown form is ignored, a malformed number reads as 0. The input ends where its
-///          stream does, also in the middle of an item.
-/// Owns     Two string pools. The stream is lent and must outlive the parser. An item's references are good
+/// Decides  GetNextItem decides by an item's first line what the item is; ProcessFileLine or
+///          ProcessRevisionLine then decides what each further line is. CFileEnum takes the items next.
+/// Errors   None: a line of unknown form is ignored, a malformed number reads as 0. At the end of the input
+///          the current item ends, too.
+/// Owns     Two string pools. The stream is lent and must outlive the parser. An item's references are valid
 ///          until the header after the next one has been read.
 class CLogParser : public wxTextInputStream {
  public:
@@ -73,15 +73,15 @@ class CLogParser : public wxTextInputStream {
   ~CLogParser();
 
   /// Fills `tItem` with the next item; false at the end of the input. A symbolic name is kept when it matches
-  /// every pattern of `astrIncludeTags` and none of `astrExcludeTags` ("*" and "?" are wildcards, case
-  /// counts).
+  /// every pattern of `astrIncludeTags` and none of `astrExcludeTags` (CLIENT::PassesFilters). `bKeepTags` is
+  /// not used here: CFileEnum drops the tags.
   bool GetNextItem(TLogItem& tItem, const VCM::CArray<VCM::CString>& astrIncludeTags,
                    const VCM::CArray<VCM::CString>& astrExcludeTags, bool bKeepTags);
 
   /// The number of any text (MCE::TCVSRevision); always true.
   bool GetRevisionFromString(const VCM::CString& strText, MCE::TCVSRevision& oRevision);
 
-  /// Keeps a text as long as the current item's own.
+  /// Stores a text in the current pool: the reference is valid as long as the current item's.
   VCM::CStringRef Intern(std::wstring_view strText) { return m_poCurrentPool->Intern(strText); }
 
  private:
@@ -105,28 +105,28 @@ class CLogParser : public wxTextInputStream {
   std::wstring_view LineFrom(std::size_t nStart) const {
     return m_strLine.substr(std::min(nStart, m_strLine.size()));
   }
-  /// Each line is held against several keywords, and its first character mostly tells that it is none of
-  /// them.
+  /// True when the line begins with the keyword. As each line is compared with several keywords, the first
+  /// character is compared alone: usually it is enough to say no.
   template <std::size_t N>
   bool LineBegins(const wchar_t (&szKeyword)[N]) const {
     if (m_strLine.size() < N - 1 || CannotBeSame(m_strLine[0], szKeyword[0])) return false;
     return IsSameKeyword(m_strLine.substr(0, N - 1), {szKeyword, N - 1});
   }
-  /// CVS writes its keywords in one case.
+  /// Compares with regard to case first, because CVS always writes a keyword in the same case.
   static bool IsSameKeyword(std::wstring_view strText, std::wstring_view strKeyword) {
     return strText == strKeyword || VCM::EqualsNoCase(strText, strKeyword);
   }
-  /// True when an ASCII character can't be equal to one of a keyword, even without regard to case.
+  /// True when `ch` is ASCII and differs from the keyword's character by more than case.
   static bool CannotBeSame(wchar_t ch, wchar_t chKeyword) {
     return ch < 0x80 && ((ch ^ chKeyword) & ~0x20) != 0;
   }
   void RotatePools();
 
   VCM::CLineReader m_oLines;
-  std::wstring_view m_strLine;  // the reader's
+  std::wstring_view m_strLine;  // the current line; in the reader's buffer
   VCM::CString m_strModuleName;
   VCM::CString m_strReposDir;
-  MCE::TCVSRevision m_oNameNumber;  // kept for its storage
+  MCE::TCVSRevision m_oNameNumber;  // scratch; a member to reuse its memory
   int m_nSection = SECTION_NONE;
   bool m_bAtStart = true;
   std::unique_ptr<VCM::CStringPool> m_poCurrentPool;

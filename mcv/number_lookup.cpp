@@ -13,13 +13,13 @@ bool IsBefore(const MCE::TCVSRevision& oLeft, const MCE::TCVSRevision& oRight, i
                                       oRight.begin() + nRightCount);
 }
 
-/// True when `oLeft` is that number.
+/// True when `oLeft` equals that number.
 bool IsSame(const MCE::TCVSRevision& oLeft, const MCE::TCVSRevision& oRight, int nRightCount) {
   return oLeft.GetCount() == nRightCount && oLeft.IsPrefixOf(oRight);
 }
 
-/// Index of the first element with the number made of the first `nCount` components of `oNumber`, or -1. A
-/// record that was filled by hand may be unsorted.
+/// Index of the first element with the number made of the first `nCount` components of `oNumber`, or -1.
+/// Records that didn't come from CFileEnum may be unsorted; these are searched linearly.
 template <class TItem>
 int FindNumber(const VCM::CArray<TItem>& atItems, const MCE::TCVSRevision& oNumber, int nCount) {
   const auto fnSame = [&](const TItem& tItem) { return IsSame(tItem.oRevision, oNumber, nCount); };
@@ -42,18 +42,18 @@ int FindTagOfRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision
 
 int CTagNesting::NextParent() {
   const TTagInfo& tTag = m_tFile.atTags[m_nNext];
-  while (!m_anBeginnings.empty() && !Number(m_anBeginnings.back()).IsPrefixOf(tTag.oRevision))
-    m_anBeginnings.pop_back();
+  while (!m_anCandidates.empty() && !Number(m_anCandidates.back()).IsPrefixOf(tTag.oRevision))
+    m_anCandidates.pop_back();
 
   const int nCount = tTag.oRevision.GetCount();
   const int nMaxCount = nCount - (tTag.bIsBranch ? 2 : 1);
-  const auto it = std::find_if(m_anBeginnings.rbegin(), m_anBeginnings.rend(),
+  const auto it = std::find_if(m_anCandidates.rbegin(), m_anCandidates.rend(),
                                [&](int nTag) { return Number(nTag).GetCount() <= nMaxCount; });
-  const int nParent = nCount <= 3 || it == m_anBeginnings.rend() ? -1 : *it;
+  const int nParent = nCount <= 3 || it == m_anCandidates.rend() ? -1 : *it;
 
-  if (!m_anBeginnings.empty() && Number(m_anBeginnings.back()).GetCount() == nCount)
-    m_anBeginnings.pop_back();
-  m_anBeginnings.push_back(m_nNext++);
+  if (!m_anCandidates.empty() && Number(m_anCandidates.back()).GetCount() == nCount)
+    m_anCandidates.pop_back();
+  m_anCandidates.push_back(m_nNext++);
   return nParent;
 }
 

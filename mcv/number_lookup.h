@@ -7,30 +7,31 @@
 
 namespace TALVEK::MCV {
 
-// Lookups by number in the names and revisions of one file, which CFileEnum has sorted by number. Releases
-// and branches put thousands of names on a file, so none of these looks at all of them. Where several have
-// the same number, the first in sorted order counts.
+// Lookups by number in the names and revisions of one file, which CFileEnum has sorted by number. A file can
+// have thousands of names, so these are binary searches. Of several with the same number they find the first.
 
 /// The revision with this number, or null.
 const TRevInfo* FindRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision);
 
-/// Index of the name to whose line a revision belongs: the name's number is the revision's without its last
-/// component. -1 when there is none.
+/// Index of the name of the branch that a revision is on: the name's number is the revision's without the
+/// last component. -1 when there is none. (A tag with such a number counts, too.)
 int FindTagOfRevision(const TFileInfo& tFile, const MCE::TCVSRevision& oRevision);
 
-/// Walks over a file's names in sorted order and finds for each the name from which it branches: the last
-/// name before it whose number is a prefix of its own. Names of the same revision don't branch from each
-/// other, nor does a branch from the revision that it starts at.
+/// Walks over a file's names in sorted order and finds for each its parent: the last name before it whose
+/// number is a prefix of its own and shorter by at least one component, for a branch by at least two. So
+/// names of one revision aren't each other's parents, and the revision that a branch starts at isn't its
+/// parent.
 ///
-/// Once a number is no prefix of the current one, it is no prefix of any later one either: the numbers are
-/// sorted. So the candidates form a stack.
+/// The numbers are sorted, so a number that isn't a prefix of the current one isn't a prefix of any later
+/// one. The candidates therefore form a stack. A name costs amortised constant time, times the length of its
+/// number.
 class CTagNesting {
  public:
-  /// The file is lent, and must stay as it is meanwhile.
+  /// The file is lent, and must not change during the walk.
   explicit CTagNesting(const TFileInfo& tFile) : m_tFile(tFile) {}
 
-  /// Goes on to the next name; returns the index of the name that it branches from, or -1. A name on the
-  /// trunk, or on a first branch, has none.
+  /// Returns the index of the next name's parent, or -1. A number of up to three components (the trunk, a
+  /// branch of it) has none. Call it once for each name.
   int NextParent();
 
  private:
@@ -38,7 +39,7 @@ class CTagNesting {
 
   const TFileInfo& m_tFile;
   int m_nNext = 0;
-  std::vector<int> m_anBeginnings;  // each number begins with the one below it; the last name of each number
+  std::vector<int> m_anCandidates;  // a stack: each one's number is a prefix of the next one's
 };
 
 }  // namespace TALVEK::MCV

@@ -88,8 +88,8 @@ int CStreamRegistry::CompareCreationTime(const TStreamInfo* ptLeft, const TStrea
   return static_cast<std::int32_t>(nLeft - nRight);
 }
 
-// Without recursion: a log can nest as many streams in each other as it names. A stream's children are
-// printed once, so that a circle of parents comes to an end.
+// Without recursion, because a log can nest streams to any depth. Each stream's children are printed once, so
+// that a circle of parents ends.
 void CStreamRegistry::DumpStreamChildren(unsigned int nParentID, const wchar_t* pszIndent) {
   std::unordered_set<unsigned int> anPrinted{nParentID};
   std::vector<CSiblings> aoOpen{CSiblings(m_oStreams, nParentID)};

@@ -43,15 +43,16 @@ void CStreamSearch::CreateStreamForTag(TStreamInfo& tStream, const TFileInfo& tF
   if (m_oProperties.GetBooleanProperty(L"CreateBranches")) m_oStreams.AddStream(tStream);
 }
 
-// A parent is only ever moved deeper. Below the trunk any proposal is taken at once, which can build circles;
-// so the walk upwards ends when it has made as many steps as there are streams.
+// A stream is only moved to a proposed parent that lies below its present one. While its parent is the trunk
+// it takes any proposal, unchecked, so parents can form a circle; the walk upwards therefore ends after as
+// many steps as there are streams.
 bool CStreamSearch::MoveBelow(TStreamInfo& tStream, unsigned int nProposedParent, const TFileInfo& tFile) {
   if (nProposedParent <= MAIN_STREAM_ID) return false;
   if (tStream.nParentID <= MAIN_STREAM_ID) {
     tStream.nParentID = nProposedParent;
     return true;
   }
-  if (nProposedParent == tStream.nParentID) return false;  // nearly every file but the first
+  if (nProposedParent == tStream.nParentID) return false;  // the usual case, in all files but the first
   const MCE::CStreamList& oList = m_oStreams.GetList();
   unsigned int nAbove = nProposedParent;
   for (int nSteps = 0; nAbove > MAIN_STREAM_ID && nSteps < oList.GetCount(); ++nSteps) {

@@ -8,18 +8,18 @@
 namespace TALVEK::MCV {
 
 /// Makes streams of the symbolic names of files: finds each name's stream or adds one, chooses its parent and
-/// narrows the time at which it was made.
+/// narrows the time at which it was made (SetStreamCreationTime in mcv/stream_times.h).
 ///
-/// Shape    Files in the order of the log, with one working record for all of them: a name seen for the first
-///          time starts from whatever the record holds, so a new stream inherits the times of the stream that
-///          came before.
+/// Shape    Call ProcessFileNames for the files in the order of the log, always with the same working record.
+///          A new stream starts as a copy of that record, so it inherits the times of the stream before it.
+///          The result of an import depends on that.
 /// Owns     Nothing. Registry, properties and log sink are lent.
 class CStreamSearch {
  public:
   using TStreamInfo = MCE::CProvider::TStreamInfo;
 
-  /// With `bNested` a branch that sprouts from a branch hangs below that one, else all hang below the trunk.
-  /// Whether branches are made at all is read from the property "CreateBranches" for each of them.
+  /// With `bNested` a branch that sprouts from a branch has that one as parent, else all have the trunk. The
+  /// property "CreateBranches" is read anew for each name: without it no stream is added.
   CStreamSearch(CStreamRegistry& oStreams, const MCE::CProviderBase& oProperties, const MCE::CLogSink& oLog,
                 bool bNested)
       : m_oStreams(oStreams), m_oProperties(oProperties), m_oLog(oLog), m_bNested(bNested) {}

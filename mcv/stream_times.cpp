@@ -6,7 +6,7 @@ namespace TALVEK::MCV {
 
 namespace {
 
-/// The revision at which a name stands in its file: a tag's own, or the one that a branch sprouts from.
+/// The revision from which a name starts in its file: a tag's own, or the one that a branch sprouts from.
 MCE::TCVSRevision BranchPoint(const TTagInfo& tTag) {
   MCE::TCVSRevision oRevision = tTag.oRevision;
   if (tTag.bIsBranch && !oRevision.IsEmpty()) oRevision.RemoveAt(oRevision.GetCount() - 1);
@@ -43,7 +43,7 @@ bool SetStreamCreationTime(MCE::CProvider::TStreamInfo& tStream, const TFileInfo
   if (nFileMax != 0 && (nBound == 0 || nFileMax < nBound)) {
     tStream.oProps.SetProperty(MCE::STREAM_MAX_CREATED, nFileMax);
     bChanged = true;
-    // A creation time that the new bound rules out gives way to this file's, even to a lower one.
+    // The new bound rules out the creation time found so far: this file's counts below, even if it is lower.
     if (nFileMax <= nCreated) nCreated = 0;
     nBound = nFileMax;
   }

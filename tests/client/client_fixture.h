@@ -15,7 +15,7 @@
 
 namespace TALVEK::TEST {
 
-/// A client that is a shell script, and the lines that are logged, in a folder of the test.
+/// A CCvsClient that runs a shell script, and its log, in a folder of the test.
 class ClientTest : public ::testing::Test {
  protected:
   void FakeCvs(const std::string& strScript, std::uint16_t nRepeatCount = 5) {
@@ -23,7 +23,7 @@ class ClientTest : public ::testing::Test {
     m_oClient.SetCommand(VCM::FromBytes(m_oCvs.Path().string()), nRepeatCount);
   }
   std::string Calls() const { return m_oCvs.Calls(); }
-  /// The lines logged so far, in UTF-8. FAKE stands for the script, quoted as on a command line.
+  /// The lines logged so far, in UTF-8, with FAKE in place of the script's quoted path.
   std::string Log() const {
     std::string strLog = ReadFile(m_oFolder / "log");
     const std::string strCommand = "\"" + m_oCvs.Path().string() + "\"";

@@ -141,7 +141,7 @@ TEST_F(CvsClientTest, OnlyTheExitStatusDecides) {
   EXPECT_EQ(Log(), "Performing command FAKE\n    ** cvs [rlog aborted]: fatal\n");
 }
 
-/// For its own lifetime no file can be opened.
+/// While it lives, the process can't open files.
 class CNoDescriptorsScope {
  public:
   CNoDescriptorsScope() {
@@ -159,7 +159,7 @@ class CNoDescriptorsScope {
 
 TEST_F(CvsClientTest, CommandWithoutStreamsFailsAndLogsNoErrorLine) {
   FakeCvs("record; echo out; echo error >&2");
-  EXPECT_TRUE(Execute());  // leaves streams behind, which must not pass for those of the next command
+  EXPECT_TRUE(Execute());  // its streams must not be taken for those of the next command
   const std::string strLog = Log(), strCalls = Calls();
   {
     const CNoDescriptorsScope oNoDescriptors;
@@ -170,7 +170,7 @@ TEST_F(CvsClientTest, CommandWithoutStreamsFailsAndLogsNoErrorLine) {
   EXPECT_EQ(Calls(), strCalls);
 }
 
-// A byte-order mark, else UTF-8, else Latin-1 from then on. The log itself is always in UTF-8.
+// By byte-order mark, else UTF-8; from the first bytes that aren't UTF-8 on, Latin-1. The log is in UTF-8.
 TEST_F(CvsClientTest, ErrorEncodingTable) {
   const struct {
     const char *pszBytes, *pszExpected;

@@ -44,9 +44,9 @@ TLines Lines(const std::string& strBytes) {
   return astrLines;
 }
 
-/// What the toolkit makes of the same bytes, its empty lines left out. It never comes to the end of what it
-/// can't decode, hence the limit.
-TLines LinesOfTheToolkit(const std::string& strBytes) {
+/// The lines that wxTextInputStream makes of the same bytes, without empty ones. At bytes that it can't
+/// decode it never reaches the end, hence the limit.
+TLines LinesOfWxWidgets(const std::string& strBytes) {
   wxMemoryInputStream oInput(strBytes.data(), strBytes.size());
   wxTextInputStream oText(oInput, " \t", wxConvAuto());
   TLines astrLines;
@@ -65,14 +65,14 @@ const struct {
     {"\n\n", {}},
     {"one\ntwo\r\n\r\n\rthree\rfour", {"[one]", "[two]", "[three]", "[four]"}},
     {"caf\xC3\xA9\n\xF0\x9F\x98\x80\n", {"[caf\xC3\xA9]", "[\xF0\x9F\x98\x80]"}},
-    // Latin-1 from the first sequence on that isn't UTF-8, in the middle of its line, and for good.
+    // From the first sequence that isn't UTF-8 on, everything is Latin-1, also within that line.
     {"caf\xC3\xA9 J\xF6rg\nz\xC3\xA9\n", {"[caf\xC3\xA9 J\xC3\xB6rg]", "[z\xC3\x83\xC2\xA9]"}},
     {"z\xC3\xA9\n\xE9t\xE9\nend\n", {"[z\xC3\xA9]", "[\xC3\xA9t\xC3\xA9]", "[end]"}},
     {"\xC3\nab\nc\n", {"[\xC3\x83]", "[ab]", "[c]"}},
     {"\xE2\x82\nabc\n\xC3\xA9\n", {"[\xC3\xA2\xC2\x82]", "[abc]", "[\xC3\x83\xC2\xA9]"}},
     {"\xC0\x80z\nzzzz\n", {"[\xC3\x80\xC2\x80z]", "[zzzz]"}},
     {"\xF5\x80\x80\x80\xC3\xA9\n", {"[\xC3\xB5\xC2\x80\xC2\x80\xC2\x80\xC3\x83\xC2\xA9]"}},
-    // Not a character, but the toolkit decodes it; in the log it becomes U+FFFD.
+    // A surrogate is no character, but wxTextInputStream decodes it; the log shows U+FFFD.
     {"\xED\xA0\x80\xC3\xA9\n", {"[\xEF\xBF\xBD\xC3\xA9]"}},
     // Only the first bytes can be a mark.
     {"\xEF\xBB\xBF\nfoo\n", {"[foo]"}},
@@ -100,18 +100,18 @@ const struct {
      {"[a]"}},
 };
 
-TEST(ErrorLinesTest, LinesAreWhatTheToolkitMakesOfThem) {
+TEST(ErrorLinesTest, LinesAreWhatWxWidgetsMakesOfThem) {
   for (const char* pszLocale : {"C", "C.UTF-8"}) {
     const CLocaleScope oLocale(pszLocale);
     for (const auto& tRow : ATABLE) {
       EXPECT_EQ(Lines(tRow.strBytes), tRow.astrLines) << testing::PrintToString(tRow.strBytes);
-      EXPECT_EQ(LinesOfTheToolkit(tRow.strBytes), tRow.astrLines) << testing::PrintToString(tRow.strBytes);
+      EXPECT_EQ(LinesOfWxWidgets(tRow.strBytes), tRow.astrLines) << testing::PrintToString(tRow.strBytes);
     }
   }
 }
 
-// Without a byte-order mark, and ending in lines enough for the toolkit to see that a sequence is none.
-TEST(ErrorLinesTest, RandomBytesGiveWhatTheToolkitMakesOfThem) {
+// No byte-order mark, and enough characters at the end for wxTextInputStream to recognise a broken sequence.
+TEST(ErrorLinesTest, RandomBytesGiveWhatWxWidgetsMakesOfThem) {
   const std::string astrPieces[] = {"a",        "bc",
                                     "\n",       "\r",
                                     "\r\n",     "\0"s,
@@ -124,16 +124,16 @@ TEST(ErrorLinesTest, RandomBytesGiveWhatTheToolkitMakesOfThem) {
   for (int nText = 0; nText < 3000; ++nText) {
     std::string strBytes = "x";
     for (auto nPieces = oRandom() % 12; nPieces > 0; --nPieces) {
-      // Rarely what isn't UTF-8, so that it comes late as well as early.
+      // Few pieces that aren't UTF-8, so that the first may come early or late.
       const std::string& strPiece = astrPieces[oRandom() % std::size(astrPieces)];
       strBytes += strPiece.size() == 1 && strPiece[0] < 0 && oRandom() % 4 != 0 ? "j" : strPiece;
     }
     strBytes += "\nend\n";
-    EXPECT_EQ(Lines(strBytes), LinesOfTheToolkit(strBytes)) << testing::PrintToString(strBytes);
+    EXPECT_EQ(Lines(strBytes), LinesOfWxWidgets(strBytes)) << testing::PrintToString(strBytes);
   }
 }
 
-TEST(ErrorLinesTest, WhatTheToolkitLosesComesOutAsLatin1) {
+TEST(ErrorLinesTest, WhatWxWidgetsLosesComesOutAsLatin1) {
   const struct {
     std::string strBytes;
     TLines astrLines;
@@ -147,7 +147,7 @@ TEST(ErrorLinesTest, WhatTheToolkitLosesComesOutAsLatin1) {
     EXPECT_EQ(Lines(tCase.strBytes), tCase.astrLines) << testing::PrintToString(tCase.strBytes);
 }
 
-// A client can complain about a million files. The toolkit's stream asks for one byte at a time.
+// A client can print a million error lines, and wxTextInputStream would read one byte at a time.
 TEST(ErrorLinesTest, BlocksAreRead) {
   for (const char* pszLine : {"complaint \xC3\xA9\n", "complaint \xE9\n"}) {
     std::string strBytes;

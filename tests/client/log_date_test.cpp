@@ -86,7 +86,7 @@ TEST_P(LogDateTest, ZoneSuffixMovesTheTimeByWholeHours) {
   }
 }
 
-TEST_P(LogDateTest, OtherFormsAreReadByTheToolkit) {
+TEST_P(LogDateTest, OtherFormsAreReadByWxWidgets) {
   const struct {
     const wchar_t* pszText;
     long long nExpected;
@@ -100,7 +100,7 @@ TEST_P(LogDateTest, OtherFormsAreReadByTheToolkit) {
   }
 }
 
-TEST_P(LogDateTest, TimeOfDayIsReadAsTheToolkitReadsIt) {
+TEST_P(LogDateTest, TimeOfDayIsReadAsWxWidgetsReadsIt) {
   const struct {
     const wchar_t* pszText;
     long long nExpected;
@@ -121,8 +121,7 @@ TEST_P(LogDateTest, UnreadableDateIsTimeZero) {
   }
 }
 
-/// Everything read by the toolkit, the two usual forms too, in UTC. A suffix such as " +0200" is no part of
-/// what it reads.
+/// The reference: wxDateTime reads every form, in UTC, also the two usual ones; only the suffix is read here.
 long long PlainTime(std::wstring strText) {
   strText.erase(strText.find_last_not_of(L" \t\n\v\f\r") + 1);
   long long nHours = 0;
@@ -187,13 +186,13 @@ constexpr const wchar_t* APSZ_DATES[] = {
     L"123456-01-02 10:11:12",
 };
 
-TEST(LogDateComparisonTest, DatesAreReadAsTheToolkitReadsThem) {
+TEST(LogDateComparisonTest, DatesAreReadAsWxWidgetsReadsThem) {
   const CUtcScope oUtc;
   for (const wchar_t* pszText : APSZ_DATES)
     EXPECT_EQ(ParseLogDate(pszText).GetUTC(), PlainTime(pszText)) << VCM::ToUtf8(pszText);
 }
 
-TEST(LogDateComparisonTest, EveryYearIsReadAsTheToolkitReadsIt) {
+TEST(LogDateComparisonTest, EveryYearIsReadAsWxWidgetsReadsIt) {
   const CUtcScope oUtc;
   for (int nYear = 0; nYear < 10000; nYear += nYear < 1100 ? 1 : 97) {
     const std::wstring strYear = std::to_wstring(10000 + nYear).substr(1);
@@ -203,7 +202,7 @@ TEST(LogDateComparisonTest, EveryYearIsReadAsTheToolkitReadsIt) {
   }
 }
 
-/// A few characters taken out, put in or replaced.
+/// The text with one to three characters removed, inserted or replaced at random.
 std::wstring Mutated(std::wstring strText, std::mt19937& oRandom) {
   constexpr std::wstring_view CHARACTERS = L"0123456789999///---:::  ++.,TZAPMapm\tJanuryFeb\xe9";
   for (auto n = 1 + oRandom() % 3; n > 0; --n) {
@@ -215,7 +214,7 @@ std::wstring Mutated(std::wstring strText, std::mt19937& oRandom) {
   return strText;
 }
 
-TEST(LogDateComparisonTest, ChangedDatesAreReadAsTheToolkitReadsThem) {
+TEST(LogDateComparisonTest, ChangedDatesAreReadAsWxWidgetsReadsThem) {
   const CUtcScope oUtc;
   std::mt19937 oRandom(1);
   for (int i = 0; i < 20000; ++i) {

@@ -11,7 +11,7 @@ namespace {
 const std::string FAILED =
     "Generating rlog command failed. This usually indicated that your cvs repository is corrupted.\n";
 
-/// A stream that counts how often one was deleted.
+/// A stream whose destructor counts.
 class CCountedStream : public wxMemoryInputStream {
  public:
   explicit CCountedStream(int& nDeleted) : wxMemoryInputStream("", 0), m_nDeleted(nDeleted) {}
@@ -26,7 +26,7 @@ class LogSourceTest : public ClientTest {
   LogSourceTest() { m_tRequest.tModule = {L"/repo", L"mod"}; }
   ~LogSourceTest() override { m_oSource.Clear(); }
 
-  /// The arguments with which the client is run, a line each in brackets.
+  /// Generates the log and returns the client's arguments, a line each in brackets.
   std::string Arguments(const std::string& strStart, const std::string& strEnd,
                         const std::string& strRoot = "/repo", const std::string& strModule = "mod") {
     FakeCvs("for a; do printf '[%s]\\n' \"$a\"; done");
@@ -119,7 +119,7 @@ TEST_F(LogSourceTest, QuotesAndBackslashesReachTheClientAsTheyAre) {
             "[-d]\n[/repo]\n[rlog]\n[-d]\n[c\\d>a\"b]\n[m\"o\\d]\n");
 }
 
-// Behind "--" nothing is an option.
+// After "--" there are no options.
 TEST_F(LogSourceTest, ModuleThatBeginsWithAHyphenIsNoOption) {
   EXPECT_EQ(Arguments("", "", "/repo", "-x"), "[-d]\n[/repo]\n[rlog]\n[--]\n[-x]\n");
   EXPECT_EQ(Arguments("-s", "", "/repo", "--help"), "[-d]\n[/repo]\n[rlog]\n[-d]\n[>-s]\n[--]\n[--help]\n");

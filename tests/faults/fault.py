@@ -1,4 +1,4 @@
-"""How faults are listed."""
+"""The type Fault, and the decorator by which a module lists its faults."""
 
 from collections import namedtuple
 
@@ -6,7 +6,8 @@ Fault = namedtuple("Fault", "name promise play")
 
 
 def faults_of():
-    """A list, and a decorator that adds a function to it: it gets a World and returns what happened."""
+    """Returns a list and a decorator. @fault(name, promise) adds a function to the list. The function gets a World,
+    plays the fault, and returns what happened as text; it raises Broken when the promise isn't kept."""
     faults = []
 
     def fault(name, promise):

@@ -1,4 +1,4 @@
-"""What can happen to Git under an import."""
+"""Faults of Git and of the target during an import."""
 
 import os
 import shutil
@@ -13,7 +13,7 @@ FAULTS, fault = faults_of()
 
 
 def held(world):
-    """Options of an import whose client waits at its first checkout until the file "go" is there."""
+    """Options of an import whose client, at its first checkout, makes the file "held" and waits for the file "go"."""
     client = world.client("case \"$*\" in *rlog*) exec cvs \"$@\";; esac\n"
                           f": > '{world.path('held')}'; while [ ! -e '{world.path('go')}' ]; do sleep 0.02; done\n"
                           f"exec '{os.path.join(world.programs, 'cvs-session')}' \"$@\"")
@@ -90,7 +90,7 @@ def _(world):
     os.mkdir(world.path("disk"))
     reasons = {}
     for size in ["16k", "64k", "128k", "160k", "192k", "224k", "256k", "288k", "320k", "384k", "512k", "1m", "4m"]:
-        # Looked at before the file system goes.
+        # What is left must be listed before the file system is unmounted.
         script = os.path.join(world.programs, "talvek-import")
         world.write("look", f"#!/bin/sh\n'{script}' \"$@\"; status=$?\n"
                             f"git -C disk/target for-each-ref > references 2>&1; ls -A disk > remains; exit $status\n")

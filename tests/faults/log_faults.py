@@ -9,7 +9,7 @@ FAULTS, fault = faults_of()
 
 
 def dump(world, log, limit=10, megabytes=None, settings=()):
-    """Reads a log. The end comes in time and within the memory given, with a result and without a signal."""
+    """Reads a log with import-dump. It must end in time, within the memory given, and not by a signal."""
     world.write("log", log)
     arguments = ["import-dump", "--set", "LogFile=log", "--set", "ReposPath=/cvs", "--set", "ModuleName=mod"]
     for setting in settings:
@@ -25,7 +25,7 @@ def records(result, kind):
 
 
 def count(world, log, **options):
-    """Streams, changes, items of a log that is read."""
+    """Reads a log; returns the numbers of streams, changes and items, and a text with them."""
     result = dump(world, log, **options)
     require(result.status == 0, result.told())
     counts = tuple(len(records(result, kind)) for kind in ("stream", "change", "item"))

@@ -8,7 +8,7 @@ from world import log_file, require
 
 FAULTS, fault = faults_of()
 
-# Notes each argument of each call, NUL behind it, and makes the file that was asked for, if it may.
+# A client that appends each argument of each call, with a NUL, to the file "words", and makes the wanted file.
 CLIENT = """for word; do printf '%s\\0' "$word"; done >> '{words}'
 while [ $# -gt 1 ]; do [ "$1" = -d ] && folder=$2; shift; done
 mkdir -p -- "$folder" && echo content > "$folder/${{1##*/}}" """

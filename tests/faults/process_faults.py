@@ -80,7 +80,6 @@ def _(world):
 
 @fault("cvs never reads its input", "its input is empty: nothing waits")
 def _(world):
-    world.client("cat; sleep 0.2; echo 'cvs rlog: no such module' >&2; exit 1")
     return refused(world, "cat; echo 'cvs rlog: no such module' >&2; exit 1", 5, "no such module")
 
 
@@ -92,7 +91,7 @@ def stopped(world, script, number, again=False, seconds=15, arguments=None):
     wait_until(lambda: len(world.processes()) > 1, "the client")
     os.kill(process.pid, number)
     if again:
-        time.sleep(0.3)  # two at once are one
+        time.sleep(0.3)  # two signals at the same moment would count as one
         os.kill(process.pid, number)
     result = world.end(process, limit=seconds)
     require(result.status == 128 + number, result.told())
@@ -116,7 +115,7 @@ for NAME in ("SIGTERM", "SIGINT"):
     fault(f"cvs never ends and ignores signals, {NAME}", "killed after ten seconds, nothing left")(deaf)
     fault(f"cvs never ends and ignores signals, {NAME} twice", "killed at once, nothing left")(deaf_twice)
 
-# The bundled client, with a server that is listed when it starts.
+# For the bundled client: a server that appends its process id to the file "servers".
 SERVER = "echo $$ >> servers\n%s\nexec cvs \"$@\""
 
 
@@ -137,7 +136,7 @@ def _(world):
     require(whole.status == 0, whole.told())
     arguments, environment = session(world, "")
     process = world.start(arguments, environment)
-    # The first serves the rlog, the next the session.
+    # The first server is that of rlog, the second that of the session.
     wait_until(lambda: len(servers(world)) > 1, "the session's server")
     time.sleep(0.1)
     os.kill(servers(world)[1], signal.SIGKILL)

@@ -1,4 +1,4 @@
-"""What every fault needs: programs, a folder, logs, stand-ins for the client, and a look at what is left."""
+"""What every fault needs: the programs, a folder, made-up logs, fake clients, and checks of what is left over."""
 
 import glob
 import os
@@ -41,7 +41,7 @@ class Result:
 
 
 class World:
-    """A folder for one fault, outside /tmp, which some faults fill or take away."""
+    """A folder for one fault. It is outside /tmp, because some faults fill or unmount that."""
 
     def __init__(self, folder, programs, repository):
         self.folder, self.programs, self.repository = folder, programs, repository
@@ -63,7 +63,7 @@ class World:
             return file.read()
 
     def client(self, script, name="cvs"):
-        """A stand-in for cvs. It notes each start in "starts"."""
+        """Makes a fake cvs. It appends its arguments to the file "starts" and runs the script."""
         path = self.write(name, f"#!/bin/sh\necho \"$*\" >> '{self.path('starts')}'\n{script}\n")
         os.chmod(path, 0o755)
         return path
@@ -86,7 +86,7 @@ class World:
         return process
 
     def end(self, process, began=None, limit=120):
-        """Waits for the end; one that doesn't come within `limit` seconds is a broken promise."""
+        """Waits for the end of a process. It is a broken promise if that takes more than `limit` seconds."""
         began = began or time.monotonic()
         megabytes = 0
         while True:
@@ -105,7 +105,8 @@ class World:
 
     @staticmethod
     def peak(pid):
-        """Megabytes. What the kernel sums up at the end counts this script in, from which the program came."""
+        """The peak memory so far, in megabytes. Not getrusage(): before its exec() the child is a copy of this
+        script, and that would count."""
         try:
             with open(f"/proc/{pid}/status", encoding="utf-8") as file:
                 return next((int(line.split()[1]) // 1024 for line in file if line.startswith("VmHWM")), 0)
@@ -117,12 +118,13 @@ class World:
         return self.end(self.start(arguments, environment, before), began, limit)
 
     def in_mounts(self, mounts, arguments, environment=None, limit=120):
-        """Runs with file systems of its own mounted: [(folder, options)], "ro" or "size=64k"."""
+        """Runs in a mount namespace with file systems [(folder, options)], such as "ro" or "size=64k". Afterwards
+        the file "left" lists what is in them."""
         script = "".join(f"mount -t tmpfs -o {options} tmpfs '{folder}' && " for folder, options in mounts)
         check = " ".join(f"'{folder}'" for folder, _ in mounts)
         program = os.path.join(self.programs, arguments[0])
         words = " ".join("'" + word.replace("'", "'\\''") + "'" for word in [program] + arguments[1:])
-        # A session learns of its caller's end a moment later, and so does the server behind it.
+        # A session and its server end a moment after their caller, so wait until their files are gone.
         script += (f"{{ {words}; status=$?; n=0; while ls -A {check} > left; grep -q ^cvs-serv left && "
                    "[ $((n += 1)) -lt 100 ]; do sleep 0.1; done; exit $status; }")
         owner = [] if os.geteuid() == 0 else ["-r"]
@@ -139,7 +141,7 @@ class World:
         return git.stdout
 
     def processes(self):
-        """Those that this fault's runs have left."""
+        """The ids of processes that this fault's runs have left, found by a variable in their environment."""
         found = []
         for entry in glob.glob("/proc/[0-9]*/environ"):
             try:
@@ -171,7 +173,7 @@ class World:
 
 
 def limit_files(size):
-    """No file may grow beyond `size` bytes: a full disk for those who may not mount one."""
+    """A function for preexec_fn: no file may grow beyond `size` bytes."""
     return lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (size, size))
 
 

@@ -1,4 +1,4 @@
-// What bash offers while a command line is typed.
+// Completion of command lines in bash.
 
 #include "tests/host/host_fixture.h"
 #include "tests/support/shell.h"
@@ -8,7 +8,7 @@ namespace {
 
 class CompletionTest : public CHostTest {
  protected:
-  /// What is offered for the last of the words, which are words for a shell.
+  /// The completions of the last word. `strWords` are words for a shell.
   std::string Offered(const std::string& strWords) {
     const std::string strScript =
         "source " + ShellQuote(TALVEK_SOURCE_DIR "/host/completion/talvek-import") +

@@ -1,17 +1,17 @@
-/// A provider whose streams, changesets and items are what a text file says. It knows nothing of any foreign
-/// system and shares no code with a real one: what the host can do with it, it can do with any provider.
+/// A provider whose streams, changesets and items come from a script. It shares no code with a real provider,
+/// so what the host can do with it, it can do with any provider.
 ///
 /// Lines of the script, fields separated by tabs, \xNN for any byte:
 ///   stream  ID PARENT NAME [BASE [tag]]
 ///   change  ID STREAM USER TIME COMMENT
-///   item    CHANGE TYPE PATH [KIND [CONTENT]]   KIND: file exec link folder pipe missing fail
+///   item    CHANGE TYPE PATH [KIND [CONTENT]]   KIND: file (default) exec link folder pipe missing fail
 ///   log     TEXT              a line of the import log, written while the streams are looked for
 ///   warn    TEXT              what CheckEnvironment says
 ///   fail    OPERATION [ID]    streams, changesets, process ID, clients
 ///   claim   COUNT             the number of changesets said to be there
 ///   whole   CHANGE            the changeset's files are retrieved all at once, by OnProcessChange
 ///   signal  CHANGE NUMBER     sends that signal to the process when the changeset's files are retrieved
-/// Besides retrieving it notes in the file "Trace" (a property) which operations were called.
+/// It appends the operations that are called to the file that the property "TracePath" names.
 
 #include <signal.h>
 #include <sys/stat.h>
@@ -281,7 +281,7 @@ class CFakeProvider : public MCE::CProvider {
   void AddStream(const std::vector<std::string>& astrFields) {
     TStreamInfo tStream(ToNumber(astrFields[1]), ToNumber(astrFields[2]), {}, {},
                         VCM::FromBytes(astrFields[3]).c_str());
-    m_anBases[tStream.nID] = ToNumber(astrFields[4]);  // told only once the streams are tied together
+    m_anBases[tStream.nID] = ToNumber(astrFields[4]);  // set in ResolveStreamLinkage
     if (astrFields[5] == "tag") tStream.oProps.SetProperty(MCE::STREAM_IS_TAG, std::uint32_t{1});
     m_atStreams.push_back(tStream);
   }

@@ -73,7 +73,7 @@ TEST(GitRefNameTest, OnlyNamesThatGitRefusesAreChanged) {
 
 const std::string COMMIT_NAME(40, 'a');
 
-// Git's commands take the name for something else, though it may stand behind refs/tags/.
+// Names that Git allows for tags and branches, but that its commands read as something else.
 const TNameCase MEANING_CASES[] = {
     {"-dash", "_dash"},
     {"@", "@_"},
@@ -100,12 +100,12 @@ const TNameCase MEANING_CASES[] = {
     {COMMIT_NAME, COMMIT_NAME + "_"},
 };
 
-// Near to those, and themselves for Git.
+// Similar names that Git's commands read as the tag or branch.
 const char* const PLAIN_NAMES[] = {
     "HEAD_", "head", "RELEASE_HEAD", "y/HEAD",    "HEAD/x",  "a@",       "@a",     "a-dash",
     "heads", "tags", "refs",         "y/heads/x", "stash/x", "deadbeef", "config", "v1-3-gdeadbee"};
 
-/// A repository whose first commit has every special name, and whose second gets one name at a time.
+/// A repository of two commits. The first has every special name; Show gives one of them to the second.
 class CSpecialRefs {
  public:
   CSpecialRefs() {
@@ -123,7 +123,8 @@ class CSpecialRefs {
       Git(std::string("update-ref refs/") + pszRef + " HEAD");
   }
 
-  /// What Git shows, with its complaints, when a tag or branch of the second commit is asked for by name.
+  /// Names the second commit by a tag or branch, and returns what `git log NAME` prints: "second" if Git
+  /// reads the name as that.
   std::string Show(const std::string& strKind, const std::string& strName) const {
     const std::string strRef = ShellQuote("refs/" + strKind + "/" + strName);
     Git("update-ref " + strRef + " " + m_strSecond);
@@ -176,7 +177,7 @@ TEST(GitRefNameTest, NulIsChanged) {
   EXPECT_EQ(GitRefName(std::string("a\0b", 3)), "a_b");
 }
 
-// A reference is a file, and a file name has 255 bytes, ".lock" included.
+// A file name has at most 255 bytes, and Git writes a reference as NAME.lock first.
 TEST(GitRefNameTest, LongItemsAreCutBetweenCharacters) {
   EXPECT_EQ(GitRefName(std::string(300, 'x') + "/y"), std::string(240, 'x') + "/y");
   std::string strUmlauts = "x";
@@ -226,7 +227,7 @@ const TNameCase PATH_CASES[] = {
     {"../a", ".._/a"},
 };
 
-/// An index to which paths can be offered.
+/// A Git index, to see which paths Git accepts.
 class CGitIndex {
  public:
   CGitIndex() { RunShell("git init -q " + Folder()); }

@@ -12,7 +12,7 @@ class CGitTargetTest : public CHostTest {
  protected:
   CGitTargetTest() { Script("stream|1|0|Main\nchange|1|1|joe|1|x\nitem|1|0|a|file|a\n"); }
 
-  /// A `git` in front of the real one on the PATH that runs `strScript` first.
+  /// Makes a `git` that runs `strScript` and then the real one. Returns the PATH to it, for the environment.
   std::string FakeGit(const std::string& strScript) {
     WriteFile(Folder() / "bin/git", "#!/bin/sh\n" + strScript + "\nexec /usr/bin/git \"$@\"\n");
     chmod((Folder() / "bin/git").c_str(), 0755);
@@ -93,7 +93,7 @@ TEST_F(CGitTargetTest, EmptyFolderIsEmptyAgainAfterAFailure) {
   EXPECT_EQ(Entries(Folder() / "target"), std::vector<std::string>());
 }
 
-TEST_F(CGitTargetTest, MissingGitIsSaid) {
+TEST_F(CGitTargetTest, MissingGitIsNamed) {
   const TRun tRun = RunWith("PATH=/nowhere", "run --quiet --into target");
   EXPECT_EQ(tRun.nStatus, 1);
   EXPECT_EQ(tRun.strError,
@@ -142,7 +142,7 @@ TEST_F(CGitTargetTest, NothingToImportFails) {
   EXPECT_FALSE(fs::exists(Folder() / "target"));
 }
 
-TEST_F(CGitTargetTest, MissingProgramIsSaidBeforeTheWorkBegins) {
+TEST_F(CGitTargetTest, MissingProgramIsNamedBeforeTheWorkBegins) {
   Script("warn|it is not there\nstream|1|0|Main\n");
   const TRun tRun = Run("run --quiet --into target --fetch-program no-such-program --trace-path trace");
   EXPECT_EQ(tRun.nStatus, 1);

@@ -11,7 +11,7 @@ namespace TALVEK::TEST {
 
 namespace {
 
-/// How long a run took is the machine's affair.
+/// Sets the seconds of the summary to 0.
 std::string WithoutSeconds(const std::string& strText) {
   static const std::regex s_oSeconds("(es|loss); [0-9]+ seconds?\n");
   return std::regex_replace(strText, s_oSeconds, "$1; 0 seconds\n");

@@ -10,7 +10,7 @@
 
 namespace TALVEK::TEST {
 
-/// What the program left behind.
+/// Status, standard output and standard error of a run.
 struct TRun {
   int nStatus = -1;
   std::string strOutput;
@@ -28,7 +28,7 @@ class CHostTest : public testing::Test {
   void Script(const std::string& strLines);
   /// Runs with the script: `strArguments` are words for a shell, the working directory is Folder().
   TRun Run(const std::string& strArguments);
-  /// Runs with these words only; `strEnvironment` is "NAME=VALUE ...".
+  /// Runs without the fake provider's options; `strEnvironment` is "NAME=VALUE ...".
   TRun RunPlain(const std::string& strArguments, const std::string& strEnvironment = "");
 
   const std::filesystem::path& Folder() const { return m_oFolder.Path(); }
@@ -38,7 +38,7 @@ class CHostTest : public testing::Test {
   static std::vector<std::string> Entries(const std::filesystem::path& oFolder);
   /// The names in TMPDIR.
   std::vector<std::string> Leftovers() { return Entries(Folder() / "tmp"); }
-  /// The calls that the provider noted in a run with Trace.
+  /// The provider's calls in a run with --trace-path trace.
   std::string Trace() { return ReadFile(Folder() / "trace"); }
 
  private:

@@ -31,7 +31,7 @@ TEST_F(CLossesTest, EachFileThatIsNotThereIsReportedAndCounted) {
   EXPECT_EQ(Git("target", "ls-tree -r --name-only main"), "good\n");
 }
 
-// What an earlier changeset left in the work folder must not pass for what a later one could not get.
+// A file that an earlier changeset left in the work folder must not be taken for that of a later one.
 TEST_F(CLossesTest, EarlierRevisionNeverStandsInForALaterOne) {
   Script(
       "stream|1|0|Main\n"
@@ -56,7 +56,7 @@ TEST_F(CLossesTest, ChangesetThatCantBeProcessedLosesItsItems) {
   EXPECT_EQ(Git("target", "ls-tree -r --name-only main"), "a\n");
 }
 
-// Git would drop the file without a word.
+// Git would silently drop the file.
 TEST_F(CLossesTest, FileAndFolderOfOneNameAreALoss) {
   Script(
       "stream|1|0|Main\n"
@@ -97,8 +97,8 @@ TEST_F(CLossesTest, IncompleteLogOfAFileIsALoss) {
             "talvek-import: imported 1 stream, 1 changeset, 1 item; 1 loss; 0 seconds\n");
 }
 
-// "cvs [rlog aborted]: end of file from server (consult above messages if any)"
-TEST_F(CLossesTest, ClientWordsThatOnlyPointToEarlierOnesDontHideThem) {
+// "(consult above messages if any)" is no reason: the message before it is.
+TEST_F(CLossesTest, MessageThatPointsToAnEarlierOneDoesntReplaceIt) {
   Script(
       "stream|1|0|Main\n"
       "log|    ** ssh: Connection refused\n"
@@ -117,7 +117,7 @@ TEST_F(CLossesTest, ImportLogIsKeptAndNamed) {
             std::string::npos);
 }
 
-/// A changeset of so many files that can't be retrieved, behind `strBefore`.
+/// A script with a changeset: the items `strBefore`, then `nCount` files that can't be retrieved.
 std::string LostFiles(int nCount, const std::string& strBefore = "") {
   std::string strScript = "stream|1|0|Main\nchange|1|1|joe|1|x\n" + strBefore;
   for (int nFile = 1; nFile <= nCount; ++nFile)
@@ -133,7 +133,7 @@ std::size_t CountLosses(const TRun& tRun) {
   return nLosses;
 }
 
-// Hours may lie before such a run, and it would bring nothing.
+// Such a run could go on for hours without a result.
 TEST_F(CLossesTest, RunWhoseFirstFiftyFilesAreAllLostFails) {
   Script(LostFiles(60));
   const TRun tRun = Run("run --quiet --into target --import-log log");
@@ -159,13 +159,13 @@ TEST_F(CLossesTest, OneFileThatIsThereLetsTheRunGoOn) {
   EXPECT_EQ(CountLosses(tRun), 60U);
 }
 
-// A deletion needs no file, so it says nothing of what can be retrieved.
+// A deletion needs no file, so it is no proof that files can be retrieved.
 TEST_F(CLossesTest, DeletionsAreNotCountedAsFilesThatAreThere) {
   Script(LostFiles(2, "item|1|2|gone\n"));
   EXPECT_EQ(Run("run --quiet --into target --import-log log --max-losses 2").nStatus, 1);
 }
 
-TEST_F(CLossesTest, NumberOfFirstLossesIsTheAdministrators) {
+TEST_F(CLossesTest, NumberOfFirstLossesCanBeSet) {
   Script(LostFiles(60));
   const TRun tFirst = Run("run --quiet --into target --import-log log --max-losses 1");
   EXPECT_EQ(tFirst.nStatus, 1);

@@ -5,7 +5,7 @@ namespace {
 
 using CPreviewTest = CHostTest;
 
-// Streams, changesets and items in no order at all; a circle of parents (4 and 5); a byte that is no UTF-8.
+// Streams, changesets and items in mixed order; a circle of parents (4 and 5); a byte that isn't UTF-8.
 constexpr const char* SCRIPT =
     "stream|3|1|late\n"
     "stream|1|0|Main\n"
@@ -96,14 +96,14 @@ TEST_F(CPreviewTest, ProgressIsPlainLinesWithoutATerminal) {
             "talvek-import: reading the history\ntalvek-import: walking the history\n");
 }
 
-TEST_F(CPreviewTest, EmptyHistoryIsSaid) {
+TEST_F(CPreviewTest, EmptyHistoryIsReported) {
   Script("stream|1|0|Main\n");
   const TRun tRun = Run("preview --quiet");
   EXPECT_EQ(tRun.nStatus, 0);
   EXPECT_EQ(tRun.strError, "talvek-import: there is nothing to import: the history has no changesets\n");
 }
 
-// The repository is there but can't give all it has: what there is is shown, but not as if it were all.
+// A part of the history was read: it is shown, with a warning that it isn't all.
 TEST_F(CPreviewTest, HistoryCutShortIsShownWithALoudWarning) {
   Script(
       std::string(SCRIPT) +
@@ -122,7 +122,7 @@ TEST_F(CPreviewTest, IncompleteLogOfAFileIsAWarning) {
             "talvek-import: warning: the log lacks revisions of 'mod/x.c': 2 of 3 revisions\n");
 }
 
-TEST_F(CPreviewTest, RepositoryThatGivesNothingFailsWithTheClientsWords) {
+TEST_F(CPreviewTest, RepositoryThatGivesNothingFailsWithTheClientsMessage) {
   Script(
       "stream|1|0|Main\n"
       "log|Performing command fetch it\nlog|    ** fetch: can't reach host\n"

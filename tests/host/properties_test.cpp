@@ -49,7 +49,7 @@ TEST_F(CPropertiesTest, JsonListsTheProvidersTable) {
       "    \"type\": \"text\",\n    \"option\": \"--script-path\"\n  },\n  {\n    \"key\": \"TracePath\",\n");
 }
 
-// Each property is set, given or not, before anything else is asked of the provider.
+// Every property is set, given or not, before any other call.
 TEST_F(CPropertiesTest, EveryPropertyIsSetToItsDefaultUnlessGiven) {
   Script("stream|1|0|Main\n");
   const TRun tRun =
@@ -74,7 +74,7 @@ TEST_F(CPropertiesTest, OptionGoesBeforeSetAndTheLastOneWins) {
   EXPECT_NE(ReadFile(Folder() / "trace2").find("SetProperty UpsideDown=1\n"), std::string::npos);
 }
 
-// Providers start programs in other working folders than ours.
+// The provider may run a program in another working folder, so its path must be absolute.
 TEST_F(CPropertiesTest, ProgramBelowTheWorkingFolderIsGivenWithItsWholePath) {
   Script("stream|1|0|Main\n");
   std::filesystem::create_symlink("/bin/true", Folder() / "fetch");

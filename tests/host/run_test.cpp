@@ -9,7 +9,7 @@ namespace {
 using CRunTest = CHostTest;
 
 // Two branches (one nested), a tag, an executable and a binary file, a file removed and restored, a file that
-// makes way for a folder, names and messages that are no UTF-8.
+// is replaced by a folder, names and messages that aren't UTF-8.
 constexpr const char* SCRIPT =
     "stream|1|0|Main\n"
     "stream|2|1|REL_1|2\n"
@@ -146,7 +146,8 @@ TEST_F(CRunTest, CallsComeInTheProvidersOrder) {
       "EstablishChangesets\nResolveStreamLinkage\nOnProcessChange 1\nRemoveClients\nGetLogPath\nDestroy\n");
 }
 
-// A folder that comes in place of a file: the file's deletion must not take the folder that is there already.
+// A folder replaces a file of its name in one changeset. It has been retrieved before the file's deletion is
+// handled, and must not be deleted with it.
 TEST_F(CRunTest, FilesRetrievedAllAtOnceAreFoundWhateverTheOrderOfItems) {
   Script(
       "stream|1|0|Main\n"
@@ -173,7 +174,7 @@ TEST_F(CRunTest, WorkFolderStaysWithoutTheFiles) {
   EXPECT_EQ(Run("run --quiet --fast-export - --work work").nStatus, 0);
 }
 
-// Nobody waits hours to learn it.
+// Reading the history can take hours, so the error must come before.
 TEST_F(CRunTest, PlacesThatCantBeWrittenAreKnownBeforeTheHistoryIsRead) {
   Script(SCRIPT);
   fs::create_directory(Folder() / "folder");
@@ -195,7 +196,7 @@ TEST_F(CRunTest, PlacesThatCantBeWrittenAreKnownBeforeTheHistoryIsRead) {
   }
 }
 
-// Else the first files that the program opens for itself would get its output and its messages.
+// Otherwise the first files that the program opens would get descriptors 0 to 2, and with them its output.
 TEST_F(CRunTest, MissingStandardDescriptorsAreNotTakenByFiles) {
   Script(SCRIPT);
   const std::string strProvider =
@@ -291,7 +292,7 @@ TEST_F(CRunTest, StreamWithoutChangesetsIsWhereItStarts) {
             "refs/heads/B x\nrefs/heads/main x\nrefs/tags/T x\nrefs/tags/moved y\n");
 }
 
-// Its base is written after it: a sibling that comes later in the walk.
+// A starts from a commit of B, which comes after A in the walk.
 TEST_F(CRunTest, StreamThatStartsAtALaterCommitIsARoot) {
   Script(
       "stream|1|0|Main\n"
@@ -317,7 +318,7 @@ TEST_F(CRunTest, StreamNameNeverLeadsOutOfTheWorkFolder) {
   EXPECT_EQ(Git("target", "for-each-ref --format='%(refname)'"), "refs/heads/_./_./x\nrefs/heads/main\n");
 }
 
-// Git makes one commit of what is the same in all that it counts.
+// Git makes one commit of two with the same tree, parent, author, time and message.
 TEST_F(CRunTest, BranchesThatDoTheSameShareTheirCommits) {
   Script(
       "stream|1|0|Main\nstream|2|1|A|1\nstream|3|1|B|1\n"
@@ -330,7 +331,7 @@ TEST_F(CRunTest, BranchesThatDoTheSameShareTheirCommits) {
   EXPECT_EQ(Git("target", "rev-list --count --all"), "3\n");
 }
 
-TEST_F(CRunTest, TagWithAChangesetOfItsOwnIsATagOffItsParentsLine) {
+TEST_F(CRunTest, TagWithAChangesetOfItsOwnIsATagBesideItsParentBranch) {
   Script(
       "stream|1|0|Main\n"
       "stream|2|1|V1|1|tag\n"
@@ -352,7 +353,7 @@ TEST_F(CRunTest, TagWithAChangesetOfItsOwnIsATagOffItsParentsLine) {
   EXPECT_EQ(Git("target", "rev-parse FIX~1"), Git("target", "rev-parse V1"));
 }
 
-// git init notes in the repository's settings that the file system ignores case.
+// git init sets core.ignorecase when the file system ignores case.
 TEST_F(CRunTest, StreamsThatDifferOnlyInCaseAreTwoFilesWhereCaseIsIgnored) {
   Script(
       "stream|1|0|Main\n"
@@ -381,7 +382,7 @@ TEST_F(CRunTest, StreamsThatDifferOnlyInCaseAreTwoFilesWhereCaseIsIgnored) {
       << tRun.strError;
 }
 
-TEST_F(CRunTest, SummaryTellsThePlanAndTheLogsThatWereOdd) {
+TEST_F(CRunTest, SummaryShowsThePlanAndTheRepairedLogs) {
   Script(
       "log|Plan: 3 of 4 branches and tags start exactly as a changeset\n"
       "log|Repaired the log of 'mod/x.c': a message holds a log\n"
@@ -393,11 +394,11 @@ TEST_F(CRunTest, SummaryTellsThePlanAndTheLogsThatWereOdd) {
   EXPECT_EQ(tRun.nStatus, 0);
   EXPECT_EQ(tRun.strError,
             "talvek-import: 3 of 4 branches and tags start exactly as a changeset\n"
-            "talvek-import: 2 logs of single files read in spite of oddities\n"
+            "talvek-import: repaired the malformed logs of 2 files\n"
             "talvek-import: imported 1 stream, 1 changeset, 1 item; 0 losses; 0 seconds\n");
 }
 
-// `git log HEAD` would else warn of an ambiguous name and show the trunk.
+// With a tag HEAD, `git log HEAD` would warn of an ambiguous name and show the trunk.
 TEST_F(CRunTest, NamesThatGitTakesForSomethingElseAreChangedAndReported) {
   Script(
       "stream|1|0|Main\n"

@@ -31,7 +31,7 @@ TEST_F(CStopTest, SignalInTheMiddleOfARunLeavesNothingBehind) {
   }
 }
 
-// The client that should have brought it was ended by the same signal.
+// The signal has also ended the client that should have fetched the file.
 TEST_F(CStopTest, FileThatDoesNotComeAfterTheSignalIsNoLoss) {
   Script("stream|1|0|Main\nchange|1|1|joe|1|x\nitem|1|0|a|missing\nsignal|1|15\n");
   const TRun tRun = Run("run --quiet --into target");

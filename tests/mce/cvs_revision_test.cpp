@@ -75,7 +75,7 @@ TEST(CVSRevisionTest, TextHasSignedComponents) {
   EXPECT_TRUE(TCVSRevision().GetText().IsEmpty());
 }
 
-// Read in one go: a row of dots that is looked at again for each of them takes minutes.
+// Linear time: an algorithm that is quadratic in a run of dots would take minutes.
 TEST(CVSRevisionTest, MillionsOfComponentsAndDotsAreRead) {
   constexpr int COUNT = 4000000;
   std::wstring strNumber = L"1", strWords = L"x";

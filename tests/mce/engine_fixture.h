@@ -8,8 +8,8 @@
 
 namespace TALVEK::TEST {
 
-/// A provider without a foreign system: its streams and what retrieval answers are set by the test. It counts
-/// how often it is asked to search.
+/// A provider without a foreign system. The test sets the streams that a search finds and the results of
+/// retrieving; the provider counts its calls.
 class CEngine : public MCE::CProviderBase {
  public:
   CEngine() : CProviderBase(L"test", L"Test", L"Streams of a test", false, true) {}
@@ -38,7 +38,7 @@ class CEngine : public MCE::CProviderBase {
     return m_bEnumerationSucceeds;
   }
 
-  /// One item to be grouped, its texts in UTF-8; `At` adds it.
+  /// One item to be grouped, texts in UTF-8. Call At last: it adds the item.
   class CItem {
    public:
     CItem(CEngine& oEngine, const char* pszPath) : m_oEngine(oEngine), m_strPath(pszPath) {}
@@ -125,7 +125,7 @@ class CEngine : public MCE::CProviderBase {
       oVisit(tFound);
   }
 
-  // What tests look at or set.
+  // Made public for the tests.
   using CProviderBase::m_bChangesetsEstablished;
   using CProviderBase::m_bFirstCapability;
   using CProviderBase::m_bSecondCapability;

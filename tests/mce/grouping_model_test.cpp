@@ -6,7 +6,7 @@
 #include "tests/mce/engine_fixture.h"
 #include "tests/mce/plain_grouping.h"
 
-// The grouping beside a plain version of itself, on random histories.
+// The grouping against CPlainGrouping, a simple version of it, on random histories.
 namespace TALVEK::TEST {
 namespace {
 
@@ -61,7 +61,8 @@ std::string Dump(const CPlainGrouping& oPlain, unsigned nStream) {
   return strText;
 }
 
-/// Adds the same random changes and items to both. Few texts and a short span of time, so that much meets.
+/// Adds the same random changes and items to both. Few texts and a short time span give many candidates to
+/// join.
 class CHistoryMaker {
  public:
   CHistoryMaker(unsigned nSeed, std::uint32_t nStart, unsigned nFiles, bool bMixed)
@@ -130,7 +131,7 @@ TEST(GroupingModelTest, GivesTheSameAsThePlainVersion) {
   }
 }
 
-// Texts and paths that share a hash are told apart by their rows.
+// When texts or paths have the same hash, their rows decide.
 TEST(GroupingModelTest, GivesTheSameAsThePlainVersionWhenTextsShareAHash) {
   for (unsigned nSeed = 1; nSeed <= 8; ++nSeed) {
     SCOPED_TRACE("seed " + std::to_string(nSeed));
@@ -145,7 +146,7 @@ TEST(GroupingModelTest, GivesTheSameAsThePlainVersionWhenTextsShareAHash) {
   }
 }
 
-// What was committed is read again when what wasn't is discarded.
+// A reset discards what wasn't committed; the grouping must then be rebuilt from the committed rows.
 TEST(GroupingModelTest, GivesTheSameAsThePlainVersionAfterAReset) {
   for (unsigned nSeed = 1; nSeed <= 8; ++nSeed) {
     SCOPED_TRACE("seed " + std::to_string(nSeed));
@@ -166,8 +167,8 @@ TEST(GroupingModelTest, GivesTheSameAsThePlainVersionAfterAReset) {
   }
 }
 
-// What the item record holds after a search in vain is what a walk over all items leaves there.
-TEST(GroupingModelTest, SearchInVainEndsBehindTheChange) {
+// After a failed search the item record is as a loop over the change's items would leave it.
+TEST(GroupingModelTest, FailedSearchEndsBehindTheChange) {
   CEngine oEngine;
   for (int i = 0; i < 12; ++i)
     oEngine.Add(("f" + std::to_string(i)).c_str()).At(1000);

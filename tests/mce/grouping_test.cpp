@@ -32,7 +32,7 @@ TEST(GroupingTest, WindowHoldsItsBordersOnEitherSide) {
   }
 }
 
-// The first item is near enough, but the change has moved away with its second.
+// The first item is within the window of c.c, but the second has moved the change out of it.
 TEST(GroupingTest, ChangeThatHasMovedBeyondTheWindowTakesNoEarlierItem) {
   CEngine oEngine;
   oEngine.Add("a.c").At(1000);
@@ -56,7 +56,7 @@ TEST(GroupingTest, AuthorsAreFoldedBeyondAscii) {
   EXPECT_EQ(oEngine.Changes(), "1010 Øle: a.c b.c\n");
 }
 
-// U+0130 and the Kelvin sign become ASCII letters, so the texts have one form in lower case.
+// U+0130 and the Kelvin sign are ASCII letters in lower case.
 TEST(GroupingTest, LettersThatFoldIntoAsciiAreGrouped) {
   const struct {
     const char *pszFirst, *pszSecond;
@@ -165,7 +165,7 @@ TEST(GroupingTest, OpenedChangeTakesNothingFromTheOneBefore) {
   EXPECT_EQ(oEngine.m_nChangesAdded, 2u);
 }
 
-// A change that was added as it is has no base time.
+// AddChange gives a change no base time.
 TEST(GroupingTest, ChangeWithoutGroupingTakesNoItem) {
   CEngine oEngine;
   oEngine.AddChange(0, 1, L"joe", L"work", 1000);
@@ -250,7 +250,7 @@ TEST(GroupingTest, TimesAreReducedTo32Bits) {
   EXPECT_EQ(oEngine.FindNearestChange(Stream(1, 0, L"s"), BEYOND + 1099), 1u);
 }
 
-// At time 0 the window's lower end wraps around to the far end of unsigned time, where no change is.
+// At time 0 the window's lower end wraps around to the end of 32-bit time, where there is no change.
 TEST(GroupingTest, ItemsAtTimeZeroAreNeverGrouped) {
   CEngine oEngine;
   oEngine.Add("a.c").At(0);
@@ -387,7 +387,7 @@ TEST(GroupingTest, GroupedItemWhoseNumberIsTakenIsNotStored) {
   EXPECT_EQ(oEngine.Paths(1), std::vector<std::string>{"a.c"});
 }
 
-// A change without grouping has no base time, which counts as the latest time there is.
+// A change of AddChange has no base time, and that counts as the latest of all times.
 TEST(GroupingTest, ItemAtTheEndOfTimeJoinsAChangeWithoutBaseTime) {
   for (const auto& [nTime, pszExpected] : {std::pair{4294966995L, "4294966995 joe: a.c\n"},
                                            {4294966994L, "4294966994 joe: a.c\n4294966995 joe:\n"}}) {
@@ -398,8 +398,7 @@ TEST(GroupingTest, ItemAtTheEndOfTimeJoinsAChangeWithoutBaseTime) {
   }
 }
 
-// Long changes are searched in another way than short ones.
-TEST(GroupingTest, FirstOfTwoItemsOfAPathIsFoundInALongChangeToo) {
+TEST(GroupingTest, FirstOfTwoItemsOfAPathIsFoundWhicheverWasAddedFirst) {
   CEngine oEngine;
   const auto Path = [](const std::string& strPath) {
     VCM::CFilePath oPath;
@@ -445,7 +444,7 @@ TEST(GroupingTest, CommentMergeTable) {
   }
 }
 
-// To look for each sentence in the whole comment would take hours.
+// Searching the whole comment for each sentence would take hours.
 TEST(AddToCommentTest, HugeMessagesThatDifferOnlyInCaseAreMergedAtOnce) {
   VCM::CString strComment, strAddition;
   for (int i = 0; i < 300000; ++i) {

@@ -9,8 +9,8 @@
 #include "tests/mce/engine_fixture.h"
 #include "tests/support/growth.h"
 
-// Guards against work that grows faster than the history. The work of a long history is compared with that of
-// a short one in the same run.
+// Guards against work that grows faster than the history: compares the time per item of a long history with
+// that of a short one, in the same run.
 namespace TALVEK::TEST {
 namespace {
 
@@ -38,11 +38,11 @@ std::string File(int nNumber) {
   return "folder/file" + std::to_string(nNumber) + ".c";
 }
 
-TEST(GrowthTest, LargeChangeCostsNoMoreAnItem) {
+TEST(GrowthTest, LargeChangeCostsNoMorePerItem) {
   ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).At(1000); });
 }
 
-TEST(GrowthTest, BusyWindowCostsNoMoreAnItem) {
+TEST(GrowthTest, BusyWindowCostsNoMorePerItem) {
   ExpectLinear([](CEngine& oEngine, int i) {
     oEngine.Add(File(i % 50).c_str())
         .Saying(("comment " + std::to_string(i / 50)).c_str())
@@ -51,7 +51,7 @@ TEST(GrowthTest, BusyWindowCostsNoMoreAnItem) {
 }
 
 // Items that come again, as when two saved logs of one module are joined.
-TEST(GrowthTest, LargeChangeOfKnownFilesCostsNoMoreAnItem) {
+TEST(GrowthTest, LargeChangeOfKnownFilesCostsNoMorePerItem) {
   ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).At(1000); },
                [](CEngine& oEngine, int nItems) {
                  for (int i = 0; i < nItems; ++i)
@@ -59,7 +59,7 @@ TEST(GrowthTest, LargeChangeOfKnownFilesCostsNoMoreAnItem) {
                });
 }
 
-TEST(GrowthTest, LargeChangeWhoseFilesComeAgainCostsNoMoreAnItem) {
+TEST(GrowthTest, LargeChangeWhoseFilesComeAgainCostsNoMorePerItem) {
   ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i / 2).c_str()).At(1000); });
   ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).At(1000); },
                [](CEngine& oEngine, int nItems) {
@@ -68,24 +68,24 @@ TEST(GrowthTest, LargeChangeWhoseFilesComeAgainCostsNoMoreAnItem) {
                });
 }
 
-// Each file leaves and comes back as often as it has items.
-TEST(GrowthTest, FilesThatTakeTurnsCostNoMoreAnItem) {
+// The file changes with each item, so each file is selected again for each of its items.
+TEST(GrowthTest, FilesThatTakeTurnsCostNoMorePerItem) {
   ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i % 2).c_str()).At(1000L + i * 400L); });
 }
 
-// Each item is replaced before another could come to it: the search passes by all their changes.
-TEST(GrowthTest, CrowdOfClosedChangesCostsNoMoreAnItem) {
+// The revision of each item is replaced before any other item: the search must skip all their changes.
+TEST(GrowthTest, CrowdOfClosedChangesCostsNoMorePerItem) {
   ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).Until(1000).At(1000 + i % 100); });
 }
 
-TEST(GrowthTest, CrowdOfClosedChangesCostsNoMoreAnItemThatStays) {
+TEST(GrowthTest, CrowdOfClosedChangesCostsNoMorePerItemThatStays) {
   ExpectLinear([](CEngine& oEngine, int i) {
     oEngine.Add(File(i).c_str()).Until(i % 2 == 0 ? 1000 : 5000).At(1000 + i % 100);
   });
 }
 
-// The first change of the second is open, but its window has moved on; all others there are closed.
-TEST(GrowthTest, OpenChangeBeforeACrowdOfClosedOnesCostsNoMoreAnItem) {
+// One change at this second is open, but too far away in base time; all the others are closed.
+TEST(GrowthTest, OpenChangeBeforeACrowdOfClosedOnesCostsNoMorePerItem) {
   ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).At(1300); },
                [](CEngine& oEngine, int nItems) {
                  oEngine.Add("first").At(949);
@@ -95,8 +95,8 @@ TEST(GrowthTest, OpenChangeBeforeACrowdOfClosedOnesCostsNoMoreAnItem) {
                });
 }
 
-// All of them are open, but too late for an item that ends early.
-TEST(GrowthTest, CrowdOfChangesThatAreTooLateCostsNoMoreAnItem) {
+// All of the changes are open, but later than the end of the item.
+TEST(GrowthTest, CrowdOfChangesThatAreTooLateCostsNoMorePerItem) {
   ExpectLinear([](CEngine& oEngine, int i) { oEngine.Add(File(i).c_str()).Until(1000).At(1001); },
                [](CEngine& oEngine, int nItems) {
                  for (int i = 0; i < nItems; ++i)
@@ -104,9 +104,9 @@ TEST(GrowthTest, CrowdOfChangesThatAreTooLateCostsNoMoreAnItem) {
                });
 }
 
-// One file, one author, one message, and times that jump about within five minutes: each item could join a
-// good part of all the changes before.
-TEST(GrowthTest, JumpingClockCostsNoMoreAnItem) {
+// One file, one author, one message, and times that jump about within five minutes: each item could join many
+// of the changes before it.
+TEST(GrowthTest, JumpingClockCostsNoMorePerItem) {
   std::mt19937 oRandom(1);
   long nTime = 1000;
   ExpectLinear([&](CEngine& oEngine, int) {
@@ -116,13 +116,13 @@ TEST(GrowthTest, JumpingClockCostsNoMoreAnItem) {
   });
 }
 
-TEST(GrowthTest, CyclingClockCostsNoMoreAnItem) {
+TEST(GrowthTest, CyclingClockCostsNoMorePerItem) {
   ExpectLinear(
       [](CEngine& oEngine, int i) { oEngine.Add("a.c").Until(1000 + (i + 1) % 300).At(1000 + i % 300); });
 }
 
 // Thousands of files by one author with one message within an hour, several revisions of each.
-TEST(GrowthTest, BusyHourCostsNoMoreAnItem) {
+TEST(GrowthTest, BusyHourCostsNoMorePerItem) {
   std::mt19937 oRandom(1);
   long nTime = 0;
   ExpectLinear([&](CEngine& oEngine, int i) {
@@ -133,13 +133,13 @@ TEST(GrowthTest, BusyHourCostsNoMoreAnItem) {
   });
 }
 
-TEST(GrowthTest, LongHistoryCostsNoMoreAnItem) {
+TEST(GrowthTest, LongHistoryCostsNoMorePerItem) {
   ExpectLinear([](CEngine& oEngine, int i) {
     oEngine.Add(File(i % 10).c_str()).Until(5000L + i * 400L).At(1000L + i * 400L);
   });
 }
 
-/// Changes of one group at random, closed or open. The search looks for one that isn't there.
+/// Random changes of one group, closed or open; none of them is what the search wants.
 double SecondsOfSearch(int nChanges, bool bSpread) {
   std::mt19937 oRandom(1);
   MCE::CChangeGroups oGroups;
@@ -152,10 +152,10 @@ double SecondsOfSearch(int nChanges, bool bSpread) {
   const double fStart = ThreadSeconds();
   for (int i = 0; i < FEW; ++i)
     EXPECT_EQ(oGroups.Find(1, L"joe", L"work", {10'200, 10'050}), 0U);
-  return (ThreadSeconds() - fStart) * nChanges;  // of one search for each change
+  return (ThreadSeconds() - fStart) * nChanges;  // so that CostGrowth compares the time of one search
 }
 
-TEST(ChangeGroupsGrowthTest, SearchInVainCostsNoMoreAmongMoreChanges) {
+TEST(ChangeGroupsGrowthTest, FailedSearchCostsNoMoreAmongMoreChanges) {
   for (const bool bSpread : {false, true})
     EXPECT_LE(CostGrowth(FEW, MANY, [&](int nChanges) { return SecondsOfSearch(nChanges, bSpread); }), LIMIT);
 }

@@ -67,20 +67,20 @@ TEST(SchemaTest, DefinitionsHaveTheSizesThatTheEngineReads) {
   EXPECT_EQ(sizeof(MCE::TPropertyInfo), 4 * sizeof(void*));
 }
 
-/// A definition's two words as an engine reads them that knows no names of members: "TEXT NUMBER", with "-"
-/// for no text.
+/// The two words of a definition, read from memory without the names of its members: "TEXT NUMBER", with "-"
+/// for a null text.
 template <class TDefinition>
 std::string Words(const TDefinition& tDefinition) {
   constexpr std::uintptr_t LARGEST_CODE = 13;
   std::uintptr_t anWords[2];
   static_assert(sizeof anWords == sizeof tDefinition);
   std::memcpy(anWords, &tDefinition, sizeof anWords);
-  if (anWords[1] > LARGEST_CODE) return "no number";  // then the first word is hardly a text
+  if (anWords[1] > LARGEST_CODE) return "no number";  // don't dereference the first word
   const auto* const pszText = reinterpret_cast<const wchar_t*>(anWords[0]);
   return (pszText ? VCM::ToUtf8(pszText) : "-") + " " + std::to_string(anWords[1]);
 }
 
-/// The list of fields up to and with the entry that ends it.
+/// The first `nCount` entries of a list of fields.
 std::string FieldWords(const VDB::TFieldDef* ptFields, std::size_t nCount) {
   std::string strText;
   for (std::size_t i = 0; i < nCount; ++i)
@@ -104,14 +104,14 @@ TEST(SchemaTest, FieldIsTheNameAndThenTheTypeAndZerosEndTheList) {
   EXPECT_EQ(FieldWords(MCE::CFolderTable::s_atFieldDefs, 2), "ID 3, - 0");
 }
 
-/// All words of the list's first records.
+/// All words of the first `nCount` records of a list of indexes.
 std::vector<std::uint16_t> IndexWords(const VDB::TIndexDef* ptIndexes, std::size_t nCount) {
   std::vector<std::uint16_t> anWords(nCount * sizeof *ptIndexes / sizeof(std::uint16_t));
   std::memcpy(anWords.data(), ptIndexes, nCount * sizeof *ptIndexes);
   return anWords;
 }
 
-// Flags, number of fields, fields; the rest of the 24 words is zero, and so is the record that ends the list.
+// Flags, number of fields, fields; the other words of the 24 are zero. A record of zeros ends the list.
 TEST(SchemaTest, IndexesAreRecordsOf24WordsAndZerosEndTheList) {
   std::vector<std::uint16_t> anTwo(72), anOne(48);
   anTwo[1] = 1;  // unique, by field 0
@@ -237,7 +237,7 @@ TEST(RecordTest, FilesAndFoldersAreValues) {
   EXPECT_EQ(tFolderCopy.oFiles, tFolder.oFiles);
 }
 
-// Slots 0 and 1 are the destructor's two forms.
+// Slots 0 and 1 are the destructors.
 TEST(RecordTest, NullRecordCanBeDeleted) {
   constexpr std::size_t SLOT_DELETE = 3;
   const MCE::TChangeRecord tChange;
@@ -246,7 +246,7 @@ TEST(RecordTest, NullRecordCanBeDeleted) {
   Slot<void(void*)>(&tItem, SLOT_DELETE)(nullptr);
 }
 
-/// Slots 2 and 4: a copy that has the record's ID, and the record that has been assigned to.
+/// Calls Clone by slot 2 and CopyFrom by slot 4.
 template <class TRecord>
 void ExpectCloneAndCopyFromInTheirSlots() {
   TRecord tRecord, tOther;
@@ -277,7 +277,7 @@ TEST(ImportDatabaseTest, ProviderWithoutChangesLeavesNoFiles) {
   EXPECT_FALSE(DatabaseFilesExist());
 }
 
-// Without a database there is no path, and the suffixes alone are names of files, too.
+// Without a database the path is empty: path and suffix would be the names of files in the working folder.
 TEST(ImportDatabaseTest, ProviderWithoutChangesRemovesNoFileOfTheWorkingFolder) {
   const CTempFolder oFolder;
   WriteFile(oFolder / ".tdf", "data");
@@ -414,7 +414,7 @@ TEST(ImportDatabaseTest, ItemCountOfUnknownChangeIsNotWritten) {
   EXPECT_TRUE(oEngine.UpdateChangeItemCount(1, 7));
   EXPECT_EQ(oEngine.m_tChange.nID, 1u);
   oEngine.VisitChanges(1, [](const MCE::TChangeRecord& tChange) { EXPECT_EQ(tChange.nNextItem, 7u); });
-  // The record holds the change that was read, whatever it held before.
+  // Nothing of the record's former content (change 2) is left in it.
   oEngine.AddChange(5, 2, L"ann", L"other", 9000);
   EXPECT_TRUE(oEngine.UpdateChangeItemCount(1, 8));
   const MCE::TChangeRecord& tRead = oEngine.m_tChange;
@@ -481,7 +481,7 @@ TEST(ImportDatabaseTest, ResetOpensBothTablesAnew) {
   EXPECT_TRUE(oEngine.m_oChangeTable.IsOpen() && oEngine.m_oChangeItemTable.IsOpen());
 }
 
-TEST(ImportDatabaseTest, FilesThatAreGoneAlreadyAreNoMatter) {
+TEST(ImportDatabaseTest, FilesThatAreGoneAlreadyGiveNoMessage) {
   testing::internal::CaptureStderr();
   {
     CEngine oEngine;
@@ -493,8 +493,8 @@ TEST(ImportDatabaseTest, FilesThatAreGoneAlreadyAreNoMatter) {
   EXPECT_FALSE(DatabaseFilesExist());
 }
 
-// One import per process at a time: this is what happens to a host that runs two.
-TEST(ImportDatabaseTest, SecondProvidersEndTakesTheFilesOfTheFirst) {
+// Only one import per process at a time is supported. With two, the end of the second removes the files.
+TEST(ImportDatabaseTest, SecondProvidersEndRemovesTheFilesOfTheFirst) {
   CEngine oFirst;
   oFirst.Add("a.c").At(1000);
   EXPECT_TRUE(DatabaseFilesExist());
@@ -515,7 +515,7 @@ TEST(ImportDatabaseTest, WithoutDatabaseNothingSucceeds) {
   MCE::CProvider::TChangeInfo tChange;
   EXPECT_FALSE(oSecond.PrepareForChanges(false));
   EXPECT_EQ(oSecond.EstablishChangesets(nCount), MCE::RESULT_FAILED);
-  EXPECT_EQ(oSecond.m_nEnumerations, 0);  // what could not be kept is not asked for
+  EXPECT_EQ(oSecond.m_nEnumerations, 0);  // not asked for changes that can't be stored
   EXPECT_EQ(oSecond.OnFirstChangeset(tChange), MCE::RESULT_FAILED);
   EXPECT_FALSE(oSecond.Add("a.c").At(1000));
   EXPECT_EQ(oSecond.FindNearestChange(Stream(1, 0, L"Main"), 1000), 0u);

@@ -50,7 +50,7 @@ class ImportLogTest : public ::testing::Test {
     m_oLastPath = VCM::ToBytes(m_oEngine.GetLogPath());
     return ReadFile(m_oLastPath);
   }
-  /// The files in the temporary folder, without prefixes.
+  /// The texts of the files in the temporary folder, sorted, without the lines' prefixes.
   std::vector<std::string> Files() const {
     std::vector<std::string> astrTexts;
     for (const auto& oEntry : std::filesystem::directory_iterator(m_oTemp.Path())) {
@@ -135,7 +135,7 @@ TEST_F(ImportLogTest, PausedLogKeepsItsFileAndReopensAnother) {
             (std::vector<std::string>{"Beginning Import with Test\n", "Beginning Import with Test\nkept\n"}));
 }
 
-// Only the lines cease; the file is there for whatever opens the log in another way.
+// Pausing only stops the lines. The file stays open, and gets lines again when LogToConnection opens the log.
 TEST_F(ImportLogTest, PausedLogsFileTakesTheLinesThatGoToTheConnection) {
   Open();
   m_oEngine.OpenLog(false);
@@ -200,7 +200,7 @@ TEST_F(ImportLogTest, CallbackTakesTheTextAsFormat) {
 TEST_F(ImportLogTest, CallbackWithADirectiveFormatsAMissingArgument) {
   Open();
   MCE::CProvider::WriteLogCallback(L"100%d done", static_cast<MCE::CProvider*>(&m_oEngine));
-  // What the missing argument holds is the platform's; here it is a number.
+  // The missing argument is undefined; on this platform some number is printed.
   const std::string strLog = WithoutSeconds(Close());
   int nNumber = 0;
   ASSERT_EQ(std::sscanf(strLog.c_str(), "Beginning Import with Test 100%d done", &nNumber), 1) << strLog;
@@ -330,7 +330,7 @@ TEST_F(ImportLogTest, WithoutADatabaseNoStreamIsWritten) {
   EXPECT_EQ(WithoutSeconds(Close()), "Beginning Import with Test\n");
 }
 
-// The engine's own transaction can't begin while another one is open.
+// Another open transaction keeps the engine from opening its own.
 TEST_F(ImportLogTest, WithoutAnOpenWalkNoStreamIsWritten) {
   m_oEngine.m_oStreams.Add(Stream(1, 0, L"Main"));
   m_oEngine.AddChange(0, 1, L"joe", L"work", 1000);
@@ -348,7 +348,7 @@ TEST_F(ImportLogTest, ClosedLogGetsNoStreamsButTheDatabaseIsMade) {
   EXPECT_NE(m_oEngine.m_poDatabase, nullptr);
 }
 
-// /proc is there and takes no file, not even root's.
+// In /proc nobody, not even root, can make a file.
 TEST_F(ImportLogTest, FileThatCannotBeMadeLosesTheLinesWithoutAMessage) {
   const CEnvironmentScope oUnwritable("TMPDIR", "/proc");
   testing::internal::CaptureStderr();

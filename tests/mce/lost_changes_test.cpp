@@ -1,4 +1,4 @@
-// What becomes of an import whose database can't be made, or can't take what was found.
+// Imports whose database can't be made, or can't store everything.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -49,7 +49,7 @@ TEST(LostChangesTest, ChangesetsThatFoundNoRoomAreNotEstablished) {
   EXPECT_EQ(nResult, 0);
 }
 
-// The names are ours, and go with the provider; what a link leads to is not.
+// The provider removes the names, which are its own, but never touches the target of a link.
 TEST(LostChangesTest, WhatALinkAtTheDatabasePathLeadsToIsLeftAlone) {
   const CTempFolder oFolder;
   for (const char* pszSuffix : {".tdf", ".tlf"}) {
@@ -66,7 +66,7 @@ TEST(LostChangesTest, WhatALinkAtTheDatabasePathLeadsToIsLeftAlone) {
   }
 }
 
-TEST(LostChangesTest, OneReportIsEnough) {
+TEST(LostChangesTest, LossIsReportedOnce) {
   const CTempFolder oFolder;
   const CEnvironmentScope oTmpDir("TMPDIR", oFolder.Path().string());
   const fs::path oPlanted = DatabasePath() + ".tdf";
@@ -84,7 +84,7 @@ TEST(LostChangesTest, OneReportIsEnough) {
                 oPlanted.string() + ": is no plain file\n");
 }
 
-/// Rows of "citems" that hold nothing but their key.
+/// A row of "citems" with a key and no other fields: it can't be decoded as an item.
 struct TBareItem {
   std::array<void*, 2> GetFieldAddresses() { return {&nID, &nItem}; }
   std::uint32_t nID;
@@ -102,7 +102,7 @@ class CBareItemTable : public VDB::CTable {
   }
 };
 
-TEST(LostChangesTest, RowThatCannotBeReadIsNoEndOfTheWalk) {
+TEST(LostChangesTest, RowThatCannotBeReadFailsTheWalk) {
   CEngine oEngine;
   oEngine.m_tCurrentStream.nID = 1;
   oEngine.Add("a.c").At(1000);

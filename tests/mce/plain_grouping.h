@@ -10,7 +10,7 @@
 
 namespace TALVEK::TEST {
 
-/// The grouping as its rules read, over vectors that are searched from end to end.
+/// The rules of the grouping in their simplest form, as a reference: vectors that are searched linearly.
 class CPlainGrouping {
  public:
   struct TItem {
@@ -18,7 +18,7 @@ class CPlainGrouping {
     VCM::CFilePath oPath;
     std::int32_t nRevision;
     std::uint32_t nTime;
-    std::string strNote;  // whatever the caller knows of the item
+    std::string strNote;  // the caller's, not used here
   };
   struct TChange {
     std::uint32_t nID;

@@ -87,7 +87,7 @@ TEST(ProviderBaseTest, NullProviderCanBeDestroyed) {
   Slot<void(void*)>(&oEngine, SLOT_DESTROY)(nullptr);
 }
 
-// A host reads the members in place.
+// Hosts read the members at their offsets.
 TEST(ProviderBaseTest, IdentityFollowsTheRepositoryView) {
   CEngine oEngine;
   const std::vector<const void*> apMembers = {&oEngine.m_oReposView,       &oEngine.m_strName,

@@ -63,7 +63,7 @@ TEST(StreamListTest, ChildrenComeInTheOrderOfTheList) {
   EXPECT_EQ(Children(oStreams, 5), "1 ");
 }
 
-// Only where the numbers count from 1 is a stream's number its place.
+// IDs needn't count from 1, so a stream's ID needn't be its place + 1.
 TEST(StreamListTest, StreamIsFoundByItsNumberWhereverItStands) {
   CStreamList oStreams;
   for (const unsigned nID : {5U, 2U, 1U})
@@ -137,7 +137,7 @@ TEST(StreamListTest, LookupsAgreeWithPlainLoops) {
   }
 }
 
-/// Adds streams, looks each up by name before and after, and walks over all of them by parent.
+/// Adds streams, looks up each by name before and after, and walks over the children of each.
 void UseList(int nStreams, std::uint32_t (*pfnParent)(std::uint32_t nID)) {
   CStreamList oStreams;
   for (int i = 0; i < nStreams; ++i) {

@@ -39,7 +39,7 @@ class WalkTest : public ::testing::Test {
     m_oEngine.OpenLog(true);
   }
 
-  /// All that has been logged, without the line with which each log begins; closes the log.
+  /// Closes the log and returns its lines without the first.
   std::string Log() {
     const std::string strLog = WithoutSeconds(ReadFile(VCM::ToBytes(m_oEngine.GetLogPath())));
     const std::string strFirst = "Beginning Import with Test\n";
@@ -73,7 +73,7 @@ TEST_F(WalkTest, StreamComesBelowItsNewParent) {
   EXPECT_EQ(Children(m_oEngine, 2), "C D ");
 }
 
-// As many streams as before, and the host begins below the root.
+// The second search finds as many streams as the first, so an index kept by their number would be stale.
 TEST_F(WalkTest, ChildrenAreThoseOfTheLastSearch) {
   EXPECT_EQ(Children(m_oEngine, 1), "B D ");
   m_oEngine.m_atFound = {Stream(1, 0, L"Main"), Stream(2, 1, L"X"), Stream(3, 1, L"Y"), Stream(4, 3, L"Z")};
@@ -120,7 +120,7 @@ TEST_F(WalkTest, FailedSearchIsTriedAgain) {
   EXPECT_EQ(Log(), "");
 }
 
-// The numbers are the provider's; only where they count from 1 is a stream's number its place.
+// A provider may use any IDs; they needn't count from 1.
 TEST_F(WalkTest, ParentIsFoundByItsNumberWhereverItStands) {
   m_oEngine.m_atFound = {Stream(5, 0, L"R"), Stream(9, 5, L"A"), Stream(4, 9, L"B"), Stream(7, 2, L"lost")};
   EXPECT_EQ(Children(m_oEngine, 5), "A ");
@@ -206,7 +206,7 @@ TEST_F(WalkTest, FailedEnumerationIsTriedAgain) {
   EXPECT_EQ(Log(), "");
 }
 
-// Each changeset whole, in order of time and not of number.
+// Whole records, in order of time and not of ID.
 TEST_F(WalkTest, ChangesetsCarryWhatWasAdded) {
   unsigned nCount = 0;
   m_oEngine.EstablishStreams(nCount);
@@ -360,7 +360,7 @@ TEST_F(ItemWalkTest, ProcessingAChangeRetrievesTheOneThatTheWalkStandsOn) {
   EXPECT_EQ(m_oEngine.m_anChangesRetrieved, (std::vector<std::uint32_t>{1, 1}));
 }
 
-TEST_F(ItemWalkTest, FirstItemThatFailsIsReportedMoreQuietlyThanTheOthers) {
+TEST_F(ItemWalkTest, FirstItemThatFailsIsNotLoggedAndTheOthersAre) {
   m_oEngine.m_nRetrieveItemResult = 1;
   EXPECT_EQ(m_oEngine.OnFirstChangeItem(m_tItem), MCE::RESULT_FAILED);
   EXPECT_EQ(m_oEngine.OnNextChangeItem(m_tItem), MCE::RESULT_FAILED);
@@ -478,7 +478,7 @@ TEST_F(WalkTest, WorkFolderItselfIsNotMade) {
   EXPECT_EQ(Log(), "Failed to create directory '" + strAbsent + "/dir'\n");
 }
 
-// Hosts read the records in place.
+// Hosts read the members at their offsets.
 TEST(RecordLayoutTest, MembersStandInTheOrderOfTheInterface) {
   const TStreamInfo s;
   EXPECT_TRUE(AreInOrder(

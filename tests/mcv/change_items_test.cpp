@@ -91,7 +91,7 @@ TEST_F(ChangeItemsTest, OnlyTheVendorsFirstRevisionIsSkipped) {
             "b.c 1.2 edit on Main 13000..never\n");
 }
 
-// It is passed over once, whatever stands before it; numbers that only begin as it does are not.
+// 1.1.1.1 is skipped once, whatever comes before it; longer and shorter numbers are not.
 TEST_F(ChangeItemsTest, EndTimeTable) {
   const struct {
     std::vector<std::pair<const char*, long>> atRevisions;
@@ -135,7 +135,7 @@ TEST_F(ChangeItemsTest, BranchThatWasNeverCreatedGivesNoItems) {
   EXPECT_EQ(Items(oLog), "a.c 1.1 add on Main 1000..2000\n");
 }
 
-// Else the trunk would start with an edit.
+// If it changed the flags, the trunk would start with an edit.
 TEST_F(ChangeItemsTest, RevisionWithoutStreamLeavesTheFlagsAlone) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v")
@@ -147,7 +147,7 @@ TEST_F(ChangeItemsTest, RevisionWithoutStreamLeavesTheFlagsAlone) {
   EXPECT_EQ(Items(oLog), "a.c 1.2 add on Main 3000..4000\na.c 1.3 edit on Main 4000..never\n");
 }
 
-TEST_F(ChangeItemsTest, RevisionEndsWithTheNextOneOfTheListWhateverItsLine) {
+TEST_F(ChangeItemsTest, RevisionEndsWithTheNextOneOfTheListOnWhateverBranch) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v").Name("BR: 1.2.0.2").At("1.3", 300).At("1.2", 200).At("1.2.2.1", 250);
   EXPECT_EQ(Items(oLog),
@@ -156,7 +156,7 @@ TEST_F(ChangeItemsTest, RevisionEndsWithTheNextOneOfTheListWhateverItsLine) {
             "a.c 1.3 edit on Main 300..never\n");
 }
 
-TEST_F(ChangeItemsTest, FlagsDoNotTellTheLinesApart) {
+TEST_F(ChangeItemsTest, FlagsAreSharedByTrunkAndBranches) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v")
       .Name("BR: 1.1.0.2")
@@ -206,7 +206,7 @@ TEST_F(ChangeItemsTest, FirstNameOfTheBranchesNumberTakesItsRevisions) {
   EXPECT_EQ(Items(oLog), "a.c 1.1 add on Main 1000..2000\na.c 1.1.2.1 edit on B 2000..never\n");
 }
 
-// The branch flag is not looked at: a tag with a branch's number in plain form names that branch as well.
+// A tag with a branch's number (1.1.2 without the magic 0) counts as that branch's name.
 TEST_F(ChangeItemsTest, NameWithoutMagicNumberTakesRevisionsToo) {
   Set(L"StreamsForTags", "1");
   CLogText oLog;

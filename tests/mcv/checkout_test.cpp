@@ -295,7 +295,7 @@ TEST_F(CheckoutTest, WorkingDirectoryIsRestoredWhateverTheResult) {
   EXPECT_EQ(fs::current_path(), oBefore);
 }
 
-// In a folder of the server's the client would overwrite what doesn't belong to the import.
+// Run in the process's own folder, the client could overwrite files that aren't the import's.
 TEST_F(CheckoutTest, WithoutItsClientFolderNoCommandRuns) {
   fs::remove_all(m_oFolder / "client");
   RetrieveChange(2);
@@ -367,7 +367,7 @@ TEST_F(CheckoutTest, QuotesInNamesReachTheClientAsTheyAre) {
             "[my \"mod\"/src \"x\"/a\\b.c]\n");
 }
 
-// An option's own argument may begin with a hyphen; the last word may not, unless "--" stands before it.
+// An option's argument may begin with a hyphen. The last word needs "--" before it.
 TEST_F(CheckoutTest, NamesThatBeginWithAHyphenAreNoOptions) {
   FakeCvs("record \"$@\"");
   RetrieveChange(2);
@@ -393,7 +393,7 @@ TEST_F(CheckoutTest, NamesThatBeginWithAHyphenAreNoOptions) {
       "in @/client\n[-d]\n[/repo]\n[checkout]\n[-D]\n[2009/03/14 00:25:09 UTC]\n[-d]\n[Main]\n[--]\n[-x]\n");
 }
 
-// What the log gives as a number comes out as digits, signs and dots, whatever it was.
+// Whatever the log has as a revision number becomes digits, signs and dots on the command line.
 TEST_F(CheckoutTest, RevisionIsNeverMoreThanOneWordOfNumbers) {
   RetrieveChange(2);
   for (const auto& [pszRevision, pszExpected] : {std::pair(L"1.4 -d /tmp", "1.4"),
@@ -418,7 +418,7 @@ TEST_F(CheckoutTest, FileNamesOfAnyEncodingReachTheClient) {
   EXPECT_EQ(ReadFile(Target("caf\xe9/\xc3\xa9.c")), "new\n");
 }
 
-TEST_F(CheckoutTest, FailedCheckoutOfTheModuleKeepsOnlyFilesThatTheClientHasNoted) {
+TEST_F(CheckoutTest, FailedCheckoutOfTheModuleKeepsOnlyFilesThatTheClientHasEntered) {
   FakeCvs(
       "mkdir -p Main/CVS Main/plain; cd Main; touch whole late old half plain/file\n"
       "echo '/whole/1.4/Thu Jan  2 10:11:12 2003//' > CVS/Entries; echo '/old/1.3/now//' >> CVS/Entries\n"
@@ -428,12 +428,12 @@ TEST_F(CheckoutTest, FailedCheckoutOfTheModuleKeepsOnlyFilesThatTheClientHasNote
     EXPECT_EQ(RetrieveItem(pszName), 0);
   EXPECT_EQ(ModificationTime(Target("whole")), ITEM_TIME);
   EXPECT_EQ(ModificationTime(Target("late")), ITEM_TIME);
-  EXPECT_EQ(ModificationTime(Target("plain/file")), ITEM_TIME);  // of a client that takes no notes
-  EXPECT_FALSE(fs::exists(Target("old")));                       // the note is of the revision before
+  EXPECT_EQ(ModificationTime(Target("plain/file")), ITEM_TIME);  // its folder has no CVS/Entries
+  EXPECT_FALSE(fs::exists(Target("old")));                       // its entry is of an earlier revision
   EXPECT_FALSE(fs::exists(Target("half")));
 }
 
-// `cvs import` makes 1.1 and 1.1.1.1 of one content: the client notes the one, the item has the other.
+// `cvs import` makes 1.1 and 1.1.1.1 with the same content: the item is 1.1, the client's entry 1.1.1.1.
 TEST_F(CheckoutTest, FailedCheckoutOfTheModuleKeepsImportedFiles) {
   FakeCvs(
       "mkdir -p Main/CVS; cd Main; touch imported half\n"
@@ -484,10 +484,10 @@ class RealClientTest : public ProviderTest {
     m_oProvider.InitialiseClients(VCM::FromBytes((m_oFolder / "client").string()));
   }
 
-  /// Walks a stream's changes and shows each item with what is at its place: "1.2 src/a.c two 1041502272".
+  /// Walks a stream's changes. A line for each item, with its file's time and text: "src/a.c 1041502272 two".
   std::string Walk(unsigned nStreamID, const char* pszName) {
     const std::string strFolder = (m_oFolder / "client" / pszName).string();
-    fs::create_directory(strFolder);  // the host's part: the walk makes only the folders below
+    fs::create_directory(strFolder);  // as a host does; the walk makes only the folders below it
     m_oProvider.OnBeginStream(nStreamID, VCM::FromBytes(strFolder).c_str());
     std::string strText;
     MCE::CProvider::TChangeInfo tChange;
@@ -532,7 +532,7 @@ TEST_F(RealClientTest, ModuleIsCheckedOutAsOfATime) {
   EXPECT_EQ(ReadFile(m_oFolder / "client/Main/src/a.c"), "two\n");
 }
 
-// One file in the way makes the client fail; it fetches all the others.
+// A file that is in the way makes the client fail, but it fetches all the others.
 TEST_F(RealClientTest, FailedCheckoutOfTheModuleKeepsWhatTheClientFinished) {
   const std::string strRoot = ShellQuote((m_oFolder / "root").string());
   for (int i = 0; i < 34; ++i)

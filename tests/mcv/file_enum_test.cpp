@@ -102,14 +102,14 @@ TEST(FileEnumTest, NameTable) {
       {"T: 1.1.1.0.2", "T=1.2(branch)"},    // 1.1.1.2
       {"T: 2.1.1.1", "T=2.1.1.1"},          // only the first vendor branch is folded
       {"T: 1.1.3.1", "T=1.1.3.1"},          //
-      {"T: 0.2", "T=2(branch)"},            // whatever the number means, the rule is the same
+      {"T: 0.2", "T=2(branch)"},            // no real number, but the rule applies
       {"T: 0", "T=0"},                      // one component has no second-to-last one
       {"T: 1.0", "T=1.0"},                  //
       {"T:", "T="},                         //
       {"T", "T="},                          //
       {"T: 1.2.0.0", "T=1.2.0(branch)"},    //
       {"T: 1.1.1.0", "T=1.0"},              //
-      {"T: 1.2.0.2\t", "T=1.2.2(branch)"},  // a tail falls away
+      {"T: 1.2.0.2\t", "T=1.2.2(branch)"},  // a trailing tab is ignored
   };
   for (const auto& tCase : atCases) {
     EXPECT_EQ(FileWithNames({tCase.pszName}, KEEP_TAGS),

@@ -75,9 +75,9 @@ MCV::TFileInfo DeepFile(int nNames) {
   return tFile;
 }
 
-// The numbers themselves become longer, so a name costs as many times more as there are more of them. It
-// would cost the square of that if each were compared with all before it.
-TEST(LookupGrowthTest, ParentsOfDeeplyNestedNamesCostNoMoreForEachComponent) {
+// The numbers get longer with the depth, so the cost per name may grow linearly with the number of names.
+// Comparing each name with all before it would make that quadratic.
+TEST(LookupGrowthTest, ParentsOfDeeplyNestedNamesCostNoMorePerComponent) {
   const MCV::TFileInfo tFew = DeepFile(FEW), tMany = DeepFile(MANY);
   const auto fnNest = [&](int nNames) {
     const MCV::TFileInfo& tFile = nNames == FEW ? tFew : tMany;

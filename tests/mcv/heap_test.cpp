@@ -17,7 +17,7 @@ namespace {
 
 enum TOutcome : int { MADE, FAILED_AND_RELEASED, FAILED_AND_KEPT, RETURNED_NULL };
 
-/// What comes of creating a provider when one allocation fails, and of its end when none does.
+/// Creates a provider with one failing allocation, and destroys it if none has failed.
 TOutcome CreateWithFailingAllocation(TALVEK_EM_CREATEPROVIDER* pfnCreate, std::uint64_t nAllocations) {
   const std::size_t nBefore = FUZZ::GetHeapUse().nLiveBytes;
   FUZZ::FailAllocationAfter(nAllocations);
@@ -47,8 +47,8 @@ TEST(PluginHeapTest, ProviderThatCannotBeMadeThrowsAndLeavesNoMemoryBehind) {
   dlclose(pPlugin);
 }
 
-/// Headers of files whose names are all different, with as many names each as make the next header begin
-/// another pool.
+/// Headers of files with different symbolic names, in each just enough that the next header starts a new
+/// pool.
 std::string HeadersThatFillAPoolEach(int nFiles) {
   constexpr int NAMES = 262145;
   std::string strLog;
@@ -61,7 +61,7 @@ std::string HeadersThatFillAPoolEach(int nFiles) {
   return strLog;
 }
 
-/// The most that is live while a log is parsed, beyond what is live before.
+/// The peak of allocated memory while a log is parsed, above that before.
 std::size_t PeakOfParsing(const std::string& strLog) {
   const std::size_t nBefore = FUZZ::GetHeapUse().nLiveBytes;
   FUZZ::ResetHeapPeak();

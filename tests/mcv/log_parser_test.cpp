@@ -101,7 +101,7 @@ TEST(LogParserTest, EveryItemStartsAfresh) {
             "unknown\n");
 }
 
-// The next item's kind hangs on nine characters, that of a line within a revision on eight.
+// Nine characters decide the kind of an item ("RCS file:", "revision "), eight that of a line in a revision.
 TEST(LogParserTest, ItemKindTable) {
   const struct {
     const char *pszLine, *pszExpected;
@@ -131,7 +131,7 @@ TEST(LogParserTest, HeaderLineTable) {
   } atCases[] = {
       {"head: 1.3\n", "head=1.3 total=0 []"},
       {"HEAD: 1.3\n", "head=1.3 total=0 []"},
-      {"head:1.3\n", "head=0.3 total=0 []"},  // what stands right behind the colon is not looked at
+      {"head:1.3\n", "head=0.3 total=0 []"},  // the character after the colon is skipped
       {"head\n", "head= total=0 []"},
       {"head: 1.3\nhead:\n", "head= total=0 []"},
       {"Total Revisions: 7;\n", "head= total=7 []"},
@@ -151,7 +151,7 @@ TEST(LogParserTest, HeaderLineTable) {
       {"description:\n\n", "head= total=0 [\n]"},
       {"description:\n\nx\n", "head= total=0 [\nx]"},
       {"description:\nx\n\ny\n", "head= total=0 [\nxy]"},
-      // Keywords are keywords in a description and among the names, too.
+      // Keywords also count within a description and among the names.
       {"description:\nx\nhead: 1.7\ntotal revisions: 7;\ny\n", "head=1.7 total=7 [\nxy]"},
       {"description:\nx\nsymbolic names:\n\tT: 1.1\ndescription:\ny\n", "head= total=0 [\nxy] T=1.1"},
       {"symbolic names:\nhead: 1.7\nsymbolic names: 1.2\n\tT: 1.1\n", "head=1.7 total=0 [] T=1.1"},
@@ -172,7 +172,7 @@ TEST(LogParserTest, BlankLinesBetweenItemsAreSkipped) {
             "file mod/a head= total=0 []\nfile mod/b head= total=0 []\n");
 }
 
-// Only an empty line is none; with a blank in it, it begins an item that takes the header behind it along.
+// Only empty lines are skipped. A line of blanks begins an unknown item, which swallows the header after it.
 TEST(LogParserTest, LineOfBlanksBeginsAnItem) {
   for (const char* const pszLine : {" ", "\t", " \t "}) {
     EXPECT_EQ(Items(std::string(pszLine) + "\nRCS file: /repo/mod/a,v\n==========\n"), "unknown\n")
@@ -257,7 +257,7 @@ TEST(LogParserTest, IncludePatternsMustAllMatch) {
   EXPECT_EQ(Items(strLog, {L"mod", L"/repo", {L"???_2"}, {}}), "file mod/a head= total=0 [] REL_2=1.2\n");
 }
 
-// The toolkit's matching, to which an empty name matches an empty pattern and not "*".
+// As wxMatchWild matches: an empty name matches an empty pattern, but not "*".
 TEST(LogParserTest, FilterTable) {
   EXPECT_FALSE(wxMatchWild("*", "", true));
   const struct {
@@ -273,7 +273,7 @@ TEST(LogParserTest, FilterTable) {
       {{}, {L"REL"}, " =1.1 REL_1=1.2 rel_1=1.3"},
       {{}, {L"*"}, " =1.1"},
       {{L""}, {}, " =1.1"},
-      // The end of the names is told before the filters are asked, whatever they say of it.
+      // The line "keyword substitution:" ends the names even if a filter would exclude or include it.
       {{L"REL*"}, {}, " REL_1=1.2"},
       {{}, {L"keyword*"}, " =1.1 REL_1=1.2 rel_1=1.3"},
   };
@@ -369,13 +369,12 @@ TEST(LogParserTest, DateLineTable) {
       {"date: 2005/01/02 10:11:12;  author: joe;  state: Rel;", "time=1104660672 author=joe state=2"},
       {"date: 2005/01/02 10:11:12;  author: joe", "time=1104660672 author= state=0"},
       {"date: nonsense;  author: joe;", "time=0 author=joe state=0"},
-      // A field is found by its name wherever that stands, also in another one's value or behind other
-      // letters.
+      // A field's name is found anywhere in the line, even in another field's value or after other letters.
       {"date: author: joe;  state: state: dead;", "time=0 author=joe state=2"},
       {"date: 2005/01/02 10:11:12;  coauthor: ann;  author: joe;  estate:dead;",
        "time=1104660672 author=ann state=1"},
       {"date: 2005/01/02 10:11:12;  author : joe;  state: dead;", "time=1104660672 author= state=1"},
-      // Beginnings of lines are compared without regard to case, the names of fields with it.
+      // Case doesn't matter for the start of the line, but it does for the names of fields.
       {"DATE: 2005/01/02 10:11:12;  author: joe;  state: Exp;", "time=0 author=joe state=0"},
       {"date: 2005/01/02 10:11:12;  Author: joe;  STATE: dead;", "time=1104660672 author= state=0"},
       {"date: 2005/01/02 10:11:12;  author: \t joe \t;  state:dead;",
@@ -385,7 +384,7 @@ TEST(LogParserTest, DateLineTable) {
        "time=1104660672 author=joe state=1"},
       {"date: 2005/01/02 10:11:12;  state: dead;  author: joe;", "time=1104660672 author=joe state=1"},
       {"date: 2005/01/02 10:11:12;  author: ;  state: ;", "time=1104660672 author= state=2"},
-      // A second line replaces what it holds, even by nothing.
+      // A second line replaces the fields that it has, even by empty ones.
       {"date: 2005/01/02 10:11:12;  author: joe;  state: dead;\ndate: x;  author: ;",
        "time=0 author= state=1"},
       {"date: 2005/01/02 10:11:12;  author: joe;  state: dead;\ndate:", "time=1104660672 author=joe state=1"},
@@ -496,7 +495,7 @@ TEST(LogParserTest, BytesOfAnyEncodingComeThroughUnchanged) {
   std::setlocale(LC_CTYPE, "C");
 }
 
-/// The mark that an editor puts in front of a saved log must not cost the file behind it.
+/// An editor may put the mark in front of a saved log. The first file must not be lost by that.
 TEST(LogParserTest, ByteOrderMarkAtTheStartOfTheLogIsPassedOver) {
   const std::string strMark = "\xef\xbb\xbf";
   const std::string strFile = "RCS file: /repo/mod/a,v\n==========\n";
@@ -539,8 +538,7 @@ TEST(LogParserTest, RevisionFromStringAlwaysSucceeds) {
   EXPECT_TRUE(oRevision.IsEmpty());
 }
 
-/// The places at which the parser keeps the author and the message of each revision. A message is interned
-/// when its file is put together.
+/// The addresses of the stored author and message of each revision.
 std::vector<const VCM::CString*> Places(MCV::CFileEnum& oFiles) {
   MCV::TFileInfo tFile;
   std::vector<const VCM::CString*> apstrPlaces;
@@ -575,7 +573,7 @@ TEST(LogParserTest, ItemsMembersStandInTheOrderInWhichTheyAreDescribed) {
                               &i.nState, &i.strComment, &i.astrTagNames, &i.aoTagRevisions}));
 }
 
-// With 262144 texts a pool goes on; with one more the next file's header gets another.
+// A pool may have 262144 texts. With one more, the next file's header starts a new pool.
 TEST(LogParserTest, PoolIsReplacedBehindTheFileThatMadeItTooLarge) {
   for (const int nNames : {262142, 262143}) {
     std::string strLog = "RCS file: /repo/mod/a.c,v\nsymbolic names:\n";
@@ -597,7 +595,7 @@ TEST(LogParserTest, PoolIsReplacedBehindTheFileThatMadeItTooLarge) {
   }
 }
 
-// More distinct texts than a pool holds before it is replaced; those of the file before stay good.
+// The second file fills a pool, so the third starts a new one. The texts of the file before must stay valid.
 TEST(LogParserTest, TextsOfAFileStayGoodWhileTheNextOneIsRead) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v").At("1.1", 1000, "Exp", "ann", "first message");

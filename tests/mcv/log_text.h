@@ -12,12 +12,12 @@
 
 namespace TALVEK::TEST {
 
-/// `cvs rlog` output, file by file:
+/// Builds the output of `cvs rlog`, file by file:
 ///
 ///   CLogText oLog;
-///   oLog.File("/repo/mod/a.c,v").Name("BR: 1.2.0.2").Revision("1.2", "2003/01/02 10:11:12", "joe", "Fix
-///   it");
-///   ... oLog.Text()
+///   oLog.File("/repo/mod/a.c,v").Name("BR: 1.2.0.2").At("1.2", 1041502272);
+///   oLog.File("/repo/mod/b.c,v").Revision("1.1", "2003/01/02 10:11:12", "joe", "Fix it");
+///   oLog.Text()
 class CLogText {
  public:
   CLogText& File(const std::string& strRcsPath) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-// The lookups beside plain loops over the same arrays.
+// The lookups against linear searches of the same arrays.
 namespace TALVEK::TEST {
 namespace {
 
@@ -36,7 +36,7 @@ const MCV::TRevInfo* PlainRevision(const MCV::TFileInfo& tFile, const MCE::TCVSR
   return nullptr;
 }
 
-/// Up to six small components, none among them too: prefixes and equal numbers abound.
+/// A random number of none to six small components, so that prefixes and equal numbers are frequent.
 MCE::TCVSRevision RandomNumber(std::mt19937& oRandom) {
   MCE::TCVSRevision oRevision;
   for (auto n = oRandom() % 7; n > 0; --n)

@@ -29,8 +29,8 @@ bool IsBefore(const TNumber& anLeft, const TNumber& anRight) {
   return anLeft.size() < anRight.size();
 }
 
-/// One after the other into its place. Of equal numbers the later one goes first: that is what the sort of
-/// the product makes of a comparison that never says "equal".
+/// Insertion sort. Of equal numbers the later one goes first, as in CArray::Sort with a comparison that never
+/// says "equal".
 template <class TNumbered>
 void SortByNumber(std::vector<TNumbered>& atItems) {
   std::vector<TNumbered> atSorted;
@@ -50,7 +50,7 @@ const TPlainRevision* FindRevision(const TPlainFile& tFile, const TNumber& anNum
   return nullptr;
 }
 
-/// The revision at which a name stands: its own, or the one from which the branch sprouts.
+/// The revision from which a name starts: a tag's own, or the one from which the branch sprouts.
 TNumber Start(const TPlainName& tName) {
   TNumber anStart = tName.anNumber;
   if (tName.bIsBranch && !anStart.empty()) anStart.pop_back();

@@ -11,11 +11,11 @@ namespace TALVEK::TEST {
 
 using TNumber = std::vector<std::uint32_t>;
 
-/// A file's history, as the log tells it.
+/// A file's history, as it is in the log.
 struct TPlainName {
   std::string strName;
   TNumber anNumber;
-  bool bIsBranch = false;  // not in the log: found out by the search
+  bool bIsBranch = false;  // set by the search, from the number
 };
 struct TPlainRevision {
   TNumber anNumber;
@@ -36,8 +36,8 @@ struct TPlainSettings {
   bool bCreateBranches = true;
 };
 
-/// The search for streams and change items as its rules read: lists that are searched from end to end, and
-/// nothing remembered that could be looked up.
+/// The rules of the search for streams and change items in their simplest form, as a reference: lists that
+/// are searched linearly, and no caches.
 class CPlainSearch {
  public:
   explicit CPlainSearch(const TPlainSettings& tSettings);
@@ -47,7 +47,7 @@ class CPlainSearch {
   /// Ties each stream to the change of its parent from which it starts.
   void Link();
 
-  // In the form in which COpenProvider shows its own.
+  // In the format of COpenProvider's functions of these names.
 
   std::string Streams() const;
   std::string BaseChanges() const;
@@ -81,7 +81,7 @@ class CPlainSearch {
 
   TPlainSettings m_tSettings;
   std::vector<TStream> m_atStreams;
-  TStream m_tWorking;  // one for all names and revisions of all files
+  TStream m_tWorking;  // the working record (mcv/stream_search.h)
   CPlainGrouping m_oGrouping;
   std::string m_strLog;
 };

@@ -140,7 +140,7 @@ TEST(ProviderInterfaceTest, OperationsStandInTheOrderThatHostsCallThemBy) {
   EXPECT_EQ(SlotOf(&CProviderBase::EnumerateChanges), 30u);
 }
 
-/// Calls the plug-in's provider as a server does that knows nothing but the numbers of the slots.
+/// Calls the plug-in's provider as a server does: by the numbers of the slots only.
 class PluginSlotTest : public ::testing::Test {
  protected:
   PluginSlotTest() : m_poProvider(m_oPlugin.CreateProvider()) {
@@ -358,7 +358,7 @@ TEST_F(PluginSlotTest, Slot18ChecksOutTheModule) {
   EXPECT_EQ(Calls(), "-d /repo checkout -r BR -D 1970/01/01 01:23:20 UTC -d BR mod\n");
 }
 
-/// Keeps what it is told.
+/// Stores the lines that it receives.
 class CListener : public VRM::CConnection, public VRO::CReposView {
  public:
   void Message(const wchar_t* pszFormat, ...) override {
@@ -487,7 +487,7 @@ std::string FunctionsOfThePlugin() {
   return ShellOutput("nm -C --defined-only " + ShellQuote(PLUGIN) + " | grep -i ' [tw] ' | sort");
 }
 
-// What a class doesn't bring along it has from the one below it, and hosts may rely on that.
+// For each slot, the class whose function it must hold. Hosts may rely on inherited behaviour.
 TEST_F(PluginSlotTest, EverySlotHoldsTheFunctionOfTheClassThatItComesFrom) {
   const char* const apszFunctions[] = {
       "MCE::CProviderBase::Destroy()",
@@ -542,7 +542,7 @@ TEST_F(PluginSlotTest, EverySlotHoldsTheFunctionOfTheClassThatItComesFrom) {
   }
 }
 
-// The engine and the provider are the plug-in's own; only the table's shape is the host's business.
+// The table is that of the plug-in's class, not one that is exported or shared.
 TEST_F(PluginSlotTest, TableIsThePluginsOwn) {
   for (int nSlot = 0; nSlot <= 30; ++nSlot) {
     Dl_info tInfo{};

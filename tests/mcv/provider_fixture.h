@@ -14,7 +14,7 @@
 
 namespace TALVEK::TEST {
 
-/// The CVS provider, laid open.
+/// The CVS provider, with its streams, items and changes as text.
 class COpenProvider : public MCV::CProvider {
  public:
   /// The streams in the order of the list, a line each: "2 BR below 1 [201,300]", with the creation time and
@@ -43,7 +43,7 @@ class COpenProvider : public MCV::CProvider {
   std::vector<MCE::TChangeItemRecord> ReadItems();
 };
 
-/// A provider whose import log is open, with folders of its own: nothing that a test does is seen outside.
+/// A provider whose import log is open, in folders of its own: tests don't see each other's files.
 class ProviderTest : public ::testing::Test {
  protected:
   ProviderTest();
@@ -53,7 +53,7 @@ class ProviderTest : public ::testing::Test {
   /// What the provider has logged so far, without the seconds and the line with which each log begins.
   std::string Log() const;
 
-  /// Makes a shell script the `cvs` client, see CFakeCvs.
+  /// Makes this shell script the `cvs` client (CFakeCvs).
   void FakeCvs(const std::string& strScript, std::uint16_t nRepeatCount = 5);
   std::string Calls() const { return m_oCvs.Calls(); }
   std::filesystem::path CvsPath() const { return m_oCvs.Path(); }

@@ -1,4 +1,4 @@
-// The whole stream search beside a plain version of itself, on random histories.
+// The whole stream search against CPlainSearch, a simple version of it, on random histories.
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>
@@ -19,7 +19,7 @@
 namespace TALVEK::TEST {
 namespace {
 
-/// Makes up small histories in which much meets: few names, files that disagree, clocks that go wrong.
+/// Small random histories with many conflicts: few names, files that contradict each other, wrong clocks.
 class CHistory {
  public:
   explicit CHistory(unsigned nSeed) : m_oRandom(nSeed) {
@@ -69,7 +69,7 @@ class CHistory {
       std::swap(atNames[i - 1], atNames[Pick(static_cast<unsigned>(i))]);
   }
 
-  /// Revisions `anLine`.1 and up, with what sprouts from them.
+  /// Revisions `anLine`.1 and up, with names and branches at some of them.
   void AddLine(const TNumber& anLine, unsigned nRevisions, int nDepth) {
     for (unsigned i = 1; i <= nRevisions; ++i) {
       TNumber anRevision = anLine;
@@ -104,7 +104,7 @@ class CHistory {
         {PickOf({"A", "B", "C", "D", "E", "F", "a", "b", "main", "T1", "T2", "t1"}), anNumber});
   }
 
-  /// A number that no client would write.
+  /// Adds a name, and perhaps a revision, with a number that no client would write.
   void AddOddName() {
     TNumber anNumber;
     for (unsigned n = 1 + Pick(6); n > 0; --n)
@@ -119,8 +119,8 @@ class CHistory {
   std::vector<TPlainFile> m_atFiles;
 };
 
-/// One provider for all histories, and no file of a history on the disk: making and removing files would take
-/// longer than all the searches.
+/// Uses one provider for all histories, and a file in memory for their logs, because making and removing
+/// files would take longer than all the searches.
 class SearchModelTest : public ::testing::Test {
  protected:
   SearchModelTest() {
@@ -171,7 +171,7 @@ class SearchModelTest : public ::testing::Test {
     return strText;
   }
 
-  /// What the last search has logged behind "Parsing Log".
+  /// The lines that the last search logged after "Parsing Log".
   std::string NewLog() {
     std::ostringstream oText;
     m_oImportLog.clear();

@@ -26,7 +26,7 @@ class StreamRegistryTest : public ProviderTest {
     m_oProvider.AddStream(tStream);
     return tStream.nID;
   }
-  /// What the action adds to the import log.
+  /// The lines that the action adds to the import log.
   template <class TAction>
   std::string Logged(TAction fnAction) {
     const std::size_t nBefore = Log().size();
@@ -75,7 +75,7 @@ TEST_F(StreamRegistryTest, FirstOfTwoNamesEqualButForCaseIsFound) {
   EXPECT_EQ(tStream.nID, 2u);
 }
 
-TEST_F(StreamRegistryTest, NamesAreFoundInTheListThatIsThereNow) {
+TEST_F(StreamRegistryTest, NamesAreFoundInThePresentList) {
   const auto IdOf = [this](const wchar_t* pszName) {
     TStreamInfo tStream;
     return m_oProvider.GetStreamByName(pszName, tStream) ? tStream.nID : 0U;
@@ -88,7 +88,7 @@ TEST_F(StreamRegistryTest, NamesAreFoundInTheListThatIsThereNow) {
   m_oProvider.UpdateStream(tB);
   EXPECT_EQ(IdOf(L"b"), 0u);
   EXPECT_EQ(IdOf(L"b2"), 3u);
-  // As many streams as before, so that the count alone doesn't tell.
+  // As many streams as before: an index that is only checked by their number would be stale.
   m_oProvider.ResetStreams();
   EXPECT_EQ(IdOf(L"main"), 0u);
   m_oProvider.ResetStreams();
@@ -100,8 +100,8 @@ TEST_F(StreamRegistryTest, NamesAreFoundInTheListThatIsThereNow) {
   EXPECT_EQ(IdOf(L"a"), 3u);
 }
 
-// The base's ResetStreams is what hosts reach, and nobody looks for a name between it and the new streams.
-TEST_F(StreamRegistryTest, NamesOfAnEmptiedListAreForgottenWithoutALookInBetween) {
+// Hosts call the base class's ResetStreams. No lookup between it and the new streams may be needed.
+TEST_F(StreamRegistryTest, NamesOfAnEmptiedListAreForgottenWithoutALookupInBetween) {
   Add(Stream(1, L"A"));
   TStreamInfo tStream;
   EXPECT_TRUE(m_oProvider.GetStreamByName(L"A", tStream));
@@ -154,7 +154,7 @@ TEST_F(StreamRegistryTest, UpdatingIsLogged) {
             "Max creation time is 1970-01-01 00:00:00 UTC\n");
 }
 
-// Seen by a stream that is its own parent: when it is logged, it is in the list already.
+// A stream that is its own parent finds its name, so it was in the list before it was logged.
 TEST_F(StreamRegistryTest, AddingIsLoggedOnceTheStreamIsThere) {
   EXPECT_EQ(Logged([this] { Add(Stream(2, L"A")); }),
             "Adding stream 'A'. Parent is 'A'. Creation time is 1970-01-01 00:00:00 UTC. "
@@ -207,8 +207,8 @@ TEST_F(StreamRegistryTest, TreeIsPrintedDepthFirstAndIndentedByTwo) {
             "Main\n  B\n  A\n    A1\n      A1x\n");
 }
 
-// A level takes neither stack nor an indent of its own. With the log closed, because the text of the tree
-// grows with the square of its depth.
+// Depth 200,000 must not overflow the stack. The log is closed because the indented text would grow with the
+// square of the depth.
 TEST_F(StreamRegistryTest, TreeOfAnyDepthIsWalked) {
   m_oProvider.OpenLog(false);
   for (unsigned i = 1; i < 200000; ++i)

@@ -22,7 +22,7 @@ class StreamSearchTest : public ProviderTest {
     EXPECT_TRUE(Search(oLog));
     return m_oProvider.Streams();
   }
-  /// The log from the line on that tells of the first file.
+  /// The log from the first file's line on.
   std::string LogOfFiles() const {
     const std::string strLog = Log();
     return strLog.substr(strLog.find("Parsing Log\n") + 12);
@@ -36,8 +36,8 @@ TEST_F(StreamSearchTest, TrunkRevisionsAloneGiveTheSingleStreamMain) {
   EXPECT_EQ(m_oProvider.Items(), "a.c 1.1 add on Main 1000..2000\na.c 1.2 edit on Main 2000..never\n");
 }
 
-/// A branch, a branch on it, and tags on both. INNER_REL inherits the times of INNER, which was made by 6000;
-/// so its own revision of 7000 counts as inconsistent.
+/// A branch, a branch on it, and tags on both. INNER_REL inherits the times of INNER, which was made before
+/// 6000, so its own revision of 7000 counts as inconsistent.
 CLogText NestedLog() {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v")
@@ -60,7 +60,7 @@ TEST_F(StreamSearchTest, OfTheEnginesFourTablesOnlyThoseOfChangesAndItemsAreMade
   m_oProvider.CommitChanges();
   VDB::CDatabase& oDatabase = *m_oProvider.m_poDatabase;
   VDB::CTransaction oTransaction(oDatabase, 0);
-  // A table opened for reading is not made.
+  // Opening read-only makes no table.
   const auto Exists = [&](VDB::CTable&& oTable) {
     return oTable.Open(oDatabase, nullptr, oTransaction, true);
   };
@@ -113,7 +113,7 @@ TEST_F(StreamSearchTest, WithoutCreateBranchesOnlyMainExists) {
   }
 }
 
-/// A file in which the second branch sprouts from the first one, and a file the other way round.
+/// Adds a file in which the branch `strInner` sprouts from the branch `strOuter`.
 CLogText& Nest(CLogText& oLog, const std::string& strPath, const std::string& strOuter,
                const std::string& strInner) {
   return oLog.File("/repo/mod/" + strPath + ",v")
@@ -203,7 +203,7 @@ TEST_F(StreamSearchTest, ProposingAStreamsOwnDescendantKeepsItsParentAndNamesThe
                 "      C\n");
 }
 
-// Below the trunk a proposal is taken without a look at the tree.
+// A stream below the trunk takes any proposed parent, even its own child.
 TEST_F(StreamSearchTest, TwoBranchesNestedInEachOtherFormACircle) {
   CLogText oLog;
   Nest(oLog, "a.c", "A", "B");
@@ -220,7 +220,8 @@ TEST_F(StreamSearchTest, TwoBranchesNestedInEachOtherFormACircle) {
                 strMax + "Finished Parsing Log\nMain\n");
 }
 
-// The walk upwards would go round and round in the circle of A and B, which D is no part of.
+// A and B form a circle without D: the walk upwards from A never meets D's parent, and must stop all the
+// same.
 TEST_F(StreamSearchTest, WalkUpwardsInACircleEnds) {
   CLogText oLog;
   Nest(oLog, "a.c", "A", "B");
@@ -239,7 +240,7 @@ TEST_F(StreamSearchTest, WalkUpwardsIntoACircleFromOutsideEnds) {
   Nest(oLog, "c.c", "C", "A");  // a circle of three: A below C, C below B, B below A
   Nest(oLog, "d.c", "C", "E");  // hangs below the circle
   Nest(oLog, "e.c", "X", "Y");
-  Nest(oLog, "f.c", "E", "Y");  // from E the walk comes by no X, and never to an end
+  Nest(oLog, "f.c", "E", "Y");  // the walk upwards from E never meets X, the parent of Y
   EXPECT_EQ(Streams(oLog),
             "1 Main below 0 [0,0]\n2 A below 4 [2001,0]\n3 B below 2 [2001,0]\n4 C below 3 [2001,0]\n"
             "5 E below 4 [2001,0]\n6 X below 1 [2001,0]\n7 Y below 6 [2001,0]\n");
@@ -292,8 +293,8 @@ TEST_F(StreamSearchTest, NamesEqualButForCaseAreOneStream) {
             "2500..never\n");
 }
 
-// One record serves every name and every revision. The last revision of a file is mostly one of the trunk,
-// and the record then is the trunk's, which has no times to inherit.
+// Names and revisions share one working record. After a file whose last revision is on the trunk the record
+// is the trunk's, which has no times to inherit.
 TEST_F(StreamSearchTest, NewStreamOfTheNextFileStartsFromTheTrunksRecord) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").At("1.1", 1000).At("1.2", 5000);
@@ -301,7 +302,7 @@ TEST_F(StreamSearchTest, NewStreamOfTheNextFileStartsFromTheTrunksRecord) {
   EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,5000]\n3 B below 1 [501,9000]\n");
 }
 
-// No revision stands between the two names here, so the record still is the first one's.
+// Both names are in one file, so after A no revision overwrites the record before B.
 TEST_F(StreamSearchTest, NewStreamOfTheSameFileInheritsTheTimesOfTheNameBefore) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").Name("B: 1.9.0.2").At("1.1", 1000).At("1.2", 5000);
@@ -316,7 +317,7 @@ TEST_F(StreamSearchTest, NewStreamInheritsTheTimesOfTheStreamOfTheLastRevision) 
   EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 1 [1001,0]\n");
 }
 
-// A revision without a stream takes the record's id and leaves the rest: the times stay to be inherited.
+// A revision without a stream sets the record's ID to 0 and leaves the rest, so B still inherits A's times.
 TEST_F(StreamSearchTest, RevisionWithoutStreamLeavesTheRestOfTheRecord) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v").Name("A: 1.1.0.2").At("1.1.2.1", 3000).At("1.1.4.1", 4000).At("1.1", 1000);
@@ -324,7 +325,7 @@ TEST_F(StreamSearchTest, RevisionWithoutStreamLeavesTheRestOfTheRecord) {
   EXPECT_EQ(Streams(oLog), "1 Main below 0 [0,0]\n2 A below 1 [1001,0]\n3 B below 1 [1001,0]\n");
 }
 
-// A tag names one state and never changes; whoever writes the streams out has to know.
+// A host writes tags differently from branches, so it must be told which streams are tags.
 TEST_F(StreamSearchTest, TagsAndOnlyTagsAreMarkedAsTags) {
   Set(L"StreamsForTags", "1");
   CLogText oLog;
@@ -334,11 +335,11 @@ TEST_F(StreamSearchTest, TagsAndOnlyTagsAreMarkedAsTags) {
       .Name("BR_REL: 1.1.2.1")
       .Name("VENDOR: 1.1.1")
       .Name("V1: 1.1.1.1")
-      .Name("PLAIN: 1.1.4")  // a branch's number without the magic 0 is a tag's
+      .Name("PLAIN: 1.1.4")  // without the magic 0 it is a tag
       .Name("INNER: 1.1.2.1.0.2")
       .At("1.1", 1000)
       .At("1.1.2.1", 2000);
-  // A name is what it is in the first file that has it.
+  // The first file with a name decides whether it is a tag.
   oLog.File("/repo/mod/b.c,v").Name("REL: 1.1.0.2").Name("BR: 1.1").Name("LAST: 1.1.0.4").At("1.1", 1000);
   ASSERT_TRUE(Search(oLog));
   std::string strTags, strOthers;
@@ -353,7 +354,8 @@ TEST_F(StreamSearchTest, TagsAndOnlyTagsAreMarkedAsTags) {
   EXPECT_EQ(strOthers, "Main VENDOR BR INNER LAST ");
 }
 
-// The parent is changed first: so a file that has no revision of the branch's start takes the new one's time.
+// The parent is set first. In b.c the revision from which B starts is missing, so B's time comes from its new
+// parent.
 TEST_F(StreamSearchTest, MovedBranchTakesItsTimeFromItsNewParent) {
   CLogText oLog;
   oLog.File("/repo/mod/a.c,v").Name("B: 1.9.0.2").At("1.1", 1000);
@@ -379,7 +381,7 @@ TEST_F(StreamSearchTest, StreamThatStaysAsItIsIsNotLogged) {
             "    B\n");
 }
 
-// Times are looked for in names that become no streams, too: here the second inherits what the first left.
+// Names that become no streams are checked, too. B inherits A's times from the working record.
 TEST_F(StreamSearchTest, InconsistentNameIsLoggedWithoutCreateBranchesToo) {
   Set(L"CreateBranches", "0");
   CLogText oLog;
@@ -398,8 +400,8 @@ TEST_F(StreamSearchTest, InconsistentNameIsLoggedWithoutCreateBranchesToo) {
             "Main\n");
 }
 
-/// A host that switches "CreateBranches" off when it hears of the second file, and on again when it hears
-/// that a file is inconsistent.
+/// A host that switches "CreateBranches" off at the log line of the second file, and on again at the line
+/// about an inconsistent file.
 class CSwitchingHost : public VRM::CConnection, public VRO::CReposView {
  public:
   explicit CSwitchingHost(MCE::CProvider& oProvider) : m_oProvider(oProvider) {}
@@ -418,8 +420,8 @@ class CSwitchingHost : public VRM::CConnection, public VRO::CReposView {
   MCE::CProvider& m_oProvider;
 };
 
-// The property is read for each name: so A becomes no stream, and X does. X and B would fit below A, and if
-// not there, then not below VENDOR either.
+// The property is read for each name, so A becomes no stream and X does. The nesting proposes A as the parent
+// of X and B; as A has no stream, they get Main (and not the next candidate, VENDOR).
 TEST_F(StreamSearchTest, NameWhoseParentHasNoStreamHangsBelowMain) {
   Set(L"StreamsForTags", "1");
   m_oProvider.SetRepositoryView(
@@ -464,14 +466,14 @@ TEST_F(StreamSearchTest, NestingProposalTable) {
   } atCases[] = {
       // The nearest name that is short enough: two components shorter for a branch, one for a tag.
       {{"A: 1.2.0.2", "T: 1.2.2.1", "B: 1.2.2.1.0.2"}, "A<Main T<A B<A "},
-      // Only whole leading numbers count.
+      // 1.2.2 is no prefix of 1.22.2: components are compared whole.
       {{"A: 1.2.0.2", "B: 1.22.2.1.0.2"}, "A<Main B<Main "},
-      // A tag of two components on the revision before counts as a parent as well.
+      // A tag with a number of two components can be a parent.
       {{"T: 1.2", "B: 1.2.2.1.0.2"}, "T<Main B<T "},
       {{"T: 1.2.2.1"}, "T<Main "},
       // Three components never nest, not even a branch on a tagged revision.
       {{"T: 1.2", "B: 1.2.0.2"}, "T<Main B<Main "},
-      // The vendor branch's number 1 begins every number on the trunk's first line.
+      // The vendor branch's number 1 is a prefix of every number 1.x.
       {{"V: 1.1.1", "B: 1.2.2.1.0.2"}, "V<Main B<V "},
   };
   Set(L"StreamsForTags", "1");
@@ -500,7 +502,7 @@ TEST_F(StreamSearchTest, RepositoryPathIsCutBehindItsLastColon) {
       {":pserver:joe@host:2401:/var/cvs", "/var/cvs/mod/a.c,v", "mod/a.c"},
       {"/var/cvs", "/var/cvs/mod/a.c,v", "mod/a.c"},
       {"/var/cvs:", "/mod/a.c,v", "mod/a.c"},
-      // The module's name is in the folder's as well: only the folder tells where the path begins.
+      // The repository's folder contains the module's name, so the path must begin after that folder.
       {":local:/mod/cvs", "/mod/cvs/mod/a.c,v", "mod/a.c"},
   };
   Set(L"ModuleName", "mod");
@@ -521,7 +523,7 @@ TEST_F(StreamSearchTest, RepositoryPathIsCutBehindItsLastColon) {
   }
 }
 
-// What makes it less than one is shown where the properties are tested; here that the search uses it.
+// RepeatCountTest shows how the value is read; this shows that the search uses it.
 TEST_F(StreamSearchTest, RepeatCountOfZeroAnEmptyTextOrAWordGivesOneAttempt) {
   FakeCvs("count >/dev/null; exit 1");
   for (const char* pszValue : {"0", "", "many"}) {
@@ -569,7 +571,7 @@ TEST_F(StreamSearchTest, MissingLogEndsTheSearchAtOnce) {
   EXPECT_EQ(m_oProvider.Streams(), "");
 }
 
-// A process's own memory opens as a file does, and can't be read at its beginning.
+// /proc/self/mem can be opened, but reading its first bytes fails.
 TEST_F(StreamSearchTest, LogThatBreaksOffFailsTheSearch) {
   Set(L"LogFile", "/proc/self/mem");
   Set(L"ModuleName", "mod");
@@ -682,7 +684,7 @@ TEST_F(StreamSearchTest, StreamsAreEstablishedOnceAndRecordedChangesAreCounted) 
   EXPECT_EQ(m_oProvider.Changes(), "Main 1000 joe [work] a.c 1.1\nBR 5000 joe [work] a.c 1.1.2.1\n");
 }
 
-// The search goes on, so that the log shows all there is; but what it found must not pass for a history.
+// The search goes on, so that the log is complete, but the changesets fail: the history has gaps.
 TEST_F(StreamSearchTest, ChangesThatCannotBeKeptFailTheChangesets) {
   const std::filesystem::path oPlanted = "/tmp/talvek-em-" + std::to_string(getpid()) + ".tdf";
   std::filesystem::create_directory(oPlanted);

@@ -12,7 +12,7 @@ using MCV::TFileInfo;
 using MCV::TTagInfo;
 using TStreamInfo = MCE::CProvider::TStreamInfo;
 
-/// The evidence of files about one branch or tag, given one after the other.
+/// Narrows the times of one stream by one file after the other.
 class StreamTimesTest : public ProviderTest {
  protected:
   StreamTimesTest() {
@@ -96,7 +96,7 @@ TEST_F(StreamTimesTest, CreationAtTheBoundItselfContradicts) {
   EXPECT_EQ(Times(), "[279,280]");
 }
 
-// The range is empty then, and stays so until another file replaces the creation time.
+// The range is then empty, until another file lowers the creation time.
 TEST_F(StreamTimesTest, ContradictingFileStillLowersTheMax) {
   SetTimes(251, 280);
   EXPECT_TRUE(Narrow(Branch(L"1.2.4"), {{L"1.2", 150}, {L"1.3", 100}}));
