@@ -8,6 +8,7 @@
 #include "tests/exact_road/client_tree.h"
 #include "tests/exact_road/rcs_file.h"
 #include "tests/support/cvs_world.h"
+#include "tests/support/utc_text.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -25,12 +26,7 @@ class ClientFactsTest : public ::testing::Test {
     }
     return strText;
   }
-  std::string AtTime(std::int64_t nSeconds) const {
-    return Asked(
-        "checkout -D '" +
-        ShellOutput("date -u -d @" + std::to_string(nSeconds) + " '+%Y-%m-%d %H:%M:%S UTC'").substr(0, 23) +
-        "'");
-  }
+  std::string AtTime(std::int64_t nSeconds) const { return Asked("checkout -D '" + UtcText(nSeconds) + "'"); }
   TRcsRevision Revision(const std::string& strPath, const std::string& strNumber) const {
     return ReadRcsFile(m_oWorld.Master(strPath)).atRevisions.at(strNumber);
   }
@@ -80,6 +76,7 @@ TEST_F(ClientFactsTest, TagOnADeadRevisionGivesNoFile) {
   m_oWorld.TagInRepository("-b -r 1.2 dead_branch", "b.txt");
   EXPECT_EQ(Asked("export -r DEAD"), "");
   EXPECT_EQ(Asked("export -r dead_branch"), "");
+  EXPECT_EQ(Asked("checkout -A"), "a.txt=a1");
 }
 
 TEST_F(ClientFactsTest, DefaultBranchWithoutRevisionsGivesNoFileOnTheTrunk) {

@@ -1,9 +1,9 @@
 // The trunk at the times between its changesets.
 #include <algorithm>
-#include <ctime>
 #include <set>
 
 #include "tests/exact_road/compare_trees.h"
+#include "tests/support/utc_text.h"
 
 namespace TALVEK::TEST {
 
@@ -62,16 +62,6 @@ std::vector<std::int64_t> QuietMoments(const std::vector<TRcsFile>& atFiles) {
   return anMoments;
 }
 
-/// As people and the client's -D write it.
-std::string DateText(std::int64_t nSeconds) {
-  const std::time_t nTime = nSeconds;
-  std::tm tTime{};
-  gmtime_r(&nTime, &tTime);
-  char szDate[32];
-  std::strftime(szDate, sizeof szDate, "%Y-%m-%d %H:%M:%S UTC", &tTime);
-  return szDate;
-}
-
 /// The trunk's commits, the last one first.
 std::vector<std::string> TrunkCommits(const CGitRepository& oGit) {
   std::vector<std::string> astrCommits;
@@ -96,13 +86,13 @@ std::vector<TDifference> CompareTrunkByDate(const TCvsModule& tModule, const CGi
   if (!bComparable) return atDifferences;
   const std::vector<std::string> astrTrunk = TrunkCommits(oGit);
   for (const std::int64_t nMoment : QuietMoments(atFiles)) {
-    const auto mapWant = AskClient(tModule, "checkout -D '" + DateText(nMoment) + "'");
+    const auto mapWant = AskClient(tModule, "checkout -D '" + UtcText(nMoment) + "'");
     if (!mapWant) continue;  // the client refuses it
     const auto itCommit = std::find_if(astrTrunk.begin(), astrTrunk.end(), [&](const std::string& strId) {
       return oGit.Commits().at(strId).nTime <= nMoment;
     });
     const TGitTree mapGot = itCommit == astrTrunk.end() ? TGitTree() : oGit.TreeOf(*itCommit);
-    CompareTrees("trunk at " + DateText(nMoment), *mapWant, mapGot, oGit, &atDifferences);
+    CompareTrees("trunk at " + UtcText(nMoment), *mapWant, mapGot, oGit, &atDifferences);
   }
   return atDifferences;
 }

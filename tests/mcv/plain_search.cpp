@@ -3,10 +3,10 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <ctime>
 #include <set>
 
 #include "core/text_codec.h"
+#include "tests/support/utc_text.h"
 
 namespace TALVEK::TEST {
 
@@ -99,15 +99,6 @@ std::string Dotted(const TNumber& anNumber) {
   for (const std::uint32_t nComponent : anNumber)
     strText += (strText.empty() ? "" : ".") + std::to_string(nComponent);
   return strText;
-}
-
-std::string DateText(std::uint32_t nTime) {
-  const std::time_t nSeconds = nTime;
-  std::tm tParts{};
-  gmtime_r(&nSeconds, &tParts);
-  char achText[32];
-  std::strftime(achText, sizeof achText, "%Y-%m-%d %H:%M:%S", &tParts);
-  return achText;
 }
 
 VCM::CFilePath PathInModule(const std::string& strPath) {
@@ -305,8 +296,8 @@ void CPlainSearch::LogStream(const char* pszWhat, const TStream& tStream) {
   const TStream* ptParent = FindByID(tStream.nParentID);
   const std::string strParent = tStream.nParentID == 0 ? "[NONE]" : ptParent ? ptParent->strName : "";
   LogLine(std::string(pszWhat) + " stream '" + tStream.strName + "'. Parent is '" + strParent +
-          "'. Creation time is " + DateText(tStream.nCreated.value_or(0)) + " UTC. Max creation time is " +
-          DateText(tStream.nMaxCreated.value_or(0)) + " UTC");
+          "'. Creation time is " + UtcText(tStream.nCreated.value_or(0)) + ". Max creation time is " +
+          UtcText(tStream.nMaxCreated.value_or(0)));
 }
 
 void CPlainSearch::LogTree(std::uint32_t nParentID, const std::string& strIndent) {

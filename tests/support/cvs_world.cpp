@@ -3,9 +3,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include <ctime>
 #include <stdexcept>
 #include <utility>
+
+#include "tests/support/utc_text.h"
 
 namespace TALVEK::TEST {
 
@@ -171,7 +172,8 @@ void CCvsWorld::SetDate(const std::string& strPath, const std::string& strRevisi
   if (nDate == std::string::npos) throw std::runtime_error(strPath + " has no revision " + strRevision);
   // A tab stands before the date, or blanks where an import made the file.
   const std::size_t nEnd = strBytes.find(';', nDate);
-  Edit(strPath, strBytes.substr(nDate, nEnd - nDate), strBefore + "\t" + CvsDate(nSeconds));
+  Edit(strPath, strBytes.substr(nDate, nEnd - nDate),
+       strBefore + "\t" + UtcText(nSeconds, "%Y.%m.%d.%H.%M.%S"));
 }
 
 void CCvsWorld::Edit(const std::string& strPath, const std::string& strOld, const std::string& strNew) {
@@ -195,15 +197,6 @@ void CCvsWorld::DropCommitIds() {
 
 std::string ClockOfClient(std::int64_t nSeconds) {
   return "env CVS_WORLD_NOW=" + std::to_string(nSeconds) + " LD_PRELOAD=" + ShellQuote(TALVEK_CVS_CLOCK);
-}
-
-std::string CvsDate(std::int64_t nSeconds) {
-  const std::time_t nTime = nSeconds;
-  std::tm tTime{};
-  gmtime_r(&nTime, &tTime);
-  char szDate[32];
-  std::strftime(szDate, sizeof szDate, "%Y.%m.%d.%H.%M.%S", &tTime);
-  return szDate;
 }
 
 }  // namespace TALVEK::TEST

@@ -92,7 +92,5 @@ class CCvsWorld {
 /// What stands before the client's name in a shell command whose clock is to stand at this time (seconds
 /// since 1970 UTC), and whose sleeps are to cost nothing: "env NAME=VALUE...".
 std::string ClockOfClient(std::int64_t nSeconds);
-/// A time as the histories hold it: "2001.09.09.01.46.40".
-std::string CvsDate(std::int64_t nSeconds);
 
 }  // namespace TALVEK::TEST
