@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/session/session_world.h"
+#include "tests/support/cvs_servers.h"
 #include "tests/support/shell.h"
 #include "tests/support/temp_folder.h"
 

@@ -4,8 +4,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/types.h>
-
 namespace TALVEK::TEST {
 
 inline const std::string SESSION = TALVEK_BIN_DIR "/cvs-session";
@@ -36,31 +34,5 @@ std::string Replaced(std::string strText, const std::string& strOld, const std::
 int CountProcesses(const std::string& strMark);
 /// Waits until there are `nWanted` of them, for ten seconds at most. Returns how many there are.
 int AwaitProcesses(const std::string& strMark, int nWanted);
-
-/// Writes a stand-in for ssh, which runs the server on this machine.
-void WriteRemoteShell(const std::filesystem::path& oFile);
-void WriteScript(const std::filesystem::path& oFile, const std::string& strText);
-
-/// Listens on a port of the loopback device and runs a shell command for every connection, with the
-/// connection as its standard input and output. Its process ends when the object is destroyed.
-class CListener {
- public:
-  explicit CListener(const std::string& strCommand);
-  ~CListener();
-  CListener(const CListener&) = delete;
-  CListener& operator=(const CListener&) = delete;
-
-  std::string Port() const { return std::to_string(m_nPort); }
-
- private:
-  int m_nPort = 0;
-  pid_t m_nProcess = 0;
-};
-
-/// Adds user "reader" with password "pass word" for a password server, and makes the repository (below a
-/// folder of CTempFolder) accessible to the user that the server runs as.
-void AdmitReader(const std::filesystem::path& oFolder, const std::filesystem::path& oRepository);
-/// The command of a password server for a repository.
-std::string PasswordServer(const std::string& strRepository);
 
 }  // namespace TALVEK::TEST
