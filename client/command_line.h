@@ -31,6 +31,8 @@ class CCommandLine {
   CCommandLine& Word(const VCM::CString& strText);
   /// Adds an option and its argument in quotes, so that the client gets the argument unchanged.
   CCommandLine& Quoted(const wchar_t* pszOption, const VCM::CString& strArgument);
+  /// The line so far, for a command that needs no module.
+  const VCM::CString& Line() const { return m_strLine; }
   /// Returns the whole line. Its last word is the module, followed by the path in it, which begins with "/".
   /// If that word begins with "-", "--" goes before it, so that it is no option.
   VCM::CString Module(const VCM::CString& strPathInModule = VCM::CString());

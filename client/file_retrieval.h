@@ -16,6 +16,8 @@ struct TWantedFile {
   VCM::CString strStream;    ///< the stream's folder below the client folder
   VCM::CFilePath oPath;      ///< in the module
   VCM::CString strRevision;  ///< the argument of "-r", unquoted: "1.4"
+  /// Where the repository has it, if that isn't the path below the module's name: then the name is empty.
+  VCM::CFilePath oPathInRepository{};
 };
 
 /// Retrieves single files by their revision.
@@ -39,6 +41,11 @@ class CFileRetrieval {
   static void Stamp(const VCM::CString& strTargetPath, const VCM::CTimestamp& oTime);
 
  private:
+  void CheckOutByRepositoryPath(const TWantedFile& tFile, const VCM::CString& strTargetPath);
+  bool Allows(const VCM::CString& strOutputFolder, const VCM::CString& strPathInModule) const;
+  VCM::CString CommandFor(const TWantedFile& tFile, const VCM::CString& strOutputFolder,
+                          const VCM::CString& strPathInModule) const;
+
   const CCvsClient& m_oClient;
   CClientFolder& m_oFolder;
   const MCE::CLogSink& m_oLog;

@@ -75,6 +75,12 @@ bool RemoveFile(const CString& strPath) {
   return ToSystemPath(strPath, strSystemPath) && ::unlink(strSystemPath.c_str()) == 0;
 }
 
+bool MoveFile(const CString& strFrom, const CString& strTo) {
+  std::string strSystemFrom, strSystemTo;
+  return ToSystemPath(strFrom, strSystemFrom) && ToSystemPath(strTo, strSystemTo) &&
+         ::rename(strSystemFrom.c_str(), strSystemTo.c_str()) == 0;
+}
+
 bool MakeFileWritable(const CString& strPath, bool* pbWasReadOnly) {
   const CHeldFile oFile(strPath);
   // Look at the permission bits: root can write to every file, so access() would say nothing.

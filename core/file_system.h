@@ -14,6 +14,8 @@ TALVEK_CORE_API bool FolderExists(const CString& strPath);
 TALVEK_CORE_API bool CreateFolder(const CString& strPath, unsigned nMode);
 /// False when there is no such file, or it can't be removed.
 TALVEK_CORE_API bool RemoveFile(const CString& strPath);
+/// Moves a file within one file system; what is at its new place goes. False when that fails.
+TALVEK_CORE_API bool MoveFile(const CString& strFrom, const CString& strTo);
 
 /// Gives the owner write permission on a regular file (never through a symbolic link). False when there is no
 /// such file. `*pbWasReadOnly`, if given, becomes true when the owner had no write permission before.

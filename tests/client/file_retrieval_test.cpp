@@ -53,6 +53,23 @@ TEST_F(FileRetrievalTest, OldFileIsGoneWhenTheClientRuns) {
   EXPECT_FALSE(fs::exists(Target(L"a.c")));
 }
 
+// Of another folder of the repository than the folders above it stand for.
+TEST_F(FileRetrievalTest, FileFromElsewhereInTheRepositoryIsFetchedThereAndMoved) {
+  fs::create_directories(m_oFolder / "client/Main/some/place");
+  CLIENT::TWantedFile tFile{{L"/repo", L""}, L"Main", {}, L"1.4"};
+  tFile.oPath.Parse(L"some/place/a.c");
+  tFile.oPathInRepository.Parse(L"www/mk/a.c");
+  m_oFiles.CheckOut(tFile, VCM::FromBytes(Target(L"some/place/a.c").string()));
+  EXPECT_EQ(Log(),
+            "Performing command FAKE -d /repo checkout -r 1.4 -d \".repository/www/mk\" \"www/mk/a.c\"\n");
+  EXPECT_EQ(ReadFile(Target(L"some/place/a.c")), "new\n");
+  EXPECT_FALSE(fs::exists(m_oFolder / "client/.repository/www/mk/a.c"));
+  FakeCvs("mkdir -p .repository/www/mk; echo half > .repository/www/mk/a.c; exit 1", 1);
+  m_oFiles.CheckOut(tFile, VCM::FromBytes(Target(L"some/place/a.c").string()));
+  EXPECT_FALSE(fs::exists(Target(L"some/place/a.c")));
+  EXPECT_FALSE(fs::exists(m_oFolder / "client/.repository/www/mk/a.c"));
+}
+
 // A client on a full disk, or one that is killed, leaves a part of the file.
 TEST_F(FileRetrievalTest, HalfAFileOfAFailedCheckoutIsRemovedAndLogged) {
   FakeCvs("mkdir -p Main; echo half > Main/main.c; exit 1", 1);
