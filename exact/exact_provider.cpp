@@ -5,13 +5,14 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <unordered_set>
 #include <utility>
 
 #include "client/client_properties.h"
+#include "client/command_line.h"
 #include "core/text_codec.h"
 #include "exact/end_date.h"
 #include "exact/import_writer.h"
-#include "exact/module_paths.h"
 #include "mce/import_log_texts.h"
 
 namespace TALVEK::EXACT {
@@ -115,26 +116,72 @@ bool CProvider::OpenLogOfModule() {
   WriteLog(L"Generating Log");
   m_oClient.SetCommand(GetStringProperty(L"CVSPath"),
                        CLIENT::ParseRepeatCount(GetStringProperty(L"CmdRepeatCount")));
-  const bool bWhole =
-      m_oLogSource.Generate({GetStringProperty(L"LogFile"),
-                             {GetStringProperty(L"ReposPath"), GetStringProperty(L"ModuleName")},
-                             VCM::CString(),
-                             VCM::CString()});
+  m_strModule = PlainModuleName(VCM::ToBytes(GetStringProperty(L"ModuleName")));
+  const VCM::CString strLogFile = GetStringProperty(L"LogFile");
+  const std::optional<TModules> oModules = strLogFile.IsEmpty() ? AskForModules() : std::nullopt;
+  m_bKnowsModules = oModules.has_value();
+  m_oPaths = CModulePaths(m_strModule, oModules.value_or(TModules()));
+  const bool bWhole = m_oLogSource.Generate({strLogFile,
+                                             {GetStringProperty(L"ReposPath"), VCM::FromBytes(m_strModule)},
+                                             VCM::CString(),
+                                             VCM::CString()});
   WriteLog(L"Generated Log");
   if (!m_oLogSource.GetInput()) WriteLog(L"Failed to get input stream after generating log.");
   return bWhole && m_oLogSource.GetInput();
+}
+
+// A repository without the file "modules" refuses, and gives its log all the same.
+std::optional<TModules> CProvider::AskForModules() {
+  const CLIENT::TModule tModule{GetStringProperty(L"ReposPath"), VCM::CString()};
+  const CLIENT::CCommandLine oLine =
+      CLIENT::CCommandLine(m_oClient.GetCommand(), tModule, L"checkout").Word(L"-c");
+  if (!m_oClient.Execute(oLine.Line()) || !m_oClient.GetOutput()) return std::nullopt;
+  std::string strText;
+  char achBlock[4096];
+  while (const std::size_t nBytes = m_oClient.GetOutput()->Read(achBlock, sizeof achBlock).LastRead())
+    strText.append(achBlock, nBytes);
+  return ReadModules(strText);
+}
+
+// A saved log is read without its repository where it names what it was made of: a folder. Else that is a
+// module, or the log is of another place, and its paths are taken as they are.
+bool CProvider::ChoosePaths(const std::string& strFirstFile) {
+  if (m_bKnowsModules || !m_oPaths.InModule(strFirstFile).empty()) return true;
+  if (GetStringProperty(L"LogFile").IsEmpty()) {
+    WriteLog(
+        L"Failed to place '%s': the client doesn't tell the repository's modules, and '%s' is no folder.",
+        VCM::FromBytes(strFirstFile).c_str(), VCM::FromBytes(m_strModule).c_str());
+    return false;
+  }
+  const std::optional<TModules> oModules = AskForModules();
+  const bool bModule = oModules && oModules->contains(m_strModule);
+  m_oPaths = bModule ? CModulePaths(m_strModule, *oModules) : CModulePaths(".");
+  return true;
 }
 
 bool CProvider::ReadHistory(CHistory& oHistory) {
   WriteLog(L"Parsing Log");
   CStreamBytes oBytes(*m_oLogSource.GetInput());
   CLogReader oReader(oBytes, VCM::ToBytes(CLIENT::GetRootDirectory(GetStringProperty(L"ReposPath"))),
-                     VCM::ToBytes(GetStringProperty(L"ModuleName")));
+                     m_strModule);
   TRcsFile tFile;
   int nFiles = 0;
+  std::unordered_set<std::string> astrSeen;  // modules may name a file twice
   while (oReader.Next(tFile)) {
     LogFile(tFile, nFiles++);
-    oHistory.AddFile(tFile);
+    if (nFiles == 1 && !ChoosePaths(tFile.strPath)) return false;
+    if (!m_oPaths.IsOneFolder() && !astrSeen.insert(tFile.strPath).second) continue;
+    const CModulePaths::TResult nResult = m_oPaths.Add(tFile.strPath);
+    if (nResult == CModulePaths::TAKEN) oHistory.AddFile(tFile);
+    if (nResult == CModulePaths::LEFT_OUT) WriteLog(L"Left out: a checkout doesn't give it.");
+    if (nResult == CModulePaths::CLASHES) {
+      WriteLog(
+          L"Failed to place '%s': '%s' puts two folders or files of the repository in its place, of which "
+          L"the client gives one. Import the parts of '%s' one by one.",
+          VCM::FromBytes(tFile.strPath).c_str(), VCM::FromBytes(m_strModule).c_str(),
+          VCM::FromBytes(m_strModule).c_str());
+      return false;
+    }
   }
   oHistory.Finish();
   if (nFiles == 0) WriteLog(L"Failed to parse any files from rlog.");
@@ -168,8 +215,7 @@ bool CProvider::LogResult(const TMadePlan& tMade) {
 }
 
 bool CProvider::Write(const TMadePlan& tMade) {
-  const CModulePaths oPaths(VCM::ToBytes(GetStringProperty(L"ModuleName")));
-  CImportWriter oWriter(tMade.oPlan, oPaths, *this);
+  CImportWriter oWriter(tMade.oPlan, m_oPaths, *this);
   if (!PrepareForChanges(true) || !oWriter.WriteChanges()) {
     ReportLostChanges();
     return true;  // EstablishChangesets fails then, and says why
@@ -188,12 +234,17 @@ int CProvider::RetrieveChangeItemFile(const MCE::TChangeItemRecord& tItem,
   if (tItem.nID != m_nWantedChange || tItem.nType == MCE::CHANGE_ITEM_DELETE) return MCE::RESULT_OK;
   VCM::CString strRevision;
   tItem.oProps.GetProperty(MCE::ITEM_FOREIGN_REVISION, strRevision);
-  const CModulePaths oPaths(VCM::ToBytes(GetStringProperty(L"ModuleName")));
-  m_oFiles.CheckOut({{GetStringProperty(L"ReposPath"), VCM::FromBytes(oPaths.Folder())},
-                     m_tCurrentStream.strName,
-                     tItem.oFilePath,
-                     strRevision},
-                    strTargetPath);
+  CLIENT::TWantedFile tFile{
+      {GetStringProperty(L"ReposPath"), VCM::FromBytes(m_oPaths.IsOneFolder() ? m_oPaths.Folder() : "")},
+      m_tCurrentStream.strName,
+      tItem.oFilePath,
+      strRevision,
+      {}};
+  if (!m_oPaths.IsOneFolder()) {
+    const std::string strPath = VCM::ToBytes(tItem.oFilePath.GeneratePath());
+    tFile.oPathInRepository.Parse(VCM::FromBytes(m_oPaths.InRepository(strPath)));
+  }
+  m_oFiles.CheckOut(tFile, strTargetPath);
   CLIENT::CFileRetrieval::Stamp(strTargetPath, tItem.oTimestamp);
   return MCE::RESULT_OK;
 }

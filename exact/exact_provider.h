@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "client/client_folder.h"
@@ -13,6 +14,8 @@
 #include "exact/history.h"
 #include "exact/log_reader.h"
 #include "exact/make_plan.h"
+#include "exact/module_paths.h"
+#include "exact/modules_file.h"
 #include "mce/import_log.h"
 #include "mce/provider_base.h"
 
@@ -53,12 +56,17 @@ class CProvider : public MCE::CProviderBase {
  private:
   bool ReadOptions(THistoryOptions& tOptions);
   bool OpenLogOfModule();
+  std::optional<TModules> AskForModules();
+  bool ChoosePaths(const std::string& strFirstFile);
   bool ReadHistory(CHistory& oHistory);
   void LogFile(const TRcsFile& tFile, int nFiles);
   bool LogResult(const TMadePlan& tMade);
   bool Write(const TMadePlan& tMade);
 
   std::uint32_t m_nWantedChange = 0;  // whose files are retrieved
+  std::string m_strModule;            // the name that is imported, in plain form
+  bool m_bKnowsModules = false;       // the client has told the modules
+  CModulePaths m_oPaths{"."};
   MCE::CLogSink m_oLogSink;
   CLIENT::CCvsClient m_oClient{m_oLogSink};
   CLIENT::CLogSource m_oLogSource{m_oClient, m_oLogSink};

@@ -20,21 +20,28 @@ bool CImportWriter::WriteChange(TIndex nChange) {
                           VCM::FromBytes(m_oPlan.Message(nChange)), static_cast<long>(tChange.nTime));
   m_anChangeIDs.push_back(nID);
   if (nID == 0) return false;
-  std::uint32_t nItem = 0;
+  std::uint32_t nItems = 0;
   bool bWritten = true;
   m_oPlan.ForEachItem(
-      nChange, [&](const TPlanItem& tItem) { bWritten = bWritten && WriteItem(nChange, ++nItem, tItem); });
-  return bWritten && m_oEngine.UpdateChangeItemCount(nID, nItem + 1);
+      nChange, [&](const TPlanItem& tItem) { bWritten = bWritten && WriteItems(nChange, tItem, nItems); });
+  return bWritten && m_oEngine.UpdateChangeItemCount(nID, nItems + 1);
 }
 
-bool CImportWriter::WriteItem(TIndex nChange, std::uint32_t nItem, const TPlanItem& tItem) {
+bool CImportWriter::WriteItems(TIndex nChange, const TPlanItem& tItem, std::uint32_t& nItems) {
   const CHistory& oHistory = m_oPlan.History();
   const bool bDeleted = tItem.nRevision == NONE;
   const std::string strRevision = bDeleted ? std::string() : oHistory.Number(tItem.nRevision);
   const std::int64_t nTime =
       bDeleted ? m_oPlan.Changes()[nChange].nTime : oHistory.Revisions()[tItem.nRevision].nTime;
-  return m_oEngine.AddChangeItem(m_anChangeIDs[nChange], nItem, TypeOf(tItem), PathOf(tItem.nFile),
-                                 MCE::TCVSRevision(VCM::FromBytes(strRevision)), static_cast<long>(nTime));
+  for (const std::string& strPath : m_oPaths.InModule(oHistory.Path(tItem.nFile))) {
+    VCM::CFilePath oPath;
+    oPath.Parse(VCM::FromBytes(strPath));
+    const bool bWritten =
+        m_oEngine.AddChangeItem(m_anChangeIDs[nChange], ++nItems, TypeOf(tItem), oPath,
+                                MCE::TCVSRevision(VCM::FromBytes(strRevision)), static_cast<long>(nTime));
+    if (!bWritten) return false;
+  }
+  return true;
 }
 
 MCE::TChangeItemType CImportWriter::TypeOf(const TPlanItem& tItem) const {
@@ -46,12 +53,6 @@ MCE::TChangeItemType CImportWriter::TypeOf(const TPlanItem& tItem) const {
   const bool bCameBack =
       tItem.nRevision >= tLine.nFirstRevision + 2 && !m_oPlan.History().IsAlive(tItem.nRevision - 1);
   return bCameBack ? MCE::CHANGE_ITEM_READD : MCE::CHANGE_ITEM_ADD;
-}
-
-VCM::CFilePath CImportWriter::PathOf(TIndex nFile) const {
-  VCM::CFilePath oPath;
-  oPath.Parse(VCM::FromBytes(m_oPaths.InModule(m_oPlan.History().Path(nFile))));
-  return oPath;
 }
 
 void CImportWriter::WriteStreams(MCE::CStreamList& oStreams) const {

@@ -29,9 +29,9 @@ class CImportWriter {
 
  private:
   bool WriteChange(TIndex nChange);
-  bool WriteItem(TIndex nChange, std::uint32_t nItem, const TPlanItem& tItem);
+  /// nItems counts the items of the change: one for each place of the file.
+  bool WriteItems(TIndex nChange, const TPlanItem& tItem, std::uint32_t& nItems);
   MCE::TChangeItemType TypeOf(const TPlanItem& tItem) const;
-  VCM::CFilePath PathOf(TIndex nFile) const;
 
   const CPlan& m_oPlan;
   const CModulePaths& m_oPaths;

@@ -35,6 +35,9 @@ std::string CRepositoryPath::Cut(std::string_view strRcsPath) const {
   if (Holds(strRcsPath)) strRcsPath.remove_prefix(m_strPrefix.size());
   if (strRcsPath.ends_with(",v")) strRcsPath.remove_suffix(2);
   std::string strPath(strRcsPath);
+  // A module whose folder is written with a slash at its end.
+  for (std::size_t n = 0; (n = strPath.find("//", n)) != std::string::npos;)
+    strPath.erase(n, 1);
   const std::size_t nName = strPath.rfind('/') + 1;  // 0 where there is no slash
   constexpr std::string_view ATTIC = "Attic/";
   if (nName < ATTIC.size() || strPath.compare(nName - ATTIC.size(), ATTIC.size(), ATTIC) != 0) return strPath;

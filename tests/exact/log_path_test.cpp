@@ -23,6 +23,7 @@ TEST(LogPathTest, CutsTheRepositorysDirectory) {
            TCase{"/cvs", "", "/cvs/notAttic/a.c,v", "notAttic/a.c"},
            TCase{"/cvs", "", "/cvs/Attic/x/a.c,v", "Attic/x/a.c"},
            TCase{"/cvs", "", "/cvs/mod/a,v,v", "mod/a,v"},
+           TCase{"/cvs", "", "/cvs/mod//sub/a.c,v", "mod/sub/a.c"},
            // A log from elsewhere.
            TCase{"/srv/cvs", "", "/mnt/old/srv/cvs/mod/a.c,v", "mod/a.c"},
            TCase{"/srv/cvs", "", "/home/cvs/mod/a.c,v", "mod/a.c"},

@@ -25,9 +25,10 @@ std::string Client(const TCvsModule& tModule) {
 
 std::optional<TClientTree> AskClient(const TCvsModule& tModule, const std::string& strCommand) {
   const CTempFolder oFolder;
-  const TShellResult tResult =
-      RunShell("cd " + ShellQuote(oFolder.Path().string()) + "; " + Client(tModule) + strCommand + " -d x " +
-               ShellQuote(tModule.strModule) + " 2>/dev/null");
+  const std::string strFolder = ShellQuote(oFolder.Path().string());
+  const TShellResult tResult = RunShell(
+      "cd " + strFolder + (tModule.bWithFolders ? "; mkdir x; cd x; " : "; ") + Client(tModule) + strCommand +
+      (tModule.bWithFolders ? " " : " -d x ") + ShellQuote(tModule.strModule) + " 2>/dev/null");
   if (tResult.nStatus != 0) return std::nullopt;
   TClientTree mapFiles;
   if (!fs::exists(oFolder / "x")) return mapFiles;

@@ -12,6 +12,9 @@ namespace TALVEK::TEST {
 struct TCvsModule {
   std::filesystem::path oRoot;
   std::string strModule;
+  /// The paths are those in the folder that the client makes for the module; true: with this folder, as an
+  /// alias for several needs it.
+  bool bWithFolders = false;
 };
 
 struct TClientFile {
