@@ -8,8 +8,10 @@
 #include <utility>
 
 #include "client/client_properties.h"
+#include "core/file_system.h"
 #include "core/text_codec.h"
 #include "exact/end_date.h"
+#include "exact/folder_names.h"
 #include "exact/import_writer.h"
 #include "exact/module_paths.h"
 #include "mce/import_log_texts.h"
@@ -169,6 +171,7 @@ bool CProvider::LogResult(const TMadePlan& tMade) {
 
 bool CProvider::Write(const TMadePlan& tMade) {
   const CModulePaths oPaths(VCM::ToBytes(GetStringProperty(L"ModuleName")));
+  m_strNamedLikeFolders = FilesNamedLikeFolders(tMade.oPlan.History(), oPaths);
   CImportWriter oWriter(tMade.oPlan, oPaths, *this);
   if (!PrepareForChanges(true) || !oWriter.WriteChanges()) {
     ReportLostChanges();
@@ -189,11 +192,22 @@ int CProvider::RetrieveChangeItemFile(const MCE::TChangeItemRecord& tItem,
   VCM::CString strRevision;
   tItem.oProps.GetProperty(MCE::ITEM_FOREIGN_REVISION, strRevision);
   const CModulePaths oPaths(VCM::ToBytes(GetStringProperty(L"ModuleName")));
-  m_oFiles.CheckOut({{GetStringProperty(L"ReposPath"), VCM::FromBytes(oPaths.Folder())},
-                     m_tCurrentStream.strName,
-                     tItem.oFilePath,
-                     strRevision},
-                    strTargetPath);
+  const CLIENT::TWantedFile tFile{{GetStringProperty(L"ReposPath"), VCM::FromBytes(oPaths.Folder())},
+                                  m_tCurrentStream.strName,
+                                  tItem.oFilePath,
+                                  strRevision};
+  const std::string strPath = VCM::ToBytes(tItem.oFilePath.GeneratePath());
+  bool bFromFolder = m_strNamedLikeFolders.contains(strPath);
+  if (!bFromFolder) {
+    m_oFiles.CheckOut(tFile, strTargetPath);
+    // The log doesn't name a folder that holds no file, but the client takes it for what is wanted all the
+    // same.
+    bFromFolder = !VCM::FileExists(strTargetPath) && m_oFiles.IsFolder(tFile);
+  }
+  if (bFromFolder) {
+    m_strNamedLikeFolders.insert(strPath);
+    m_oFiles.CheckOutFromFolder(tFile, strTargetPath);
+  }
   CLIENT::CFileRetrieval::Stamp(strTargetPath, tItem.oTimestamp);
   return MCE::RESULT_OK;
 }

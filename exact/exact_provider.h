@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_set>
 
 #include "client/client_folder.h"
 #include "client/command_line.h"
@@ -59,6 +60,7 @@ class CProvider : public MCE::CProviderBase {
   bool Write(const TMadePlan& tMade);
 
   std::uint32_t m_nWantedChange = 0;  // whose files are retrieved
+  std::unordered_set<std::string> m_strNamedLikeFolders;
   MCE::CLogSink m_oLogSink;
   CLIENT::CCvsClient m_oClient{m_oLogSink};
   CLIENT::CLogSource m_oLogSource{m_oClient, m_oLogSink};
