@@ -33,6 +33,15 @@ class CFileRetrieval {
   /// the stream's folder, at the path in the module. An old file there is removed first.
   void CheckOut(const TWantedFile& tFile, const VCM::CString& strTargetPath);
 
+  /// Whether the client takes the file's path for that of a folder of the repository. Costs a checkout of
+  /// that folder's own files, or of the file.
+  bool IsFolder(const TWantedFile& tFile);
+
+  /// Brings a file whose path is that of a folder, too. The client takes such a path for the folder, whatever
+  /// the revision. So the revision is checked out of all files in the folder above, without the folders in
+  /// it, and the file taken from there. Costs a checkout of a folder.
+  void CheckOutFromFolder(const TWantedFile& tFile, const VCM::CString& strTargetPath);
+
   /// Removes the file that a failed client left at this path, and logs it, so that a half-written file isn't
   /// taken for the complete one. Does nothing when there is no file.
   void RemoveUnfinished(const VCM::CString& strTargetPath) const;
@@ -46,6 +55,7 @@ class CFileRetrieval {
   VCM::CString CommandFor(const TWantedFile& tFile, const VCM::CString& strOutputFolder,
                           const VCM::CString& strPathInModule) const;
 
+  bool CheckOutFilesOf(const TWantedFile& tFile, const VCM::CString& strOptions, const VCM::CFilePath& oPath);
   const CCvsClient& m_oClient;
   CClientFolder& m_oFolder;
   const MCE::CLogSink& m_oLog;

@@ -10,8 +10,10 @@
 
 #include "client/client_properties.h"
 #include "client/command_line.h"
+#include "core/file_system.h"
 #include "core/text_codec.h"
 #include "exact/end_date.h"
+#include "exact/folder_names.h"
 #include "exact/import_writer.h"
 #include "mce/import_log_texts.h"
 
@@ -215,6 +217,7 @@ bool CProvider::LogResult(const TMadePlan& tMade) {
 }
 
 bool CProvider::Write(const TMadePlan& tMade) {
+  m_strNamedLikeFolders = FilesNamedLikeFolders(tMade.oPlan.History());
   CImportWriter oWriter(tMade.oPlan, m_oPaths, *this);
   if (!PrepareForChanges(true) || !oWriter.WriteChanges()) {
     ReportLostChanges();
@@ -234,17 +237,25 @@ int CProvider::RetrieveChangeItemFile(const MCE::TChangeItemRecord& tItem,
   if (tItem.nID != m_nWantedChange || tItem.nType == MCE::CHANGE_ITEM_DELETE) return MCE::RESULT_OK;
   VCM::CString strRevision;
   tItem.oProps.GetProperty(MCE::ITEM_FOREIGN_REVISION, strRevision);
+  const std::string strPath = m_oPaths.InRepository(VCM::ToBytes(tItem.oFilePath.GeneratePath()));
   CLIENT::TWantedFile tFile{
       {GetStringProperty(L"ReposPath"), VCM::FromBytes(m_oPaths.IsOneFolder() ? m_oPaths.Folder() : "")},
       m_tCurrentStream.strName,
       tItem.oFilePath,
       strRevision,
       {}};
-  if (!m_oPaths.IsOneFolder()) {
-    const std::string strPath = VCM::ToBytes(tItem.oFilePath.GeneratePath());
-    tFile.oPathInRepository.Parse(VCM::FromBytes(m_oPaths.InRepository(strPath)));
+  if (!m_oPaths.IsOneFolder()) tFile.oPathInRepository.Parse(VCM::FromBytes(strPath));
+  bool bFromFolder = m_strNamedLikeFolders.contains(strPath);
+  if (!bFromFolder) {
+    m_oFiles.CheckOut(tFile, strTargetPath);
+    // The log doesn't name a folder that holds no file, but the client takes it for what is wanted all the
+    // same.
+    bFromFolder = !VCM::FileExists(strTargetPath) && m_oFiles.IsFolder(tFile);
   }
-  m_oFiles.CheckOut(tFile, strTargetPath);
+  if (bFromFolder) {
+    m_strNamedLikeFolders.insert(strPath);
+    m_oFiles.CheckOutFromFolder(tFile, strTargetPath);
+  }
   CLIENT::CFileRetrieval::Stamp(strTargetPath, tItem.oTimestamp);
   return MCE::RESULT_OK;
 }

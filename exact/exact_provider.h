@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <unordered_set>
 
 #include "client/client_folder.h"
 #include "client/command_line.h"
@@ -67,6 +68,7 @@ class CProvider : public MCE::CProviderBase {
   std::string m_strModule;            // the name that is imported, in plain form
   bool m_bKnowsModules = false;       // the client has told the modules
   CModulePaths m_oPaths{"."};
+  std::unordered_set<std::string> m_strNamedLikeFolders;
   MCE::CLogSink m_oLogSink;
   CLIENT::CCvsClient m_oClient{m_oLogSink};
   CLIENT::CLogSource m_oLogSource{m_oClient, m_oLogSink};

@@ -81,8 +81,8 @@ std::optional<std::size_t> CLogReader::EndOfPasted(std::size_t nHeader, std::siz
   for (std::size_t i = nHeader + 1; i <= nEnd; ++i) {
     const TMarkKind nKind = m_oMarks[i].nKind;
     if (nKind == TMarkKind::RULE && nFound == nSelected) return i;
-    if (nKind == TMarkKind::RULE || (nKind == TMarkKind::REVISION && nFound++ == nSelected))
-      return std::nullopt;
+    // A rule before the last revision is text of a message in the pasted log.
+    if (nKind == TMarkKind::REVISION && nFound++ == nSelected) return std::nullopt;
     if (nKind != TMarkKind::HEADER) continue;
     const auto oInner = anEnds.find(i);
     if (oInner == anEnds.end()) return std::nullopt;

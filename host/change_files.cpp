@@ -148,16 +148,17 @@ void CChangeFiles::Add(TItemChange tItem, const std::string& strPath) {
 std::vector<CFastImportStream::TFileChange> CChangeFiles::Apply(CLiveTree& oTree) {
   std::vector<CFastImportStream::TFileChange> atChanges;
   for (const TItemChange& tItem : m_atItems) {
-    const bool bRemove = tItem.tFile.eKind == CFastImportStream::TFileChange::REMOVE && !tItem.bSuperseded;
-    if (bRemove && oTree.Remove(tItem.tFile.strPath, tItem.eNameKind)) atChanges.push_back(tItem.tFile);
+    if (tItem.tFile.eKind != CFastImportStream::TFileChange::REMOVE || tItem.bSuperseded) continue;
+    oTree.Remove(tItem.tFile.strPath, tItem.eNameKind, atChanges);
   }
   for (const TItemChange& tItem : m_atItems) {
     if (tItem.tFile.eKind == CFastImportStream::TFileChange::REMOVE || tItem.bSuperseded) continue;
-    if (oTree.CanPut(tItem.tFile.strPath, tItem.eNameKind)) {
-      oTree.Put(tItem.tFile.strPath, tItem.eNameKind);
-      atChanges.push_back(tItem.tFile);
-    } else {
-      Lose(tItem.strShown, "something else has its name, or that of one of its folders, in Git at that time");
+    if (!oTree.CanPut(tItem.tFile.strPath, tItem.eNameKind)) {
+      Lose(tItem.strShown, "something else has its name in Git at that time");
+    } else if (oTree.Put(tItem.tFile, tItem.eNameKind, atChanges)) {
+      m_tParts.oReport.Changed("stream " + ShowQuoted(m_strStream) + ", file " + tItem.strShown + ", " +
+                               ShowTime(m_nChangeTime) +
+                               ": a file and a folder have one name; Git has the one that changed last");
     }
   }
   return atChanges;

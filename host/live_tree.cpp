@@ -1,16 +1,20 @@
 #include "host/live_tree.h"
 
-#include <utility>
+#include <algorithm>
 
 namespace TALVEK::HOST {
 namespace {
 
-// Cuts the first item off a path and returns it.
-std::string_view TakeItem(std::string_view& strPath) {
-  const std::size_t nEnd = strPath.find('/');
-  const std::string_view strItem = strPath.substr(0, nEnd);
-  strPath = nEnd == std::string_view::npos ? std::string_view() : strPath.substr(nEnd + 1);
-  return strItem;
+/// Where the item ends that begins at nFrom.
+std::size_t EndOfItem(std::string_view strPath, std::size_t nFrom) {
+  return std::min(strPath.find('/', nFrom), strPath.size());
+}
+
+CLiveTree::TFile Removal(std::string_view strPath) {
+  CLiveTree::TFile tFile;
+  tFile.eKind = CLiveTree::TFile::REMOVE;
+  tFile.strPath = strPath;
+  return tFile;
 }
 
 }  // namespace
@@ -20,51 +24,89 @@ CLiveTree::TNode& CLiveTree::Unshare(std::shared_ptr<TNode>& poNode) {
   return *poNode;
 }
 
-const CLiveTree::TNode* CLiveTree::Find(std::string_view strPath, bool& bFileOnTheWay) const {
+const CLiveTree::TNode* CLiveTree::Find(std::string_view strPath) const {
   const TNode* poNode = m_poRoot.get();
-  bFileOnTheWay = false;
-  while (!strPath.empty()) {
-    if (poNode->bFile) {
-      bFileOnTheWay = true;
-      return nullptr;
-    }
-    const auto oChild = poNode->aChildren.find(TakeItem(strPath));
+  for (std::size_t nFrom = 0; nFrom < strPath.size();) {
+    const std::size_t nEnd = EndOfItem(strPath, nFrom);
+    const auto oChild = poNode->aChildren.find(strPath.substr(nFrom, nEnd - nFrom));
     if (oChild == poNode->aChildren.end()) return nullptr;
     poNode = oChild->second.get();
+    nFrom = nEnd + 1;
   }
   return poNode;
 }
 
 bool CLiveTree::CanPut(std::string_view strPath, TNameKind eKind) const {
-  bool bFileOnTheWay = false;
-  const TNode* poNode = Find(strPath, bFileOnTheWay);
-  if (bFileOnTheWay) return false;
-  return !poNode || (poNode->bFile && poNode->eKind == eKind);
+  const TNode* poNode = Find(strPath);
+  return !poNode || !poNode->bFile || poNode->eKind == eKind;
 }
 
-void CLiveTree::Put(std::string_view strPath, TNameKind eKind) {
+bool CLiveTree::Put(const TFile& tFile, TNameKind eKind, TChanges& atChanges) {
+  bool bHides = false;
   TNode* poNode = &Unshare(m_poRoot);
-  while (!strPath.empty()) {
-    std::shared_ptr<TNode>& poChild = poNode->aChildren[std::string(TakeItem(strPath))];
+  for (std::size_t nFrom = 0; nFrom < tFile.strPath.size();) {
+    const std::size_t nEnd = EndOfItem(tFile.strPath, nFrom);
+    std::shared_ptr<TNode>& poChild = poNode->aChildren[tFile.strPath.substr(nFrom, nEnd - nFrom)];
     if (!poChild) poChild = std::make_shared<TNode>();
     poNode = &Unshare(poChild);
+    nFrom = nEnd + 1;
+    if (nEnd == tFile.strPath.size() || !poNode->IsFileSeen()) continue;
+    const std::string strFile = tFile.strPath.substr(0, nEnd);
+    atChanges.push_back(Removal(strFile));
+    poNode->bHidden = true;
+    ShowFolder(*poNode, strFile, atChanges);
+    bHides = true;
+  }
+  if (!poNode->aChildren.empty() && !poNode->IsFileSeen()) {
+    atChanges.push_back(Removal(tFile.strPath));
+    bHides = true;
   }
   poNode->bFile = true;
+  poNode->bHidden = false;
+  poNode->bExecutable = tFile.eKind == TFile::MODIFY_EXECUTABLE;
   poNode->eKind = eKind;
+  poNode->nBlob = tFile.nBlob;
+  atChanges.push_back(tFile);
+  return bHides;
 }
 
-bool CLiveTree::Remove(std::string_view strPath, TNameKind eKind) {
-  bool bFileOnTheWay = false;
-  const TNode* poNode = Find(strPath, bFileOnTheWay);
+void CLiveTree::Show(const TNode& tNode, const std::string& strPath, TChanges& atChanges) {
+  if (tNode.IsFileSeen()) {
+    atChanges.push_back({tNode.bExecutable ? TFile::MODIFY_EXECUTABLE : TFile::MODIFY, tNode.nBlob, strPath});
+  } else {
+    ShowFolder(tNode, strPath, atChanges);
+  }
+}
+
+void CLiveTree::ShowFolder(const TNode& tFolder, const std::string& strPath, TChanges& atChanges) {
+  for (const auto& [strName, poChild] : tFolder.aChildren)
+    Show(*poChild, strPath + "/" + strName, atChanges);
+}
+
+bool CLiveTree::Remove(std::string_view strPath, TNameKind eKind, TChanges& atChanges) {
+  const TNode* poNode = Find(strPath);
   if (!poNode || !poNode->bFile || poNode->eKind != eKind) return false;
-  RemoveBelow(Unshare(m_poRoot), strPath);
+  RemoveBelow(Unshare(m_poRoot), strPath, 0, true, atChanges);
   return true;
 }
 
-// True when the folder is empty afterwards.
-bool CLiveTree::RemoveBelow(TNode& tFolder, std::string_view strPath) {
-  const auto oChild = tFolder.aChildren.find(TakeItem(strPath));
-  if (strPath.empty() || RemoveBelow(Unshare(oChild->second), strPath)) tFolder.aChildren.erase(oChild);
+/// Removes the file whose path goes on at nFrom within a folder; the folder is seen in Git or hidden by a
+/// file. True when the folder is empty afterwards.
+bool CLiveTree::RemoveBelow(TNode& tFolder, std::string_view strPath, std::size_t nFrom, bool bSeen,
+                            TChanges& atChanges) {
+  const std::size_t nEnd = EndOfItem(strPath, nFrom);
+  const auto oChild = tFolder.aChildren.find(strPath.substr(nFrom, nEnd - nFrom));
+  TNode& tChild = Unshare(oChild->second);
+  const bool bFileSeen = bSeen && tChild.IsFileSeen();
+  if (nEnd == strPath.size()) {
+    if (bFileSeen) atChanges.push_back(Removal(strPath));
+    tChild.bFile = tChild.bHidden = false;
+  } else if (RemoveBelow(tChild, strPath, nEnd + 1, bSeen && !bFileSeen, atChanges)) {
+    tChild.bHidden = false;
+  }
+  const bool bComesBack = nEnd == strPath.size() ? bFileSeen : bSeen && !bFileSeen && tChild.IsFileSeen();
+  if (bComesBack) Show(tChild, std::string(strPath.substr(0, nEnd)), atChanges);
+  if (!tChild.bFile && tChild.aChildren.empty()) tFolder.aChildren.erase(oChild);
   return tFolder.aChildren.empty();
 }
 

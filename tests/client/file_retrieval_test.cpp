@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <string>
 #include <string_view>
+#include <utility>
 
 #include "tests/client/client_fixture.h"
 
@@ -25,6 +27,11 @@ class FileRetrievalTest : public ClientTest {
     tFile.oPath.Parse(pszPath);
     m_oFiles.CheckOut(tFile, VCM::FromBytes(Target(pszPath).string()));
   }
+  void CheckOutFromFolder(const wchar_t* pszStream, const wchar_t* pszPath) {
+    CLIENT::TWantedFile tFile{{L"/repo", L"mod"}, pszStream, {}, L"1.4"};
+    tFile.oPath.Parse(pszPath);
+    m_oFiles.CheckOutFromFolder(tFile, VCM::FromBytes(Target(pszPath).string()));
+  }
   fs::path Target(const wchar_t* pszPath) const { return m_oFolder / "client/Main" / pszPath; }
 
   CLIENT::CClientFolder m_oClientFolder{m_oClient, m_oLog};
@@ -42,6 +49,59 @@ TEST_F(FileRetrievalTest, FileIsCheckedOutIntoItsFolderOfTheStream) {
             "in @/client\n[-d]\n[/repo]\n[checkout]\n[-r]\n[1.2.2.7]\n[-d]\n[Main]\n[mod/README]\n");
   EXPECT_EQ(ReadFile(Target(L"src/main.c")), "new\n");
   EXPECT_EQ(ReadFile(Target(L"README")), "new\n");
+}
+
+/// A client that gives each revision of the folder's files, and no file of a folder.
+constexpr char PSZ_FOLDER_CLIENT[] = R"(record "$@"
+[ "$4" = -l ] && mkdir -p .folder/CVS && echo new > .folder/a && echo other > .folder/b)";
+
+TEST_F(FileRetrievalTest, FileWhoseNameIsAFoldersComesFromItsFolder) {
+  FakeCvs(PSZ_FOLDER_CLIENT, 1);
+  // What the client has left that took the file for the folder.
+  WriteFile(Target(L"src/CVS/Repository"), "mod/src/a\n");
+  CheckOutFromFolder(L"Main", L"src/a");
+  CheckOutFromFolder(L"Main", L"a");
+  EXPECT_EQ(Log(),
+            "Performing command FAKE -d /repo checkout -l -r 1.4 -d \".folder\" \"mod/src\"\n"
+            "Performing command FAKE -d /repo checkout -l -r 1.4 -d \".folder\" \"mod\"\n");
+  EXPECT_EQ(ReadFile(Target(L"src/a")), "new\n");
+  EXPECT_EQ(ReadFile(Target(L"a")), "new\n");
+  EXPECT_FALSE(fs::exists(Target(L"src/CVS")));
+  EXPECT_FALSE(fs::exists(Target(L"b")));
+  EXPECT_FALSE(fs::exists(m_oFolder / "client/.folder"));
+}
+
+TEST_F(FileRetrievalTest, FolderIsKnownByWhatTheClientNotes) {
+  CLIENT::TWantedFile tFile{{L"/repo", L"mod"}, L"Main", {}, L"1.4"};
+  tFile.oPath.Parse(L"src/a");
+  for (const auto& [pszNoted, bFolder] : {std::pair{"mod/src/a", true},
+                                          {"/cvs/mod/src/a", true},
+                                          {"mod/src", false},
+                                          {"mod/other/src/a", false}}) {
+    FakeCvs(std::string("mkdir -p .folder/CVS && echo ") + pszNoted + " > .folder/CVS/Repository", 1);
+    EXPECT_EQ(m_oFiles.IsFolder(tFile), bFolder) << pszNoted;
+  }
+  FakeCvs("exit 1", 1);
+  EXPECT_FALSE(m_oFiles.IsFolder(tFile));
+}
+
+TEST_F(FileRetrievalTest, NothingOutsideTheClientFolderIsTouchedForAFolder) {
+  WriteFile(m_oFolder / "outside/a", "kept\n");
+  WriteFile(m_oFolder / "outside/CVS/Repository", "kept\n");
+  CLIENT::TWantedFile tFile{{L"/repo", L"mod"}, L"Main", {}, L"1.4"};
+  tFile.oPath.Parse(L"../../outside/a");
+  m_oFiles.CheckOutFromFolder(tFile, VCM::FromBytes((m_oFolder / "client/Main/../../outside/a").string()));
+  EXPECT_FALSE(m_oFiles.IsFolder(tFile));
+  EXPECT_EQ(Calls(), "");
+  EXPECT_EQ(ReadFile(m_oFolder / "outside/a"), "kept\n");
+  EXPECT_EQ(ReadFile(m_oFolder / "outside/CVS/Repository"), "kept\n");
+}
+
+TEST_F(FileRetrievalTest, FileThatItsFolderDoesNotGiveIsNotThereAfterwards) {
+  FakeCvs("exit 1", 1);
+  WriteFile(Target(L"a"), "old\n");
+  CheckOutFromFolder(L"Main", L"a");
+  EXPECT_FALSE(fs::exists(Target(L"a")));
 }
 
 TEST_F(FileRetrievalTest, OldFileIsGoneWhenTheClientRuns) {

@@ -112,6 +112,9 @@ const std::string PASTED_WORKING_FILE = [] {
   std::string strLog = PASTED_FILE;
   return strLog.insert(strLog.find("head:"), "Working file: y\n");
 }();
+const std::string PASTED_WITH_RULE = Header("x/y", "1.1", 2) +
+                                     Revision("1.1", "branches:  1.1.2;\np\n" + End()) +
+                                     Revision("1.1.2.1", "q\n") + End();
 // The same as one line of a message that is shown by Text.
 std::string Shown(std::string strText) {
   for (char& ch : strText)
@@ -215,6 +218,13 @@ INSTANTIATE_TEST_SUITE_P(
                   Header("m/b", "", 0) + End(),
               "m/a (its texts hold a pasted log (1 header, 2 revisions))\n  1.1 joe: " +
                   Shown(PASTED_FILE.substr(0, PASTED_FILE.size() - 1)) + "\nm/z\nm/b\n"},
+        // The file's own revision is the later one: a clock was set back. Only the count of the pasted log
+        // tells.
+        TCase{"RuleInAMessageOfThePastedLog",
+              Header("a", "1.2", 2) + Revision("1.2", "x\n" + PASTED_WITH_RULE, "2003/01/02 10:11:12") +
+                  Revision("1.1", "first\n", "2003/01/03 10:11:12") + End(),
+              "a (its texts hold a pasted log (1 header, 2 revisions))\n  1.2 joe: x|" +
+                  Shown(PASTED_WITH_RULE.substr(0, PASTED_WITH_RULE.size() - 1)) + "\n  1.1 joe: first\n"},
         TCase{"HeaderWithoutItsLastRevisions",
               TwoRevisions("x\n" + Header("x/y", "1.5", 5) + Revision("1.5", "p\n"), "first\n"),
               "a (its texts hold a pasted log (1 header, 1 revision))\n  1.2 joe: x|" +

@@ -1,6 +1,7 @@
 #include "tests/exact_road/cases.h"
 
 #include <iterator>
+#include <stdexcept>
 
 namespace TALVEK::TEST {
 
@@ -216,6 +217,74 @@ void MakeFileThatBecomesFolder(CCvsWorld& oWorld) {
   oWorld.Tag("AS_FOLDER");
 }
 
+/// The client takes the path of the file for the folder even when the folder holds nothing.
+void MakeEmptyFolderInPlaceOfFile(CCvsWorld& oWorld) {
+  MakeStart(oWorld);
+  oWorld.Tag("WITH_B");
+  oWorld.Remove("b.txt");
+  oWorld.Commit("Make room");
+  std::filesystem::create_directory(oWorld.Root() / oWorld.Module() / "b.txt");
+  oWorld.Put("a.txt", "a3\n", "Third a");
+}
+
+void MakeFolderThatBecomesFile(CCvsWorld& oWorld) {
+  MakeStart(oWorld);
+  oWorld.Tag("AS_FOLDER");
+  oWorld.Remove("dir/c.txt");
+  oWorld.Commit("Make room");
+  // The client refuses to add it, but imports it.
+  oWorld.Import({{"dir", "a file now\n"}}, "dir is a file now", "VENDOR", "AS_FILE");
+}
+
+void Run(const CCvsWorld& oWorld, const std::string& strArguments) {
+  const TShellResult tResult = oWorld.Try(strArguments);
+  if (tResult.nStatus != 0) throw std::runtime_error("cvs " + strArguments + ": " + tResult.strOutput);
+}
+
+/// Both are alive for a while. Git can't have both, and the client doesn't check them out.
+void MakeFileAndFolderAtOneTime(CCvsWorld& oWorld) {
+  MakeStart(oWorld);
+  oWorld.Import({{"thing/part", "part 1\n"}, {"thing/other", "other 1\n"}}, "Parts of things", "VENDOR",
+                "V1");
+  oWorld.Import({{"thing", "a file\n"}}, "A thing", "VENDOR", "V2");
+  oWorld.Import({{"thing", "a file, changed\n"}}, "The thing again", "VENDOR", "V3");
+  oWorld.TagInRepository("BOTH");
+  // Only commands that leave folders out take "thing" for the file.
+  Run(oWorld, "checkout -l -d only m");
+  oWorld.Write("only/thing", "a file of ours\n");
+  oWorld.Commit("Our thing", "-l only");
+  Run(oWorld, "remove -f only/thing");
+  oWorld.Commit("No thing", "-l only");
+  oWorld.Forget("");
+  oWorld.On("");
+  oWorld.Put("thing/part", "part of ours\n", "Our part");
+}
+
+void MakeNamesWithBlanks(CCvsWorld& oWorld) {
+  oWorld.Import({{"two words", "w1\n"}, {"a folder/ file", "f1\n"}}, "Import 1", "VENDOR", "V1");
+  oWorld.Import({{"two words", "w2\n"}, {"a folder/ file", "f2\n"}}, "Import 2", "VENDOR", "V2");
+  oWorld.On("");
+  oWorld.BranchTag("b1");
+  oWorld.Put("two words", "w of ours\n", "Our words");
+  oWorld.On("b1");
+  oWorld.Put("a folder/ file", "f on b1\n", "b1 file");
+}
+
+/// What the client gives for 1.1 and for 1.1.1.1 differs, as it writes their messages into them.
+void MakeImportsOfLogKeyword(CCvsWorld& oWorld) {
+  oWorld.Import({{"x.txt", "x1\n$Log$\n"}}, "Import 1", "VENDOR", "V1");
+  oWorld.Import({{"x.txt", "x2\n$Log$\n"}, {"w.txt", "w\n$Log$\n"}}, "Import of others", "OTHERS", "O1",
+                "-b 1.1.3");
+  oWorld.On("");
+  oWorld.Put("x.txt", "x of ours\n$Log$\n", "Our x");
+}
+
+void MakeForcedCommitWhileClockIsSetBack(CCvsWorld& oWorld) {
+  MakeStart(oWorld);
+  oWorld.Pass(-24 * HOUR);
+  oWorld.Commit("Nothing changed, a day before", "-f a.txt");
+}
+
 void MakePastedLog(CCvsWorld& oWorld) {
   MakeStart(oWorld);
   const std::string strLog = oWorld.Try("log a.txt").strOutput;
@@ -232,6 +301,19 @@ void MakeCommitOf400Seconds(CCvsWorld& oWorld) {
   oWorld.Commit("A slow commit");
   oWorld.SetDate("b.txt", "1.2", nStart + 200);
   oWorld.SetDate("dir/c.txt", "1.2", nStart + 400);
+}
+
+/// The log of a file whose message is a log again, and the rule at its end.
+void MakeLogPastedIntoAPastedLog(CCvsWorld& oWorld) {
+  MakeStart(oWorld);
+  oWorld.BranchTag("b1");
+  oWorld.Put("a.txt", "a3\n", "See:\n" + oWorld.Try("log b.txt").strOutput);
+  oWorld.On("b1");
+  oWorld.Put("a.txt", "a on b1\n", std::string(77, '=') + "\n");
+  oWorld.On("");
+  oWorld.Pass(-48 * HOUR);
+  oWorld.Put("a.txt", "a4\n", "And:\n" + oWorld.Try("log a.txt").strOutput);
+  oWorld.Put("b.txt", "b2\n", oWorld.Try("log a.txt").strOutput);
 }
 
 /// Only the id holds the commit together: the gap between two of its files is too wide.
@@ -317,7 +399,14 @@ const TCase CASES[] = {
     {"BranchesThatAreEachOthersParents", MakeBranchesThatAreEachOthersParents},
     {"FileWithOtherLetterCase", MakeFileWithOtherLetterCase},
     {"FileThatBecomesFolder", MakeFileThatBecomesFolder},
+    {"EmptyFolderInThePlaceOfAFile", MakeEmptyFolderInPlaceOfFile},
+    {"FolderThatBecomesFile", MakeFolderThatBecomesFile},
+    {"FileAndFolderAtOneTime", MakeFileAndFolderAtOneTime},
+    {"NamesWithBlanks", MakeNamesWithBlanks},
+    {"ImportsOfLogKeyword", MakeImportsOfLogKeyword},
+    {"ForcedCommitWhileTheClockIsSetBack", MakeForcedCommitWhileClockIsSetBack, 3},
     {"PastedLog", MakePastedLog, 5},
+    {"LogPastedIntoAPastedLog", MakeLogPastedIntoAPastedLog, 5},
     {"CommitOf400Seconds", MakeCommitOf400Seconds, 3},
     {"CommitWithGapOf400Seconds", MakeCommitWithGapOf400Seconds, 3},
     {"SlowCommitWithoutIds", MakeSlowCommitWithoutIds, 3},

@@ -179,5 +179,45 @@ TEST_F(ClientFactsTest, FolderInThePlaceOfAFileHidesItExceptFromCheckoutsOfItsFo
   EXPECT_EQ(RevisionFromClient({m_oWorld.Root(), "m"}, "a", "1.1"), "file\n");
 }
 
+TEST_F(ClientFactsTest, FolderWithoutFilesHidesAFileToo) {
+  m_oWorld.Put("a", "file\n", "a is a file");
+  m_oWorld.Remove("a");
+  m_oWorld.Commit("Make room");
+  std::filesystem::create_directory(m_oWorld.Root() / "m/a");
+  const TShellResult tResult =
+      RunShell("cd " + ShellQuote(m_oWorld.Copy().string()) + " && cvs -f -Q -d " +
+               ShellQuote(m_oWorld.Root().string()) + " checkout -r 1.1 -d x m/a && ls x");
+  EXPECT_EQ(tResult.nStatus, 0);
+  EXPECT_EQ(tResult.strOutput, "CVS\n");
+  EXPECT_EQ(RevisionFromClient({m_oWorld.Root(), "m"}, "a", "1.1"), "file\n");
+}
+
+// A name that both have is refused; one that only the folder's files have is given.
+TEST_F(ClientFactsTest, FileAndFolderOfOneNameAliveAtOneTimeAreRefused) {
+  m_oWorld.Import({{"thing/part", "part\n"}}, "In a folder", "VENDOR", "V1");
+  m_oWorld.Import({{"thing", "file\n"}}, "A file", "VENDOR", "V2");
+  EXPECT_EQ(Asked("checkout -A"), "refused");
+  EXPECT_EQ(Asked("export -r VENDOR"), "refused");
+  EXPECT_EQ(Asked("export -r V2"), "refused");
+  EXPECT_EQ(Asked("export -r V1"), "thing/part=part");
+  EXPECT_EQ(AtTime(START + 1), "thing/part=part");
+  EXPECT_EQ(AtTime(START + 2 * HOUR), "refused");
+}
+
+TEST_F(ClientFactsTest, FirstRevisionAndTheImportBesideItHaveOneContentTimeAndAuthor) {
+  m_oWorld.Import({{"v.txt", "v $Log$\n"}}, "Words", "VENDOR", "V1");
+  m_oWorld.Import({{"o.txt", "o\n"}}, "Words of others", "OTHERS", "O1", "-b 1.1.3");
+  for (const auto& [pszPath, pszImport] : {std::pair{"v.txt", "1.1.1.1"}, std::pair{"o.txt", "1.1.3.1"}}) {
+    const TRcsRevision tFirst = Revision(pszPath, "1.1"), tImport = Revision(pszPath, pszImport);
+    EXPECT_EQ(tFirst.strText, tImport.strText);
+    EXPECT_EQ(tFirst.nTime, tImport.nTime);
+    EXPECT_EQ(tFirst.strAuthor, tImport.strAuthor);
+    EXPECT_EQ(tFirst.strLog, "Initial revision\n");
+  }
+  // The client writes the message into what it gives.
+  const TCvsModule tModule = {m_oWorld.Root(), m_oWorld.Module()};
+  EXPECT_NE(RevisionFromClient(tModule, "v.txt", "1.1"), RevisionFromClient(tModule, "v.txt", "1.1.1.1"));
+}
+
 }  // namespace
 }  // namespace TALVEK::TEST

@@ -42,8 +42,9 @@ void PrintTo(const TDifference& tDifference, std::ostream* poStream);
 /// a name for which the client gives no file. A name that the client refuses isn't looked at.
 std::vector<TDifference> CompareRefs(const TCvsModule& tModule, const CGitRepository& oGit);
 /// Every living revision: some commit brings its bytes (keywords cut back) to its path under its author and
-/// message. A revision that changes no byte needs a commit within an hour that has them. The 1.1 that an
-/// import makes beside 1.1.1.1 is found by that one's words.
+/// message. A revision that changes no byte needs a commit of its time that has them: within an hour, or,
+/// where the clock was set back, with the time of the commit before it. The 1.1 that an import makes
+/// beside 1.1.1.1 counts with that one.
 std::vector<TDifference> FindLostRevisions(const TCvsModule& tModule, const CGitRepository& oGit);
 /// The trunk in each quiet quarter of an hour of its history. Looks at nothing where the repository's dates
 /// aren't in order, or where the client's answers with and without a date have nothing to do with one

@@ -158,6 +158,16 @@ TEST(ExactCheckTest, OtherMessageIsFound) {
   EXPECT_EQ(oCase.Differences(), "1.2: dir/c.txt: in no commit of its author and message (anna: Second c)\n");
 }
 
+// No byte differs, and yet a revision's words are nowhere.
+TEST(ExactCheckTest, CommitOfUnchangedFilesThatIsMissingIsFound) {
+  const CImportedCase oCase("ForcedCommit");
+  EXPECT_EQ(oCase.Differences(), "");
+  oCase.Tamper("git reset -q --hard HEAD~2 && git cherry-pick origin/main 2>&1");
+  EXPECT_EQ(oCase.Differences(),
+            "1.3: a.txt: in no commit of its author and message (anna: Nothing changed, on purpose)\n"
+            "1.2: b.txt: in no commit of its author and message (anna: Nothing changed, on purpose)\n");
+}
+
 // Two changesets in one commit: all refs that are left equal, and one revision's words are nowhere.
 TEST(ExactCheckTest, CommitThatSwallowsAnotherIsFound) {
   const CImportedCase oCase("Plain");

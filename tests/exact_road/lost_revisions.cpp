@@ -1,4 +1,5 @@
 // Is a revision of CVS in the history of Git?
+#include <algorithm>
 #include <cstdlib>
 #include <optional>
 #include <sstream>
@@ -31,6 +32,14 @@ struct TSearchedCommit {
   std::string strMessage;
   TGitTree mapFiles;
   TGitTree mapFilesBefore;
+  std::int64_t nTimeBefore;  // of its parent
+
+  /// A commit never has an earlier time than its parent: where a clock was set back, it has that of its
+  /// parent.
+  bool MayBeOfTime(std::int64_t nTime) const {
+    return std::llabs(ptCommit->nTime - nTime) <= HOUR ||
+           (ptCommit->nTime > nTime && ptCommit->nTime == nTimeBefore);
+  }
 
   bool HasWordsOf(const TRcsRevision& tRevision) const {
     const std::string& strMail = ptCommit->strAuthorMail;
@@ -48,8 +57,12 @@ struct TSearchedCommit {
 std::vector<TSearchedCommit> ReadCommits(const CGitRepository& oGit) {
   std::vector<TSearchedCommit> atCommits;
   for (const auto& [strId, tCommit] : oGit.Commits()) {
-    const TGitTree mapBefore = tCommit.astrParents.empty() ? TGitTree() : oGit.TreeOf(tCommit.astrParents[0]);
-    atCommits.push_back({&tCommit, Plain(tCommit.strMessage), oGit.TreeOf(strId), mapBefore});
+    TSearchedCommit tSearched = {&tCommit, Plain(tCommit.strMessage), oGit.TreeOf(strId), {}, 0};
+    if (!tCommit.astrParents.empty()) {
+      tSearched.mapFilesBefore = oGit.TreeOf(tCommit.astrParents[0]);
+      tSearched.nTimeBefore = oGit.Commits().at(tCommit.astrParents[0]).nTime;
+    }
+    atCommits.push_back(std::move(tSearched));
   }
   return atCommits;
 }
@@ -61,17 +74,19 @@ bool IsVendorRevision(const std::string& strNumber) {
   return strNumber.starts_with("1.1.") && (strNumber[nEnd - 1] - '0') % 2 == 1;
 }
 
-/// Whether it is the 1.1 that an import makes beside 1.1.1.1 (or 1.1.3.1, as told): one content at one time,
-/// the import's words on the other.
+/// Whether it is the 1.1 that an import makes beside 1.1.1.1 (or 1.1.3.1, as told): one content, one author
+/// and one time, the import's words on the other. It counts with that one, which is looked for under its own
+/// words. (The bytes that the client gives for the two can differ all the same: where it writes the log into
+/// the text.)
 bool IsImportedTwice(const TRcsFile& tFile, const TRcsRevision& tRevision) {
-  for (const std::string& strBranch : tRevision.astrBranches) {
-    const TRcsRevision& tFirst = tFile.atRevisions.at(strBranch);
-    if (tRevision.strNumber == "1.1" && IsVendorRevision(strBranch) && tFirst.nTime == tRevision.nTime &&
-        tFirst.strText == tRevision.strText) {
-      return true;
-    }
-  }
-  return false;
+  return tRevision.strNumber == "1.1" &&
+         std::any_of(tRevision.astrBranches.begin(), tRevision.astrBranches.end(),
+                     [&](const std::string& strBranch) {
+                       const TRcsRevision& tFirst = tFile.atRevisions.at(strBranch);
+                       return IsVendorRevision(strBranch) && !tFirst.IsDead() &&
+                              tFirst.strAuthor == tRevision.strAuthor && tFirst.nTime == tRevision.nTime &&
+                              tFirst.strText == tRevision.strText;
+                     });
 }
 
 std::optional<TDifferenceKind> Search(const TRcsFile& tFile, const TRcsRevision& tRevision,
@@ -83,13 +98,11 @@ std::optional<TDifferenceKind> Search(const TRcsFile& tFile, const TRcsRevision&
     if (itFile == tCommit.mapFiles.end() || CutKeywordsBack(oGit.Blob(itFile->second.strBlob)) != strWant)
       continue;
     const bool bBrings = tCommit.Brings(tFile.strPath);
-    const bool bNear = std::llabs(tCommit.ptCommit->nTime - tRevision.nTime) <= HOUR;
-    if ((bBrings || bNear) && tCommit.HasWordsOf(tRevision)) return std::nullopt;
+    if ((bBrings || tCommit.MayBeOfTime(tRevision.nTime)) && tCommit.HasWordsOf(tRevision))
+      return std::nullopt;
     bBytes = bBytes || bBrings;
   }
-  if (!bBytes) return TDifferenceKind::LOST_REVISION;
-  if (IsImportedTwice(tFile, tRevision)) return std::nullopt;
-  return TDifferenceKind::OTHER_WORDS;
+  return bBytes ? TDifferenceKind::OTHER_WORDS : TDifferenceKind::LOST_REVISION;
 }
 
 }  // namespace
@@ -99,7 +112,7 @@ std::vector<TDifference> FindLostRevisions(const TCvsModule& tModule, const CGit
   std::vector<TDifference> atDifferences;
   for (const TRcsFile& tFile : ReadRcsFiles(tModule.oRoot / tModule.strModule)) {
     for (const auto& [strNumber, tRevision] : tFile.atRevisions) {
-      if (tRevision.IsDead()) continue;
+      if (tRevision.IsDead() || IsImportedTwice(tFile, tRevision)) continue;
       // The client writes the log into the text there; nobody else knows how.
       const bool bHasLog = tRevision.strText.find("$Log") != std::string::npos;
       const std::string strWant = CutKeywordsBack(

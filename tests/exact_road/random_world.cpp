@@ -58,6 +58,9 @@ const std::vector<CRandomWorld::TWeighedOperation> CRandomWorld::s_atOperations 
     {1, &CRandomWorld::SecondName},
     {1, &CRandomWorld::SetClockBack},
     {1, &CRandomWorld::DropRevisions},
+    {1, &CRandomWorld::DropBranchRevision},
+    {1, &CRandomWorld::SetState},
+    {1, &CRandomWorld::RewriteMessage},
     {1, &CRandomWorld::ResetDefaultBranch},
     {1, &CRandomWorld::NewMajorNumber},
     {2, &CRandomWorld::Merge},
@@ -143,6 +146,13 @@ std::vector<std::string> CRandomWorld::FilesHere() const {
 
 std::string CRandomWorld::SomeFile() {
   return OneOf(FilesHere());
+}
+
+std::string CRandomWorld::SomeRevision(const std::string& strPath) {
+  std::vector<std::string> astrNumbers;
+  for (const auto& [strNumber, tRevision] : ReadRcsFile(m_oWorld.Master(strPath)).atRevisions)
+    astrNumbers.push_back(strNumber);
+  return OneOf(astrNumbers);
 }
 
 std::string CRandomWorld::Content() {
@@ -349,9 +359,34 @@ void CRandomWorld::DropRevisions() {
   m_oWorld.Forget("");
 }
 
+void CRandomWorld::DropBranchRevision() {
+  OnSomeBranch();
+  const std::string strPath = SomeFile();
+  Try("admin -o" + SomeRevision(strPath) + " " + ShellQuote(strPath));
+  m_oWorld.Forget(m_strHere);
+}
+
+void CRandomWorld::SetState() {
+  OnSomeBranch();
+  const std::string strPath = SomeFile();
+  const std::string strState = OneOf({"Rel", "Dev", "dead"});
+  Try("admin -s" + strState + ":" + SomeRevision(strPath) + " " + ShellQuote(strPath));
+  m_oWorld.Forget(m_strHere);
+}
+
+void CRandomWorld::RewriteMessage() {
+  OnSomeBranch();
+  const std::string strPath = SomeFile();
+  const std::string strNumber = SomeRevision(strPath);
+  m_oWorld.Try("admin -m" + strNumber + ":" + ShellQuote(Message()) + " " + ShellQuote(strPath));
+  Tell("[" + m_strHere + "] admin -m" + strNumber + " " + strPath);
+}
+
 void CRandomWorld::ResetDefaultBranch() {
   OnTrunk();
-  Try("admin -b" + OneOf({"", "", "1.1.1", "1.1.3"}) + " " + ShellQuote(SomeFile()));
+  const std::string strBranch =
+      m_astrBranches.empty() || OneIn(2) ? OneOf({"", "", "1.1.1", "1.1.3"}) : OneOf(m_astrBranches);
+  Try("admin -b" + strBranch + " " + ShellQuote(SomeFile()));
 }
 
 void CRandomWorld::NewMajorNumber() {

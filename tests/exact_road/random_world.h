@@ -46,6 +46,9 @@ class CRandomWorld {
   void SecondName();
   void SetClockBack();
   void DropRevisions();
+  void DropBranchRevision();
+  void SetState();
+  void RewriteMessage();
   void ResetDefaultBranch();
   void NewMajorNumber();
   void Merge();
@@ -60,6 +63,8 @@ class CRandomWorld {
   void OnTrunk();
   std::vector<std::string> FilesHere() const;
   std::string SomeFile();
+  /// "1.2" or "1.2.2.1"
+  std::string SomeRevision(const std::string& strPath);
   std::string Content();
   std::string Message();
   std::string NewName(const char* pszPrefix);

@@ -56,20 +56,22 @@ TEST_F(CLossesTest, ChangesetThatCantBeProcessedLosesItsItems) {
   EXPECT_EQ(Git("target", "ls-tree -r --name-only main"), "a\n");
 }
 
-// Git would silently drop the file.
-TEST_F(CLossesTest, FileAndFolderOfOneNameAreALoss) {
+// Git would silently drop the older one. Each has its commit, and what was hidden comes back.
+TEST_F(CLossesTest, FileAndFolderOfOneNameTakeTurns) {
   Script(
       "stream|1|0|Main\n"
       "change|1|1|joe|1|x\nitem|1|0|a|file|a\n"
-      "change|2|1|joe|2|y\nitem|2|0|a/b|file|b\n");
-  const TRun tRun = Run("run --quiet --into target --import-log log");
-  EXPECT_EQ(tRun.nStatus, 3);
-  EXPECT_EQ(tRun.strError,
-            "talvek-import: lost: stream 'Main', file 'a/b', 1970-01-01 00:00:02 UTC: something else has its "
-            "name, or "
-            "that of one of its folders, in Git at that time\n"
-            "talvek-import: imported 1 stream, 2 changesets, 2 items; 1 loss; 0 seconds\n");
-  EXPECT_EQ(Git("target", "ls-tree -r --name-only main"), "a\n");
+      "change|2|1|joe|2|y\nitem|2|0|a/b|file|b\n"
+      "change|3|1|joe|3|z\nitem|3|2|a/b\n");
+  const TRun tRun = Run("run --quiet --into target");
+  EXPECT_EQ(tRun.nStatus, 0);
+  EXPECT_EQ(
+      tRun.strError,
+      "talvek-import: changed: stream 'Main', file 'a/b', 1970-01-01 00:00:02 UTC: a file and a folder have "
+      "one name; Git has the one that changed last\n"
+      "talvek-import: imported 1 stream, 3 changesets, 3 items; 0 losses; 0 seconds\n");
+  EXPECT_EQ(Git("target", "log --format=%s --name-status --no-renames main"),
+            "z\n\nA\ta\nD\ta/b\ny\n\nD\ta\nA\ta/b\nx\n\nA\ta\n");
 }
 
 TEST_F(CLossesTest, HistoryCutShortIsALoss) {
