@@ -65,7 +65,7 @@ class TALVEK_CORE_API CDatabaseStore : public CDatabase {
   void SetTransaction(CTransaction::CImpl* poTransaction) { m_poTransaction = poTransaction; }
 
  private:
-  static constexpr unsigned STEPS_BETWEEN_TRIMS = 2048;  // a step can fault in several blocks of 64 KiB
+  static constexpr unsigned STEPS_BETWEEN_TRIMS = 512;  // a step can fault in several blocks of 64 KiB
 
   CDatabaseStore(std::unique_ptr<CDatabaseFiles> poFiles, MDB_env* poEnvironment, std::size_t nMaxBytes);
 

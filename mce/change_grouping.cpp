@@ -17,9 +17,15 @@ constexpr VDB::TFieldSet ALTERED_FIELDS = VDB::FieldBit(CHANGE_FIELD_TIME) |
                                           VDB::FieldBit(CHANGE_FIELD_NEXT_ITEM) |
                                           VDB::FieldBit(CHANGE_FIELD_PROPS);
 
-TChangeTimes TimesOf(const TChangeRecord& tChange) {
+TChangeState StateOf(const TChangeRecord& tChange) {
   return {tChange.oProps.GetNumber(CHANGE_BASE_TIME, LAST_SECOND), tChange.nTime,
-          tChange.oProps.GetNumber(CHANGE_MAX_TIME, LAST_SECOND)};
+          tChange.oProps.GetNumber(CHANGE_MAX_TIME, LAST_SECOND), tChange.nNextItem};
+}
+
+/// m_oGroups lacks the changes that AddChange made. They have no base time, which counts as LAST_SECOND, so
+/// only a window that ends there admits them.
+bool NeedsRows(const TFileRevision& tRevision) {
+  return !tRevision.bMatchComment || tRevision.nTime + TGroupingWindow::SECONDS == LAST_SECOND;
 }
 
 /// The time of the new change for a revision whose file the change found has already: the revision's own time
@@ -62,7 +68,13 @@ CStatus CChangeGrouping::AddItem(const TImportRows& tRows, const TFileRevision& 
     }
   }
   if (oChange.HasFailed()) return oChange;
-  oChange = oChange ? JoinChange(tRows, tRevision) : OpenChange(tRows, tRevision, nItemTime);
+  if (!oChange) {
+    oChange = OpenChange(tRows, tRevision, nItemTime);
+  } else if (NeedsRows(tRevision)) {
+    oChange = JoinChangeByRow(tRows, tRevision);
+  } else {
+    JoinChange(tRows, tRevision);
+  }
   if (!oChange) return oChange;
 
   TChangeItemRecord& tItem = tRows.tItem;
@@ -120,46 +132,54 @@ CStatus CChangeGrouping::FindItemByWalk(const TImportRows& tRows, std::uint32_t 
   return oItem ? CStatus::Absent() : oItem;
 }
 
-/// Reads the change that the item joins, if there is one, into the change record.
+/// Puts the change that the item joins, if there is one, into the change record: the whole of its row, or no
+/// more than ID, time and next item.
 CStatus CChangeGrouping::FindChange(const TImportRows& tRows, const TFileRevision& tRevision,
                                     const TGroupingWindow& tWindow) {
-  // m_oGroups lacks the changes that AddChange made. They have no base time, which counts as LAST_SECOND, so
-  // only a window that ends there admits them.
-  const bool bByTime = !tRevision.bMatchComment || tWindow.nHigh == LAST_SECOND;
-  if (bByTime) return FindChangeByTime(tRows, tRevision, tWindow);
+  if (NeedsRows(tRevision)) return FindChangeByTime(tRows, tRevision, tWindow);
   const std::uint32_t nFound =
       m_oGroups.Find(tRevision.nStreamID, tRevision.strUser.View(), tRevision.strComment.View(), tWindow);
   if (nFound == 0) return CStatus::Absent();
   tRows.tChange.nID = nFound;
-  if (CStatus oRead = tRows.oChangesById.GetEqual(tRows.tChange); !oRead) return oRead;
-  const bool bSameKey = tRows.tChange.nStreamID == tRevision.nStreamID &&
-                        tRows.tChange.strUser.EqualsNoCase(tRevision.strUser.View()) &&
-                        tRows.tChange.strComment.EqualsNoCase(tRevision.strComment.View());
-  if (bSameKey) return {};
-  return FindChangeByTime(tRows, tRevision, tWindow);  // two keys with one hash
+  tRows.tChange.nTime = m_oGroups.Get(nFound).nTime;
+  tRows.tChange.nNextItem = m_oGroups.Get(nFound).nNextItem;
+  return {};
 }
 
 /// As FindChange, row by row: for what m_oGroups can't find.
 CStatus CChangeGrouping::FindChangeByTime(const TImportRows& tRows, const TFileRevision& tRevision,
                                           const TGroupingWindow& tWindow) {
+  if (CStatus oWritten = WriteAltered(tRows); !oWritten) return oWritten;
   TChangeRecord& tChange = tRows.tChange;
   tChange.nStreamID = tRevision.nStreamID;
   tChange.nTime = tWindow.nLow;
   CStatus oChange = tRows.oChangesByTime.GetGTE(tChange);
   for (; oChange; oChange = tRows.oChangesByTime.GetNext(tChange)) {
     if (tChange.nStreamID != tRevision.nStreamID || tChange.nTime > tWindow.nHigh) return CStatus::Absent();
-    const TChangeTimes tTimes = TimesOf(tChange);
-    if (!tWindow.Admits(tTimes.nTime, tTimes.nBaseTime, tTimes.nMaxTime)) continue;
+    const TChangeState tState = StateOf(tChange);
+    if (!tWindow.Admits(tState.nTime, tState.nBaseTime, tState.nMaxTime)) continue;
     if (!tChange.strUser.EqualsNoCase(tRevision.strUser.View())) continue;
     if (!tRevision.bMatchComment || tChange.strComment.EqualsNoCase(tRevision.strComment.View())) return {};
   }
   return oChange;
 }
 
-CStatus CChangeGrouping::JoinChange(const TImportRows& tRows, const TFileRevision& tRevision) {
+void CChangeGrouping::JoinChange(const TImportRows& tRows, const TFileRevision& tRevision) {
+  const std::uint32_t nChange = tRows.tChange.nID;
+  TChangeState tState = m_oGroups.Get(nChange);
+  tState.nTime = std::max(tState.nTime, tRevision.nTime);
+  tState.nMaxTime = std::min(tState.nMaxTime, tRevision.nEndTime);
+  tRows.tChange.nNextItem = ++tState.nNextItem;
+  m_oGroups.Set(nChange, tState);
+  if (nChange >= m_abAltered.size()) m_abAltered.resize(std::size_t{nChange} + 1);
+  if (!m_abAltered[nChange]) m_anAltered.push_back(nChange);
+  m_abAltered[nChange] = true;
+}
+
+CStatus CChangeGrouping::JoinChangeByRow(const TImportRows& tRows, const TFileRevision& tRevision) {
   TChangeRecord& tChange = tRows.tChange;
   const VCM::CString strFormer = tRevision.bMatchComment ? VCM::CString() : tChange.strComment;
-  if (tRevision.nEndTime < TimesOf(tChange).nMaxTime)
+  if (tRevision.nEndTime < StateOf(tChange).nMaxTime)
     tChange.oProps.SetProperty(CHANGE_MAX_TIME, tRevision.nEndTime);
   tChange.nTime = std::max(tChange.nTime, tRevision.nTime);
   ++tChange.nNextItem;
@@ -171,8 +191,7 @@ CStatus CChangeGrouping::JoinChange(const TImportRows& tRows, const TFileRevisio
     m_oGroups.Remove(tChange.nID);
     AddToGroup(tChange);
   } else {
-    const TChangeTimes tTimes = TimesOf(tChange);
-    m_oGroups.Set(tChange.nID, tTimes.nTime, tTimes.nMaxTime);
+    m_oGroups.Set(tChange.nID, StateOf(tChange));
   }
   return {};
 }
@@ -198,12 +217,44 @@ CStatus CChangeGrouping::OpenChange(const TImportRows& tRows, const TFileRevisio
 
 void CChangeGrouping::AddToGroup(const TChangeRecord& tChange) {
   m_oGroups.Add(tChange.nID, tChange.nStreamID, tChange.strUser.View(), tChange.strComment.View(),
-                TimesOf(tChange));
+                StateOf(tChange));
+}
+
+CStatus CChangeGrouping::SetNextItem(const TImportRows& tRows, std::uint32_t nChange,
+                                     std::uint32_t nNextItem) {
+  if (CStatus oWritten = WriteAltered(tRows); !oWritten) return oWritten;
+  TChangeRecord& tChange = tRows.tChange;
+  tChange.nID = nChange;
+  if (CStatus oRead = tRows.oChangesById.GetEqual(tChange); !oRead) return oRead;
+  tChange.nNextItem = nNextItem;
+  CStatus oUpdated = tRows.oChangesById.Update(tChange, VDB::FieldBit(CHANGE_FIELD_NEXT_ITEM));
+  if (oUpdated && m_oGroups.Has(nChange)) m_oGroups.Set(nChange, StateOf(tChange));
+  return oUpdated;
+}
+
+/// In the order in which the rows lie.
+CStatus CChangeGrouping::WriteAltered(const TImportRows& tRows) {
+  std::sort(m_anAltered.begin(), m_anAltered.end());
+  TChangeRecord tChange;
+  for (const std::uint32_t nChange : m_anAltered) {
+    const TChangeState& tState = m_oGroups.Get(nChange);
+    tChange.nID = nChange;
+    tChange.nTime = tState.nTime;
+    tChange.nNextItem = tState.nNextItem;
+    tChange.oProps.SetProperty(CHANGE_BASE_TIME, tState.nBaseTime);
+    tChange.oProps.SetProperty(CHANGE_MAX_TIME, tState.nMaxTime);
+    if (CStatus oUpdated = tRows.oChangesById.Update(tChange, ALTERED_FIELDS); !oUpdated) return oUpdated;
+    m_abAltered[nChange] = false;
+  }
+  m_anAltered.clear();
+  return {};
 }
 
 CStatus CChangeGrouping::Load(const TImportRows& tRows) {
   m_oGroups.Clear();
   m_oFiles.Clear();
+  m_anAltered.clear();
+  m_abAltered.clear();
   TChangeRecord tChange;
   CStatus oChange = tRows.oChangesById.GetGTE(tChange);
   for (; oChange; oChange = tRows.oChangesById.GetNext(tChange)) {

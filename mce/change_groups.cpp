@@ -23,29 +23,33 @@ std::uint32_t Priority(std::uint32_t nChange) {
 }  // namespace
 
 void CChangeGroups::Add(std::uint32_t nChange, std::uint32_t nStreamID, std::wstring_view strUser,
-                        std::wstring_view strComment, const TChangeTimes& tTimes) {
+                        std::wstring_view strComment, const TChangeState& tState) {
   if (nChange >= m_atNodes.size()) m_atNodes.resize(std::size_t{nChange} + 1);
-  m_atNodes[nChange].tTimes = tTimes;
-  m_atNodes[nChange].pnRoot = &m_anRoots[MakeKey(nStreamID, strUser, strComment)];
+  m_atNodes[nChange].tState = tState;
+  std::uint32_t& nGroup = m_anGroups[MakeKey(nStreamID, strUser, strComment)];
+  if (nGroup == 0) {
+    nGroup = static_cast<std::uint32_t>(m_anTrees.size());
+    m_anTrees.push_back(0);
+  }
+  m_atNodes[nChange].nGroup = nGroup;
   Insert(nChange);
 }
 
 bool CChangeGroups::Has(std::uint32_t nChange) const {
-  return nChange < m_atNodes.size() && m_atNodes[nChange].pnRoot;
+  return nChange < m_atNodes.size() && m_atNodes[nChange].nGroup != 0;
 }
 
 void CChangeGroups::Remove(std::uint32_t nChange) {
-  Erase(*m_atNodes[nChange].pnRoot, nChange);
-  m_atNodes[nChange].pnRoot = nullptr;
+  Erase(m_anTrees[m_atNodes[nChange].nGroup], nChange);
+  m_atNodes[nChange].nGroup = 0;
 }
 
-void CChangeGroups::Set(std::uint32_t nChange, std::uint32_t nTime, std::uint32_t nMaxTime) {
+void CChangeGroups::Set(std::uint32_t nChange, const TChangeState& tState) {
   TNode& tNode = m_atNodes[nChange];
-  if (tNode.tTimes.nTime == nTime && tNode.tTimes.nMaxTime == nMaxTime) return;
-  Erase(*tNode.pnRoot, nChange);
-  tNode.tTimes.nTime = nTime;
-  tNode.tTimes.nMaxTime = nMaxTime;
-  Insert(nChange);
+  const bool bMoves = tNode.tState.nTime != tState.nTime || tNode.tState.nMaxTime != tState.nMaxTime;
+  if (bMoves) Erase(m_anTrees[tNode.nGroup], nChange);
+  tNode.tState = tState;
+  if (bMoves) Insert(nChange);
 }
 
 // Each step looks at one base time: of its changes that still take items, the one with the lowest time (then
@@ -53,44 +57,49 @@ void CChangeGroups::Set(std::uint32_t nChange, std::uint32_t nTime, std::uint32_
 // time that has reached the lowest time found.
 std::uint32_t CChangeGroups::Find(std::uint32_t nStreamID, std::wstring_view strUser,
                                   std::wstring_view strComment, const TGroupingWindow& tWindow) {
-  const auto it = m_anRoots.find(MakeKey(nStreamID, strUser, strComment));
-  if (it == m_anRoots.end()) return 0;
-  const std::uint32_t nRoot = it->second;
+  const auto it = m_anGroups.find(MakeKey(nStreamID, strUser, strComment));
+  if (it == m_anGroups.end()) return 0;
+  const std::uint32_t nRoot = m_anTrees[it->second];
   const std::uint32_t nLast = std::min(tWindow.nHigh, tWindow.nEndTime);
   std::uint32_t nFound = 0;
   std::uint32_t nLowestBase = tWindow.nLow;
   while (nLowestBase <= nLast) {
     const std::uint32_t nNext = FindOpen(nRoot, nLowestBase, tWindow.nTime);
     if (nNext == 0) break;
-    const TChangeTimes& tTimes = m_atNodes[nNext].tTimes;
-    if (tTimes.nBaseTime > nLast) break;
-    if (tTimes.nTime <= nLast &&
-        (nFound == 0 || std::tie(tTimes.nTime, nNext) < std::tie(m_atNodes[nFound].tTimes.nTime, nFound))) {
+    const TChangeState& tState = m_atNodes[nNext].tState;
+    if (tState.nBaseTime > nLast) break;
+    if (tState.nTime <= nLast &&
+        (nFound == 0 || std::tie(tState.nTime, nNext) < std::tie(m_atNodes[nFound].tState.nTime, nFound))) {
       nFound = nNext;
     }
-    if (nFound != 0 && m_atNodes[nFound].tTimes.nTime <= tTimes.nBaseTime) break;
-    nLowestBase = tTimes.nBaseTime + 1;
+    if (nFound != 0 && m_atNodes[nFound].tState.nTime <= tState.nBaseTime) break;
+    nLowestBase = tState.nBaseTime + 1;
   }
   return nFound;
 }
 
 void CChangeGroups::Clear() {
-  m_anRoots.clear();
+  m_anGroups.clear();
+  m_anTrees.resize(1);
   m_atNodes.clear();
 }
 
 /// Hashes the texts in lower case, piece by piece instead of in a copy: a message can be as long as the log.
-std::size_t CChangeGroups::MakeKey(std::uint32_t nStreamID, std::wstring_view strUser,
-                                   std::wstring_view strComment) const {
+CChangeGroups::TKey CChangeGroups::MakeKey(std::uint32_t nStreamID, std::wstring_view strUser,
+                                           std::wstring_view strComment) {
+  std::array<std::size_t, 2> anHashes = {1, 2};  // two beginnings give two hashes with nothing in common
   std::array<wchar_t, 512> achPiece;
-  std::size_t nLength = 0;
-  const auto fnAdd = [&](wchar_t ch) {
-    if (nLength == achPiece.size()) {
-      const std::size_t nFormer = m_fnHash({achPiece.data(), nLength});
-      achPiece[0] = static_cast<wchar_t>(nFormer);
-      achPiece[1] = static_cast<wchar_t>(nFormer >> 32U);
-      nLength = 2;
+  std::size_t nLength = 2;
+  const auto fnHashPiece = [&] {
+    for (std::size_t& nHash : anHashes) {
+      achPiece[0] = static_cast<wchar_t>(nHash);
+      achPiece[1] = static_cast<wchar_t>(nHash >> 32U);
+      nHash = std::hash<std::wstring_view>()({achPiece.data(), nLength});
     }
+    nLength = 2;
+  };
+  const auto fnAdd = [&](wchar_t ch) {
+    if (nLength == achPiece.size()) fnHashPiece();
     achPiece[nLength++] = ch;
   };
   fnAdd(static_cast<wchar_t>(nStreamID));
@@ -99,19 +108,21 @@ std::size_t CChangeGroups::MakeKey(std::uint32_t nStreamID, std::wstring_view st
     for (const wchar_t ch : strText)
       fnAdd(VCM::ToLower(ch));
   }
-  return m_fnHash({achPiece.data(), nLength});
+  fnHashPiece();
+  return {static_cast<std::uint32_t>(anHashes[0] >> 32U), static_cast<std::uint32_t>(anHashes[0]),
+          static_cast<std::uint32_t>(anHashes[1])};
 }
 
 bool CChangeGroups::IsBefore(std::uint32_t nLeft, std::uint32_t nRight) const {
-  const TChangeTimes& tLeft = m_atNodes[nLeft].tTimes;
-  const TChangeTimes& tRight = m_atNodes[nRight].tTimes;
+  const TChangeState& tLeft = m_atNodes[nLeft].tState;
+  const TChangeState& tRight = m_atNodes[nRight].tState;
   return std::tie(tLeft.nBaseTime, tLeft.nTime, nLeft) < std::tie(tRight.nBaseTime, tRight.nTime, nRight);
 }
 
 /// Recomputes a node's nMaxTimeOfTree from its children.
 void CChangeGroups::UpdateTree(std::uint32_t nTree) {
   TNode& tNode = m_atNodes[nTree];
-  tNode.nMaxTimeOfTree = tNode.tTimes.nMaxTime;
+  tNode.nMaxTimeOfTree = tNode.tState.nMaxTime;
   for (const std::uint32_t nChild : {tNode.nLeft, tNode.nRight}) {
     if (nChild != 0) tNode.nMaxTimeOfTree = std::max(tNode.nMaxTimeOfTree, m_atNodes[nChild].nMaxTimeOfTree);
   }
@@ -154,8 +165,8 @@ void CChangeGroups::Insert(std::uint32_t nChange) {
   UpdateTree(nChange);
   std::uint32_t nBefore = 0;
   std::uint32_t nRest = 0;
-  Split(*tNode.pnRoot, nChange, nBefore, nRest);
-  *tNode.pnRoot = Merge(Merge(nBefore, nChange), nRest);
+  Split(m_anTrees[tNode.nGroup], nChange, nBefore, nRest);
+  m_anTrees[tNode.nGroup] = Merge(Merge(nBefore, nChange), nRest);
 }
 
 void CChangeGroups::Erase(std::uint32_t& nTree, std::uint32_t nChange) {
@@ -174,10 +185,10 @@ std::uint32_t CChangeGroups::FindOpen(std::uint32_t nTree, std::uint32_t nLowest
                                       std::uint32_t nTime) const {
   if (nTree == 0 || m_atNodes[nTree].nMaxTimeOfTree <= nTime) return 0;
   const TNode& tNode = m_atNodes[nTree];
-  if (tNode.tTimes.nBaseTime >= nLowestBase) {
+  if (tNode.tState.nBaseTime >= nLowestBase) {
     const std::uint32_t nFound = FindOpen(tNode.nLeft, nLowestBase, nTime);
     if (nFound != 0) return nFound;
-    if (tNode.tTimes.nMaxTime > nTime) return nTree;
+    if (tNode.tState.nMaxTime > nTime) return nTree;
   }
   return FindOpen(tNode.nRight, nLowestBase, nTime);
 }

@@ -90,6 +90,7 @@ bool CProviderBase::PrepareForChanges(bool bReset) {
     m_poTransaction.reset();
     m_bReloadsGrouping = true;
   }
+  if (m_poTransaction) NoteFailure(m_oGrouping.WriteAltered(Rows()));
   if (!bHasDatabase || m_poTransaction) return bHasDatabase;
 
   m_poTransaction = std::make_unique<VDB::CTransaction>(*m_poDatabase, TRANSACTION_TIMEOUT);
@@ -113,6 +114,7 @@ void CProviderBase::OpenIterators() {
 
 void CProviderBase::CommitChanges() {
   if (!m_poTransaction) return;
+  NoteFailure(m_oGrouping.WriteAltered(Rows()));
   CloseIterators();
   m_bReloadsGrouping = !NoteFailure(m_poTransaction->Commit(false));
   m_poTransaction.reset();
@@ -131,11 +133,7 @@ VCM::CStatus CProviderBase::NoteFailure(VCM::CStatus oStatus) {
 
 bool CProviderBase::UpdateChangeItemCount(unsigned int nChangeID, unsigned int nCount) {
   if (!m_poTransaction) return false;
-  VDB::CIterator<TChangeRecord> oIterator(m_oChangeTable, INDEX_CHANGE_ID, *m_poTransaction);
-  m_tChange.nID = nChangeID;
-  if (!NoteFailure(oIterator.GetEqual(m_tChange))) return false;
-  m_tChange.nNextItem = nCount;
-  return NoteFailure(oIterator.Update(m_tChange));
+  return NoteFailure(m_oGrouping.SetNextItem(Rows(), nChangeID, nCount));
 }
 
 void CProviderBase::CloseIterators() {

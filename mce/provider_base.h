@@ -86,8 +86,8 @@ class CProviderBase : public CProvider {
   // The import database.
 
   /// Creates the database if there is none, and opens a transaction with tables and iterators if none is
-  /// open. `bReset` first discards what has been added since the last commit. False when the database can't
-  /// be made.
+  /// open. If one is open, brings the rows of changes up to date, so call it before reading them. `bReset`
+  /// first discards what has been added since the last commit. False when the database can't be made.
   bool PrepareForChanges(bool bReset);
   /// Commits the open transaction, if there is one, and closes it and its iterators.
   void CommitChanges();

@@ -387,6 +387,18 @@ TEST(GroupingTest, GroupedItemWhoseNumberIsTakenIsNotStored) {
   EXPECT_EQ(oEngine.Paths(1), std::vector<std::string>{"a.c"});
 }
 
+// The change still has the time of the item that joined before.
+TEST(GroupingTest, ItemThatJoinsTakesTheNumberThatWasSet) {
+  CEngine oEngine;
+  ASSERT_TRUE(oEngine.Add("a.c").At(1000));
+  ASSERT_TRUE(oEngine.Add("b.c").At(1010));
+  ASSERT_TRUE(oEngine.UpdateChangeItemCount(1, 10));
+  ASSERT_TRUE(oEngine.Add("c.c").At(1005));
+  EXPECT_EQ(oEngine.m_tChangeItem.nItem, 10U);
+  EXPECT_EQ(oEngine.Changes(), "1010 joe: a.c b.c c.c\n");
+  oEngine.VisitChanges(1, [](const MCE::TChangeRecord& tChange) { EXPECT_EQ(tChange.nNextItem, 11U); });
+}
+
 // A change of AddChange has no base time, and that counts as the latest of all times.
 TEST(GroupingTest, ItemAtTheEndOfTimeJoinsAChangeWithoutBaseTime) {
   for (const auto& [nTime, pszExpected] : {std::pair{4294966995L, "4294966995 joe: a.c\n"},
