@@ -120,13 +120,13 @@ bool CProvider::OpenLogOfModule() {
                        CLIENT::ParseRepeatCount(GetStringProperty(L"CmdRepeatCount")));
   m_strModule = PlainModuleName(VCM::ToBytes(GetStringProperty(L"ModuleName")));
   const VCM::CString strLogFile = GetStringProperty(L"LogFile");
-  const std::optional<TModules> oModules = strLogFile.IsEmpty() ? AskForModules() : std::nullopt;
-  m_bKnowsModules = oModules.has_value();
-  m_oPaths = CModulePaths(m_strModule, oModules.value_or(TModules()));
   const bool bWhole = m_oLogSource.Generate({strLogFile,
                                              {GetStringProperty(L"ReposPath"), VCM::FromBytes(m_strModule)},
                                              VCM::CString(),
                                              VCM::CString()});
+  const std::optional<TModules> oModules = bWhole && strLogFile.IsEmpty() ? AskForModules() : std::nullopt;
+  m_bKnowsModules = oModules.has_value();
+  m_oPaths = CModulePaths(m_strModule, oModules.value_or(TModules()));
   WriteLog(L"Generated Log");
   if (!m_oLogSource.GetInput()) WriteLog(L"Failed to get input stream after generating log.");
   return bWhole && m_oLogSource.GetInput();
@@ -135,12 +135,15 @@ bool CProvider::OpenLogOfModule() {
 // A repository without the file "modules" refuses, and gives its log all the same.
 std::optional<TModules> CProvider::AskForModules() {
   const CLIENT::TModule tModule{GetStringProperty(L"ReposPath"), VCM::CString()};
+  CLIENT::CCvsClient oClient(m_oLogSink);  // the other one holds the log
+  oClient.SetCommand(GetStringProperty(L"CVSPath"),
+                     CLIENT::ParseRepeatCount(GetStringProperty(L"CmdRepeatCount")));
   const CLIENT::CCommandLine oLine =
-      CLIENT::CCommandLine(m_oClient.GetCommand(), tModule, L"checkout").Word(L"-c");
-  if (!m_oClient.Execute(oLine.Line()) || !m_oClient.GetOutput()) return std::nullopt;
+      CLIENT::CCommandLine(oClient.GetCommand(), tModule, L"checkout").Word(L"-c");
+  if (!oClient.Execute(oLine.Line()) || !oClient.GetOutput()) return std::nullopt;
   std::string strText;
   char achBlock[4096];
-  while (const std::size_t nBytes = m_oClient.GetOutput()->Read(achBlock, sizeof achBlock).LastRead())
+  while (const std::size_t nBytes = oClient.GetOutput()->Read(achBlock, sizeof achBlock).LastRead())
     strText.append(achBlock, nBytes);
   return ReadModules(strText);
 }
