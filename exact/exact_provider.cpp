@@ -15,6 +15,7 @@
 #include "exact/end_date.h"
 #include "exact/folder_names.h"
 #include "exact/import_writer.h"
+#include "exact/log_line_ends.h"
 #include "mce/import_log_texts.h"
 
 namespace TALVEK::EXACT {
@@ -44,6 +45,14 @@ class CStreamBytes : public CLogBytes {
  private:
   wxInputStream& m_oInput;
 };
+
+/// The stream's folder, below the client folder. The client can't make one whose path has an empty item, as
+/// in "a//b" or "/a".
+VCM::CString FolderOf(const VCM::CString& strStream) {
+  VCM::CFilePath oFolder;
+  oFolder.Parse(strStream);
+  return oFolder.GeneratePath();
+}
 
 std::string Count(std::uint64_t nCount, const std::string& strNoun) {
   return std::to_string(nCount) + ' ' + strNoun + (nCount == 1 ? "" : "s");
@@ -167,7 +176,8 @@ bool CProvider::ChoosePaths(const std::string& strFirstFile) {
 bool CProvider::ReadHistory(CHistory& oHistory) {
   WriteLog(L"Parsing Log");
   CStreamBytes oBytes(*m_oLogSource.GetInput());
-  CLogReader oReader(oBytes, VCM::ToBytes(CLIENT::GetRootDirectory(GetStringProperty(L"ReposPath"))),
+  CLogLineEnds oLines(oBytes);
+  CLogReader oReader(oLines, VCM::ToBytes(CLIENT::GetRootDirectory(GetStringProperty(L"ReposPath"))),
                      m_strModule);
   TRcsFile tFile;
   int nFiles = 0;
@@ -175,6 +185,7 @@ bool CProvider::ReadHistory(CHistory& oHistory) {
   while (oReader.Next(tFile)) {
     LogFile(tFile, nFiles++);
     if (nFiles == 1 && !ChoosePaths(tFile.strPath)) return false;
+    if (!HasPlace(tFile)) continue;
     if (!m_oPaths.IsOneFolder() && !astrSeen.insert(tFile.strPath).second) continue;
     const CModulePaths::TResult nResult = m_oPaths.Add(tFile.strPath);
     if (nResult == CModulePaths::TAKEN) oHistory.AddFile(tFile);
@@ -192,6 +203,15 @@ bool CProvider::ReadHistory(CHistory& oHistory) {
   if (nFiles == 0) WriteLog(L"Failed to parse any files from rlog.");
   WriteLog(L"Finished Parsing Log");
   return m_oLogSource.GetInput()->Eof();
+}
+
+// With "." or ".." in its path a file would come to lie outside its stream's folder.
+bool CProvider::HasPlace(const TRcsFile& tFile) {
+  const VCM::CString strPath = VCM::FromBytes(tFile.strPath);
+  VCM::CFilePath oPath;
+  if (oPath.Parse(strPath, VCM::CFilePath::PARSE_REPOSITORY) && oPath.GetCount() > 0) return true;
+  WriteLog(MCE::LOG_FILE_INCOMPLETE, strPath.c_str(), L"its path leads to no file");
+  return false;
 }
 
 void CProvider::LogFile(const TRcsFile& tFile, int nFiles) {
@@ -243,7 +263,7 @@ int CProvider::RetrieveChangeItemFile(const MCE::TChangeItemRecord& tItem,
   const std::string strPath = m_oPaths.InRepository(VCM::ToBytes(tItem.oFilePath.GeneratePath()));
   CLIENT::TWantedFile tFile{
       {GetStringProperty(L"ReposPath"), VCM::FromBytes(m_oPaths.IsOneFolder() ? m_oPaths.Folder() : "")},
-      m_tCurrentStream.strName,
+      FolderOf(m_tCurrentStream.strName),
       tItem.oFilePath,
       strRevision,
       {}};

@@ -79,8 +79,8 @@ def large_file(world, count):
     i=0; while [ $i -lt {count} ]; do head -c 45000 /dev/urandom | base64 > f$i; i=$((i + 1)); done
     cvs -Q add f*; cvs -Q commit -m x"""
     subprocess.run(["sh", "-c", script], cwd=world.folder, check=True, capture_output=True)
-    return ["talvek-import", "run", "--quiet", "--repos-path", world.path("cvs"), "--module-name", "big", "--into",
-            "target", "--work", "work", "--cvs-path", "cvs", "--no-force-file-by-file"]
+    return world.run_options("--repos-path", world.path("cvs"), "--module-name", "big", "--into", "target", "--work",
+                             "work", "--cvs-path", "cvs", of_cvs=["--no-force-file-by-file"])
 
 
 def plain_client(world, count, sizes):
@@ -115,10 +115,31 @@ def _(world):
     log = log_file() + b"".join(log_file(path=f"/cvs/mod/f{number},v") for number in range(1000))
     world.write("log", log)
     world.client(f"case \"$*\" in *rlog*) cat '{world.path('log')}' 2>/dev/null;; esac; exit 0")
-    arguments = ["talvek-import", "run", "--quiet", "--repos-path", "/cvs", "--module-name", "mod", "--cvs-path",
-                 "./cvs", "--into", "target"]
+    arguments = world.run_options("--repos-path", "/cvs", "--module-name", "mod", "--cvs-path", "./cvs", "--into",
+                                  "target", of_cvs=())
     result = world.in_mounts([(world.path("tmp"), "size=64k")], arguments)
     require(result.status == 1 and b"no room" in result.errors, result.told())
+    return result.told()
+
+
+@fault("no room for the texts of a long history (TMPDIR)", "the whole history, or status 1 with the reason and no target")
+def _(world):
+    # cvsexact keeps texts in memory up to 64 MB.
+    message = "x" * 65536
+    world.write("log", log_file(revisions=[(f"1.{n}", f"{n} {message}") for n in range(1200, 0, -1)]))
+    world.client('while [ $# -gt 1 ]; do [ "$1" = -d ] && folder=$2; shift; done\n'
+                 'mkdir -p "$folder" && echo content > "$folder/${1##*/}"')
+    arguments = world.run_options("--repos-path", "/cvs", "--module-name", "mod", "--log-file", "log", "--cvs-path",
+                                  "./cvs", "--into", "target", of_cvs=())
+    result = world.in_mounts([(world.path("tmp"), "size=16m")], arguments)
+    require(result.status in (0, 1), result.told())
+    if result.status == 1:
+        require(b"No space left" in result.errors, result.told())
+        require(not os.path.lexists(world.path("target")), "the target is left")
+    else:
+        commits = subprocess.run(["git", "-C", world.path("target"), "rev-list", "--count", "main"],
+                                 capture_output=True, check=True).stdout
+        require(commits == b"1200\n", f"{commits} commits")
     return result.told()
 
 

@@ -1,9 +1,12 @@
 #include "tests/hostile/import_world.h"
 
+#include <numeric>
 #include <set>
+#include <sstream>
 
 #include "tests/support/import_log.h"
 #include "tests/support/shell.h"
+#include "tests/support/tested_provider.h"
 
 namespace TALVEK::TEST {
 
@@ -11,20 +14,23 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// Gives the file that it is asked for; asked for the files of a folder (-l), one that is called "node".
 constexpr char CLIENT[] = R"(#!/bin/sh
 for word; do printf '[%s]' "$word" >> "$CALLS"; done
 echo >> "$CALLS"
 [ "$1" = -d ] && [ "$3" = checkout ] || exit 1
 shift 3
-while getopts 'r:D:d:' option; do
+file=
+while getopts 'lr:D:d:' option; do
   case $option in
     d) folder=$OPTARG ;;
+    l) file=node ;;
     '?') exit 1 ;;
   esac
 done
 shift $((OPTIND - 1))
 [ $# = 1 ] && [ -n "$folder" ] || exit 1
-mkdir -p -- "$folder" 2>/dev/null && printf '%s\n' "$1" 2>/dev/null > "$folder/${1##*/}"
+mkdir -p -- "$folder" 2>/dev/null && printf '%s\n' "$1" 2>/dev/null > "$folder/${file:-${1##*/}}"
 )";
 
 }  // namespace
@@ -35,14 +41,15 @@ ImportWorldTest::ImportWorldTest() {
   fs::create_directories(m_oFolder / "sandbox/tmp");
 }
 
-ImportWorldTest::TResult ImportWorldTest::Import(CLogText& oLog, const std::string& strOptions) {
-  WriteFile(m_oFolder / "saved.rlog", oLog.Text());
+ImportWorldTest::TResult ImportWorldTest::ImportText(const std::string& strLog,
+                                                     const std::string& strOptions) {
+  WriteFile(m_oFolder / "saved.rlog", strLog);
   const std::string strFolder = m_oFolder.Path().string();
   const TShellResult tRun = RunShell(
       "cd " + ShellQuote(strFolder + "/sandbox") + " && env HOME=" + ShellQuote(strFolder) +
       " CALLS=" + ShellQuote(strFolder + "/calls") + " TMPDIR=" + ShellQuote(strFolder + "/sandbox/tmp") +
-      " " TALVEK_BIN_DIR
-      "/talvek-import run --provider cvs --quiet --bare --repos-path /repo --module-name mod " +
+      " " TALVEK_BIN_DIR "/talvek-import run --provider " + TestedProvider() +
+      " --quiet --bare --repos-path /repo --module-name mod " +
       "--cvs-path ../cvs --cmd-repeat-count 1 --log-file ../saved.rlog --into ../git --work work " +
       "--import-log ../import.log " + strOptions + " 2>&1");
   return {tRun.nStatus, tRun.strOutput};
@@ -50,6 +57,18 @@ ImportWorldTest::TResult ImportWorldTest::Import(CLogText& oLog, const std::stri
 
 std::string ImportWorldTest::Calls() const {
   return fs::exists(m_oFolder / "calls") ? ReadFile(m_oFolder / "calls") : "";
+}
+
+std::string ImportWorldTest::SortedCalls() const {
+  return Sorted(Calls());
+}
+
+std::string Sorted(const std::string& strLines) {
+  std::multiset<std::string> astrLines;
+  std::istringstream oLines(strLines);
+  for (std::string strLine; std::getline(oLines, strLine);)
+    astrLines.insert(strLine + "\n");
+  return std::accumulate(astrLines.begin(), astrLines.end(), std::string());
 }
 
 std::string ImportWorldTest::ImportLog() const {
