@@ -80,7 +80,7 @@ void CLiveTree::Show(const TNode& tNode, const std::string& strPath, TChanges& a
 
 void CLiveTree::ShowFolder(const TNode& tFolder, const std::string& strPath, TChanges& atChanges) {
   for (const auto& [strName, poChild] : tFolder.aChildren)
-    Show(*poChild, strPath + "/" + strName, atChanges);
+    Show(*poChild, std::string(strPath).append("/").append(strName), atChanges);
 }
 
 bool CLiveTree::Remove(std::string_view strPath, TNameKind eKind, TChanges& atChanges) {
