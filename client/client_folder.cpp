@@ -14,6 +14,12 @@ bool CClientFolder::Allows(const VCM::CString& strOutputFolder) const {
   return false;
 }
 
+VCM::CString CClientFolder::AsArgument(const VCM::CString& strOutputFolder) {
+  VCM::CFilePath oFolder;
+  oFolder.Parse(strOutputFolder);
+  return oFolder.GeneratePath();
+}
+
 bool CClientFolder::Execute(const VCM::CString& strCommandLine) {
   const VCM::CString strFolder = m_oClientPath.GeneratePath();
   const VCM::CWorkingFolderScope oScope(strFolder);

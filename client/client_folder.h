@@ -24,6 +24,9 @@ class CClientFolder {
   /// with ".." could make the client write anywhere.
   bool Allows(const VCM::CString& strOutputFolder) const;
 
+  /// The folder as the argument of "-d": the client can't make one whose path has an empty item ("a//b").
+  static VCM::CString AsArgument(const VCM::CString& strOutputFolder);
+
   /// Runs a command with the client folder as working directory. False when it fails. When the folder can't
   /// be entered nothing is run: in another folder the client could overwrite files that aren't the import's.
   bool Execute(const VCM::CString& strCommandLine);

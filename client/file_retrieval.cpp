@@ -111,7 +111,7 @@ VCM::CString CFileRetrieval::CommandFor(const TWantedFile& tFile, const VCM::CSt
   return CCommandLine(m_oClient.GetCommand(), tFile.tModule, L"checkout")
       .Word(L"-r")
       .Word(tFile.strRevision)
-      .Quoted(L"-d", strOutputFolder)
+      .Quoted(L"-d", CClientFolder::AsArgument(strOutputFolder))
       .Module(strPathInModule);
 }
 

@@ -15,6 +15,7 @@
 #include "exact/end_date.h"
 #include "exact/folder_names.h"
 #include "exact/import_writer.h"
+#include "exact/log_line_ends.h"
 #include "mce/import_log_texts.h"
 
 namespace TALVEK::EXACT {
@@ -167,7 +168,8 @@ bool CProvider::ChoosePaths(const std::string& strFirstFile) {
 bool CProvider::ReadHistory(CHistory& oHistory) {
   WriteLog(L"Parsing Log");
   CStreamBytes oBytes(*m_oLogSource.GetInput());
-  CLogReader oReader(oBytes, VCM::ToBytes(CLIENT::GetRootDirectory(GetStringProperty(L"ReposPath"))),
+  CLogLineEnds oLines(oBytes);
+  CLogReader oReader(oLines, VCM::ToBytes(CLIENT::GetRootDirectory(GetStringProperty(L"ReposPath"))),
                      m_strModule);
   TRcsFile tFile;
   int nFiles = 0;
@@ -175,6 +177,7 @@ bool CProvider::ReadHistory(CHistory& oHistory) {
   while (oReader.Next(tFile)) {
     LogFile(tFile, nFiles++);
     if (nFiles == 1 && !ChoosePaths(tFile.strPath)) return false;
+    if (!HasPlace(tFile)) continue;
     if (!m_oPaths.IsOneFolder() && !astrSeen.insert(tFile.strPath).second) continue;
     const CModulePaths::TResult nResult = m_oPaths.Add(tFile.strPath);
     if (nResult == CModulePaths::TAKEN) oHistory.AddFile(tFile);
@@ -192,6 +195,15 @@ bool CProvider::ReadHistory(CHistory& oHistory) {
   if (nFiles == 0) WriteLog(L"Failed to parse any files from rlog.");
   WriteLog(L"Finished Parsing Log");
   return m_oLogSource.GetInput()->Eof();
+}
+
+// With "." or ".." in its path a file would come to lie outside its stream's folder.
+bool CProvider::HasPlace(const TRcsFile& tFile) {
+  const VCM::CString strPath = VCM::FromBytes(tFile.strPath);
+  VCM::CFilePath oPath;
+  if (oPath.Parse(strPath, VCM::CFilePath::PARSE_REPOSITORY) && oPath.GetCount() > 0) return true;
+  WriteLog(MCE::LOG_FILE_INCOMPLETE, strPath.c_str(), L"its path leads to no file");
+  return false;
 }
 
 void CProvider::LogFile(const TRcsFile& tFile, int nFiles) {

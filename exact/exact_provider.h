@@ -60,6 +60,7 @@ class CProvider : public MCE::CProviderBase {
   std::optional<TModules> AskForModules();
   bool ChoosePaths(const std::string& strFirstFile);
   bool ReadHistory(CHistory& oHistory);
+  bool HasPlace(const TRcsFile& tFile);
   void LogFile(const TRcsFile& tFile, int nFiles);
   bool LogResult(const TMadePlan& tMade);
   bool Write(const TMadePlan& tMade);

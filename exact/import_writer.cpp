@@ -1,8 +1,20 @@
 #include "exact/import_writer.h"
 
+#include <algorithm>
+
 #include "core/text_codec.h"
 
 namespace TALVEK::EXACT {
+
+namespace {
+
+/// The engine holds times from 1970 to 2106. One before or after becomes the nearest of these, so that the
+/// order of changes stays.
+long KeptTime(std::int64_t nTime) {
+  return static_cast<long>(std::clamp<std::int64_t>(nTime, 0, UINT32_MAX));
+}
+
+}  // namespace
 
 bool CImportWriter::WriteChanges() {
   m_anChangeIDs.clear();
@@ -17,7 +29,7 @@ bool CImportWriter::WriteChange(TIndex nChange) {
   const TPlanChange& tChange = m_oPlan.Changes()[nChange];
   const std::uint32_t nID =
       m_oEngine.AddChange(0, tChange.nStream + 1, VCM::FromBytes(m_oPlan.Author(nChange)),
-                          VCM::FromBytes(m_oPlan.Message(nChange)), static_cast<long>(tChange.nTime));
+                          VCM::FromBytes(m_oPlan.Message(nChange)), KeptTime(tChange.nTime));
   m_anChangeIDs.push_back(nID);
   if (nID == 0) return false;
   std::uint32_t nItems = 0;
@@ -35,10 +47,10 @@ bool CImportWriter::WriteItems(TIndex nChange, const TPlanItem& tItem, std::uint
       bDeleted ? m_oPlan.Changes()[nChange].nTime : oHistory.Revisions()[tItem.nRevision].nTime;
   for (const std::string& strPath : m_oPaths.InModule(oHistory.Path(tItem.nFile))) {
     VCM::CFilePath oPath;
-    oPath.Parse(VCM::FromBytes(strPath));
+    oPath.Parse(VCM::FromBytes(strPath), VCM::CFilePath::PARSE_REPOSITORY);
     const bool bWritten =
         m_oEngine.AddChangeItem(m_anChangeIDs[nChange], ++nItems, TypeOf(tItem), oPath,
-                                MCE::TCVSRevision(VCM::FromBytes(strRevision)), static_cast<long>(nTime));
+                                MCE::TCVSRevision(VCM::FromBytes(strRevision)), KeptTime(nTime));
     if (!bWritten) return false;
   }
   return true;
@@ -64,8 +76,8 @@ void CImportWriter::WriteStreams(MCE::CStreamList& oStreams) const {
     tStream.strName = VCM::FromBytes(tPlanned.strName);
     if (bHasParent) {
       tStream.nBaseChangeID = m_anChangeIDs[tPlanned.nBase];
-      tStream.oProps.SetProperty(MCE::STREAM_CREATED,
-                                 static_cast<std::uint32_t>(m_oPlan.Changes()[tPlanned.nBase].nTime));
+      tStream.oProps.SetProperty(
+          MCE::STREAM_CREATED, static_cast<std::uint32_t>(KeptTime(m_oPlan.Changes()[tPlanned.nBase].nTime)));
     }
     if (tPlanned.nKind == TStreamKind::TAG) tStream.oProps.SetProperty(MCE::STREAM_IS_TAG, 1U);
     oStreams.Add(tStream);

@@ -1,5 +1,7 @@
 #include "host/git_repository.h"
 
+#include <fstream>
+#include <set>
 #include <sstream>
 
 #include "host/exit_status.h"
@@ -28,6 +30,41 @@ fs::path Normalized(const fs::path& oFolder) {
   return oPath.has_filename() ? oPath : oPath.parent_path();
 }
 
+/// Whether a file is empty or begins as Git's own do.
+bool IsWrittenByGit(const fs::path& oFile) {
+  std::string strLine;
+  std::ifstream oStream(oFile, std::ios::binary);
+  std::getline(oStream, strLine);
+  return strLine.empty() || strLine.starts_with("ref: refs/") || strLine == "[core]";
+}
+
+/// Whether `git init` makes this on its way: to see whether there can be links it makes an empty file
+/// "tXXXXXX" and then a link of that name to "testing".
+bool IsMadeByInit(const fs::directory_entry& oEntry, const fs::path& oGitFolder) {
+  static const std::set<std::string> FOLDERS = {"branches", "hooks",        "info",
+                                                "objects",  "objects/info", "objects/pack",
+                                                "refs",     "refs/heads",   "refs/tags"};
+  static const std::set<std::string> FILES = {"HEAD", "HEAD.lock", "config", "config.lock"};
+  const std::string strName = oEntry.path().lexically_relative(oGitFolder).string();
+  const bool bProbe = strName.size() == 7 && strName.starts_with('t');
+  if (oEntry.is_symlink()) return bProbe && fs::read_symlink(oEntry.path()) == "testing";
+  if (oEntry.is_directory()) return FOLDERS.contains(strName);
+  return oEntry.is_regular_file() &&
+         ((FILES.contains(strName) && IsWrittenByGit(oEntry.path())) || (bProbe && oEntry.file_size() == 0));
+}
+
+/// Whether the folder holds what a `git init` has left that was killed, and nothing else: Git doesn't take
+/// that for a repository, and doesn't make one of it where a lock is left.
+bool IsHalfMadeRepository(const fs::path& oFolder) {
+  const bool bHasGitFolder = fs::is_directory(fs::symlink_status(oFolder / ".git"));
+  const fs::path oGitFolder = bHasGitFolder ? oFolder / ".git" : oFolder;
+  if (bHasGitFolder && std::distance(fs::directory_iterator(oFolder), {}) != 1) return false;
+  if (!fs::exists(oGitFolder / "refs") && !(bHasGitFolder && fs::is_empty(oGitFolder))) return false;
+  for (const fs::directory_entry& oEntry : fs::recursive_directory_iterator(oGitFolder))
+    if (!IsMadeByInit(oEntry, oGitFolder)) return false;
+  return RunGit({"--git-dir=" + oGitFolder.string(), "rev-parse", "--git-dir"}).nStatus != 0;
+}
+
 }  // namespace
 
 void RequireGit() {
@@ -54,7 +91,7 @@ CGitRepository::TState CGitRepository::Inspect() {
   if (!fs::is_directory(oFolder, oError)) ThrowNotEmpty(oFolder, "is not a folder");
   const fs::directory_iterator oEntries(oFolder, oError);
   if (oError) ThrowNotEmpty(oFolder, "can't be read");
-  if (oEntries == fs::directory_iterator()) return STATE_EMPTY_FOLDER;
+  if (oEntries == fs::directory_iterator() || IsHalfMadeRepository(oFolder)) return STATE_EMPTY_FOLDER;
   InspectRepository();
   return STATE_EMPTY_REPOSITORY;
 }
@@ -93,6 +130,7 @@ void CGitRepository::Make() {
     throw EHostError(STATUS_FAILED, "can't make '" + ShowBytes(oFolder.string()) + "': " + oError.message(),
                      "");
   }
+  if (IsHalfMadeRepository(oFolder)) EmptyFolder();
   m_oGitFolder = m_tOptions.bBare ? oFolder : oFolder / ".git";
   // No template: the user's hooks and settings must not take part in the import.
   std::vector<std::string> astrInit = {"-c", "init.defaultBranch=main", "init", "--quiet", "--template="};

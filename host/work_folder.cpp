@@ -23,10 +23,11 @@ constexpr off_t LEAST_ROOM_BYTES = 1 << 20;
 
 constexpr const char* MARKER = ".talvek-import-work";
 
-// True for items joined by single "/", none of them "." or "..".
-bool IsCleanPath(const std::string& strPath) {
-  const std::optional<CItemPath> oPath = CItemPath::Parse(strPath);
-  return oPath && oPath->GetText() == strPath;
+// Where providers have the client put a stream's files: below the work folder, whatever the name. An empty
+// item of the name is none ("a//b"). One that leads elsewhere gets a folder in which nothing will be found.
+std::string FolderName(const std::string& strStream, std::uint32_t nStreamID) {
+  const std::optional<CItemPath> oPath = CItemPath::Parse(strStream);
+  return oPath && !strStream.starts_with('/') ? oPath->GetText() : "stream-" + std::to_string(nStreamID);
 }
 
 }  // namespace
@@ -90,7 +91,7 @@ void CWorkFolder::RequireRoom() const {
 }
 
 CStreamFolder CWorkFolder::MakeStreamFolder(std::uint32_t nStreamID, const std::string& strName) const {
-  CStreamFolder oFolder(m_oPath / (IsCleanPath(strName) ? strName : "stream-" + std::to_string(nStreamID)));
+  CStreamFolder oFolder(m_oPath / FolderName(strName, nStreamID));
   oFolder.Make();
   return oFolder;
 }

@@ -32,7 +32,8 @@ void CCheckout::BeginChange(bool bFileByFile, std::uint32_t nTime) {
 void CCheckout::CheckOutModule(const CLIENT::TModule& tModule, const TStreamInfo& tStream, long long nTime) {
   CLIENT::CCommandLine oLine(m_oClient.GetCommand(), tModule, L"checkout");
   if (tStream.nParentID != 0) oLine.Quoted(L"-r", tStream.strName);
-  oLine.Quoted(L"-D", CLIENT::FormatUTCDateTime(nTime) + L" UTC").Quoted(L"-d", tStream.strName);
+  oLine.Quoted(L"-D", CLIENT::FormatUTCDateTime(nTime) + L" UTC")
+      .Quoted(L"-d", CLIENT::CClientFolder::AsArgument(tStream.strName));
   m_bModuleFailed = m_oFolder.Allows(tStream.strName) && !m_oFolder.Execute(oLine.Module());
 }
 

@@ -104,6 +104,15 @@ TEST_F(FileRetrievalTest, FileThatItsFolderDoesNotGiveIsNotThereAfterwards) {
   EXPECT_FALSE(fs::exists(Target(L"a")));
 }
 
+// The client can't make a folder whose path has an empty item; names of branches have some.
+TEST_F(FileRetrievalTest, EmptyItemsOfTheFolderAreLeftOut) {
+  CheckOut(L"Main///", L"README");
+  CheckOut(L"a///b", L"src/main.c");
+  EXPECT_EQ(Log(),
+            "Performing command FAKE -d /repo checkout -r 1.4 -d \"Main\" \"mod/README\"\n"
+            "Performing command FAKE -d /repo checkout -r 1.4 -d \"a/b/src\" \"mod/src/main.c\"\n");
+}
+
 TEST_F(FileRetrievalTest, OldFileIsGoneWhenTheClientRuns) {
   FakeCvs("ls Main > \"$folder/seen\"; exit 1", 1);
   WriteFile(Target(L"a.c"), "old\n");

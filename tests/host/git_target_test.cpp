@@ -39,6 +39,31 @@ TEST_F(CGitTargetTest, EmptyFolderAndEmptyRepositoriesAreTaken) {
   EXPECT_EQ(Git("bare.git", "rev-parse --is-bare-repository"), "true\n");
 }
 
+// As `kill -9` leaves them in the middle of `git init`.
+TEST_F(CGitTargetTest, HalfMadeRepositoriesAreTaken) {
+  ShellOutput("cd " + Folder().string() +
+              " && mkdir -p empty/.git locked/.git/refs/heads bare.git/refs/tags && " +
+              "ln -s testing locked/.git/tAbCdEf && touch locked/.git/HEAD.lock locked/.git/config.lock "
+              "bare.git/HEAD bare.git/config");
+  for (const char* pszTarget : {"empty", "locked", "bare.git"}) {
+    const TRun tRun = Run(std::string("run --quiet --into ") + pszTarget +
+                          (std::string(pszTarget) == "bare.git" ? " --bare" : ""));
+    EXPECT_EQ(tRun.nStatus, 0) << pszTarget << ": " << tRun.strError;
+    EXPECT_EQ(Git(pszTarget, "rev-list --count HEAD"), "1\n");
+  }
+}
+
+// Nothing of the user's may go, even where it looks like a part of a repository.
+TEST_F(CGitTargetTest, WhatIsNoHalfMadeRepositoryIsRefused) {
+  for (const char* pszFile : {"config", "refs/mine", "refs/heads/main", "objects/pack/mine",
+                              ".git/hooks/mine", ".git/refs/heads/main", ".git/objects/ab/cd"}) {
+    ShellOutput("cd " + Folder().string() + " && rm -rf target && mkdir -p target/refs target/" +
+                fs::path(pszFile).parent_path().string() + " && echo mine > target/" + pszFile);
+    EXPECT_NE(Run("run --quiet --into target").nStatus, 0) << pszFile;
+    EXPECT_EQ(ReadFile(Folder() / "target" / pszFile), "mine\n");
+  }
+}
+
 TEST_F(CGitTargetTest, RepositoryWithCommitsOrFilesIsRefused) {
   EXPECT_EQ(Run("run --quiet --into full").nStatus, 0);
   ShellOutput("git init -q " + (Folder() / "files").string() + " && touch " +

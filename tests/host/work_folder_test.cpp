@@ -52,7 +52,10 @@ TEST(WorkFolderTest, StreamNamesThatLeadElsewhereGetAFolderOfTheirOwn) {
   const CWorkFolder oWork("");
   EXPECT_EQ(oWork.MakeStreamFolder(1, "Main").GetPath(), oWork.GetPath() / "Main");
   EXPECT_EQ(oWork.MakeStreamFolder(2, "a/b").GetPath(), oWork.GetPath() / "a/b");
-  for (const char* pszName : {"", ".", "..", "a//b", "a/", "a/../b", "../x", "/x"}) {
+  // As a provider writes it for the client, which can't make an empty item.
+  for (const char* pszName : {"a//b", "a///b/"})
+    EXPECT_EQ(oWork.MakeStreamFolder(2, pszName).GetPath(), oWork.GetPath() / "a/b");
+  for (const char* pszName : {"", ".", "..", "/", "a/../b", "../x", "/x"}) {
     EXPECT_EQ(oWork.MakeStreamFolder(7, pszName).GetPath(), oWork.GetPath() / "stream-7");
   }
   EXPECT_TRUE(fs::is_directory(oWork.GetPath() / "Main"));
