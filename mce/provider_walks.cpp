@@ -37,8 +37,10 @@ int CProviderBase::GetNextStream(POSITION*& poPosition, TStreamInfo& tStream, un
     if (!SearchForStreams()) return RESULT_FAILED;
     m_bStreamsEstablished = true;
   }
-  const unsigned int nWantedParent = m_oStreams.FindByID(nParentID) >= 0 ? nParentID : 0;
-  // The host's opaque position is the index of the next stream to look at.
+  // No stream has the number 0, and to look for it would take a look at each of them.
+  const bool bHasParent = nParentID != 0 && m_oStreams.FindByID(nParentID) >= 0;
+  const unsigned int nWantedParent = bHasParent ? nParentID : 0;
+  // The host's position is the index of the next stream to look at.
   auto nIndex = reinterpret_cast<std::intptr_t>(poPosition);
   if (nIndex < 0 || nIndex >= m_oStreams.GetCount()) return RESULT_END;
   const int nFound = m_oStreams.FindChild(nWantedParent, static_cast<int>(nIndex));

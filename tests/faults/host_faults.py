@@ -17,7 +17,7 @@ def held(world):
     client = world.client("case \"$*\" in *rlog*) exec cvs \"$@\";; esac\n"
                           f": > '{world.path('held')}'; while [ ! -e '{world.path('go')}' ]; do sleep 0.02; done\n"
                           f"exec '{os.path.join(world.programs, 'cvs-session')}' \"$@\"")
-    return world.import_options("--into", "target", "--cvs-path", client, "--force-file-by-file")
+    return world.import_options("--into", "target", "--cvs-path", client)
 
 
 def children(world, name):

@@ -19,15 +19,14 @@ def snapshot(world):
                   for name in folders + files if "/work" not in folder and name not in ("words", "starts", "work"))
 
 
-def run(world, log, *options):
+def run(world, log):
     world.write("log", log)
     world.client(CLIENT.format(words=world.path("words")))
     world.write("out", ""), world.write("err", "")
     before = snapshot(world)
-    result = world.run(["talvek-import", "run", "--quiet", "--repos-path", "/cvs", "--module-name", "mod",
-                        "--log-file", "log", "--cvs-path", "./cvs", "--no-force-file-by-file",
-                        "--cmd-repeat-count", "1", "--work", "work", "--into", "target", "--import-log",
-                        "import.log"] + list(options))
+    result = world.run(world.run_options("--repos-path", "/cvs", "--module-name", "mod", "--log-file", "log",
+                                         "--cvs-path", "./cvs", "--cmd-repeat-count", "1", "--work", "work", "--into",
+                                         "target", "--import-log", "import.log", of_cvs=["--no-force-file-by-file"]))
     require(result.status in (0, 3), result.told())
     world.references("target")  # throws when the repository isn't sound
     made = [name for name in snapshot(world) if name not in before and "/target" not in name]

@@ -12,15 +12,15 @@ from world import require, wait_until
 FAULTS, fault = faults_of()
 
 
-def options(*more):
-    return ["talvek-import", "run", "--quiet", "--repos-path", "/cvs", "--module-name", "mod", "--into", "target",
-            "--cvs-path", "./cvs"] + list(more)
+def options(world, *more):
+    return world.run_options("--repos-path", "/cvs", "--module-name", "mod", "--into", "target", "--cvs-path", "./cvs",
+                             of_cvs=()) + list(more)
 
 
 def refused(world, script, starts, words):
     if script is not None:
         world.client(script)
-    result = world.run(options())
+    result = world.run(options(world))
     require(result.status == 1, result.told())
     require(words in result.errors.decode(), result.told())
     require(world.starts() == starts, f"{world.starts()} starts instead of {starts}")
@@ -63,7 +63,7 @@ def _(world):
 @fault("cvs writes 1 GB to standard error, in lines", "within 200 MB of memory")
 def _(world):
     world.client("yes 'cvs rlog: something is wrong here, and here, and there' | head -c 1073741824 >&2; exit 1")
-    result = world.run(options("--cmd-repeat-count", "1"), limit=300)
+    result = world.run(options(world, "--cmd-repeat-count", "1"), limit=300)
     require(result.status == 1 and "something is wrong here" in result.told(), result.told())
     require(result.megabytes < 200, f"{result.megabytes} MB")
     return f"{result.megabytes} MB"
@@ -72,7 +72,7 @@ def _(world):
 @fault("cvs writes 1 GB to standard error, without a line end", "within 200 MB of memory")
 def _(world):
     world.client("head -c 1073741824 /dev/zero | tr '\\0' x >&2; exit 1")
-    result = world.run(options("--cmd-repeat-count", "1"), limit=300)
+    result = world.run(options(world, "--cmd-repeat-count", "1"), limit=300)
     require(result.status == 1, result.told())
     require(result.megabytes < 200, f"{result.megabytes} MB")
     return f"{result.megabytes} MB"
@@ -86,7 +86,7 @@ def _(world):
 def stopped(world, script, number, again=False, seconds=15, arguments=None):
     if script:
         world.client(script)
-    process = world.start(arguments or options())
+    process = world.start(arguments or options(world))
     wait_until(lambda: world.starts() > 0, "the start of cvs")
     wait_until(lambda: len(world.processes()) > 1, "the client")
     os.kill(process.pid, number)
@@ -121,8 +121,8 @@ SERVER = "echo $$ >> servers\n%s\nexec cvs \"$@\""
 
 def session(world, script):
     path = world.client(SERVER.replace("servers", "'" + world.path("servers") + "'") % script, "server")
-    arguments = ["talvek-import", "run", "--quiet", "--repos-path", ":fork:" + world.repository, "--module-name",
-                 "calculator", "--nested-branches", "--into", "target"]
+    arguments = world.run_options("--repos-path", ":fork:" + world.repository, "--module-name", "calculator", "--into",
+                                  "target")
     return arguments, {"CVS_SERVER": path, "HOME": world.folder}
 
 

@@ -79,8 +79,8 @@ def large_file(world, count):
     i=0; while [ $i -lt {count} ]; do head -c 45000 /dev/urandom | base64 > f$i; i=$((i + 1)); done
     cvs -Q add f*; cvs -Q commit -m x"""
     subprocess.run(["sh", "-c", script], cwd=world.folder, check=True, capture_output=True)
-    return ["talvek-import", "run", "--quiet", "--repos-path", world.path("cvs"), "--module-name", "big", "--into",
-            "target", "--work", "work", "--cvs-path", "cvs", "--no-force-file-by-file"]
+    return world.run_options("--repos-path", world.path("cvs"), "--module-name", "big", "--into", "target", "--work",
+                             "work", "--cvs-path", "cvs", of_cvs=["--no-force-file-by-file"])
 
 
 def plain_client(world, count, sizes):
@@ -115,8 +115,8 @@ def _(world):
     log = log_file() + b"".join(log_file(path=f"/cvs/mod/f{number},v") for number in range(1000))
     world.write("log", log)
     world.client(f"case \"$*\" in *rlog*) cat '{world.path('log')}' 2>/dev/null;; esac; exit 0")
-    arguments = ["talvek-import", "run", "--quiet", "--repos-path", "/cvs", "--module-name", "mod", "--cvs-path",
-                 "./cvs", "--into", "target"]
+    arguments = world.run_options("--repos-path", "/cvs", "--module-name", "mod", "--cvs-path", "./cvs", "--into",
+                                  "target", of_cvs=())
     result = world.in_mounts([(world.path("tmp"), "size=64k")], arguments)
     require(result.status == 1 and b"no room" in result.errors, result.told())
     return result.told()

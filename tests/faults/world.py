@@ -43,8 +43,8 @@ class Result:
 class World:
     """A folder for one fault. It is outside /tmp, because some faults fill or unmount that."""
 
-    def __init__(self, folder, programs, repository):
-        self.folder, self.programs, self.repository = folder, programs, repository
+    def __init__(self, folder, programs, repository, provider):
+        self.folder, self.programs, self.repository, self.provider = folder, programs, repository, provider
         self.mark = f"TALVEK_FAULT={os.path.basename(folder)}-{os.getpid()}"
         self.pids = []
         os.makedirs(os.path.join(folder, "tmp"))
@@ -131,8 +131,12 @@ class World:
         return self.run(["/usr/bin/unshare", "-m"] + owner + ["sh", "-c", script], environment, limit=limit)
 
     def import_options(self, *more):
-        return ["talvek-import", "run", "--quiet", "--repos-path", self.repository, "--module-name",
-                "calculator", "--nested-branches"] + list(more)
+        return self.run_options("--repos-path", self.repository, "--module-name", "calculator") + list(more)
+
+    def run_options(self, *more, of_cvs=("--nested-branches",)):
+        """An import by the fault's provider; `of_cvs`: options of the provider cvs alone."""
+        return (["talvek-import", "run", "--provider", self.provider, "--quiet"] + list(more)
+                + (list(of_cvs) if self.provider == "cvs" else []))
 
     def references(self, target):
         git = subprocess.run(["git", "-C", self.path(target), "for-each-ref"], capture_output=True, check=True)
@@ -192,10 +196,13 @@ def log_file(path="/cvs/mod/a.c,v", names=(), revisions=(("1.1", "x"),), date="2
     """One file of an rlog. `revisions`: number and message; `names`: name and number."""
     def data(text):
         return text if isinstance(text, bytes) else text.encode()
-    parts = [b"\nRCS file: ", data(path), b"\nhead: 1.1\nbranch:\nlocks: strict\naccess list:\nsymbolic names:\n"]
+    head = next((number for number, _ in revisions if number.count(".") == 1), "1.1")
+    parts = [b"\nRCS file: ", data(path), b"\nhead: ", data(head), b"\nbranch:\nlocks: strict\naccess list:\nsymbolic names:\n"]
     for name, number in names:
         parts += [b"\t", data(name), b": ", data(number), b"\n"]
-    parts.append(b"keyword substitution: kv\ntotal revisions: 1;\tselected revisions: 1\ndescription:\n")
+    count = str(len(revisions)).encode()
+    parts.append(b"keyword substitution: kv\ntotal revisions: " + count + b";\tselected revisions: " + count +
+                 b"\ndescription:\n")
     for number, message in revisions:
         parts += [DASHES, b"revision ", data(number), b"\ndate: ", data(date),
                   b";  author: joe;  state: Exp;\n", data(message), b"\n"]

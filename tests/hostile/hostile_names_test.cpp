@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "tests/hostile/import_world.h"
 #include "tests/support/shell.h"
+#include "tests/support/tested_provider.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -33,15 +36,30 @@ class HostileNameTest : public ImportWorldTest {
   }
 };
 
-TEST_F(HostileNameTest, BranchesCalledAsTheTrunkGoIntoTheTrunk) {
+// To cvs they are the trunk; cvsexact keeps them apart from it.
+TEST_F(HostileNameTest, BranchesCalledAsTheTrunkAreImported) {
   CLogText oLog = Branches({"Main", "HEAD"});
   const TResult tResult = Import(oLog);
   EXPECT_EQ(tResult.nStatus, 0) << tResult.strMessages;
-  EXPECT_EQ(GitBranches(), "HEAD_\nmain\n");
-  EXPECT_EQ(
-      Calls(),
-      "[-d][/repo][checkout][-r][1.1][-d][Main][mod/a]\n[-d][/repo][checkout][-r][1.1.2.1][-d][Main][mod/a]\n"
-      "[-d][/repo][checkout][-r][1.1.4.1][-d][HEAD][mod/a]\n");
+  EXPECT_EQ(GitBranches(), ByProvider("HEAD_\nmain\n", "HEAD_\nMain\nmain\n"));
+  EXPECT_EQ(SortedCalls(),
+            "[-d][/repo][checkout][-r][1.1.2.1][-d][Main][mod/a]\n"
+            "[-d][/repo][checkout][-r][1.1.4.1][-d][HEAD][mod/a]\n"
+            "[-d][/repo][checkout][-r][1.1][-d][Main][mod/a]\n");
+  ExpectNothingElse();
+}
+
+// The client can't make a folder whose path has an empty item.
+TEST_F(HostileNameTest, SlashesInARowAreOneInTheCommandLine) {
+  CLogText oLog = Branches({"With///Three_D", "end//"});
+  const TResult tResult = Import(oLog);
+  EXPECT_EQ(tResult.nStatus, 0) << tResult.strMessages;
+  EXPECT_EQ(SortedCalls(),
+            "[-d][/repo][checkout][-r][1.1.2.1][-d][With/Three_D][mod/a]\n"
+            "[-d][/repo][checkout][-r][1.1.4.1][-d][end][mod/a]\n"
+            "[-d][/repo][checkout][-r][1.1][-d][Main][mod/a]\n");
+  EXPECT_EQ(GitBranches(), "With/_/_/Three_D\nend/_/_\nmain\n");
+  EXPECT_EQ(GitFiles("With/_/_/Three_D"), "a\n");
   ExpectNothingElse();
 }
 
@@ -75,20 +93,23 @@ TEST_F(HostileNameTest, NamesAreOneWordOfTheCommandLine) {
   for (const char* pszName : {"a b", "x\"y", "-d", "--", "b\\", "%s", "$(x)"})
     strExpected +=
         "[-d][/repo][checkout][-r][1.1." + std::to_string(nBranch += 2) + ".1][-d][" + pszName + "][mod/a]\n";
-  EXPECT_EQ(Calls(), strExpected);
+  EXPECT_EQ(SortedCalls(), Sorted(strExpected));
   EXPECT_EQ(GitBranches(), "$(x)\n%s\n_-\n_d\na_b\nb_\nmain\nx\"y\n");
   ExpectNothingElse();
 }
 
-TEST_F(HostileNameTest, NamesThatDifferOnlyInCaseAreOneStream) {
+// One stream to cvs, which doesn't look at case, and two to cvsexact and the client.
+TEST_F(HostileNameTest, NamesThatDifferOnlyInCaseAreImported) {
   CLogText oLog = Branches({"Rel", "REL"});
   const TResult tResult = Import(oLog);
   EXPECT_EQ(tResult.nStatus, 0) << tResult.strMessages;
-  EXPECT_EQ(GitBranches(), "Rel\nmain\n");
+  EXPECT_EQ(GitBranches(), ByProvider("Rel\nmain\n", "REL\nRel\nmain\n"));
   EXPECT_EQ(ShellOutput("git -C " + ShellQuote((m_oFolder / "git").string()) + " rev-list --count Rel"),
-            "3\n");
+            ByProvider("3\n", "2\n"));
 }
 
+// In cvs the streams of a circle become roots. In cvsexact no circle comes to be, and each branch has its
+// files.
 TEST_F(HostileNameTest, StreamsInCirclesOfOneTwoAndThreeAreImported) {
   CLogText oLog;
   Nest(oLog, "A", "a", 10000);
@@ -98,27 +119,42 @@ TEST_F(HostileNameTest, StreamsInCirclesOfOneTwoAndThreeAreImported) {
   Nest(oLog, "E", "F", 50000);
   Nest(oLog, "F", "D", 60000);
   Nest(oLog, "F", "G", 70000);  // below a circle
-  const TResult tResult = Import(oLog, "--nested-branches");
+  const TResult tResult = Import(oLog, ByProvider("--nested-branches", ""));
   EXPECT_EQ(tResult.nStatus, 0) << tResult.strMessages;
   for (const char* pszName : {"A", "B", "C", "D", "E", "F", "G"}) {
-    EXPECT_NE(tResult.strMessages.find(std::string("stream '") + pszName +
-                                       "' is a root: its parents stand in a circle\n"),
-              std::string::npos)
+    EXPECT_EQ(tResult.strMessages.find(std::string("stream '") + pszName +
+                                       "' is a root: its parents stand in a circle\n") == std::string::npos,
+              TestsExact())
         << pszName << " in\n"
         << tResult.strMessages;
   }
-  EXPECT_EQ(GitBranches(), "A\nB\nC\nD\nE\nF\nG\nmain\n");
-  EXPECT_NE(tResult.strMessages.find("imported 8 streams, 21 changesets, 21 items; 0 losses"),
+  EXPECT_EQ(GitBranches(), ByProvider("A\nB\nC\nD\nE\nF\nG\nmain\n", "A\nB\nC\nD\nE\nF\nG\na\nmain\n"));
+  EXPECT_NE(tResult.strMessages.find(
+                ByProvider("imported 8 streams, 21 changesets, 21 items; 0 losses", "imported 9 streams, ")),
             std::string::npos)
       << tResult.strMessages;
+  if (!TestsExact()) return;
+  const std::pair<const char*, const char*> astrFiles[] = {{"main", "Aa\nBC\nCB\nDE\nEF\nFD\nFG\n"},
+                                                           {"A", "Aa\n"},
+                                                           {"a", "Aa\n"},
+                                                           {"B", "BC\nCB\n"},
+                                                           {"C", "BC\nCB\n"},
+                                                           {"D", "DE\nFD\n"},
+                                                           {"E", "DE\nEF\n"},
+                                                           {"F", "EF\nFD\nFG\n"},
+                                                           {"G", "FG\n"}};
+  for (const auto& [pszBranch, pszFiles] : astrFiles)
+    EXPECT_EQ(GitFiles(pszBranch), pszFiles) << pszBranch;
 }
 
 TEST_F(HostileNameTest, TrunkInACircleIsImported) {
   CLogText oLog;
   Nest(oLog, "A", "main", 10000);
-  const TResult tResult = Import(oLog, "--nested-branches");
+  const TResult tResult = Import(oLog, ByProvider("--nested-branches", ""));
   EXPECT_EQ(tResult.nStatus, 0) << tResult.strMessages;
-  EXPECT_NE(tResult.strMessages.find("imported 2 streams, 3 changesets, 3 items; 0 losses"),
+  EXPECT_EQ(GitBranches(), ByProvider("A\nMain\n", "A\nmain\nmain-2\n"));
+  EXPECT_NE(tResult.strMessages.find(ByProvider("imported 2 streams, 3 changesets, 3 items; 0 losses",
+                                                "imported 3 streams, 3 changesets, 3 items; 0 losses")),
             std::string::npos)
       << tResult.strMessages;
 }

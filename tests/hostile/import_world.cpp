@@ -1,9 +1,12 @@
 #include "tests/hostile/import_world.h"
 
+#include <numeric>
 #include <set>
+#include <sstream>
 
 #include "tests/support/import_log.h"
 #include "tests/support/shell.h"
+#include "tests/support/tested_provider.h"
 
 namespace TALVEK::TEST {
 
@@ -41,8 +44,8 @@ ImportWorldTest::TResult ImportWorldTest::Import(CLogText& oLog, const std::stri
   const TShellResult tRun = RunShell(
       "cd " + ShellQuote(strFolder + "/sandbox") + " && env HOME=" + ShellQuote(strFolder) +
       " CALLS=" + ShellQuote(strFolder + "/calls") + " TMPDIR=" + ShellQuote(strFolder + "/sandbox/tmp") +
-      " " TALVEK_BIN_DIR
-      "/talvek-import run --provider cvs --quiet --bare --repos-path /repo --module-name mod " +
+      " " TALVEK_BIN_DIR "/talvek-import run --provider " + TestedProvider() +
+      " --quiet --bare --repos-path /repo --module-name mod " +
       "--cvs-path ../cvs --cmd-repeat-count 1 --log-file ../saved.rlog --into ../git --work work " +
       "--import-log ../import.log " + strOptions + " 2>&1");
   return {tRun.nStatus, tRun.strOutput};
@@ -50,6 +53,18 @@ ImportWorldTest::TResult ImportWorldTest::Import(CLogText& oLog, const std::stri
 
 std::string ImportWorldTest::Calls() const {
   return fs::exists(m_oFolder / "calls") ? ReadFile(m_oFolder / "calls") : "";
+}
+
+std::string ImportWorldTest::SortedCalls() const {
+  return Sorted(Calls());
+}
+
+std::string Sorted(const std::string& strLines) {
+  std::multiset<std::string> astrLines;
+  std::istringstream oLines(strLines);
+  for (std::string strLine; std::getline(oLines, strLine);)
+    astrLines.insert(strLine + "\n");
+  return std::accumulate(astrLines.begin(), astrLines.end(), std::string());
 }
 
 std::string ImportWorldTest::ImportLog() const {

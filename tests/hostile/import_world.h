@@ -29,6 +29,9 @@ class ImportWorldTest : public ::testing::Test {
 
   /// The commands that the client got, a line each, the words in brackets; all but the log's are here.
   std::string Calls() const;
+  /// The same in alphabetical order: of the streams that hang on one change each provider has an order of its
+  /// own.
+  std::string SortedCalls() const;
   /// The import log without the seconds.
   std::string ImportLog() const;
   /// What `git ls-tree -r` names in a branch, a line each.
@@ -40,5 +43,8 @@ class ImportWorldTest : public ::testing::Test {
 
   CTempFolder m_oFolder;
 };
+
+/// The lines of a text in alphabetical order.
+std::string Sorted(const std::string& strLines);
 
 }  // namespace TALVEK::TEST

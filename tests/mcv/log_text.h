@@ -12,7 +12,9 @@
 
 namespace TALVEK::TEST {
 
-/// Builds the output of `cvs rlog`, file by file:
+/// Builds the output of `cvs rlog`, file by file. The client prints the trunk's revisions first, the latest
+/// at the top, and so must a test whose log is read by its counts.
+///
 ///
 ///   CLogText oLog;
 ///   oLog.File("/repo/mod/a.c,v").Name("BR: 1.2.0.2").At("1.2", 1041502272);
@@ -22,21 +24,23 @@ class CLogText {
  public:
   CLogText& File(const std::string& strRcsPath) {
     Close();
-    m_strText +=
-        "\nRCS file: " + strRcsPath + "\nhead: 1.9\nbranch:\nlocks: strict\naccess list:\nsymbolic names:\n";
+    m_strText += "\nRCS file: " + strRcsPath + "\n";
+    m_strHead.clear();
+    m_strNames.clear();
+    m_strRevisions.clear();
+    m_nRevisions = 0;
     m_bOpen = true;
-    m_bHeader = true;
     return *this;
   }
   CLogText& Name(const std::string& strNameAndNumber) {
-    m_strText += "\t" + strNameAndNumber + "\n";
+    m_strNames += "\t" + strNameAndNumber + "\n";
     return *this;
   }
   CLogText& Revision(const std::string& strNumber, const std::string& strDate, const std::string& strAuthor,
                      const std::string& strMessage, const std::string& strState = "Exp") {
-    EndHeader();
-    m_strText += "----------------------------\nrevision " + strNumber + "\ndate: " + strDate +
-                 ";  author: " + strAuthor + ";  state: " + strState + ";\n" + strMessage + "\n";
+    if (m_nRevisions++ == 0) m_strHead = " " + strNumber;
+    m_strRevisions += "----------------------------\nrevision " + strNumber + "\ndate: " + strDate +
+                      ";  author: " + strAuthor + ";  state: " + strState + ";\n" + strMessage + "\n";
     return *this;
   }
   /// As Revision, with the time in seconds since 1970.
@@ -52,21 +56,24 @@ class CLogText {
   }
 
  private:
-  void EndHeader() {
-    if (m_bHeader)
-      m_strText += "keyword substitution: kv\ntotal revisions: 1;\tselected revisions: 1\ndescription:\n";
-    m_bHeader = false;
-  }
   void Close() {
     if (!m_bOpen) return;
-    EndHeader();
+    const std::string strCount = std::to_string(m_nRevisions);
+    m_strText +=
+        "head:" + m_strHead + "\nbranch:\nlocks: strict\naccess list:\nsymbolic names:\n" + m_strNames;
+    m_strText += "keyword substitution: kv\ntotal revisions: " + strCount +
+                 ";\tselected revisions: " + strCount + "\ndescription:\n" + m_strRevisions;
     m_strText += "=============================================================================\n";
     m_bOpen = false;
   }
 
   std::string m_strText;
+  // Of the last file.
+  std::string m_strHead;
+  std::string m_strNames;
+  std::string m_strRevisions;
+  int m_nRevisions = 0;
   bool m_bOpen = false;
-  bool m_bHeader = false;
 };
 
 inline VCM::CArray<VCM::CString> Patterns(const std::vector<const wchar_t*>& apszPatterns) {

@@ -13,6 +13,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/tested_provider.h"
+
 namespace TALVEK::TEST {
 
 namespace fs = std::filesystem;
@@ -73,13 +75,8 @@ int FaultTest::Starts() const {
   return static_cast<int>(std::count(strStarts.begin(), strStarts.end(), '\n'));
 }
 
-std::string FaultTest::Provider() {
-  const char* pszProvider = std::getenv("TALVEK_TEST_PROVIDER");
-  return pszProvider ? pszProvider : "cvsexact";
-}
-
 std::vector<std::string> FaultTest::FakeImport(const std::vector<std::string>& astrMore) {
-  return Joined({"run", "--provider", Provider(), "--quiet", "--into", "target", "--repos-path", "/cvs",
+  return Joined({"run", "--provider", TestedProvider(), "--quiet", "--into", "target", "--repos-path", "/cvs",
                  "--module-name", "mod", "--cvs-path", "./cvs"},
                 astrMore);
 }
@@ -87,7 +84,7 @@ std::vector<std::string> FaultTest::FakeImport(const std::vector<std::string>& a
 std::vector<std::string> FaultTest::ExampleImport(const std::vector<std::string>& astrMore,
                                                   const std::string& strRepository,
                                                   const std::string& strTarget) {
-  return Joined({"run", "--provider", Provider(), "--quiet", "--into", strTarget, "--repos-path",
+  return Joined({"run", "--provider", TestedProvider(), "--quiet", "--into", strTarget, "--repos-path",
                  strRepository, "--module-name", "calculator"},
                 astrMore);
 }

@@ -24,9 +24,7 @@ class FaultTest : public testing::Test {
   std::string Client(const std::string& strScript);
   int Starts() const;
 
-  /// The provider that is tested: that of the environment (TALVEK_TEST_PROVIDER), else the default one.
-  static std::string Provider();
-  /// An import into "target": from nowhere, by the client in the folder; or of the example.
+  /// An import by the tested provider into "target": from nowhere, by the client in the folder; or of the example.
   static std::vector<std::string> FakeImport(const std::vector<std::string>& astrMore = {});
   static std::vector<std::string> ExampleImport(const std::vector<std::string>& astrMore = {},
                                                 const std::string& strRepository = TALVEK_EXAMPLE_REPOSITORY,

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tests/road/fault_fixture.h"
+#include "tests/support/tested_provider.h"
 
 namespace TALVEK::TEST {
 namespace {
@@ -34,7 +35,7 @@ constexpr const char* SCRIPT =
 TEST_F(SlowCheckoutsTest, SummaryCountsThemByReason) {
   const TShellResult tRun = Run(ExampleImport({"--cvs-path", Client(SCRIPT)}));
   EXPECT_EQ(tRun.nStatus, 0);
-  const bool bFetchesDeleted = Provider() == "cvs";
+  const bool bFetchesDeleted = !TestsExact();
   const std::string strSummary =
       std::string("talvek-import: ") + (bFetchesDeleted ? "12" : "10") +
       " checkouts took the slow way through cvs: 6 a folder is called CVS; 4 an odd \\x1b option" +
@@ -47,7 +48,7 @@ TEST_F(SlowCheckoutsTest, SummaryCountsThemByReason) {
 TEST_F(SlowCheckoutsTest, BundledClientNotesThem) {
   WriteFile(Folder() / "home/.cvsrc", "checkout -P\n");
   const std::string strHome = (Folder() / "home").string();
-  const TFewFiles tFew = FewFiles(Provider());
+  const TFewFiles tFew = FewFiles(TestedProvider());
   const TShellResult tRun = Run(ExampleImport(tFew.astrOptions), [&] { setenv("HOME", strHome.c_str(), 1); });
   EXPECT_EQ(tRun.nStatus, 0) << tRun.strOutput;
   EXPECT_NE(tRun.strOutput.find("talvek-import: " + tFew.strCount +
@@ -59,7 +60,7 @@ TEST_F(SlowCheckoutsTest, BundledClientNotesThem) {
 }
 
 TEST_F(SlowCheckoutsTest, RunWithoutAnySaysNothingOfThem) {
-  const TShellResult tRun = Run(ExampleImport(FewFiles(Provider()).astrOptions));
+  const TShellResult tRun = Run(ExampleImport(FewFiles(TestedProvider()).astrOptions));
   EXPECT_EQ(tRun.nStatus, 0);
   EXPECT_EQ(tRun.strOutput.find("slow way"), std::string::npos) << tRun.strOutput;
 }
