@@ -19,13 +19,20 @@ constexpr std::size_t WRITE_BYTES = std::size_t{1} << 20;
   throw std::system_error(errno, std::generic_category(), pszWhat);
 }
 
+VCM::CDescriptor MakeFileIn(const std::string& strFolder) {
+  std::string strName = strFolder + "/talvek-exact-XXXXXX";
+  VCM::CDescriptor oFile(::mkostemp(strName.data(), O_CLOEXEC));
+  if (oFile.IsOpen()) ::unlink(strName.c_str());
+  return oFile;
+}
+
+// In /tmp where TMPDIR names no folder.
 VCM::CDescriptor MakeFile() {
   const char* pszFolder = std::getenv("TMPDIR");
-  std::string strName = pszFolder != nullptr && *pszFolder != '\0' ? pszFolder : "/tmp";
-  strName += "/talvek-exact-XXXXXX";
-  VCM::CDescriptor oFile(::mkostemp(strName.data(), O_CLOEXEC));
+  VCM::CDescriptor oFile;
+  if (pszFolder != nullptr && *pszFolder != '\0') oFile = MakeFileIn(pszFolder);
+  if (!oFile.IsOpen()) oFile = MakeFileIn("/tmp");
   if (!oFile.IsOpen()) Fail("can't make a temporary file");
-  ::unlink(strName.c_str());
   return oFile;
 }
 

@@ -7,6 +7,7 @@
 #include "exact/name_places.h"
 #include "exact/spool.h"
 #include "exact/text_table.h"
+#include "tests/support/environment_scope.h"
 
 namespace TALVEK::EXACT::TEST {
 
@@ -29,6 +30,16 @@ TEST(SpoolTest, GivesBackBytesFromFileAndMemory) {
     oSpool.Read(nOffset, strPart.data(), strPart.size());
     EXPECT_EQ(strAll.substr(nOffset, 1000), strPart);
   }
+}
+
+TEST(SpoolTest, WithoutItsFolderItGoesToTmp) {
+  const TALVEK::TEST::CEnvironmentScope oTmpDir("TMPDIR", "/nowhere/at/all");
+  CSpool oSpool(1);
+  oSpool.Append("first", 5);
+  oSpool.Append("second", 6);  // what was there before is in the file now
+  std::string strRead(11, ' ');
+  oSpool.Read(0, strRead.data(), strRead.size());
+  EXPECT_EQ(strRead, "firstsecond");
 }
 
 TEST(NamePlacesTest, GivesEachNamesPlacesInOrderOfFilesOverAllRuns) {

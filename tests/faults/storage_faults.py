@@ -122,6 +122,27 @@ def _(world):
     return result.told()
 
 
+@fault("no room for the texts of a long history (TMPDIR)", "the whole history, or status 1 with the reason and no target")
+def _(world):
+    # cvsexact keeps texts in memory up to 64 MB.
+    message = "x" * 65536
+    world.write("log", log_file(revisions=[(f"1.{n}", f"{n} {message}") for n in range(1200, 0, -1)]))
+    world.client('while [ $# -gt 1 ]; do [ "$1" = -d ] && folder=$2; shift; done\n'
+                 'mkdir -p "$folder" && echo content > "$folder/${1##*/}"')
+    arguments = world.run_options("--repos-path", "/cvs", "--module-name", "mod", "--log-file", "log", "--cvs-path",
+                                  "./cvs", "--into", "target", of_cvs=())
+    result = world.in_mounts([(world.path("tmp"), "size=16m")], arguments)
+    require(result.status in (0, 1), result.told())
+    if result.status == 1:
+        require(b"No space left" in result.errors, result.told())
+        require(not os.path.lexists(world.path("target")), "the target is left")
+    else:
+        commits = subprocess.run(["git", "-C", world.path("target"), "rev-list", "--count", "main"],
+                                 capture_output=True, check=True).stdout
+        require(commits == b"1200\n", f"{commits} commits")
+    return result.told()
+
+
 @fault("no file may grow beyond a size (ulimit -f), every size", "the whole history, or status 1 with the reason")
 def _(world):
     wanted = whole(world)

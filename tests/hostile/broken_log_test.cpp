@@ -12,6 +12,7 @@
 #include "core/descriptor.h"
 #include "core/text_codec.h"
 #include "mce/provider.h"
+#include "tests/hostile/import_world.h"
 #include "tests/mcv/log_text.h"
 #include "tests/support/environment_scope.h"
 #include "tests/support/import_log.h"
@@ -290,6 +291,25 @@ TEST_F(BrokenLogTest, TwoNamesOnOneNumberAreTwoStreamsAndOneHasTheRevisions) {
   EXPECT_EQ(Import(oLog.Text()), "1: 1000 joe [work] a;\n2: 2000 joe [work] a;\n3:\n");
   EXPECT_NE(ImportLog().find(ByProvider("\nMain\n  SECOND\n  FIRST\n", "\nProved 3 branches")),
             std::string::npos);
+}
+
+using CutLogImportTest = ImportWorldTest;
+
+// cvs takes what is there for all of it.
+TEST_F(CutLogImportTest, FileThatIsCutIsALossToCvsexact) {
+  CLogText oLog;
+  oLog.File("/repo/mod/a,v").At("1.1", 1000);
+  oLog.File("/repo/mod/b,v").At("1.2", 4000).At("1.1", 2000);
+  const std::string strLog = oLog.Text();
+  const TResult tResult = ImportText(strLog.substr(0, strLog.find("revision 1.1\n", strLog.find("b,v"))));
+  EXPECT_EQ(tResult.nStatus, ByProvider(0, 3)) << tResult.strMessages;
+  EXPECT_EQ(tResult.strMessages.find(
+                "lost: revisions of 'mod/b': the log counts 2 revisions, 1 could be read; the log is "
+                "cut off here\n") != std::string::npos,
+            TestsExact())
+      << tResult.strMessages;
+  EXPECT_EQ(GitFiles("main"), "a\nb\n");
+  ExpectNothingElse();
 }
 
 }  // namespace

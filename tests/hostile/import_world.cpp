@@ -38,8 +38,9 @@ ImportWorldTest::ImportWorldTest() {
   fs::create_directories(m_oFolder / "sandbox/tmp");
 }
 
-ImportWorldTest::TResult ImportWorldTest::Import(CLogText& oLog, const std::string& strOptions) {
-  WriteFile(m_oFolder / "saved.rlog", oLog.Text());
+ImportWorldTest::TResult ImportWorldTest::ImportText(const std::string& strLog,
+                                                     const std::string& strOptions) {
+  WriteFile(m_oFolder / "saved.rlog", strLog);
   const std::string strFolder = m_oFolder.Path().string();
   const TShellResult tRun = RunShell(
       "cd " + ShellQuote(strFolder + "/sandbox") + " && env HOME=" + ShellQuote(strFolder) +

@@ -25,7 +25,10 @@ class ImportWorldTest : public ::testing::Test {
     std::string strMessages;
   };
   /// Imports the log of the module "mod" below "/repo" into m_oFolder/git.
-  TResult Import(CLogText& oLog, const std::string& strOptions = "");
+  TResult Import(CLogText& oLog, const std::string& strOptions = "") {
+    return ImportText(oLog.Text(), strOptions);
+  }
+  TResult ImportText(const std::string& strLog, const std::string& strOptions = "");
 
   /// The commands that the client got, a line each, the words in brackets; all but the log's are here.
   std::string Calls() const;

@@ -15,7 +15,6 @@ namespace TALVEK::TEST {
 /// Builds the output of `cvs rlog`, file by file. The client prints the trunk's revisions first, the latest
 /// at the top, and so must a test whose log is read by its counts.
 ///
-///
 ///   CLogText oLog;
 ///   oLog.File("/repo/mod/a.c,v").Name("BR: 1.2.0.2").At("1.2", 1041502272);
 ///   oLog.File("/repo/mod/b.c,v").Revision("1.1", "2003/01/02 10:11:12", "joe", "Fix it");
