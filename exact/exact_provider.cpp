@@ -13,6 +13,7 @@
 #include "core/text_codec.h"
 #include "exact/end_date.h"
 #include "exact/import_writer.h"
+#include "exact/stream_bytes.h"
 #include "mce/import_log_texts.h"
 
 namespace TALVEK::EXACT {
@@ -32,16 +33,6 @@ const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
     CLIENT::END_OF_PROPERTIES};
 
 namespace {
-
-/// The log's bytes, from where the client or a saved log leaves them.
-class CStreamBytes : public CLogBytes {
- public:
-  explicit CStreamBytes(wxInputStream& oInput) : m_oInput(oInput) {}
-  std::size_t Read(char* pTo, std::size_t nBytes) override { return m_oInput.Read(pTo, nBytes).LastRead(); }
-
- private:
-  wxInputStream& m_oInput;
-};
 
 std::string Count(std::uint64_t nCount, const std::string& strNoun) {
   return std::to_string(nCount) + ' ' + strNoun + (nCount == 1 ? "" : "s");

@@ -24,7 +24,7 @@ def run(world, log, *options):
     world.client(CLIENT.format(words=world.path("words")))
     world.write("out", ""), world.write("err", "")
     before = snapshot(world)
-    result = world.run(["talvek-import", "run", "--quiet", "--repos-path", "/cvs", "--module-name", "mod",
+    result = world.run(["talvek-import", "run", "--no-verify", "--quiet", "--repos-path", "/cvs", "--module-name", "mod",
                         "--log-file", "log", "--cvs-path", "./cvs", "--no-force-file-by-file",
                         "--cmd-repeat-count", "1", "--work", "work", "--into", "target", "--import-log",
                         "import.log"] + list(options))

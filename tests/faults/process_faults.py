@@ -13,7 +13,7 @@ FAULTS, fault = faults_of()
 
 
 def options(*more):
-    return ["talvek-import", "run", "--quiet", "--repos-path", "/cvs", "--module-name", "mod", "--into", "target",
+    return ["talvek-import", "run", "--no-verify", "--quiet", "--repos-path", "/cvs", "--module-name", "mod", "--into", "target",
             "--cvs-path", "./cvs"] + list(more)
 
 
@@ -121,7 +121,7 @@ SERVER = "echo $$ >> servers\n%s\nexec cvs \"$@\""
 
 def session(world, script):
     path = world.client(SERVER.replace("servers", "'" + world.path("servers") + "'") % script, "server")
-    arguments = ["talvek-import", "run", "--quiet", "--repos-path", ":fork:" + world.repository, "--module-name",
+    arguments = ["talvek-import", "run", "--no-verify", "--quiet", "--repos-path", ":fork:" + world.repository, "--module-name",
                  "calculator", "--nested-branches", "--into", "target"]
     return arguments, {"CVS_SERVER": path, "HOME": world.folder}
 

@@ -79,7 +79,7 @@ def large_file(world, count):
     i=0; while [ $i -lt {count} ]; do head -c 45000 /dev/urandom | base64 > f$i; i=$((i + 1)); done
     cvs -Q add f*; cvs -Q commit -m x"""
     subprocess.run(["sh", "-c", script], cwd=world.folder, check=True, capture_output=True)
-    return ["talvek-import", "run", "--quiet", "--repos-path", world.path("cvs"), "--module-name", "big", "--into",
+    return ["talvek-import", "run", "--no-verify", "--quiet", "--repos-path", world.path("cvs"), "--module-name", "big", "--into",
             "target", "--work", "work", "--cvs-path", "cvs", "--no-force-file-by-file"]
 
 
@@ -115,7 +115,7 @@ def _(world):
     log = log_file() + b"".join(log_file(path=f"/cvs/mod/f{number},v") for number in range(1000))
     world.write("log", log)
     world.client(f"case \"$*\" in *rlog*) cat '{world.path('log')}' 2>/dev/null;; esac; exit 0")
-    arguments = ["talvek-import", "run", "--quiet", "--repos-path", "/cvs", "--module-name", "mod", "--cvs-path",
+    arguments = ["talvek-import", "run", "--no-verify", "--quiet", "--repos-path", "/cvs", "--module-name", "mod", "--cvs-path",
                  "./cvs", "--into", "target"]
     result = world.in_mounts([(world.path("tmp"), "size=64k")], arguments)
     require(result.status == 1 and b"no room" in result.errors, result.told())

@@ -79,16 +79,16 @@ std::string FaultTest::Provider() {
 }
 
 std::vector<std::string> FaultTest::FakeImport(const std::vector<std::string>& astrMore) {
-  return Joined({"run", "--provider", Provider(), "--quiet", "--into", "target", "--repos-path", "/cvs",
-                 "--module-name", "mod", "--cvs-path", "./cvs"},
+  return Joined({"run", "--no-verify", "--provider", Provider(), "--quiet", "--into", "target",
+                 "--repos-path", "/cvs", "--module-name", "mod", "--cvs-path", "./cvs"},
                 astrMore);
 }
 
 std::vector<std::string> FaultTest::ExampleImport(const std::vector<std::string>& astrMore,
                                                   const std::string& strRepository,
                                                   const std::string& strTarget) {
-  return Joined({"run", "--provider", Provider(), "--quiet", "--into", strTarget, "--repos-path",
-                 strRepository, "--module-name", "calculator"},
+  return Joined({"run", "--no-verify", "--provider", Provider(), "--quiet", "--into", strTarget,
+                 "--repos-path", strRepository, "--module-name", "calculator"},
                 astrMore);
 }
 
