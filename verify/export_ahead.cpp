@@ -1,9 +1,12 @@
 #include "verify/export_ahead.h"
 
+#include <fcntl.h>
+
 #include <csignal>
 #include <system_error>
 
 #include "core/child_process.h"
+#include "core/descriptor.h"
 #include "core/process_capture.h"
 #include "core/text_codec.h"
 
@@ -35,6 +38,9 @@ void CExportAhead::Begin(const VCM::CString& strCommandLine, const char* pszTarg
   VCM::TChildStart tStart;
   for (const VCM::CString& strWord : VCM::SplitCommandLine(strCommandLine))
     tStart.astrArguments.push_back(VCM::ToBytes(strWord));
+  // What it says doesn't matter: one that fails is run again.
+  const VCM::CDescriptor oNowhere(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+  tStart.nStdOutput = tStart.nStdError = oNowhere.Get();
   const std::string strFolder = oFolder.string();
   tStart.pszFolder = strFolder.c_str();
   TExport tExport;
