@@ -16,6 +16,7 @@
 #include "exact/folder_names.h"
 #include "exact/import_writer.h"
 #include "exact/log_line_ends.h"
+#include "exact/stream_bytes.h"
 #include "mce/import_log_texts.h"
 
 namespace TALVEK::EXACT {
@@ -35,16 +36,6 @@ const MCE::TPropertyInfo CProvider::s_atPropertyInfo[] = {
     CLIENT::END_OF_PROPERTIES};
 
 namespace {
-
-/// The log's bytes, from where the client or a saved log leaves them.
-class CStreamBytes : public CLogBytes {
- public:
-  explicit CStreamBytes(wxInputStream& oInput) : m_oInput(oInput) {}
-  std::size_t Read(char* pTo, std::size_t nBytes) override { return m_oInput.Read(pTo, nBytes).LastRead(); }
-
- private:
-  wxInputStream& m_oInput;
-};
 
 /// The stream's folder, below the client folder. The client can't make one whose path has an empty item, as
 /// in "a//b" or "/a".

@@ -32,7 +32,10 @@ constexpr const char* EXAMPLES = R"(Examples:
   Write the stream for another program instead:
     talvek-import run --repos-path /var/cvs --module-name tools --fast-export - | less
 
-Exit status: 0 all imported, 1 failed, 2 wrong use, 3 imported with losses.)";
+  Prove that the repository equals the CVS module, at any later time too:
+    talvek-import verify tools.git
+
+Exit status: 0 all imported, 1 failed, 2 wrong use, 3 imported with losses or differences.)";
 
 constexpr const char* VERSION_TEXT = "talvek-import " TALVEK_VERSION;
 
@@ -63,6 +66,7 @@ class CGrammar {
     AddCheck();
     AddPreview();
     AddRun();
+    AddVerify();
   }
 
   TCommandLine Parse(const std::vector<std::string>& astrArguments) {
@@ -147,6 +151,8 @@ class CGrammar {
         ->add_option("--work", m_tResult.strWork,
                      "Check files out into this folder and keep it; the default is a temporary folder")
         ->type_name("DIR");
+    poCommand->add_flag("!--no-verify", m_tResult.bVerify,
+                        "Don't compare the repository with CVS at the end (see talvek-import verify --help)");
     poCommand
         ->add_option("--max-losses", m_tResult.nMaxLosses,
                      "Fail (status 1) when the first N files are all lost; 0: never")
@@ -155,6 +161,15 @@ class CGrammar {
         ->capture_default_str();
     AddImportLog(poCommand);
     AddPropertyOptions(poCommand);
+  }
+
+  // The program takes this command before anything is parsed, where it is the first word.
+  void AddVerify() {
+    CLI::App* poCommand = m_oApp.add_subcommand(
+        "verify",
+        "Prove that a repository that 'run' made equals the CVS module (its options: verify --help)");
+    poCommand->prefix_command();
+    poCommand->callback([] { throw CLI::ValidationError("verify", "options of verify stand behind it"); });
   }
 
   void AddFormat(CLI::App* poCommand, const std::vector<std::string>& astrFormats) {

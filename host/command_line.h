@@ -23,6 +23,7 @@ struct TCommandLine {
   std::string strWork;        ///< empty: a temporary folder
   std::string strTrunkBranch = "main";
   bool bBare = false;
+  bool bVerify = true;
   std::uint64_t nMaxLosses = 50;  ///< the run fails when this many first files are all lost; 0: never
 };
 

@@ -36,6 +36,8 @@ class CGitImport : public CHistoryVisitor {
   /// For each branch or tag with commits of its own, the number of commits from its root to its tip, both
   /// counted.
   const std::map<std::string, std::uint64_t>& GetDepths() const { return m_oStreams.GetDepths(); }
+  /// The references that the branches and tags have become.
+  const std::vector<TRecordedRef>& GetRefs() const { return m_oStreams.GetRefs(); }
 
  private:
   std::string Identity(const VCM::CString& strUser);

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "core/child_process.h"
+#include "host/byte_sink.h"
 #include "host/exit_status.h"
 
 namespace TALVEK::HOST {
@@ -83,6 +84,34 @@ VCM::TChildStart GitStart(const std::vector<std::string>& astrArguments,
   return tStart;
 }
 
+pid_t StartGit(const std::vector<std::string>& astrArguments, int nInput, int nOutput, int nError) {
+  const std::vector<char*> apEnvironment = ChildEnvironment();
+  VCM::TChildStart tStart = GitStart(astrArguments, apEnvironment);
+  tStart.nStdInput = nInput;
+  tStart.nStdOutput = nOutput;
+  tStart.nStdError = nError;
+  pid_t nProcess = -1;
+  const int nProblem = VCM::StartChild(tStart, nProcess);
+  if (nProblem != 0) {
+    throw EHostError(STATUS_FAILED, std::string("can't start git: ") + std::strerror(nProblem),
+                     "install git");
+  }
+  return nProcess;
+}
+
+struct TPipe {
+  VCM::CDescriptor oRead;
+  VCM::CDescriptor oWrite;
+};
+
+TPipe MakePipe() {
+  int anPipe[2] = {-1, -1};
+  if (pipe2(anPipe, O_CLOEXEC) != 0) {
+    throw EHostError(STATUS_FAILED, std::string("no pipe: ") + std::strerror(errno), "");
+  }
+  return {VCM::CDescriptor(anPipe[0]), VCM::CDescriptor(anPipe[1])};
+}
+
 constexpr int CANNOT_START = 127;
 
 int StatusOf(const VCM::TChildResult& tResult) {
@@ -105,20 +134,9 @@ TProcessResult RunGit(const std::vector<std::string>& astrArguments) {
 }
 
 CPipedGit::CPipedGit(const std::vector<std::string>& astrArguments) : m_oError(CaptureFile()) {
-  int anPipe[2] = {-1, -1};
-  if (pipe2(anPipe, O_CLOEXEC) != 0) {
-    throw EHostError(STATUS_FAILED, std::string("no pipe: ") + std::strerror(errno), "");
-  }
-  const VCM::CDescriptor oRead(anPipe[0]);
-  m_oInput = VCM::CDescriptor(anPipe[1]);
-  const std::vector<char*> apEnvironment = ChildEnvironment();
-  VCM::TChildStart tStart = GitStart(astrArguments, apEnvironment);
-  tStart.nStdInput = oRead.Get();
-  tStart.nStdOutput = tStart.nStdError = m_oError.Get();
-  const int nError = VCM::StartChild(tStart, m_nProcess);
-  if (nError != 0) {
-    throw EHostError(STATUS_FAILED, std::string("can't start git: ") + std::strerror(nError), "install git");
-  }
+  TPipe tInput = MakePipe();
+  m_oInput = std::move(tInput.oWrite);
+  m_nProcess = StartGit(astrArguments, tInput.oRead.Get(), m_oError.Get(), m_oError.Get());
 }
 
 CPipedGit::~CPipedGit() {
@@ -130,6 +148,56 @@ TProcessResult CPipedGit::Finish() {
   const int nStatus = StatusOf(VCM::WaitForChild(m_nProcess));
   m_nProcess = -1;
   return {nStatus, "", ReadCapture(m_oError)};
+}
+
+CAnsweringGit::CAnsweringGit(const std::vector<std::string>& astrArguments) : m_oError(CaptureFile()) {
+  TPipe tInput = MakePipe();
+  TPipe tOutput = MakePipe();
+  m_oInput = std::move(tInput.oWrite);
+  m_oOutput = std::move(tOutput.oRead);
+  m_nProcess = StartGit(astrArguments, tInput.oRead.Get(), tOutput.oWrite.Get(), m_oError.Get());
+}
+
+CAnsweringGit::~CAnsweringGit() {
+  m_oInput.Close();
+  m_oOutput.Close();
+  VCM::WaitForChild(m_nProcess);
+}
+
+void CAnsweringGit::Ask(const std::string& strLine) {
+  CByteSink oSink(m_oInput.Get(), "git");
+  oSink.Write(strLine + '\n');
+  oSink.Flush();
+}
+
+std::string CAnsweringGit::ReadLine() {
+  std::size_t nEnd = 0;
+  while ((nEnd = m_strAhead.find('\n')) == std::string::npos)
+    Fill();
+  const std::string strLine = m_strAhead.substr(0, nEnd);
+  m_strAhead.erase(0, nEnd + 1);
+  return strLine;
+}
+
+std::string CAnsweringGit::ReadBytes(std::size_t nCount) {
+  while (m_strAhead.size() < nCount)
+    Fill();
+  const std::string strBytes = m_strAhead.substr(0, nCount);
+  m_strAhead.erase(0, nCount);
+  return strBytes;
+}
+
+void CAnsweringGit::Fill() {
+  char achBuffer[65536];
+  ssize_t nRead = 0;
+  do {
+    nRead = read(m_oOutput.Get(), achBuffer, sizeof achBuffer);
+  } while (nRead < 0 && errno == EINTR);
+  if (nRead <= 0) {
+    throw EHostError(STATUS_FAILED, "git ended early: " + BestErrorLine(ReadCapture(m_oError)),
+                     "see that the repository is whole");
+  }
+  m_strAhead.append(achBuffer, static_cast<std::size_t>(nRead));
 }
 
 std::string BestErrorLine(const std::string& strError) {

@@ -40,6 +40,34 @@ class CPipedGit {
   pid_t m_nProcess = -1;
 };
 
+/// A `git` that is asked and answers, one question after the other: `cat-file --batch`.
+///
+/// Errors   EHostError (STATUS_FAILED) when it can't be started, or ends before it has answered.
+/// Owns     The child, as CPipedGit does.
+class CAnsweringGit {
+ public:
+  explicit CAnsweringGit(const std::vector<std::string>& astrArguments);
+  ~CAnsweringGit();
+  CAnsweringGit(const CAnsweringGit&) = delete;
+  CAnsweringGit& operator=(const CAnsweringGit&) = delete;
+
+  /// Sends the text and a line end.
+  void Ask(const std::string& strLine);
+  /// The next line of the answer, without its end.
+  std::string ReadLine();
+  /// The next `nCount` bytes of the answer.
+  std::string ReadBytes(std::size_t nCount);
+
+ private:
+  void Fill();
+
+  VCM::CDescriptor m_oInput;
+  VCM::CDescriptor m_oOutput;
+  VCM::CDescriptor m_oError;
+  std::string m_strAhead;  // read, not yet returned
+  pid_t m_nProcess = -1;
+};
+
 /// The line of git's standard error that says why it failed: the first with "fatal: " or "error: ", else the
 /// last one.
 std::string BestErrorLine(const std::string& strError);

@@ -78,6 +78,7 @@ const std::string& CGitRefs::RefOf(const TStream& tStream) {
   if (!strRef.empty()) return strRef;
   strRef = IsTag(tStream) ? "refs/tags/" + Assign(m_oTags, m_oBranches, tStream.tInfo.strName)
                           : "refs/heads/" + Assign(m_oBranches, m_oTags, tStream.tInfo.strName);
+  m_atRecorded.push_back({VCM::ToBytes(tStream.tInfo.strName), strRef});
   return strRef;
 }
 

@@ -9,6 +9,7 @@
 
 #include "host/console.h"
 #include "host/history_walk.h"
+#include "host/import_record.h"
 
 namespace TALVEK::HOST {
 
@@ -58,6 +59,8 @@ class CGitRefs {
 
   /// "refs/tags/NAME" for a tag, else "refs/heads/NAME"; the same at each call for a stream.
   const std::string& RefOf(const TStream& tStream);
+  /// What RefOf has given out so far, less the trunk's.
+  const std::vector<TRecordedRef>& GetRecorded() const { return m_atRecorded; }
 
  private:
   std::string Assign(CRefNames& oNames, const CRefNames& oOthers, const VCM::CString& strName);
@@ -66,6 +69,7 @@ class CGitRefs {
   CRefNames m_oBranches;
   CRefNames m_oTags;
   std::unordered_map<std::uint32_t, std::string> m_astrRefs;  // by stream
+  std::vector<TRecordedRef> m_atRecorded;
 };
 
 }  // namespace TALVEK::HOST

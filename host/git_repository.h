@@ -36,6 +36,8 @@ class CGitRepository {
   /// case.
   bool IgnoresCase() const;
   void Keep() { m_bKept = true; }
+  /// Where Git keeps what it knows: the folder itself, or .git in it. After Prepare.
+  const std::filesystem::path& GetGitFolder() const { return m_oGitFolder; }
   /// Checks out the trunk's files, unless bare. Returns the reason when that fails, else nothing.
   std::optional<std::string> CheckOut() const;
 

@@ -41,6 +41,8 @@ class CGitStreams {
   /// For each branch or tag with commits of its own, the number of commits from its root to its tip, both
   /// counted.
   const std::map<std::string, std::uint64_t>& GetDepths() const { return m_anDepths; }
+  /// The references of the branches and tags written so far.
+  const std::vector<TRecordedRef>& GetRefs() const { return m_oRefs.GetRecorded(); }
 
  private:
   using TMark = CFastImportStream::TMark;

@@ -12,6 +12,7 @@ namespace {
 constexpr const wchar_t* MODULE_KEY = L"ModuleName";
 constexpr const wchar_t* REPOSITORY_KEY = L"ReposPath";
 constexpr const wchar_t* LOG_FILE_KEY = L"LogFile";
+constexpr const wchar_t* START_DATE_KEY = L"StartDate";
 
 // The defaults of module and repository are only examples, so they don't count.
 bool IsGiven(const TProperty& tProperty) {
@@ -35,6 +36,16 @@ std::string NormalizedModule(const std::string& strModule) {
 bool ReadsSavedLog(const CPropertyTable& oTable) {
   const TProperty* ptLogFile = oTable.Find(LOG_FILE_KEY);
   return ptLogFile && !ptLogFile->strValue.IsEmpty();
+}
+
+bool IsVerifiable(const VCM::CString& strProvider) {
+  return strProvider == L"cvs" || strProvider == L"cvsexact";
+}
+
+std::string WhyNotVerifiable(const CPropertyTable& oTable) {
+  const TProperty* ptStart = oTable.Find(START_DATE_KEY);
+  if (!ptStart || ptStart->strValue.IsEmpty()) return "";
+  return "an import that begins at a date holds no state of the CVS repository";
 }
 
 void RequireSource(const CPropertyTable& oTable, bool bNeedsFiles) {

@@ -12,6 +12,14 @@ namespace TALVEK::HOST {
 /// True when the history comes from a saved log instead of the repository.
 bool ReadsSavedLog(const CPropertyTable& oTable);
 
+/// True for a provider that reads CVS, so that there is a program to verify what it imports. `strProvider` is
+/// the name that it gives itself.
+bool IsVerifiable(const VCM::CString& strProvider);
+
+/// Why an import by such a provider can't be held against the repository that it comes from; empty when it
+/// can.
+std::string WhyNotVerifiable(const CPropertyTable& oTable);
+
 /// EHostError (STATUS_WRONG_USE) when no module or no repository is named. With a saved log the repository is
 /// needed only if files will be retrieved (`bNeedsFiles`).
 void RequireSource(const CPropertyTable& oTable, bool bNeedsFiles);

@@ -10,6 +10,7 @@
 #include "host/programs.h"
 #include "host/stop_signal.h"
 #include "host/text_output.h"
+#include "host/verify_command.h"
 
 namespace TALVEK::HOST {
 namespace {
@@ -38,7 +39,17 @@ int ShowHelpAlone(const std::vector<std::string>& astrArguments) {
   return STATUS_IMPORTED;
 }
 
+constexpr const char* VERIFY = "verify";
+
+// A verification needs no provider, and its options are another program's.
+bool AsksForVerification(const std::vector<std::string>& astrArguments) {
+  return !astrArguments.empty() && astrArguments.front() == VERIFY;
+}
+
 int Run(const std::vector<std::string>& astrArguments, CConsole& oConsole) {
+  if (AsksForVerification(astrArguments)) {
+    return VerifyCommand(std::vector<std::string>(astrArguments.begin() + 1, astrArguments.end()));
+  }
   std::optional<CProviderLibrary> oLibrary;
   try {
     oLibrary.emplace(FindProviderChoice(astrArguments));

@@ -63,10 +63,15 @@ std::string FindProgram(const VCM::CString& strProgram) {
   return "";
 }
 
-void PreferBundledClient(CPropertyTable& oTable, const fs::path& oProgramFolder) {
+std::string BundledClient(const fs::path& oProgramFolder) {
   const std::string strClient = (oProgramFolder / BUNDLED_CLIENT).string();
-  if (!CanStandBetweenQuotes(strClient) || FindProgram(VCM::FromBytes(strClient)).empty()) return;
-  if (!oTable.Find(CLIENT_KEY)) return;
+  const bool bUsable = CanStandBetweenQuotes(strClient) && !FindProgram(VCM::FromBytes(strClient)).empty();
+  return bUsable ? strClient : "";
+}
+
+void PreferBundledClient(CPropertyTable& oTable, const fs::path& oProgramFolder) {
+  const std::string strClient = BundledClient(oProgramFolder);
+  if (strClient.empty() || !oTable.Find(CLIENT_KEY)) return;
   oTable.SetHostDefault(CLIENT_KEY, VCM::FromBytes(strClient));
   if (oTable.Find(FILE_BY_FILE_KEY)) oTable.SetHostDefault(FILE_BY_FILE_KEY, L"1");
 }

@@ -17,6 +17,9 @@ std::filesystem::path ProgramFolder();
 /// no such executable.
 std::string FindProgram(const VCM::CString& strProgram);
 
+/// The client `cvs-session` in a folder; empty when it isn't there, or can't be named in a command line.
+std::string BundledClient(const std::filesystem::path& oProgramFolder);
+
 /// If `cvs-session` is in `oProgramFolder` and the provider has the property "CVSPath", makes it the default
 /// of that, and "ForceFileByFile" (each file by its revision) on by default. After each file the plain client
 /// sleeps until the next full second; `cvs-session` doesn't, and keeps its connection.

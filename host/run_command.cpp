@@ -1,8 +1,11 @@
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "core/text_codec.h"
 #include "host/client_notes.h"
@@ -12,11 +15,13 @@
 #include "host/git_names.h"
 #include "host/git_process.h"
 #include "host/git_repository.h"
+#include "host/import_record.h"
 #include "host/import_session.h"
 #include "host/import_source.h"
 #include "host/programs.h"
 #include "host/stop_signal.h"
 #include "host/text_output.h"
+#include "host/verify_command.h"
 
 namespace fs = std::filesystem;
 
@@ -101,7 +106,8 @@ class CRun {
     }
     if (m_oReport.GetLossCount() == 0) oSession.Succeed();
     ShowSummary(oSession, oClientNotes);
-    return m_oReport.GetLossCount() == 0 ? STATUS_IMPORTED : STATUS_LOSSES;
+    const bool bEqual = Verify();
+    return bEqual && m_oReport.GetLossCount() == 0 ? STATUS_IMPORTED : STATUS_LOSSES;
   }
 
  private:
@@ -155,6 +161,8 @@ class CRun {
     if (tResult.nStatus != 0) ThrowGitFailure(tResult);
     RequireCommits(oSession.GetChangeCount());
     m_oRepository->Keep();
+    if (!WriteImportRecord(m_oRepository->GetGitFolder(), Record()))
+      m_oReport.Warning("what was imported can't be noted in the repository, so verify needs its options");
     const std::optional<std::string> strProblem = m_oRepository->CheckOut();
     if (strProblem) m_oReport.Warning("all is imported, but the files can't be checked out: " + *strProblem);
   }
@@ -207,6 +215,48 @@ class CRun {
     m_oProgress.EndPhase();
     m_nItems = oImport.GetItemCount();
     m_anDepths = oImport.GetDepths();
+    m_atRefs = oImport.GetRefs();
+  }
+
+  TImportRecord Record() const {
+    TImportRecord tRecord;
+    tRecord.strProvider = VCM::ToBytes(m_tContext.oLibrary.GetProvider().GetName());
+    for (const TProperty& tProperty : m_tContext.oTable.GetProperties()) {
+      // A program of the host's choice is found again.
+      const bool bOwnProgram = tProperty.nType == MCE::TPropertyInfo::TYPE_EXECUTABLE && !tProperty.bGiven;
+      if (!bOwnProgram)
+        tRecord.astrProperties[VCM::ToBytes(tProperty.strKey)] = VCM::ToBytes(tProperty.strValue);
+    }
+    // The only file that may be named by a relative path.
+    std::string& strLogFile = tRecord.astrProperties["LogFile"];
+    if (!strLogFile.empty()) strLogFile = fs::absolute(strLogFile).string();
+    tRecord.strTrunkRef = "refs/heads/" + CommandLine().strTrunkBranch;
+    tRecord.atRefs = m_atRefs;
+    return tRecord;
+  }
+
+  /// False when the repository differs from the one it comes from, or nobody could tell.
+  bool Verify() {
+    const bool bWanted = m_oRepository && CommandLine().bVerify;
+    if (!bWanted || !IsVerifiable(m_tContext.oLibrary.GetProvider().GetName())) return true;
+    const std::string strReason = WhyNotVerifiable(m_tContext.oTable);
+    if (!strReason.empty()) {
+      m_oReport.Note("not verified: " + strReason);
+      return true;
+    }
+    if (VerifyProgram().empty()) {
+      m_oReport.Warning("cvs-verify doesn't lie beside talvek-import: the import isn't verified");
+      return true;
+    }
+    std::vector<std::string> astrArguments = {"--brief"};
+    if (CommandLine().bQuiet) astrArguments.emplace_back("--quiet");
+    astrArguments.push_back("--");
+    astrArguments.push_back(m_oRepository->GetGitFolder().string());
+    const int nStatus = RunVerifyProgram(astrArguments, STDERR_FILENO);
+    if (nStatus == STATUS_IMPORTED) return true;
+    m_oReport.Warning(nStatus == STATUS_LOSSES ? "the import differs from the CVS repository"
+                                               : "the import is not verified");
+    return false;
   }
 
   TRefOptions RefOptions() const {
@@ -239,6 +289,7 @@ class CRun {
   std::optional<CGitRepository> m_oRepository;  // one of these two is set
   std::optional<CExportTarget> m_oExport;
   std::map<std::string, std::uint64_t> m_anDepths;  // of branches, and of tags with commits
+  std::vector<TRecordedRef> m_atRefs;
   std::uint64_t m_nItems = 0;
 };
 

@@ -9,10 +9,11 @@ TShellResult ImportModule(const TCvsModule& tModule, const std::string& strProvi
   // Through a file: cvs-session outlives the import by some seconds, and would hold a pipe open.
   const CTempFolder oFolder;
   const std::string strOptions = strProvider == "cvs" ? " --nested-branches --streams-for-tags" : "";
-  TShellResult tResult = RunShell(
-      TALVEK_BIN_DIR "/talvek-import run --bare --provider " + strProvider + strOptions + " --repos-path " +
-      ShellQuote(tModule.oRoot.string()) + " --module-name " + ShellQuote(tModule.strModule) + " --into " +
-      ShellQuote(oGit.string()) + " >" + ShellQuote((oFolder / "output").string()) + " 2>&1");
+  TShellResult tResult =
+      RunShell(TALVEK_BIN_DIR "/talvek-import run --bare --no-verify --provider " + strProvider + strOptions +
+               " --repos-path " + ShellQuote(tModule.oRoot.string()) + " --module-name " +
+               ShellQuote(tModule.strModule) + " --into " + ShellQuote(oGit.string()) + " >" +
+               ShellQuote((oFolder / "output").string()) + " 2>&1");
   tResult.strOutput = ReadFile(oFolder / "output");
   return tResult;
 }

@@ -135,7 +135,7 @@ class World:
 
     def run_options(self, *more, of_cvs=("--nested-branches",)):
         """An import by the fault's provider; `of_cvs`: options of the provider cvs alone."""
-        return (["talvek-import", "run", "--provider", self.provider, "--quiet"] + list(more)
+        return (["talvek-import", "run", "--no-verify", "--provider", self.provider, "--quiet"] + list(more)
                 + (list(of_cvs) if self.provider == "cvs" else []))
 
     def references(self, target):

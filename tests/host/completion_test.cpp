@@ -20,14 +20,16 @@ class CompletionTest : public CHostTest {
 };
 
 TEST_F(CompletionTest, CommandsAreOfferedFirst) {
-  EXPECT_EQ(Offered("''"),
-            "--help --provider --provider-path --quiet --set --version properties check preview run\n");
+  EXPECT_EQ(
+      Offered("''"),
+      "--help --provider --provider-path --quiet --set --version properties check preview run verify\n");
   EXPECT_EQ(Offered("pre"), "preview\n");
 }
 
 TEST_F(CompletionTest, OptionsOfTheProvidersPropertiesAreOffered) {
   EXPECT_EQ(Offered("run --mod"), "--module-name\n");
-  EXPECT_EQ(Offered("run --no-"), "--no-create-branches --no-streams-for-tags --no-unnamed-branches\n");
+  EXPECT_EQ(Offered("run --no-"),
+            "--no-create-branches --no-streams-for-tags --no-unnamed-branches --no-verify\n");
 }
 
 TEST_F(CompletionTest, PathCompletesAsAPath) {

@@ -49,7 +49,7 @@ ImportWorldTest::TResult ImportWorldTest::ImportText(const std::string& strLog,
       "cd " + ShellQuote(strFolder + "/sandbox") + " && env HOME=" + ShellQuote(strFolder) +
       " CALLS=" + ShellQuote(strFolder + "/calls") + " TMPDIR=" + ShellQuote(strFolder + "/sandbox/tmp") +
       " " TALVEK_BIN_DIR "/talvek-import run --provider " + TestedProvider() +
-      " --quiet --bare --repos-path /repo --module-name mod " +
+      " --no-verify --quiet --bare --repos-path /repo --module-name mod " +
       "--cvs-path ../cvs --cmd-repeat-count 1 --log-file ../saved.rlog --into ../git --work work " +
       "--import-log ../import.log " + strOptions + " 2>&1");
   return {tRun.nStatus, tRun.strOutput};

@@ -63,7 +63,7 @@ class CInstallation {
 TEST(ClientsRoadTest, ProgramsMayLieInAFolderWithABlank) {
   const CInstallation oInstallation;
   const std::string strSays = oInstallation.Run(
-      "", "run --quiet --nested-branches --streams-for-tags --bare --into git --import-log log");
+      "", "run --no-verify --quiet --nested-branches --streams-for-tags --bare --into git --import-log log");
   EXPECT_NE(strSays.find("0 losses"), std::string::npos) << strSays;
   EXPECT_EQ(Refs(oInstallation.Folder()), Refs(TALVEK_EXAMPLE_IMPORT));
   EXPECT_EQ(CountLines(oInstallation.Folder() + "/log", "Performing command \"cvs\""), 0);
@@ -72,7 +72,7 @@ TEST(ClientsRoadTest, ProgramsMayLieInAFolderWithABlank) {
 TEST(ClientsRoadTest, ClientBehindTheBundledOneMustBeThere) {
   const CInstallation oInstallation;
   EXPECT_EQ(
-      oInstallation.Run("CVS_SESSION_CVS=/no/such/cvs", "run --quiet --into git"),
+      oInstallation.Run("CVS_SESSION_CVS=/no/such/cvs", "run --no-verify --quiet --into git"),
       "talvek-import: the program '/no/such/cvs' can't be found; install it, or say where it is with the "
       "environment variable CVS_SESSION_CVS\nstatus 1\n");
   const std::string strCheck = oInstallation.Run("CVS_SESSION_CVS=/no/such/cvs", "check --quiet");
@@ -90,9 +90,10 @@ TEST(ClientsRoadTest, RunSaysWhenTheBundledClientIsMissing) {
       "talvek-import: warning: cvs-session doesn't lie beside talvek-import: each file revision will take a "
       "second\n";
   const std::string strDates = " --start-date 2004-05-01 --end-date 2004-05-20";
-  EXPECT_EQ(oInstallation.Run("", "run --quiet --into git" + strDates).find(strWarning), 0U);
-  EXPECT_EQ(oInstallation.Run("", "run --quiet --cvs-path cvs --into git2" + strDates).find(strWarning),
-            std::string::npos);
+  EXPECT_EQ(oInstallation.Run("", "run --no-verify --quiet --into git" + strDates).find(strWarning), 0U);
+  EXPECT_EQ(
+      oInstallation.Run("", "run --no-verify --quiet --cvs-path cvs --into git2" + strDates).find(strWarning),
+      std::string::npos);
 }
 
 TEST(ClientsRoadTest, CheckTellsWhoseDefaultsAreUsed) {

@@ -76,16 +76,16 @@ int FaultTest::Starts() const {
 }
 
 std::vector<std::string> FaultTest::FakeImport(const std::vector<std::string>& astrMore) {
-  return Joined({"run", "--provider", TestedProvider(), "--quiet", "--into", "target", "--repos-path", "/cvs",
-                 "--module-name", "mod", "--cvs-path", "./cvs"},
+  return Joined({"run", "--no-verify", "--provider", TestedProvider(), "--quiet", "--into", "target",
+                 "--repos-path", "/cvs", "--module-name", "mod", "--cvs-path", "./cvs"},
                 astrMore);
 }
 
 std::vector<std::string> FaultTest::ExampleImport(const std::vector<std::string>& astrMore,
                                                   const std::string& strRepository,
                                                   const std::string& strTarget) {
-  return Joined({"run", "--provider", TestedProvider(), "--quiet", "--into", strTarget, "--repos-path",
-                 strRepository, "--module-name", "calculator"},
+  return Joined({"run", "--no-verify", "--provider", TestedProvider(), "--quiet", "--into", strTarget,
+                 "--repos-path", strRepository, "--module-name", "calculator"},
                 astrMore);
 }
 

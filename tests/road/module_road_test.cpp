@@ -25,12 +25,13 @@ TShellResult Import(const std::string& strArguments) {
 TEST(ModuleRoadTest, RunRefusesAFolderBeforeItReadsAnything) {
   const CTempFolder oFolder;
   for (const char* pszModule : {"calculator/src", "calculator/src/", "./calculator//src"}) {
-    const TShellResult tRun = Import("run --cvs-path false --into " + ShellQuote((oFolder / "git").string()) +
-                                     " --module-name " + pszModule);
+    const TShellResult tRun = Import("run --no-verify --cvs-path false --into " +
+                                     ShellQuote((oFolder / "git").string()) + " --module-name " + pszModule);
     EXPECT_EQ(tRun.nStatus, 2) << pszModule;
     EXPECT_TRUE(tRun.strOutput.starts_with("talvek-import: '")) << tRun.strOutput;
   }
-  EXPECT_EQ(Import("run --into " + ShellQuote((oFolder / "git").string()) + " --module-name calculator/src"),
+  EXPECT_EQ(Import("run --no-verify --into " + ShellQuote((oFolder / "git").string()) +
+                   " --module-name calculator/src"),
             (TShellResult{2, "talvek-import: " + PROBLEM + "; " + REMEDY + "\n"}));
   EXPECT_FALSE(std::filesystem::exists(oFolder / "git"));
 }
@@ -55,7 +56,8 @@ TEST(ModuleRoadTest, FolderIsImportedByTheWayThatIsNamed) {
   const std::string strLog = ShellQuote((oFolder / "log").string());
   const std::string strGit = ShellQuote((oFolder / "git").string());
   ShellOutput("cvs -Q -d " + ShellQuote(TALVEK_EXAMPLE_REPOSITORY) + " rlog calculator/src > " + strLog);
-  const TShellResult tRun = Import("run --module-name calculator --log-file " + strLog + " --into " + strGit);
+  const TShellResult tRun =
+      Import("run --no-verify --module-name calculator --log-file " + strLog + " --into " + strGit);
   EXPECT_EQ(tRun.nStatus, 0) << tRun.strOutput;
   EXPECT_EQ(ShellOutput("git -C " + strGit + " ls-tree -r --name-only main"),
             "src/eval/parser.c\nsrc/eval/parser.h\nsrc/eval/stack.c\nsrc/main.c\nsrc/ui/console.c\n");
