@@ -14,7 +14,7 @@ FAULTS, fault = faults_of()
 
 def held(world):
     """Options of an import whose client, at its first checkout, makes the file "held" and waits for the file "go"."""
-    client = world.client("case \"$*\" in *rlog*) exec cvs \"$@\";; esac\n"
+    client = world.client("case \"$*\" in *rlog* | *\"checkout -c\"*) exec cvs \"$@\";; esac\n"
                           f": > '{world.path('held')}'; while [ ! -e '{world.path('go')}' ]; do sleep 0.02; done\n"
                           f"exec '{os.path.join(world.programs, 'cvs-session')}' \"$@\"")
     return world.import_options("--into", "target", "--cvs-path", client)

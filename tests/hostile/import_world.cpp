@@ -14,23 +14,27 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Gives the file that it is asked for; asked for the files of a folder (-l), one that is called "node".
 constexpr char CLIENT[] = R"(#!/bin/sh
 for word; do printf '[%s]' "$word" >> "$CALLS"; done
 echo >> "$CALLS"
 [ "$1" = -d ] && [ "$3" = checkout ] || exit 1
 shift 3
-file=
-while getopts 'lr:D:d:' option; do
+while getopts 'r:D:d:l' option; do
   case $option in
+    l) files=1 ;;
     d) folder=$OPTARG ;;
-    l) file=node ;;
     '?') exit 1 ;;
   esac
 done
 shift $((OPTIND - 1))
 [ $# = 1 ] && [ -n "$folder" ] || exit 1
-mkdir -p -- "$folder" 2>/dev/null && printf '%s\n' "$1" 2>/dev/null > "$folder/${file:-${1##*/}}"
+if [ "$files" ]; then  # those of a folder, as the log names them
+  mkdir -p -- "$folder/CVS"
+  sed -n "s|^RCS file: /repo/$1/\(Attic/\)\{0,1\}\([^/]*\),v\$|\2|p" "${CALLS%/calls}/saved.rlog" |
+    while read -r name; do printf '%s\n' "$1/$name" > "$folder/$name"; done
+  exit
+fi
+mkdir -p -- "$folder" 2>/dev/null && printf '%s\n' "$1" 2>/dev/null > "$folder/${1##*/}"
 )";
 
 }  // namespace

@@ -148,8 +148,9 @@ class GitFaultsTest : public FaultTest {
   pid_t StartHeld() {
     const std::string strFolder = Folder().string();
     const std::string strClient =
-        Client("case \"$*\" in *rlog*) exec cvs \"$@\";; esac\ntouch '" + strFolder + "/held'\nuntil [ -e '" +
-               strFolder + "/go' ]; do sleep 0.01; done\nexec " TALVEK_BIN_DIR "/cvs-session \"$@\"");
+        Client("case \"$*\" in *rlog* | *\"checkout -c\"*) exec cvs \"$@\";; esac\ntouch '" + strFolder +
+               "/held'\nuntil [ -e '" + strFolder +
+               "/go' ]; do sleep 0.01; done\nexec " TALVEK_BIN_DIR "/cvs-session \"$@\"");
     const pid_t nProcess = Start(ExampleImport({"--cvs-path", strClient}));
     EXPECT_TRUE(Await([this] { return fs::exists(Folder() / "held"); }));
     return nProcess;
