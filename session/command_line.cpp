@@ -87,6 +87,11 @@ bool IsRevision(std::string_view strText) {
          strText.find_first_not_of("0123456789.") == std::string_view::npos;
 }
 
+/// "checkout -c" lists the modules. It fetches no file, so nothing is slow when the client does it.
+bool ListsModules(CWords astrCommand) {
+  return astrCommand.size() == 2 && astrCommand[1] == "-c";
+}
+
 /// "checkout -r REVISION -d FOLDER FILE", each exactly once.
 void SetCheckout(CWords astrWords, TCheckout& tCheckout) {
   const auto fnSet = [&tCheckout](int nLetter, const char* pszArgument) {
@@ -175,13 +180,15 @@ std::optional<TCheckout> ParseCommandLine(const std::vector<std::string>& astrAr
   };
   const std::optional<std::size_t> nCommand = ReadOptions(astrWords, GLOBAL_OPTIONS, fnNoteF);
   if (!nCommand || *nCommand == astrWords.size() || !IsCheckout(astrWords[*nCommand])) return std::nullopt;
+  const CWords astrCommand = CWords(astrWords).subspan(*nCommand);
+  if (ListsModules(astrCommand)) return std::nullopt;
   TCheckout tCheckout;
   if (!bWithoutCvsrc) ApplyCvsrc(strCvsrc, tCheckout);
   // A root in ~/.cvsrc is ignored: the command line must name one.
   tCheckout.tRoot = TRoot();
   if (!SetGlobalOptions(astrWords, tCheckout)) throw EHandOver(HAND_OVER_OPTION);
   if (tCheckout.tRoot.strText.empty()) throw EHandOver(HAND_OVER_ROOT);
-  SetCheckout(CWords(astrWords).subspan(*nCommand), tCheckout);
+  SetCheckout(astrCommand, tCheckout);
   return tCheckout;
 }
 

@@ -86,6 +86,7 @@ TEST(CommandLineTest, EachCheckoutForTheClientHasAReason) {
       {{"-n", "-d", "/cvs", "update"}, "", "another command"},
       {{"--version"}, "", "another command"},
       {{"-y", "-d", "/cvs", "checkout", "mod"}, "", "another command"},
+      {{"-d", "/cvs", "checkout", "-c"}, "", "another command"},
       {{"checkout"}, "", "the root is of a kind for the client"},
       {{"-d", "/cvs", "checkout"}, "", strKind},
       {{"-d", "/cvs", "co", "-D", "2004-01-01", "-d", "M", "m"}, "", strKind},
