@@ -58,7 +58,7 @@ TEST(RcsFileTest, FileThatIsCutOffIsAnError) {
 // repositories.
 TEST(RcsFileTest, TextsAreThoseThatTheClientPrints) {
   int nCompared = 0;
-  for (const unsigned nSeed : {11u, 12u}) {
+  for (const unsigned nSeed : {11u, 12u, 13u}) {
     const CRandomWorld oRandom(nSeed);
     const TCvsModule tModule = {oRandom.World().Root(), oRandom.World().Module()};
     for (const TRcsFile& tFile : ReadRcsFiles(tModule.oRoot / tModule.strModule)) {
