@@ -212,6 +212,9 @@ void DetachFromCommand(VCM::CDescriptor& oListener, int& nCaller) {
   // If the caller ignores SIGCHLD, we inherit that, and waitpid for the server would fail.
   ::signal(SIGCHLD, SIG_DFL);
   TakeShortTurns();
+  // A signal that stops an import reaches its session, too. Should the session die of it, its server would be
+  // killed in the midst of a command, and a server that is killed leaves its temporary folder behind.
+  LetSignalsEndWaits();
   {
     CSession oSession(oListener.Release(), TWaitLimits{ConfiguredTimeout(), nCaller}, strKey);
     try {

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -17,10 +18,13 @@ namespace {
 
 using CClock = std::chrono::steady_clock;
 
+volatile std::sig_atomic_t s_bSignalled = 0;
+
 /// Waits for an event of one of `nCount` descriptors, the last of which is the caller's pidfd.
 TWaitType Wait(pollfd* ptPolls, nfds_t nCount, const TWaitLimits& tLimits) {
   const CClock::time_point nEnd = CClock::now() + tLimits.nTimeout;
   for (;;) {
+    if (s_bSignalled && tLimits.nCallerDescriptor >= 0) return WAIT_CALLER_ENDED;
     const auto nLeft = std::chrono::ceil<std::chrono::milliseconds>(nEnd - CClock::now()).count();
     if (nLeft <= 0) return WAIT_TIMED_OUT;
     const int nReady = ::poll(ptPolls, nCount, static_cast<int>(nLeft));
@@ -47,6 +51,16 @@ struct TPolls {
 };
 
 }  // namespace
+
+void LetSignalsEndWaits() {
+  struct sigaction oAction {};
+  oAction.sa_handler = [](int) { s_bSignalled = 1; };
+  for (const int nSignal : {SIGHUP, SIGINT, SIGTERM}) {
+    struct sigaction oBefore {};
+    ::sigaction(nSignal, nullptr, &oBefore);
+    if (oBefore.sa_handler != SIG_IGN) ::sigaction(nSignal, &oAction, nullptr);
+  }
+}
 
 TWaitType WaitToRead(std::initializer_list<int> anDescriptors, const TWaitLimits& tLimits) {
   TPolls oPolls(anDescriptors, tLimits.nCallerDescriptor);

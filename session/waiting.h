@@ -20,8 +20,12 @@ struct TWaitLimits {
 enum TWaitType {
   WAIT_READY,         ///< a descriptor is ready, or its other end has hung up
   WAIT_TIMED_OUT,     ///< nothing happened before the time-out
-  WAIT_CALLER_ENDED,  ///< the process of `nCallerDescriptor` has ended
+  WAIT_CALLER_ENDED,  ///< the process of `nCallerDescriptor` has ended, or a signal came (LetSignalsEndWaits)
 };
+
+/// From now on SIGHUP, SIGINT and SIGTERM, unless ignored, don't end the process. They end each wait that
+/// watches the caller, as the caller's end does.
+void LetSignalsEndWaits();
 
 /// Waits until one of up to four descriptors can be read. -1 among them is ignored.
 TWaitType WaitToRead(std::initializer_list<int> anDescriptors, const TWaitLimits& tLimits);
