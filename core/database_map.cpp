@@ -50,13 +50,14 @@ CStoreMap::CStoreMap(int nDescriptor, std::size_t nBytes) {
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel gives addresses as numbers.
     m_pStart = reinterpret_cast<void*>(nStart);
     m_nBytes = nBytes;
+    m_nFileBytesBefore = AskResident().nFileBytes;
   }
 }
 
 void CStoreMap::Trim(std::size_t nMostBytes) const {
   if (!m_pStart) return;
   const TResident tResident = AskResident();
-  if (tResident.nBytes <= nMostBytes || tResident.nFileBytes <= FEW_FILE_BYTES) return;
+  if (tResident.nBytes <= nMostBytes || tResident.nFileBytes <= m_nFileBytesBefore + FEW_FILE_BYTES) return;
   madvise(m_pStart, m_nBytes, MADV_DONTNEED);
 }
 

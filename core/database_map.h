@@ -18,16 +18,17 @@ class TALVEK_CORE_API CStoreMap {
   /// Finds the process's map of the open file that is `nBytes` long. If there is none, Trim does nothing.
   CStoreMap(int nDescriptor, std::size_t nBytes);
 
-  /// Unmaps all pages when the process has more than `nMostBytes` in memory, and more than FEW_FILE_BYTES of
-  /// that in mapped files. Costs a system call (2 us); don't call it per row.
+  /// Unmaps all pages when the process has more than `nMostBytes` in memory, and since the constructor
+  /// FEW_FILE_BYTES of that have come from mapped files. Costs a system call (2 us); don't call it per row.
   void Trim(std::size_t nMostBytes = MOST_BYTES) const;
 
   static constexpr std::size_t MOST_BYTES = std::size_t{512} << 20;
-  static constexpr std::size_t FEW_FILE_BYTES = std::size_t{16} << 20;
+  static constexpr std::size_t FEW_FILE_BYTES = std::size_t{8} << 20;
 
  private:
   void* m_pStart = nullptr;
   std::size_t m_nBytes = 0;
+  std::size_t m_nFileBytesBefore = 0;  // of mapped files in memory: mostly the program itself
 };
 
 }  // namespace TALVEK::VDB

@@ -88,9 +88,10 @@ void CModulePaths::AddModule(const std::string& strName, const TModule& tModule,
     const std::string strFrom = strFolder == "." ? "" : strFolder;
     if (tModule.astrWords.size() == 1)
       AddPart(Join(strFrom, strWithin), Join(strPlace, strWithin), strTop, strBase, tModule.bLocal);
-    for (std::size_t n = 1; n < tModule.astrWords.size() && strWithin.empty(); ++n)
+    for (std::size_t n = 1; n < tModule.astrWords.size() && strWithin.empty(); ++n) {
       AddPart(Join(strFrom, tModule.astrWords[n]), Join(strPlace, tModule.astrWords[n]), strTop, strBase,
               false);
+    }
     if (strWithin.empty() && !tModule.bLocal) {
       for (const std::string& strIncluded : tModule.astrIncluded) {
         const std::size_t nBefore = m_atParts.size();

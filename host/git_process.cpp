@@ -174,7 +174,7 @@ std::string CAnsweringGit::ReadLine() {
   std::size_t nEnd = 0;
   while ((nEnd = m_strAhead.find('\n')) == std::string::npos)
     Fill();
-  const std::string strLine = m_strAhead.substr(0, nEnd);
+  std::string strLine = m_strAhead.substr(0, nEnd);
   m_strAhead.erase(0, nEnd + 1);
   return strLine;
 }
@@ -182,7 +182,7 @@ std::string CAnsweringGit::ReadLine() {
 std::string CAnsweringGit::ReadBytes(std::size_t nCount) {
   while (m_strAhead.size() < nCount)
     Fill();
-  const std::string strBytes = m_strAhead.substr(0, nCount);
+  std::string strBytes = m_strAhead.substr(0, nCount);
   m_strAhead.erase(0, nCount);
   return strBytes;
 }

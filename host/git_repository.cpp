@@ -41,16 +41,16 @@ bool IsWrittenByGit(const fs::path& oFile) {
 /// Whether `git init` makes this on its way: to see whether there can be links it makes an empty file
 /// "tXXXXXX" and then a link of that name to "testing".
 bool IsMadeByInit(const fs::directory_entry& oEntry, const fs::path& oGitFolder) {
-  static const std::set<std::string> FOLDERS = {"branches", "hooks",        "info",
-                                                "objects",  "objects/info", "objects/pack",
-                                                "refs",     "refs/heads",   "refs/tags"};
-  static const std::set<std::string> FILES = {"HEAD", "HEAD.lock", "config", "config.lock"};
+  static const std::set<std::string> s_astrFolders = {"branches", "hooks",        "info",
+                                                      "objects",  "objects/info", "objects/pack",
+                                                      "refs",     "refs/heads",   "refs/tags"};
+  static const std::set<std::string> s_astrFiles = {"HEAD", "HEAD.lock", "config", "config.lock"};
   const std::string strName = oEntry.path().lexically_relative(oGitFolder).string();
   const bool bProbe = strName.size() == 7 && strName.starts_with('t');
   if (oEntry.is_symlink()) return bProbe && fs::read_symlink(oEntry.path()) == "testing";
-  if (oEntry.is_directory()) return FOLDERS.contains(strName);
-  return oEntry.is_regular_file() &&
-         ((FILES.contains(strName) && IsWrittenByGit(oEntry.path())) || (bProbe && oEntry.file_size() == 0));
+  if (oEntry.is_directory()) return s_astrFolders.contains(strName);
+  return oEntry.is_regular_file() && ((s_astrFiles.contains(strName) && IsWrittenByGit(oEntry.path())) ||
+                                      (bProbe && oEntry.file_size() == 0));
 }
 
 /// Whether the folder holds what a `git init` has left that was killed, and nothing else: Git doesn't take

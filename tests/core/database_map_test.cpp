@@ -59,16 +59,18 @@ TEST(DatabaseMapTest, PagesBeyondTheLimitAreUnmapped) {
   const CTempFolder oFolder;
   const std::size_t nBytes = CStoreMap::FEW_FILE_BYTES + (std::size_t{16} << 20);
   const CReadFile oFile((oFolder / "data").string(), nBytes);
+  const CStoreMap oMap(oFile.GetDescriptor(), nBytes);
+  const CStoreMap oOtherMap(oFile.GetDescriptor(), nBytes / 2);
   const std::size_t nBefore = ResidentFilePages();
   EXPECT_EQ(oFile.Sum(), 0);
   ASSERT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
   // With another size it isn't this map, so nothing is unmapped.
-  CStoreMap(oFile.GetDescriptor(), nBytes / 2).Trim(0);
+  oOtherMap.Trim(0);
   EXPECT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
   // The process is below the limit, so nothing is unmapped.
-  CStoreMap(oFile.GetDescriptor(), nBytes).Trim(std::size_t{1} << 40);
+  oMap.Trim(std::size_t{1} << 40);
   EXPECT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
-  CStoreMap(oFile.GetDescriptor(), nBytes).Trim(0);
+  oMap.Trim(0);
   EXPECT_LT(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES / 2);
   EXPECT_EQ(oFile.Sum(), 0);
 }
@@ -77,9 +79,10 @@ TEST(DatabaseMapTest, FewPagesStay) {
   const CTempFolder oFolder;
   const std::size_t nBytes = std::size_t{4} << 20;
   const CReadFile oFile((oFolder / "data").string(), nBytes);
+  const CStoreMap oMap(oFile.GetDescriptor(), nBytes);
   const std::size_t nBefore = ResidentFilePages();
   EXPECT_EQ(oFile.Sum(), 0);
-  CStoreMap(oFile.GetDescriptor(), nBytes).Trim(0);
+  oMap.Trim(0);
   EXPECT_GE(ResidentFilePages(), nBefore + nBytes / PAGE_BYTES);
 }
 

@@ -24,7 +24,8 @@ class FaultTest : public testing::Test {
   std::string Client(const std::string& strScript);
   int Starts() const;
 
-  /// An import by the tested provider into "target": from nowhere, by the client in the folder; or of the example.
+  /// An import by the tested provider into "target": from nowhere, by the client in the folder; or of the
+  /// example.
   static std::vector<std::string> FakeImport(const std::vector<std::string>& astrMore = {});
   static std::vector<std::string> ExampleImport(const std::vector<std::string>& astrMore = {},
                                                 const std::string& strRepository = TALVEK_EXAMPLE_REPOSITORY,
