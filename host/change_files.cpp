@@ -161,6 +161,12 @@ std::vector<CFastImportStream::TFileChange> CChangeFiles::Apply(CLiveTree& oTree
                                ": a file and a folder have one name; Git has the one that changed last");
     }
   }
+  // Of a file and a folder that one changeset sets both, one is in no commit.
+  for (const TItemChange& tItem : m_atItems) {
+    const bool bPut = tItem.tFile.eKind != CFastImportStream::TFileChange::REMOVE && !tItem.bSuperseded;
+    if (bPut && oTree.CanPut(tItem.tFile.strPath, tItem.eNameKind) && !oTree.IsSeen(tItem.tFile.strPath))
+      Lose(tItem.strShown, "the same changeset has a folder of its name, or a file of its folder's name");
+  }
   return atChanges;
 }
 

@@ -41,6 +41,19 @@ bool CLiveTree::CanPut(std::string_view strPath, TNameKind eKind) const {
   return !poNode || !poNode->bFile || poNode->eKind == eKind;
 }
 
+bool CLiveTree::IsSeen(std::string_view strPath) const {
+  const TNode* poNode = m_poRoot.get();
+  for (std::size_t nFrom = 0; nFrom < strPath.size();) {
+    if (poNode->IsFileSeen()) return false;
+    const std::size_t nEnd = EndOfItem(strPath, nFrom);
+    const auto oChild = poNode->aChildren.find(strPath.substr(nFrom, nEnd - nFrom));
+    if (oChild == poNode->aChildren.end()) return false;
+    poNode = oChild->second.get();
+    nFrom = nEnd + 1;
+  }
+  return poNode->IsFileSeen();
+}
+
 bool CLiveTree::Put(const TFile& tFile, TNameKind eKind, TChanges& atChanges) {
   bool bHides = false;
   TNode* poNode = &Unshare(m_poRoot);

@@ -31,6 +31,8 @@ class CLiveTree {
   bool CanPut(std::string_view strPath, TNameKind eKind) const;
   /// Puts a file, and appends what that changes in Git. Only after CanPut. True when it hides other files.
   bool Put(const TFile& tFile, TNameKind eKind, TChanges& atChanges);
+  /// True when the file is there and Git has it.
+  bool IsSeen(std::string_view strPath) const;
   /// Removes the file, and the folders that it leaves empty, and appends what that changes in Git. False when
   /// there was none, or one of the other kind.
   bool Remove(std::string_view strPath, TNameKind eKind, TChanges& atChanges);

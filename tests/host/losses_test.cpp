@@ -74,6 +74,20 @@ TEST_F(CLossesTest, FileAndFolderOfOneNameTakeTurns) {
             "z\n\nA\ta\nD\ta/b\ny\n\nD\ta\nA\ta/b\nx\n\nA\ta\n");
 }
 
+TEST_F(CLossesTest, FileAndFolderOfOneNameInOneChangesetAreALoss) {
+  Script(
+      "stream|1|0|Main\n"
+      "change|1|1|joe|1|x\nitem|1|0|a|file|a\nitem|1|0|a/b|file|b\n");
+  const TRun tRun = Run("run --quiet --into target --import-log log");
+  EXPECT_EQ(tRun.nStatus, 3) << tRun.strError;
+  EXPECT_NE(
+      tRun.strError.find("talvek-import: lost: stream 'Main', file 'a', 1970-01-01 00:00:01 UTC: the same "
+                         "changeset has a folder of its name, or a file of its folder's name\n"),
+      std::string::npos)
+      << tRun.strError;
+  EXPECT_EQ(Git("target", "ls-tree -r --name-only main"), "a/b\n");
+}
+
 TEST_F(CLossesTest, HistoryCutShortIsALoss) {
   Script(
       "stream|1|0|Main\n"
