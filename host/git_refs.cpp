@@ -9,10 +9,6 @@ namespace {
 
 constexpr const wchar_t* TRUNK_NAME = L"Main";
 
-bool IsTag(const TStream& tStream) {
-  return tStream.tInfo.oProps.GetNumber(MCE::STREAM_IS_TAG, 0) == 1;
-}
-
 const TStream* FindTrunk(const std::vector<TStream>& atStreams) {
   const TStream* poTrunk = nullptr;
   for (const TStream& tStream : atStreams) {
@@ -76,8 +72,8 @@ CGitRefs::CGitRefs(const std::vector<TStream>& atStreams, const TRefOptions& tOp
 const std::string& CGitRefs::RefOf(const TStream& tStream) {
   std::string& strRef = m_astrRefs[tStream.tInfo.nID];
   if (!strRef.empty()) return strRef;
-  strRef = IsTag(tStream) ? "refs/tags/" + Assign(m_oTags, m_oBranches, tStream.tInfo.strName)
-                          : "refs/heads/" + Assign(m_oBranches, m_oTags, tStream.tInfo.strName);
+  strRef = tStream.IsTag() ? "refs/tags/" + Assign(m_oTags, m_oBranches, tStream.tInfo.strName)
+                           : "refs/heads/" + Assign(m_oBranches, m_oTags, tStream.tInfo.strName);
   m_atRecorded.push_back({VCM::ToBytes(tStream.tInfo.strName), strRef});
   return strRef;
 }

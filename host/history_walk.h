@@ -14,6 +14,8 @@ struct TStream {
   MCE::CProvider::TStreamInfo tInfo;
   int nDepth = 0;           ///< 0 for a root
   bool bUnreached = false;  ///< not reachable from the roots, because its parents form a circle
+
+  bool IsTag() const { return tInfo.oProps.GetNumber(MCE::STREAM_IS_TAG, 0) == 1; }
 };
 
 /// All streams of a provider whose EstablishStreams counted `nCount`: every parent before its children,

@@ -11,7 +11,6 @@ namespace {
 
 struct TStreamCounts {
   TStream tStream;
-  bool bTag = false;
   std::uint64_t nChanges = 0;
   std::uint64_t nItems = 0;
   long long nFirstTime = 0;
@@ -28,7 +27,6 @@ class CTextPreview : public CPreview {
   VCM::CString BeginStream(const TStream& tStream) override {
     TStreamCounts tCounts;
     tCounts.tStream = tStream;
-    tCounts.bTag = tStream.tInfo.oProps.GetNumber(MCE::STREAM_IS_TAG, 0) == 1;
     m_atCounts.push_back(std::move(tCounts));
     return m_strFolder;
   }
@@ -59,7 +57,7 @@ class CTextPreview : public CPreview {
   static std::string Line(const TStreamCounts& tCounts) {
     std::string strLine(static_cast<std::size_t>(tCounts.tStream.nDepth) * 2, ' ');
     strLine += ShowText(tCounts.tStream.tInfo.strName);
-    if (tCounts.bTag) strLine += " (tag)";
+    if (tCounts.tStream.IsTag()) strLine += " (tag)";
     strLine += ": ";
     if (tCounts.nChanges == 0) {
       strLine += "no changesets";
