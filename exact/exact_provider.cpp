@@ -45,10 +45,6 @@ VCM::CString FolderOf(const VCM::CString& strStream) {
   return oFolder.GeneratePath();
 }
 
-std::string Count(std::uint64_t nCount, const std::string& strNoun) {
-  return std::to_string(nCount) + ' ' + strNoun + (nCount == 1 ? "" : "s");
-}
-
 /// What a summary tells of the plan. The trunk and vendor branches start from nothing, so they aren't
 /// counted.
 std::string PlanText(const TMadePlan& tMade) {
@@ -58,8 +54,9 @@ std::string PlanText(const TMadePlan& tMade) {
   });
   const TPlanNotes& tNotes = tMade.tNotes;
   return std::to_string(tNotes.nExactNames) + " of " + std::to_string(nNames) +
-         " branches and tags start exactly as a changeset; " + Count(tNotes.nStartChanges, "start change") +
-         ", " + Count(tNotes.nJoinChanges, "change") + " for files that joined a branch later";
+         " branches and tags start exactly as a changeset; " +
+         CountText(tNotes.nStartChanges, "start change") + ", " + CountText(tNotes.nJoinChanges, "change") +
+         " for files that joined a branch later";
 }
 
 }  // namespace

@@ -9,10 +9,6 @@ namespace {
 /// How many files the message of a made-up change lists.
 constexpr std::uint64_t FILES_LISTED = 50;
 
-std::string Files(std::uint64_t nFiles) {
-  return std::to_string(nFiles) + (nFiles == 1 ? " file" : " files");
-}
-
 std::string UtcText(std::int64_t nTime) {
   const std::time_t nSeconds = static_cast<std::time_t>(nTime);
   std::tm tParts{};
@@ -47,7 +43,7 @@ TSummary Summary(const CPlan& oPlan, TIndex nChange) {
     ++(tItem.nRevision == NONE ? tSummary.nDeleted : tSummary.nSet);
   });
   const std::uint64_t nAll = tSummary.nSet + tSummary.nDeleted;
-  if (nAll > FILES_LISTED) tSummary.strFiles += "and " + Files(nAll - FILES_LISTED) + " more\n";
+  if (nAll > FILES_LISTED) tSummary.strFiles += "and " + CountText(nAll - FILES_LISTED, "file") + " more\n";
   if (!tSummary.strFiles.empty()) tSummary.strFiles.pop_back();
   return tSummary;
 }
@@ -55,14 +51,19 @@ TSummary Summary(const CPlan& oPlan, TIndex nChange) {
 std::string FirstLineOfStart(const CPlan& oPlan, const TPlanStream& tStream, const TSummary& tSummary) {
   const std::string strBegin =
       (tStream.nKind == TStreamKind::TAG ? "State of tag " : "Start of branch ") + tStream.strName + ": ";
-  if (tStream.nBase == NONE) return strBegin + Files(tSummary.nSet);
-  return strBegin + Files(tSummary.nSet) + (tSummary.nSet == 1 ? " differs from " : " differ from ") +
+  if (tStream.nBase == NONE) return strBegin + CountText(tSummary.nSet, "file");
+  return strBegin + CountText(tSummary.nSet, "file") +
+         (tSummary.nSet == 1 ? " differs from " : " differ from ") +
          oPlan.Streams()[tStream.nParent].strName + " at " + UtcText(oPlan.Changes()[tStream.nBase].nTime) +
          ", " + std::to_string(tSummary.nDeleted) +
          (tSummary.nDeleted == 1 ? " is not in it" : " are not in it");
 }
 
 }  // namespace
+
+std::string CountText(std::uint64_t nCount, const std::string& strNoun) {
+  return std::to_string(nCount) + ' ' + strNoun + (nCount == 1 ? "" : "s");
+}
 
 std::string CPlan::Author(TIndex nChange) const {
   const TIndex nLead = m_atChanges[nChange].nLead;
@@ -79,10 +80,11 @@ std::string CPlan::Message(TIndex nChange) const {
   const std::string strFiles = "\n\n" + tSummary.strFiles;
   switch (tChange.nKind) {
     case TChangeKind::JOIN:
-      return "Files that joined branch " + tStream.strName + ": " + Files(tSummary.nSet) +
+      return "Files that joined branch " + tStream.strName + ": " + CountText(tSummary.nSet, "file") +
              "\n\nCVS has no such commit: files were put on the branch after its first change." + strFiles;
     case TChangeKind::END_OF_TRUNK:
-      return "The trunk as default branches have it: " + Files(tSummary.nSet + tSummary.nDeleted) +
+      return "The trunk as default branches have it: " +
+             CountText(tSummary.nSet + tSummary.nDeleted, "file") +
              "\n\nCVS has no such commit: default branches show these files otherwise than the trunk's last "
              "revisions." +
              strFiles;

@@ -58,6 +58,9 @@ struct TPlanItem {
   TIndex nBefore = NONE;    ///< the file's revision in the stream before the change; NONE: it isn't there
 };
 
+/// "1 file", "3 files".
+std::string CountText(std::uint64_t nCount, const std::string& strNoun);
+
 /// What an import log has to tell about the plan.
 struct TPlanNotes {
   std::vector<std::string>
